@@ -1,0 +1,29 @@
+# Compiler flags that every target of this tree gets through kavel_flags, and the
+# sanitizer legs, chosen with KAVEL_SANITIZE.
+
+set(KAVEL_SANITIZE "" CACHE STRING "Sanitizer leg: empty, asan-ubsan or tsan")
+
+add_library(kavel_flags INTERFACE)
+target_include_directories(kavel_flags INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(kavel_flags INTERFACE
+    -Wall -Wextra -Werror -Wshadow -Wconversion -Wformat=2 -Wnon-virtual-dtor -Wcast-qual
+    -fstack-protector-strong
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wimplicit-fallthrough>)
+find_package(Threads REQUIRED)
+target_link_libraries(kavel_flags INTERFACE Threads::Threads)
+
+if(KAVEL_SANITIZE STREQUAL "asan-ubsan")
+    # An integer that does not fit ends the process on the phone; the same checks run here.
+    # The standard library's own wrap-arounds are deliberate, hence the ignore list.
+    set(KAVEL_SANITIZE_FLAGS -fsanitize=address,undefined,signed-integer-overflow,implicit-unsigned-integer-truncation,implicit-signed-integer-truncation
+        -fno-sanitize-recover=all -fno-omit-frame-pointer
+        -fsanitize-ignorelist=${CMAKE_SOURCE_DIR}/cmake/sanitize-ignore.txt)
+elseif(KAVEL_SANITIZE STREQUAL "tsan")
+    set(KAVEL_SANITIZE_FLAGS -fsanitize=thread -fno-omit-frame-pointer)
+elseif(NOT KAVEL_SANITIZE STREQUAL "")
+    message(FATAL_ERROR "KAVEL_SANITIZE is '${KAVEL_SANITIZE}': use asan-ubsan, tsan or nothing")
+endif()
+if(KAVEL_SANITIZE_FLAGS)
+    target_compile_options(kavel_flags INTERFACE ${KAVEL_SANITIZE_FLAGS})
+    target_link_options(kavel_flags INTERFACE ${KAVEL_SANITIZE_FLAGS})
+endif()

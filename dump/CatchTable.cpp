@@ -1,0 +1,36 @@
+#include "dump/CatchTable.h"
+
+namespace android::kavel {
+
+CatchRef CatchTable::add(const EventRef& event) {
+    CatchRef present = find(event->kavelEventId);
+    if (present != nullptr && present->event == event) return present;
+    CatchRef added(new Catch(event), [this](Catch* ended) {
+        // The record is alive until the entry is gone, so its id has not been given to another.
+        remove(*ended);
+        delete ended;
+    });
+    MutexLock lock(mLock);
+    mCatches[event->kavelEventId] = added;
+    return added;
+}
+
+CatchRef CatchTable::find(int32_t kavelEventId) const {
+    MutexLock lock(mLock);
+    const auto entry = mCatches.find(kavelEventId);
+    return entry == mCatches.end() ? nullptr : entry->second.lock();
+}
+
+size_t CatchTable::size() const {
+    MutexLock lock(mLock);
+    return mCatches.size();
+}
+
+void CatchTable::remove(const Catch& ended) {
+    MutexLock lock(mLock);
+    const auto entry = mCatches.find(ended.event->kavelEventId);
+    // An entry that is not expired belongs to a catch that was added over this one.
+    if (entry != mCatches.end() && entry->second.expired()) mCatches.erase(entry);
+}
+
+}  // namespace android::kavel

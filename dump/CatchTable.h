@@ -1,0 +1,52 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+
+#include "event/KavelEvent.h"
+#include "platform/Mutex.h"
+
+namespace android::kavel {
+
+/**
+ * One event on its way to an archive: its record, and the log-selection bits whose commands have
+ * ended. Lives as long as any thread or command of the catch holds it.
+ */
+class Catch {
+  public:
+    explicit Catch(EventRef record) : event(std::move(record)) {}
+
+    const EventRef event;
+
+    void resetCollected() { mCollected = 0; }
+    void markCollected(uint32_t bits) { mCollected |= bits; }
+    uint32_t collected() const { return mCollected; }
+
+  private:
+    std::atomic<uint32_t> mCollected{0};
+};
+
+using CatchRef = std::shared_ptr<Catch>;
+
+/**
+ * The catches in flight, by record id. An entry goes with the last holder of its catch, so the
+ * table is empty when nothing is being caught. Must outlive its catches. Any thread; leaf lock.
+ */
+class CatchTable {
+  public:
+    /** Makes @p event reachable by its id. The same record twice shares one catch. */
+    CatchRef add(const EventRef& event);
+    /** The catch of that record, or null. */
+    CatchRef find(int32_t kavelEventId) const;
+    size_t size() const;
+
+  private:
+    void remove(const Catch& ended);
+
+    mutable Mutex mLock;
+    std::map<int32_t, std::weak_ptr<Catch>> mCatches GUARDED_BY(mLock);
+};
+
+}  // namespace android::kavel

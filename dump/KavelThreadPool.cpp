@@ -1,0 +1,86 @@
+#include "dump/KavelThreadPool.h"
+
+#include <string>
+
+#include <pthread.h>
+
+#include "platform/Log.h"
+
+namespace std {
+
+using android::kavel::MutexLock;
+
+KavelThreadPool::KavelThreadPool(const char* namePrefix, uint16_t coreSize, uint16_t maxSize)
+      : mNamePrefix(namePrefix), mCoreSize(coreSize), mMaxSize(maxSize) {}
+
+KavelThreadPool::~KavelThreadPool() {
+    {
+        MutexLock lock(mTaskLock);
+        _run = false;
+    }
+    mTaskSignal.notify_all();
+    MutexLock lock(mGrowLock);
+    for (thread& worker : mThreads) {
+        if (worker.joinable()) worker.join();
+    }
+}
+
+void KavelThreadPool::addThread(uint16_t count) {
+    if (!_run) {
+        KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel addThread]: KavelThreadPool _run is false.\n");
+        return;
+    }
+    MutexLock grow(mGrowLock);
+    for (; mThreads.size() < mMaxSize && count > 0; --count) {
+        mThreads.emplace_back([this] { work(); });
+        ++mCreated;
+        MutexLock lock(mTaskLock);
+        ++mIdleCount;
+    }
+}
+
+void KavelThreadPool::work() {
+    const string name = mNamePrefix + to_string(++mThreadSequence);
+    pthread_setname_np(pthread_self(), name.c_str());
+    while (true) {
+        function<void()> task;
+        {
+            MutexLock lock(mTaskLock);
+            while (_run && mTasks.empty()) {
+                ++mWaiting;
+                lock.wait(mTaskSignal);
+                --mWaiting;
+            }
+            if (mTasks.empty()) return;
+            --mIdleCount;
+            task = std::move(mTasks.front());
+            mTasks.pop();
+        }
+        task();
+        task = nullptr;  // what it holds must not live until the next task comes
+        // More workers than the core retire as soon as another one is idle.
+        if (mIdleCount >= 1 && mCreated > mCoreSize) return;
+        MutexLock lock(mTaskLock);
+        ++mIdleCount;
+    }
+}
+
+void KavelThreadPool::enqueue(function<void()> task) {
+    if (!_run) {
+        KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel commit]: KavelThreadPool _run is false.\n");
+    }
+    bool wake = false;
+    {
+        MutexLock lock(mTaskLock);
+        mTasks.push(std::move(task));
+        wake = mWaiting > 0;  // a worker that is awake looks at the queue before it sleeps
+    }
+    if (mIdleCount < 1 && mCreated < mMaxSize) addThread(1);
+    if (wake) mTaskSignal.notify_one();
+}
+
+void KavelThreadPool::logException(const exception& e) {
+    KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel commit]: task ended with an exception: %s\n", e.what());
+}
+
+}  // namespace std

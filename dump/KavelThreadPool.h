@@ -1,0 +1,88 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <future>
+#include <memory>
+#include <queue>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#include "platform/Mutex.h"
+
+// The pool stands in namespace std because that is the name under which its users know it.
+namespace std {
+
+/**
+ * A growable pool of worker threads for queued tasks. Submission is fire and forget: commit()
+ * never waits for a task. Any thread may commit.
+ *
+ * The number of threads ever started never passes the maximum size: a retired worker counts for
+ * ever. That is deliberate; it bounds what a pool can cost in the life of the process.
+ */
+class KavelThreadPool {
+  public:
+    /**
+     * @param namePrefix  workers are called prefix + 1, 2, ...; must outlive the pool. A name over
+     *                    the kernel's 15 characters leaves the thread with the name it inherits.
+     * @param coreSize    so many workers never retire
+     * @param maxSize     so many are ever started
+     */
+    KavelThreadPool(const char* namePrefix, uint16_t coreSize, uint16_t maxSize);
+    /** Runs every task that is queued, then joins the workers. */
+    ~KavelThreadPool();
+    KavelThreadPool(const KavelThreadPool&) = delete;
+    KavelThreadPool& operator=(const KavelThreadPool&) = delete;
+
+    /** Starts up to @p count workers, never passing the maximum size. */
+    void addThread(uint16_t count);
+
+    /**
+     * Queues f(args...), with copies of the arguments. Starts another worker where none is idle and
+     * the maximum is not reached. A pool that is being destroyed still runs the task. An exception
+     * of the task is logged and kept in the future.
+     */
+    template <class F, class... Args>
+    auto commit(F&& f, Args&&... args) -> future<invoke_result_t<decay_t<F>&, decay_t<Args>&...>> {
+        using Result = invoke_result_t<decay_t<F>&, decay_t<Args>&...>;
+        auto call = [bound = bind(std::forward<F>(f), std::forward<Args>(args)...)]() mutable {
+            try {
+                return static_cast<Result>(bound());
+            } catch (const exception& e) {
+                logException(e);
+                throw;
+            }
+        };
+        auto task = make_shared<packaged_task<Result()>>(std::move(call));
+        future<Result> result = task->get_future();
+        enqueue([task = std::move(task)] { (*task)(); });
+        return result;
+    }
+
+  private:
+    static void logException(const exception& e);
+    void enqueue(function<void()> task);
+    void work();
+
+    const char* const mNamePrefix;
+    const uint16_t mCoreSize;
+    const uint16_t mMaxSize;
+
+    // Lock order: grow lock, then task lock.
+    android::kavel::Mutex mGrowLock;
+    android::kavel::Mutex mTaskLock;
+    vector<thread> mThreads GUARDED_BY(mGrowLock);
+    queue<function<void()>> mTasks GUARDED_BY(mTaskLock);
+    int mWaiting GUARDED_BY(mTaskLock) = 0;  // workers asleep on the signal
+    condition_variable mTaskSignal;
+    atomic<int32_t> mThreadSequence{0};
+    atomic<uint16_t> mCreated{0};  // entries of mThreads, for readers without the grow lock
+    atomic<bool> _run{true};
+    atomic<int32_t> mIdleCount{0};
+};
+
+}  // namespace std

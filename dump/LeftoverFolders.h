@@ -1,0 +1,14 @@
+#pragma once
+
+namespace android::kavel {
+
+/**
+ * Packs the log folders, and moves the archives, that an earlier life of the daemon left behind in
+ * the staging directory; removes the empty ones. Only what our own naming rule made is touched.
+ *
+ * Looks once, on the calling thread, so that nothing of a catch that starts later is taken for a
+ * leftover; packs on a thread of its own. To be called before the first intake.
+ */
+void packLeftoverFolders();
+
+}  // namespace android::kavel

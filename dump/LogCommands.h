@@ -1,0 +1,94 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace android {
+
+/** Log-selection bits of a report's log-info word: one bit per log to collect. */
+enum KavelLogInfo : uint32_t {
+    KAVEL_LOGINFO_ANDROID = 0x1,
+    KAVEL_LOGINFO_KERNEL = 0x2,
+    KAVEL_LOGINFO_ANR_TRACE = 0x4,
+    KAVEL_LOGINFO_DISPLAY = 0x8,
+    KAVEL_LOGINFO_MEMINFO = 0x10,
+    KAVEL_LOGINFO_BINDERINFO = 0x20,
+    KAVEL_LOGINFO_POWER = 0x40,
+    KAVEL_LOGINFO_APP_CRASH_HISTORY = 0x80,
+    KAVEL_LOGINFO_CPUINFO = 0x100,
+    KAVEL_LOGINFO_CPU_INFO_NUM_RAW = 0x200,
+    KAVEL_LOGINFO_CPU_INFO_OVERALL_RAW = 0x400,
+    KAVEL_LOGINFO_CPU_INFO_PER_PROCESS_RAW = 0x800,
+    KAVEL_LOGINFO_EVENTS = 0x1000,
+    KAVEL_LOGINFO_FROZEN_INFO = 0x2000,
+    KAVEL_LOGINFO_INTERRUPTS = 0x4000,
+    KAVEL_LOGINFO_IOINFO = 0x8000,
+    KAVEL_LOGINFO_IRQINFO = 0x10000,
+    KAVEL_LOGINFO_PACKAGEINFO = 0x20000,
+    KAVEL_LOGINFO_PROC_MEMINFO = 0x40000,
+    KAVEL_LOGINFO_PROP = 0x80000,
+    KAVEL_LOGINFO_RADIO = 0x100000,
+    KAVEL_LOGINFO_SURFACEFLINGER_BACKTRACE = 0x200000,
+    KAVEL_LOGINFO_DUMPSYS_INPUT = 0x400000,
+    KAVEL_LOGINFO_THREAD_LIST = 0x800000,
+    KAVEL_LOGINFO_TOP = 0x1000000,
+    KAVEL_LOGINFO_NATIVE_SYSTRACE = 0x2000000,
+    KAVEL_LOGINFO_DUMPSYS_ACTIVITY = 0x4000000,
+    KAVEL_LOGINFO_DUMPSYS_WINDOW = 0x8000000,
+    KAVEL_LOGINFO_ANR_STACKTRACE = 0x10000000,
+    KAVEL_LOGINFO_FRAMEWORK_SYSTRACE = 0x20000000,
+    KAVEL_LOGINFO_SYSTEM_SERVER_TRACES = 0x40000000,
+};
+
+/** The streaming logs (logcat's buffers and the kernel log) that the second round takes again. */
+inline constexpr uint32_t KAVEL_LOGINFO_CONTINUOUS =
+        KAVEL_LOGINFO_ANDROID | KAVEL_LOGINFO_KERNEL | KAVEL_LOGINFO_EVENTS | KAVEL_LOGINFO_RADIO;
+
+namespace kavel {
+
+/** A log-selection bit and its name without the KAVEL_LOGINFO_ prefix. */
+struct LogBit {
+    uint32_t bit;
+    std::string_view name;
+};
+
+/** Every bit that has a meaning, lowest first. */
+extern const std::array<LogBit, 31> kLogBits;
+
+enum class CommandPool { Cmd, Logcat };
+
+/** One shell command of a catch. Its output goes to FOLDER + stem + time + ".txt". */
+struct LogCommand {
+    uint32_t testBit;  ///< runs where the log-info word has this bit
+    const char* head;  ///< command text up to and including the redirection
+    const char* stem;  ///< start of the output file's name, with its "/" and "-"
+    uint32_t tagBit;   ///< bit recorded as collected once the command has ended
+    CommandPool pool;
+    bool heavy;  ///< subject to the limit of one set of heavy dumps in 30 seconds
+};
+
+/** All commands, in the order in which they are submitted. */
+extern const std::array<LogCommand, 31> kLogCommands;
+
+/** Bits that the commands selected by @p logInfo record as collected once all have run. */
+uint32_t collectableBits(uint32_t logInfo);
+
+/** Event types whose catch asks the framework, or the trace utility, for a system trace. */
+struct TraceEvent {
+    int64_t eventId;
+    int64_t traceCode;  ///< only ever logged
+};
+extern const std::array<TraceEvent, 7> kFrameworkTraceEvents;
+extern const std::array<TraceEvent, 4> kNativeTraceEvents;
+
+/** The row of @p eventId in one of the two tables above, or null. */
+const TraceEvent* findFrameworkTraceEvent(int64_t eventId);
+const TraceEvent* findNativeTraceEvent(int64_t eventId);
+
+/** The command text up to the time: head, folder (quoted where it needs it) and stem. */
+std::string commandText(const LogCommand& command, const std::string& folder);
+
+}  // namespace kavel
+}  // namespace android

@@ -1,0 +1,63 @@
+#include "dump/LogFolderName.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <regex>
+
+namespace android::kavel {
+namespace {
+
+/** The letters of "kavel" in the five top bytes: tells our folder ids from any other number. */
+constexpr uint64_t kFolderIdBase = 0x6B6176656C000000;
+
+std::string withoutPathCharacters(std::string part) {
+    std::replace_if(
+            part.begin(), part.end(),
+            [](char c) { return c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7f; },
+            '_');
+    return part;
+}
+
+/** Shortens @p part by up to @p excess bytes, not splitting a UTF-8 character. */
+void shorten(std::string& part, size_t excess) {
+    size_t end = part.size() - std::min(excess, part.size());
+    while (end > 0 && end < part.size() && (static_cast<unsigned char>(part[end]) & 0xC0) == 0x80) {
+        --end;
+    }
+    part.resize(end);
+}
+
+}  // namespace
+
+std::string logFolderName(const LogFolderParts& parts) {
+    char folderId[17];
+    snprintf(folderId, sizeof(folderId), "%" PRIx64,
+             static_cast<uint64_t>(parts.realtimeNs) + kFolderIdBase);
+    std::string process = withoutPathCharacters(parts.process);
+    std::string event = withoutPathCharacters(parts.eventName);
+    const std::string tail =
+            std::string("@") + folderId + "@" + parts.otaVersion + "@" + parts.timeText;
+
+    const auto excess = [&] {
+        const size_t length = strlen("kavel_") + event.size() + strlen("_") + process.size() +
+                              tail.size() + strlen(kArchiveSuffix);
+        return length > NAME_MAX ? length - NAME_MAX : 0;
+    };
+    shorten(process, excess());
+    shorten(event, excess());
+    return "kavel_" + event + "_" + process + tail;
+}
+
+bool isLogFolderName(std::string_view name) {
+    static const std::regex kForm("kavel_.*_.*@[0-9a-f]{1,16}@.*@[0-9]+(-[0-9]{2}){5}-[0-9]{3}");
+    return name.size() <= NAME_MAX && std::regex_match(name.begin(), name.end(), kForm);
+}
+
+bool isUsableFolder(std::string_view path) {
+    return path.find_first_not_of('/') != std::string_view::npos;
+}
+
+}  // namespace android::kavel

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "platform/Mutex.h"
+
+namespace android::kavel {
+
+/**
+ * What the framework has set for each event type. Nothing is built in: an event type that was
+ * never configured is disabled and nameless. One leaf lock; any thread.
+ *
+ * A look-up by isEnabled() or eventName() leaves an entry behind for an unknown id, which later
+ * readers (the statistic upload above all) can tell from no entry.
+ */
+class EventParameters {
+  public:
+    void updateEventParams(int64_t eventId, bool isEnable, int64_t reportFreq);
+    /** @param timeWindow milliseconds */
+    void setTimeWindow(int64_t eventId, int64_t timeWindow);
+    /** A recover id of 0 changes nothing: an earlier one stays. */
+    void setRecoverId(int64_t eventId, int64_t recoverId);
+    /** Stores the name of an event type without a recover id; one with a recover id gets none. */
+    void setEventIdMap(int64_t recoverId, int64_t eventId, const std::string& eventName);
+
+    bool isEnabled(int64_t eventId);
+    /** The event type's window in seconds; the default where none was ever set. */
+    int64_t getTimeWindow(int64_t eventId) const;
+    std::string eventName(int64_t eventId);
+    bool hasRecoverId(int64_t eventId) const;
+
+  private:
+    struct EventParam {
+        bool isEnable = false;
+        int64_t reportFreq = 0;  // stored for the framework's sake; nothing limits by it
+    };
+
+    mutable Mutex mLock;
+    std::map<int64_t, EventParam> mEventParamMap GUARDED_BY(mLock);
+    std::map<int64_t, int64_t> mKavelEventTimeWindow GUARDED_BY(mLock);
+    std::map<int64_t, int64_t> mRecoverIdMap GUARDED_BY(mLock);
+    std::map<int64_t, std::string> mEventIdMap GUARDED_BY(mLock);
+    const int32_t mDefaultTimeWindow = 180;  // seconds, unlike the windows that the framework sets
+};
+
+}  // namespace android::kavel

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "event/KavelEvent.h"
+
+namespace android::kavel {
+
+/** What a report's extra text means for its event type. */
+enum class ExtraTextForm {
+    Dropped,             ///< the daemon keeps nothing of it
+    Whole,               ///< one process name
+    ProcessVersion,      ///< processName:P,packageVersion:V
+    ProcessVersionType,  ///< processName:P,packageVersion:V,eventType:T
+    ProcessType,         ///< processName:P,eventType:T
+};
+
+ExtraTextForm extraTextForm(int64_t eventId);
+
+/**
+ * Splits @p text as its event type demands.
+ *
+ * @throws std::out_of_range where a key that the event type needs is missing
+ */
+KavelExtraInfo parseExtraInfo(const std::string& text, int64_t eventId);
+
+}  // namespace android::kavel

@@ -1,0 +1,124 @@
+#include "event/IKavelBinder.h"
+
+#include <utils/String8.h>
+
+#include "platform/Log.h"
+
+namespace android {
+
+// IMPLEMENT_META_INTERFACE accepts only the names of an allow-list, so its parts stand here.
+
+const String16 IKavelBinder::descriptor("KavelBinder");
+sp<IKavelBinder> IKavelBinder::default_impl;
+
+IKavelBinder::IKavelBinder() = default;
+IKavelBinder::~IKavelBinder() = default;
+
+sp<IKavelBinder> IKavelBinder::asInterface(const sp<IBinder>& binder) {
+    if (binder == nullptr) return nullptr;
+    const sp<IInterface> local = binder->queryLocalInterface(descriptor);
+    if (local != nullptr) return static_cast<IKavelBinder*>(local.get());
+    return new BpKavelBinder(binder);
+}
+
+bool IKavelBinder::setDefaultImpl(sp<IKavelBinder> impl) {
+    if (impl == nullptr) return false;
+    default_impl = impl;
+    return true;
+}
+
+const sp<IKavelBinder>& IKavelBinder::getDefaultImpl() {
+    return default_impl;
+}
+
+const String16& IKavelBinder::getInterfaceDescriptor() const {
+    return descriptor;
+}
+
+BpKavelBinder::BpKavelBinder(const sp<IBinder>& remote) : BpInterface<IKavelBinder>(remote) {}
+
+// "Framwork" in these lines is what the people who search the logs look for.
+void BpKavelBinder::sendFrameworkEvent(long eventId, long timestamp, long logInfo, int pid, int uid,
+                                       String16 extraInfo) {
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "send FrameworkEvent called");
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp sendFramworkEvent eventId: %ld", eventId);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp sendFramworkEvent timestamp: %ld", timestamp);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp sendFramworkEvent logInfo: %ld", logInfo);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp sendFramworkEvent pid: %d", pid);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp sendFramworkEvent uid: %d", uid);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp sendFramworkEvent extraInfo: %s", String8(extraInfo).c_str());
+
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(descriptor);
+    data.writeInt64(eventId);
+    data.writeInt64(timestamp);
+    data.writeInt64(logInfo);
+    data.writeInt32(pid);
+    data.writeInt32(uid);
+    data.writeString16(extraInfo);
+    if (remote()->transact(SEND_FRAMEWORK_EVENT, data, &reply, IBinder::FLAG_ONEWAY) != NO_ERROR) {
+        KAVEL_LOGE(KAVEL_TAG_BINDER, "sendFramworkEvent failed");
+    }
+}
+
+void BpKavelBinder::updateEventParams(long eventId, String16 eventName, bool isEnable,
+                                      long reportFreq, long logInfo, long timeWindow,
+                                      long recoverId) {
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "send updateEventParams called");
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp updateEventParams eventId: %ld", eventId);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp updateEventParams eventName: %s", String8(eventName).c_str());
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp updateEventParams isEnable: %d", isEnable);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp updateEventParams reportFreq: %ld", reportFreq);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp updateEventParams logInfo: %ld", logInfo);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp updateEventParams timeWindow: %ld", timeWindow);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bp updateEventParams recoverId: %ld", recoverId);
+
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(descriptor);
+    data.writeInt64(eventId);
+    data.writeString16(eventName);
+    data.writeBool(isEnable);
+    data.writeInt64(reportFreq);
+    data.writeInt64(logInfo);
+    data.writeInt64(timeWindow);
+    data.writeInt64(recoverId);
+    remote()->transact(UPDATE_EVENT_PARAMS, data, &reply, IBinder::FLAG_ONEWAY);
+}
+
+status_t BnKavelBinder::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                   uint32_t flags) {
+    CHECK_INTERFACE(IKavelBinder, data, reply);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn onTransaction code:%d", static_cast<int>(code));
+    // What a short parcel does not hold reads as zero. The fields are read into named values
+    // because the order in which call arguments are evaluated is the compiler's.
+    switch (code) {
+        case UPDATE_EVENT_PARAMS: {
+            const int64_t eventId = data.readInt64();
+            const String16 eventName = data.readString16();
+            const bool isEnable = data.readBool();
+            const int64_t reportFreq = data.readInt64();
+            const int64_t logInfo = data.readInt64();
+            const int64_t timeWindow = data.readInt64();
+            const int64_t recoverId = data.readInt64();
+            updateEventParams(eventId, eventName, isEnable, reportFreq, logInfo, timeWindow,
+                              recoverId);
+            return NO_ERROR;
+        }
+        case SEND_FRAMEWORK_EVENT: {
+            const int64_t eventId = data.readInt64();
+            const int64_t timestamp = data.readInt64();
+            const int64_t logInfo = data.readInt64();
+            const int32_t pid = data.readInt32();
+            const int32_t uid = data.readInt32();
+            const String16 extraInfo = data.readString16();
+            sendFrameworkEvent(eventId, timestamp, logInfo, pid, uid, extraInfo);
+            return NO_ERROR;
+        }
+        default:
+            return BBinder::onTransact(code, data, reply, flags);
+    }
+}
+
+}  // namespace android

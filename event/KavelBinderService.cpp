@@ -1,0 +1,43 @@
+#include "event/KavelBinderService.h"
+
+#include <string>
+
+#include <utils/String8.h>
+
+#include "event/EventIntake.h"
+#include "event/KavelTimestamp.h"
+#include "platform/CheckedCast.h"
+#include "platform/Log.h"
+
+namespace android {
+
+void KavelBinderService::sendFrameworkEvent(long eventId, long timestamp, long logInfo, int pid,
+                                            int uid, String16 extraInfo) {
+    const std::string extraText = String8(extraInfo).c_str();
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent eventId: 0x%lx", eventId);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent timestamp: %ld", timestamp);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent logInfo: 0x%lx", logInfo);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent pid: %d", pid);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent uid: %d", uid);
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent extraInfo: %s", extraText.c_str());
+
+    const KavelTimestamp arrival = kavel::generateKavelTimestamp();
+    kavel::intakeKavelEvent(eventId, arrival, kavel::checkedInt32("logInfo", logInfo), pid, uid,
+                            extraText);
+}
+
+void KavelBinderService::updateEventParams(long eventId, String16 eventName, bool isEnable,
+                                           long reportFreq, long /* logInfo: not kept */,
+                                           long timeWindow, long recoverId) {
+    KAVEL_LOGI(KAVEL_TAG_BINDER,
+               "Bn updateEventParams eventId: 0x%lx, isEnable: %d, reportFreq: %ld,timeWindow: "
+               "%ld,recoverId: %ld",
+               eventId, isEnable, reportFreq, timeWindow, recoverId);
+    kavel::EventParameters& parameters = kavel::eventParameters();
+    parameters.updateEventParams(eventId, isEnable, reportFreq);
+    parameters.setTimeWindow(eventId, timeWindow);
+    parameters.setRecoverId(eventId, recoverId);
+    parameters.setEventIdMap(recoverId, eventId, String8(eventName).c_str());
+}
+
+}  // namespace android

@@ -1,0 +1,27 @@
+#include "handler/EventBuilder.h"
+
+#include "event/ExtraInfo.h"
+#include "platform/Log.h"
+#include "platform/TraceSection.h"
+
+namespace android::kavel {
+
+bool buildNewKavelEvent(EventParameters& parameters, HandlingSteps& steps, const Report& report) {
+    const TraceSection trace("buildNewKavelEvent");
+    if (!parameters.isEnabled(report.eventId)) {
+        KAVEL_LOGI(KAVEL_TAG_BINDER, "buildNewKavelEvent eventId: 0x%lx is Disable! value: %d",
+                   report.eventId, false);
+        return false;
+    }
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "[buildNewKavelEvent]: buildNewKavelEvent start.\n");
+    KavelExtraInfo extraInfo;
+    if (extraTextForm(report.eventId) != ExtraTextForm::Dropped) {
+        extraInfo = parseExtraInfo(report.extraInfo, report.eventId);
+    }
+    // The record gets its id where it is inserted: drawn and taken in one, no two are the same.
+    steps.kavelEventHandleThread(std::make_shared<KavelEvent>(
+            report.eventId, report.timestamp, report.logInfo, report.pid, report.uid, &extraInfo));
+    return true;
+}
+
+}  // namespace android::kavel

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "event/EventParameters.h"
+#include "event/KavelEvent.h"
+#include "handler/HandlingSteps.h"
+
+namespace android::kavel {
+
+/** One report as it came in. The caller keeps what the pointers name; all of it is copied. */
+struct Report {
+    long eventId;
+    const KavelTimestamp* timestamp;
+    int logInfo;
+    int pid;
+    int uid;
+    const char* extraInfo;
+};
+
+/**
+ * Turns @p report into a record and takes that through @p steps, on the calling thread.
+ *
+ * @return whether the event type is enabled
+ * @throws std::out_of_range where the extra text lacks a key that the event type needs
+ */
+bool buildNewKavelEvent(EventParameters& parameters, HandlingSteps& steps, const Report& report);
+
+}  // namespace android::kavel

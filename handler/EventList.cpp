@@ -1,0 +1,142 @@
+#include "handler/EventList.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <set>
+
+#include "event/KavelTimestamp.h"
+#include "platform/Log.h"
+#include "platform/TraceSection.h"
+
+namespace android::kavel {
+namespace {
+
+constexpr int32_t kMaxEvents = 31;
+
+/** Calls @p visit for each record of the ring, from the head until the walk is back there. */
+template <typename Visit>
+void walkRing(const std::shared_ptr<KavelEvent>& head, Visit visit) {
+    if (head == nullptr) return;
+    const std::shared_ptr<KavelEvent>* record = &head;
+    do {
+        if (!visit(*record)) return;
+        record = &(*record)->next;
+    } while (*record != head);
+}
+
+}  // namespace
+
+bool isDuplicateAbnormalAction(const KavelEvent& present, const KavelEvent& added, double* gap) {
+    if (!isAbnormalAction(present.eventId) || !isAbnormalAction(added.eventId)) return false;
+    // A record stamped later than the new one gives a negative gap and counts as well.
+    *gap = secondsBetween(present.timestamp, added.timestamp);
+    return *gap < kDuplicateWindow;
+}
+
+EventList::~EventList() {
+    MutexLock lock(mLock);
+    if (mKavelEventList != nullptr) tailLocked()->next.reset();
+    // One by one: a chain of owners would be freed by recursion.
+    while (mKavelEventList != nullptr) mKavelEventList = std::move(mKavelEventList->next);
+}
+
+bool EventList::place(const std::shared_ptr<KavelEvent>& event) {
+    const TraceSection trace("placeKavelEvent");
+    std::shared_ptr<KavelEvent> evicted;  // freed after the lock is gone
+    MutexLock lock(mLock);
+    if (isRefusedLocked(*event)) return false;
+    event->kavelEventId = generateKavelEventIdLocked();
+    appendLocked(event);
+    if (mKavelEventCount > kMaxEvents) evicted = evictHeadLocked();
+    return true;
+}
+
+bool EventList::isRefusedLocked(const KavelEvent& event) const {
+    if (!isAbnormalAction(event.eventId)) return false;
+    bool refused = false;
+    walkRing(mKavelEventList, [&](const std::shared_ptr<KavelEvent>& present) {
+        KAVEL_LOGI(KAVEL_TAG_BINDER,
+                   "[placeKavelEvent]: in commerialAbnormalActionKavelEventLogCatcher loop.\n");
+        double gap = 0;
+        refused = isDuplicateAbnormalAction(*present, event, &gap);
+        if (refused) {
+            KAVEL_LOGI(KAVEL_TAG_BINDER,
+                       "[placeKavelEvent]: Event dumped since duplicate abnormal action, difftime "
+                       "%f.\n",
+                       gap);
+        }
+        return !refused;
+    });
+    return refused;
+}
+
+void EventList::appendLocked(const std::shared_ptr<KavelEvent>& event) {
+    if (mKavelEventList == nullptr) {
+        mKavelEventList = event;
+        event->next = event;
+    } else {
+        event->next = mKavelEventList;
+        tailLocked()->next = event;
+    }
+    ++mKavelEventCount;
+}
+
+KavelEvent* EventList::tailLocked() const {
+    KavelEvent* record = mKavelEventList.get();
+    while (record->next != mKavelEventList) record = record->next.get();
+    return record;
+}
+
+std::shared_ptr<KavelEvent> EventList::evictHeadLocked() {
+    KavelEvent* const tail = tailLocked();
+    std::shared_ptr<KavelEvent> head = std::move(mKavelEventList);
+    mKavelEventList = std::move(head->next);
+    tail->next = mKavelEventList;
+    --mKavelEventCount;
+    mEvicted.push_back(head);
+    return head;
+}
+
+int32_t EventList::generateKavelEventId() {
+    MutexLock lock(mLock);
+    return generateKavelEventIdLocked();
+}
+
+int32_t EventList::generateKavelEventIdLocked() {
+    std::set<int32_t> taken;
+    const auto take = [&](const KavelEvent& record) {
+        if (record.kavelEventId != 0) taken.insert(record.kavelEventId);
+        return true;
+    };
+    walkRing(mKavelEventList, [&](const auto& record) { return take(*record); });
+    mEvicted.erase(std::remove_if(mEvicted.begin(), mEvicted.end(),
+                                  [&](const std::weak_ptr<const KavelEvent>& evicted) {
+                                      const EventRef held = evicted.lock();
+                                      return held == nullptr || !take(*held);
+                                  }),
+                   mEvicted.end());
+
+    srand(static_cast<unsigned int>(time(nullptr)));
+    int32_t id = rand();
+    while (taken.count(id) != 0) id = rand();
+    return id;
+}
+
+std::vector<EventRef> EventList::records() const {
+    MutexLock lock(mLock);
+    std::vector<EventRef> records;
+    records.reserve(static_cast<size_t>(mKavelEventCount));
+    walkRing(mKavelEventList, [&](const std::shared_ptr<KavelEvent>& record) {
+        records.push_back(record);
+        return true;
+    });
+    return records;
+}
+
+bool EventList::isEmpty() const {
+    MutexLock lock(mLock);
+    return mKavelEventList == nullptr;
+}
+
+}  // namespace android::kavel

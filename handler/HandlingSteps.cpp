@@ -1,0 +1,124 @@
+#include "handler/HandlingSteps.h"
+
+#include <android-base/properties.h>
+
+#include "platform/Log.h"
+#include "platform/TraceSection.h"
+
+namespace android::kavel {
+
+const HandlingSteps::Step HandlingSteps::kSteps[] = {
+        &HandlingSteps::uploadStatistic,       &HandlingSteps::showAllKavelEvents,
+        &HandlingSteps::switchVariant,         &HandlingSteps::recover,
+        &HandlingSteps::skipEventsWithoutLogs, &HandlingSteps::collectNwatchcallLog,
+        &HandlingSteps::prepareXlogDump,       &HandlingSteps::catchTrailLogs,
+        &HandlingSteps::catchCommercialLogs,
+};
+
+void HandlingSteps::kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event) {
+    const TraceSection trace("kavelEventHandleThread");
+    if (!mEvents.place(event)) {
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "[dravo_kavel kavelEventHandleThread]: placeKavelEvent failed or event "
+                   "dumped.\n");
+        return;
+    }
+    for (const Step step : kSteps) {
+        if ((this->*step)(event) == Next::Stop) return;
+    }
+}
+
+HandlingSteps::Next HandlingSteps::uploadStatistic(const EventRef& /*event*/) {
+    // No data-collection client is wired in yet: the line is all there is.
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel kavelEventHandleThread]: dravo_statistic_common kavel event "
+               "upload.\n");
+    return Next::Continue;
+}
+
+HandlingSteps::Next HandlingSteps::showAllKavelEvents(const EventRef& /*event*/) {
+    const std::vector<EventRef> records = mEvents.records();
+    if (records.empty()) return Next::Continue;
+    // Every line shows the oldest record's time: readers recognise one state of the list by it.
+    const KavelTimestamp& time = records.front()->timestamp;
+    for (const EventRef& record : records) {
+        KAVEL_LOGI(KAVEL_TAG_BINDER,
+                   "[dravo_kavel showAllKavelEvents]:eventID: %ld logInfo: %d timestamp: "
+                   "%d-%02d-%02d %02d:%02d:%02d %03d.\n",
+                   static_cast<long>(record->eventId), record->logInfo, time.tm_year + 1900,
+                   time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec,
+                   time.millisecond);
+    }
+    return Next::Continue;
+}
+
+HandlingSteps::Next HandlingSteps::switchVariant(const EventRef& /*event*/) {
+    mVariant.kavelVersionSwitch();
+    return Next::Continue;
+}
+
+HandlingSteps::Next HandlingSteps::recover(const EventRef& event) {
+    if (event->eventId < kFirstRecoverableEvent || !mParameters.hasRecoverId(event->eventId)) {
+        return Next::Continue;
+    }
+    if (!VariantPolicy::checkSystemVerion() &&
+        base::GetIntProperty<int32_t>("persist.sys.agingtest", 0) != 1) {
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "[dravo_kavel kavelEventHandleThread]: recovery of event 0x%lx asked for, no "
+                   "action is wired in.\n",
+                   static_cast<long>(event->eventId));
+    }
+    // A recovery event never reaches log catching, whether it got its recovery or not.
+    return Next::Stop;
+}
+
+HandlingSteps::Next HandlingSteps::skipEventsWithoutLogs(const EventRef& event) {
+    switch (event->eventId) {
+        case 0x203:
+        case 0x204:
+        case 0x402:
+        case 0x804:
+            KAVEL_LOGI(KAVEL_NO_TAG,
+                       "[dravo_kavel kavelEventHandleThread]: don't catchlog, just return \n");
+            return Next::Stop;
+        default:
+            return Next::Continue;
+    }
+}
+
+HandlingSteps::Next HandlingSteps::collectNwatchcallLog(const EventRef& event) {
+    if (event->eventId != KAVEL_EVENT_SF_HANG_WARNING) return Next::Continue;
+    // The collection itself is not wired in yet, so no folder is made that nobody would pack.
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel kavelEventHandleThread]: KAVEL_EVENT_SF_HANG_WARNING, don't catch any "
+               "kavel log, just catch nwatchall log.\n");
+    return Next::Stop;
+}
+
+HandlingSteps::Next HandlingSteps::prepareXlogDump(const EventRef& event) {
+    const bool isXlogEvent =
+            event->eventId == 0x3 || event->eventId == 0x101 || event->eventId == 0x5;
+    if (!VariantPolicy::checkSystemVerion() && event->extraInfo.processName == "com.tencent.mm" &&
+        isXlogEvent) {
+        mDump.xlogRequested.store(true, std::memory_order_release);
+        KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel kavelEventHandleThread]: prepare dump xlog.\n");
+    }
+    return Next::Continue;
+}
+
+HandlingSteps::Next HandlingSteps::catchTrailLogs(const EventRef& event) {
+    if (mVariant.systemVersion() != KAVEL_SYSTEM_VERSION_TRAIL) return Next::Continue;
+    mTrailCatcher.trailKavelLogCatcher(event);
+    return Next::Stop;
+}
+
+HandlingSteps::Next HandlingSteps::catchCommercialLogs(const EventRef& event) {
+    // The commercial catchers are not wired in yet: the line says which one it would have been.
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel commerialKavelLogCatcher]: commerialKavelLogCatcher %s event "
+               "found.\n",
+               isAbnormalAction(event->eventId) ? "abnormal action" : "technical");
+    return Next::Stop;
+}
+
+}  // namespace android::kavel

@@ -1,0 +1,87 @@
+#include "handler/KavelEventHandler.h"
+
+#include "event/ExtraInfo.h"
+#include "event/KavelTimestamp.h"
+#include "handler/EventBuilder.h"
+#include "handler/LogFolder.h"
+
+namespace android {
+
+ANDROID_SINGLETON_STATIC_INSTANCE(KavelEventHandler)
+
+KavelEventHandler::KavelEventHandler()
+      : mDump(mParameters),
+        mTrailCatcher(mEvents, mDump),
+        mSteps(mEvents, mParameters, mDump, mVariant, mTrailCatcher) {}
+
+bool KavelEventHandler::buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp,
+                                           int logInfo, int pid, int uid, const char* extraInfo) {
+    return kavel::buildNewKavelEvent(mParameters, mSteps,
+                                     {eventId, timestamp, logInfo, pid, uid, extraInfo});
+}
+
+KavelExtraInfo KavelEventHandler::parseExtraInfo(const std::string& extraInfo, long eventId) {
+    return kavel::parseExtraInfo(extraInfo, eventId);
+}
+
+int KavelEventHandler::generateKavelEventId() {
+    return mEvents.generateKavelEventId();
+}
+
+KavelTimestamp KavelEventHandler::generateKavelTimestamp() {
+    return kavel::generateKavelTimestamp();
+}
+
+std::string KavelEventHandler::kavelTimeStampToString(const KavelTimestamp* timestamp) {
+    return kavel::kavelTimeStampToString(*timestamp);
+}
+
+bool KavelEventHandler::placeKavelEvent(const std::shared_ptr<KavelEvent>& event) {
+    return mEvents.place(event);
+}
+
+void KavelEventHandler::kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event) {
+    mSteps.kavelEventHandleThread(event);
+}
+
+void KavelEventHandler::updateEventParams(long eventId, bool isEnable, long reportFreq) {
+    mParameters.updateEventParams(eventId, isEnable, reportFreq);
+}
+
+void KavelEventHandler::setTimeWindow(long eventId, long timeWindow) {
+    mParameters.setTimeWindow(eventId, timeWindow);
+}
+
+void KavelEventHandler::setRecoverId(long eventId, long recoverId) {
+    mParameters.setRecoverId(eventId, recoverId);
+}
+
+void KavelEventHandler::setEventIdMap(long recoverId, long eventId, const std::string& eventName) {
+    mParameters.setEventIdMap(recoverId, eventId, eventName);
+}
+
+long KavelEventHandler::getTimeWindow(long eventId) {
+    return mParameters.getTimeWindow(eventId);
+}
+
+bool KavelEventHandler::checkSystemVerion() {
+    return kavel::VariantPolicy::checkSystemVerion();
+}
+
+void KavelEventHandler::getOtaVersion() {
+    kavel::VariantPolicy::getOtaVersion();
+}
+
+void KavelEventHandler::kavelVersionSwitch() {
+    mVariant.kavelVersionSwitch();
+}
+
+void KavelEventHandler::trailKavelLogCatcher(const kavel::EventRef& event) {
+    mTrailCatcher.trailKavelLogCatcher(event);
+}
+
+std::string KavelEventHandler::buildLogPathFolderName(const KavelEvent* event) {
+    return kavel::buildLogPathFolderName(mParameters, event);
+}
+
+}  // namespace android

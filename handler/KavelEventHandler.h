@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <utils/Singleton.h>
+
+#include "dump/DumpContext.h"
+#include "event/EventParameters.h"
+#include "event/KavelEvent.h"
+#include "handler/EventList.h"
+#include "handler/HandlingSteps.h"
+#include "handler/TrailCatcher.h"
+#include "handler/VariantPolicy.h"
+
+namespace android {
+
+/**
+ * The one object behind every way in: owns the event list, the settings, the pools and the catches
+ * and gives each public operation to the room that does it. Made on first use, never destroyed.
+ * Any thread.
+ */
+class KavelEventHandler : public Singleton<KavelEventHandler> {
+  public:
+    // Building and handling records.
+
+    /** Whether the event type is enabled, and the report therefore built and handled. */
+    bool buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp, int logInfo, int pid,
+                            int uid, const char* extraInfo);
+    KavelExtraInfo parseExtraInfo(const std::string& extraInfo, long eventId);
+    int generateKavelEventId();
+    KavelTimestamp generateKavelTimestamp();
+    std::string kavelTimeStampToString(const KavelTimestamp* timestamp);
+    bool placeKavelEvent(const std::shared_ptr<KavelEvent>& event);
+    void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
+
+    // Settings of an event type.
+
+    void updateEventParams(long eventId, bool isEnable, long reportFreq);
+    void setTimeWindow(long eventId, long timeWindow);
+    void setRecoverId(long eventId, long recoverId);
+    void setEventIdMap(long recoverId, long eventId, const std::string& eventName);
+    long getTimeWindow(long eventId);
+
+    // Policy and catchers.
+
+    bool checkSystemVerion();
+    void getOtaVersion();
+    void kavelVersionSwitch();
+    void trailKavelLogCatcher(const kavel::EventRef& event);
+    std::string buildLogPathFolderName(const KavelEvent* event);
+
+    /** For the seams through which the lower rooms reach what the handler owns. */
+    kavel::EventParameters& parameters() { return mParameters; }
+    kavel::DumpContext& dump() { return mDump; }
+
+  private:
+    friend class Singleton<KavelEventHandler>;
+    KavelEventHandler();
+
+    kavel::EventParameters mParameters;
+    kavel::DumpContext mDump;
+    kavel::EventList mEvents;
+    kavel::VariantPolicy mVariant;
+    kavel::TrailCatcher mTrailCatcher;
+    kavel::HandlingSteps mSteps;
+};
+
+}  // namespace android

@@ -1,0 +1,53 @@
+#include "handler/LogFolder.h"
+
+#include <log/log.h>
+
+#include <android-base/properties.h>
+
+#include "dump/LogFolderName.h"
+#include "event/ExtraInfo.h"
+#include "event/KavelTimestamp.h"
+#include "platform/KavelPrint.h"
+#include "platform/Log.h"
+#include "platform/Shell.h"
+#include "platform/ShellQuote.h"
+
+namespace android::kavel {
+namespace {
+
+/** Event types that concern a process are named after it, the others after the system. */
+std::string processPart(const KavelEvent& event) {
+    const bool concernsProcess = extraTextForm(event.eventId) != ExtraTextForm::Dropped &&
+                                 event.eventId != kFirstRecoverableEvent;
+    if (!concernsProcess) return "system";
+    return event.extraInfo.processName.empty() ? "empty" : event.extraInfo.processName;
+}
+
+void makeDirectory(const std::string& path) {
+    runShell("mkdir " + shellQuote(path) + "\n");
+}
+
+}  // namespace
+
+std::string buildLogPathFolderName(EventParameters& parameters, const KavelEvent* event) {
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel buildLogPathFolderName]: buildLogPathFolderName start.\n");
+    if (event == nullptr) return "KavelEventIsNullPtr";
+    const std::string name = logFolderName({
+            parameters.eventName(event->eventId),
+            processPart(*event),
+            event->timestamp.realtimeNs,
+            base::GetProperty("ro.build.version.ota", ""),
+            kavelTimeStampToString(event->timestamp),
+    });
+    const std::string folder = std::string(kLogFolderRoot) + "/" + name;
+
+    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel buildLogPathFolderName]: mkdir %s\n", kLogFolderRoot);
+    makeDirectory(kLogFolderRoot);
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "[dravo_kavel buildLogPathFolderName]: mkdir %s\n",
+                folder.c_str());
+    makeDirectory(folder);
+    return folder;
+}
+
+}  // namespace android::kavel

@@ -1,0 +1,33 @@
+// What the lower rooms declare and the handler, which owns it, defines.
+
+#include <exception>
+
+#include "dump/DumpContext.h"
+#include "event/EventIntake.h"
+#include "handler/KavelEventHandler.h"
+#include "platform/Log.h"
+
+namespace android::kavel {
+
+EventParameters& eventParameters() {
+    return KavelEventHandler::getInstance().parameters();
+}
+
+DumpContext& dumpContext() {
+    return KavelEventHandler::getInstance().dump();
+}
+
+bool intakeKavelEvent(long eventId, const KavelTimestamp& timestamp, int logInfo, int pid, int uid,
+                      const std::string& extraInfo) {
+    try {
+        return KavelEventHandler::getInstance().buildNewKavelEvent(eventId, &timestamp, logInfo,
+                                                                   pid, uid, extraInfo.c_str());
+    } catch (const std::exception& e) {
+        // A report must never end the daemon, whoever sent it.
+        KAVEL_LOGE(KAVEL_TAG_BINDER, "[buildNewKavelEvent]: report of eventId 0x%lx dropped: %s\n",
+                   eventId, e.what());
+        return false;
+    }
+}
+
+}  // namespace android::kavel

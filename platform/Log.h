@@ -1,0 +1,12 @@
+#pragma once
+
+#include <android/log.h>
+
+/** Tag of start-up, binder, event building and the commercial catchers. */
+#define KAVEL_TAG_BINDER "KavelBinder"
+
+/** Most lines carry no tag, so that liblog puts the program's name there. */
+#define KAVEL_NO_TAG nullptr
+
+#define KAVEL_LOGI(tag, ...) __android_log_print(ANDROID_LOG_INFO, tag, __VA_ARGS__)
+#define KAVEL_LOGE(tag, ...) __android_log_print(ANDROID_LOG_ERROR, tag, __VA_ARGS__)

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+#include <utils/Mutex.h>  // the annotation macros; empty where the compiler is not clang
+
+namespace android::kavel {
+
+/** std::mutex that clang's thread-safety analysis understands. */
+class CAPABILITY("mutex") Mutex {
+  public:
+    void lock() ACQUIRE() { mMutex.lock(); }
+    void unlock() RELEASE() { mMutex.unlock(); }
+
+  private:
+    friend class MutexLock;
+    std::mutex mMutex;
+};
+
+/** Holds a Mutex for a scope; wait() releases it while the thread sleeps on @p condition. */
+class SCOPED_CAPABILITY MutexLock {
+  public:
+    explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mLock(mutex.mMutex) {}
+    ~MutexLock() RELEASE() {}
+    MutexLock(const MutexLock&) = delete;
+    MutexLock& operator=(const MutexLock&) = delete;
+
+    void wait(std::condition_variable& condition) { condition.wait(mLock); }
+
+  private:
+    std::unique_lock<std::mutex> mLock;
+};
+
+}  // namespace android::kavel

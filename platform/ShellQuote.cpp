@@ -1,0 +1,48 @@
+#include "platform/ShellQuote.h"
+
+namespace android::kavel {
+namespace {
+
+// Characters that neither mksh nor dash treat specially inside a word. Bytes above 0x7f are parts
+// of UTF-8 text. '~', '#' and '!' mean something at the start of a word only; '{', '[' and '*' are
+// left out because brace and file-name expansion would see them.
+bool isLiteral(char c, size_t index) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x80) return true;
+    if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) return true;
+    if (c == '~' || c == '#' || c == '!') return index > 0;
+    return std::string_view("_./:@%+,=-^").find(c) != std::string_view::npos;
+}
+
+bool isLiteralWord(std::string_view value) {
+    for (size_t i = 0; i < value.size(); ++i) {
+        if (!isLiteral(value[i], i)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string shellQuote(std::string_view value) {
+    if (isLiteralWord(value)) return std::string(value);
+    std::string quoted = "'";
+    for (const char c : value) {
+        if (c == '\'') {
+            quoted += "'\\''";
+        } else {
+            quoted.push_back(c);
+        }
+    }
+    return quoted += "'";
+}
+
+std::string shellQuoteForEcho(std::string_view value) {
+    std::string doubled;
+    for (const char c : value) {
+        if (c == '\\') doubled.push_back('\\');
+        doubled.push_back(c);
+    }
+    return shellQuote(doubled);
+}
+
+}  // namespace android::kavel

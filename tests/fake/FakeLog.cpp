@@ -1,0 +1,52 @@
+#include "tests/fake/FakeLog.h"
+
+#include <algorithm>
+
+#include <android/log.h>
+
+#include "platform/Mutex.h"
+
+namespace android::kavel::fake {
+namespace {
+
+struct Captured {
+    Mutex lock;
+    std::vector<LogLine> lines GUARDED_BY(lock);
+};
+
+Captured& captured() {
+    static auto* instance = new Captured;  // late threads log too
+    return *instance;
+}
+
+void keep(const __android_logger_data* data, const char* message) {
+    MutexLock lock(captured().lock);
+    captured().lines.push_back(
+            {data->priority, data->tag == nullptr ? "(null)" : data->tag, message});
+}
+
+}  // namespace
+
+void captureLog() {
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    __android_log_set_logger(keep);
+}
+
+std::vector<LogLine> logLines() {
+    MutexLock lock(captured().lock);
+    return captured().lines;
+}
+
+void clearLog() {
+    MutexLock lock(captured().lock);
+    captured().lines.clear();
+}
+
+size_t logCount(const std::string& text) {
+    const std::vector<LogLine> lines = logLines();
+    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& line) {
+        return line.text.find(text) != std::string::npos;
+    }));
+}
+
+}  // namespace android::kavel::fake

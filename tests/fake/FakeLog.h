@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace android::kavel::fake {
+
+/** One line that went to liblog. */
+struct LogLine {
+    int priority;
+    std::string tag;  ///< "(null)" where the daemon gave none
+    std::string text;
+};
+
+/** From the first call on, log lines are kept here instead of being written. Any thread. */
+void captureLog();
+/** What has been logged since the last clearLog(). */
+std::vector<LogLine> logLines();
+void clearLog();
+/** How many lines hold @p text. */
+size_t logCount(const std::string& text);
+
+}  // namespace android::kavel::fake

@@ -1,0 +1,84 @@
+#include "tests/fake/FakeTime.h"
+
+#include "platform/Clock.h"
+#include "platform/Mutex.h"
+#include "platform/Sleep.h"
+
+namespace android::kavel {
+namespace fake {
+namespace {
+
+struct Time {
+    Mutex lock;
+    std::condition_variable changed;
+    int64_t nowUs GUARDED_BY(lock) = 1'709'802'302'007'000;  // 7 March 2024, 09:05:02.007 UTC
+    bool hold GUARDED_BY(lock) = false;
+    int sleeping GUARDED_BY(lock) = 0;
+    std::vector<uint64_t> sleeps GUARDED_BY(lock);
+};
+
+Time& time() {
+    static auto* instance = new Time;
+    return *instance;
+}
+
+int64_t nowUs() {
+    MutexLock lock(time().lock);
+    return time().nowUs;
+}
+
+}  // namespace
+
+void resetTime(int64_t wallClockUs) {
+    MutexLock lock(time().lock);
+    time().nowUs = wallClockUs;
+    time().sleeps.clear();
+}
+
+void holdSleeps(bool hold) {
+    MutexLock lock(time().lock);
+    time().hold = hold;
+    time().changed.notify_all();
+}
+
+void advance(int64_t seconds) {
+    MutexLock lock(time().lock);
+    time().nowUs += seconds * 1'000'000;
+    time().changed.notify_all();
+}
+
+std::vector<uint64_t> sleeps() {
+    MutexLock lock(time().lock);
+    return time().sleeps;
+}
+
+void awaitSleepers(int count) {
+    MutexLock lock(time().lock);
+    while (time().sleeping < count) lock.wait(time().changed);
+}
+
+}  // namespace fake
+
+void sleepSeconds(uint64_t seconds) {
+    fake::Time& time = fake::time();
+    MutexLock lock(time.lock);
+    time.sleeps.push_back(seconds);
+    const int64_t end = time.nowUs + static_cast<int64_t>(seconds) * 1'000'000;
+    ++time.sleeping;
+    time.changed.notify_all();
+    while (time.hold && time.nowUs < end) lock.wait(time.changed);
+    --time.sleeping;
+    if (!time.hold && time.nowUs < end) time.nowUs = end;
+}
+
+int64_t wallClockUs() {
+    return fake::nowUs();
+}
+int64_t realtimeNs() {
+    return fake::nowUs() * 1000;
+}
+int64_t monotonicNs() {
+    return fake::nowUs() * 1000;
+}
+
+}  // namespace android::kavel
