@@ -6,9 +6,11 @@ set(KAVEL_SANITIZE "" CACHE STRING "Sanitizer leg: empty, asan-ubsan or tsan")
 add_library(kavel_flags INTERFACE)
 target_include_directories(kavel_flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(kavel_flags INTERFACE
-    -Wall -Wextra -Werror -Wshadow -Wconversion -Wformat=2 -Wnon-virtual-dtor -Wcast-qual
+    -Wall -Wextra -Werror -Wconversion -Wformat=2 -Wnon-virtual-dtor -Wcast-qual
     -fstack-protector-strong
-    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wimplicit-fallthrough>)
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wimplicit-fallthrough -Wshadow>
+    # gcc also complains where a constructor names a parameter after the member that it fills.
+    $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>)
 find_package(Threads REQUIRED)
 target_link_libraries(kavel_flags INTERFACE Threads::Threads)
 

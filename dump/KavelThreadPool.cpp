@@ -42,10 +42,11 @@ void KavelThreadPool::addThread(uint16_t count) {
 void KavelThreadPool::work() {
     const string name = mNamePrefix + to_string(++mThreadSequence);
     pthread_setname_np(pthread_self(), name.c_str());
-    while (true) {
-        function<void()> task;
+    packaged_task<void()> task;
+    for (bool isFirst = true;; isFirst = false) {
         {
             MutexLock lock(mTaskLock);
+            if (!isFirst) ++mIdleCount;  // addThread() has counted a new worker already
             while (_run && mTasks.empty()) {
                 ++mWaiting;
                 lock.wait(mTaskSignal);
@@ -57,15 +58,13 @@ void KavelThreadPool::work() {
             mTasks.pop();
         }
         task();
-        task = nullptr;  // what it holds must not live until the next task comes
+        task = {};  // what it holds must not live until the next task comes
         // More workers than the core retire as soon as another one is idle.
         if (mIdleCount >= 1 && mCreated > mCoreSize) return;
-        MutexLock lock(mTaskLock);
-        ++mIdleCount;
     }
 }
 
-void KavelThreadPool::enqueue(function<void()> task) {
+void KavelThreadPool::enqueue(packaged_task<void()> task) {
     if (!_run) {
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel commit]: KavelThreadPool _run is false.\n");
     }

@@ -2,14 +2,11 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <deque>
 #include <exception>
 #include <functional>
 #include <future>
-#include <memory>
 #include <queue>
 #include <thread>
-#include <type_traits>
 #include <vector>
 
 #include "platform/Mutex.h"
@@ -47,25 +44,24 @@ class KavelThreadPool {
      * of the task is logged and kept in the future.
      */
     template <class F, class... Args>
-    auto commit(F&& f, Args&&... args) -> future<invoke_result_t<decay_t<F>&, decay_t<Args>&...>> {
-        using Result = invoke_result_t<decay_t<F>&, decay_t<Args>&...>;
-        auto call = [bound = bind(std::forward<F>(f), std::forward<Args>(args)...)]() mutable {
-            try {
-                return static_cast<Result>(bound());
-            } catch (const exception& e) {
-                logException(e);
-                throw;
-            }
-        };
-        auto task = make_shared<packaged_task<Result()>>(std::move(call));
-        future<Result> result = task->get_future();
-        enqueue([task = std::move(task)] { (*task)(); });
+    future<void> commit(F&& f, Args&&... args) {
+        packaged_task<void()> task(
+                [bound = bind(std::forward<F>(f), std::forward<Args>(args)...)]() mutable {
+                    try {
+                        bound();
+                    } catch (const exception& e) {
+                        logException(e);
+                        throw;
+                    }
+                });
+        future<void> result = task.get_future();
+        enqueue(std::move(task));
         return result;
     }
 
   private:
     static void logException(const exception& e);
-    void enqueue(function<void()> task);
+    void enqueue(packaged_task<void()> task);
     void work();
 
     const char* const mNamePrefix;
@@ -76,7 +72,7 @@ class KavelThreadPool {
     android::kavel::Mutex mGrowLock;
     android::kavel::Mutex mTaskLock;
     vector<thread> mThreads GUARDED_BY(mGrowLock);
-    queue<function<void()>> mTasks GUARDED_BY(mTaskLock);
+    queue<packaged_task<void()>> mTasks GUARDED_BY(mTaskLock);
     int mWaiting GUARDED_BY(mTaskLock) = 0;  // workers asleep on the signal
     condition_variable mTaskSignal;
     atomic<int32_t> mThreadSequence{0};
