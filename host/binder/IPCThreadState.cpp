@@ -1,0 +1,104 @@
+#define LOG_TAG "binder"
+
+#include <binder/IPCThreadState.h>
+
+#include <log/log.h>
+#include <unistd.h>
+
+#include "host/binder/Server.h"
+#include "host/binder/WorkQueue.h"
+
+namespace android {
+
+using kavel::host::Call;
+using kavel::host::Server;
+using kavel::host::WorkQueue;
+
+IPCThreadState* IPCThreadState::self() {
+    static thread_local IPCThreadState state;
+    return &state;
+}
+
+IPCThreadState::IPCThreadState()
+      : mProcess(ProcessState::self()),
+        mLastError(NO_ERROR),
+        mServingStackPointer(nullptr),
+        mCallingPid(getpid()),
+        mCallingSid(nullptr),
+        mCallingUid(getuid()),
+        mWorkSource(kUnsetWorkSource),
+        mPropagateWorkSource(false),
+        mStrictModePolicy(0),
+        mLastTransactionBinderFlags(0),
+        mCallRestriction(ProcessState::CallRestriction::NONE) {}
+
+IPCThreadState::~IPCThreadState() = default;
+
+sp<ProcessState> IPCThreadState::process() {
+    return mProcess;
+}
+
+pid_t IPCThreadState::getCallingPid() const {
+    return mCallingPid;
+}
+
+uid_t IPCThreadState::getCallingUid() const {
+    return mCallingUid;
+}
+
+const char* IPCThreadState::getCallingSid() const {
+    return mCallingSid;
+}
+
+void IPCThreadState::clearCaller() {
+    mCallingPid = getpid();
+    mCallingUid = getuid();
+}
+
+int64_t IPCThreadState::clearCallingIdentity() {
+    const int64_t token = (static_cast<int64_t>(mCallingUid) << 32) | mCallingPid;
+    clearCaller();
+    return token;
+}
+
+void IPCThreadState::restoreCallingIdentity(int64_t token) {
+    mCallingUid = static_cast<uid_t>(token >> 32);
+    mCallingPid = static_cast<pid_t>(token & INT32_MAX);
+}
+
+// Nothing is buffered: a call is on its way when transact() returns.
+void IPCThreadState::flushCommands() {}
+
+void IPCThreadState::joinThreadPool(bool) {
+    for (;;) getAndExecuteCommand();
+}
+
+status_t IPCThreadState::getAndExecuteCommand() {
+    WorkQueue& queue = WorkQueue::instance();
+    bool wasLastIdle = false;
+    const Call call = queue.take(&wasLastIdle);
+    if (wasLastIdle) mProcess->spawnPooledThread(false);
+
+    mCallingPid = call.pid;
+    mCallingUid = call.uid;
+    Parcel data;
+    Parcel reply;
+    status_t status = data.setData(call.frame.body.data(), call.frame.body.size());
+    if (status == NO_ERROR) {
+        status = call.object->transact(call.frame.code, data, &reply, call.frame.flags);
+    }
+    clearCaller();
+
+    queue.finish(call);
+    if (call.isOneWay()) return NO_ERROR;
+    if (status == NO_ERROR) status = reply.errorCheck();
+    if (status == NO_ERROR && reply.dataSize() > kavel::host::kTransactionSpace) {
+        ALOGE("an answer of %zu bytes is too large", reply.dataSize());
+        status = FAILED_TRANSACTION;
+    }
+    const size_t size = status == NO_ERROR ? reply.dataSize() : 0;
+    Server::instance().answer(call.connection, status, reply.data(), size);
+    return NO_ERROR;
+}
+
+}  // namespace android

@@ -1,0 +1,177 @@
+#define LOG_TAG "Parcel"
+
+#include <binder/IPCThreadState.h>
+#include <binder/Parcel.h>
+#include <log/log.h>
+#include <utils/String8.h>
+
+#include <cstring>
+
+#include "host/binder/ParcelToken.h"
+
+// The reading side. What the data does not hold is NOT_ENOUGH_DATA and leaves the position; the
+// value is zero then, a string empty.
+namespace android {
+
+using kavel::host::kTokenMark;
+
+const void* Parcel::readInplace(size_t len) const {
+    if (len > INT32_MAX) return nullptr;
+    const size_t padded = (len + 3) & ~static_cast<size_t>(3);
+    if (padded > dataAvail()) return nullptr;
+    const uint8_t* place = mData + mDataPos;
+    mDataPos += padded;
+    return place;
+}
+
+status_t Parcel::read(void* outData, size_t len) const {
+    if (len == 0) return NO_ERROR;
+    const void* place = readInplace(len);
+    if (place == nullptr) return NOT_ENOUGH_DATA;
+    std::memcpy(outData, place, len);
+    return NO_ERROR;
+}
+
+template <class T>
+status_t Parcel::readAligned(T* pArg) const {
+    static_assert(sizeof(T) % 4 == 0);
+    return read(pArg, sizeof(T));
+}
+
+template <class T>
+T Parcel::readAligned() const {
+    T value{};
+    readAligned(&value);
+    return value;
+}
+
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none.
+#define READ_VALUE(NAME, TYPE, WIRE_TYPE)                   \
+    status_t Parcel::read##NAME(TYPE* pArg) const {         \
+        WIRE_TYPE value{};                                  \
+        const status_t status = readAligned(&value);        \
+        *pArg = static_cast<TYPE>(value);                   \
+        return status;                                      \
+    }                                                       \
+    TYPE Parcel::read##NAME() const {                       \
+        return static_cast<TYPE>(readAligned<WIRE_TYPE>()); \
+    }
+
+READ_VALUE(Int32, int32_t, int32_t)
+READ_VALUE(Uint32, uint32_t, uint32_t)
+READ_VALUE(Int64, int64_t, int64_t)
+READ_VALUE(Uint64, uint64_t, uint64_t)
+READ_VALUE(Float, float, float)
+READ_VALUE(Double, double, double)
+READ_VALUE(Bool, bool, int32_t)
+READ_VALUE(Char, char16_t, int32_t)
+READ_VALUE(Byte, int8_t, int32_t)
+#undef READ_VALUE
+// NOLINTEND(bugprone-macro-parentheses)
+
+const char* Parcel::readCString() const {
+    const size_t available = dataAvail();
+    if (available == 0) return nullptr;
+    const auto* text = reinterpret_cast<const char*>(mData + mDataPos);
+    const void* end = std::memchr(text, 0, available);
+    if (end == nullptr) return nullptr;
+    const size_t length = static_cast<size_t>(static_cast<const char*>(end) - text);
+    return static_cast<const char*>(readInplace(length + 1));
+}
+
+status_t Parcel::readString8(String8* pArg) const {
+    pArg->setTo("", 0);
+    int32_t length = 0;
+    const status_t status = readInt32(&length);
+    if (status != NO_ERROR) return status;
+    if (length < 0) return UNEXPECTED_NULL;
+    const size_t size = static_cast<size_t>(length) + 1;
+    const auto* text = static_cast<const char*>(readInplace(size));
+    if (text == nullptr) return NOT_ENOUGH_DATA;
+    if (text[length] != '\0') return BAD_VALUE;
+    return pArg->setTo(text, static_cast<size_t>(length));
+}
+
+String8 Parcel::readString8() const {
+    String8 text;
+    readString8(&text);
+    return text;
+}
+
+const char16_t* Parcel::readString16Inplace(size_t* outLen) const {
+    *outLen = 0;
+    int32_t length = 0;
+    if (readInt32(&length) != NO_ERROR || length < 0) return nullptr;
+    const size_t size = (static_cast<size_t>(length) + 1) * sizeof(char16_t);
+    const auto* text = static_cast<const char16_t*>(readInplace(size));
+    if (text == nullptr || text[length] != u'\0') return nullptr;
+    *outLen = static_cast<size_t>(length);
+    return text;
+}
+
+status_t Parcel::readString16(String16* pArg) const {
+    size_t length = 0;
+    const char16_t* text = readString16Inplace(&length);
+    if (text != nullptr) return pArg->setTo(text, length);
+    *pArg = String16();
+    return UNEXPECTED_NULL;
+}
+
+status_t Parcel::readString16(std::unique_ptr<String16>* pArg) const {
+    pArg->reset();
+    const size_t start = mDataPos;
+    int32_t length = 0;
+    const status_t status = readInt32(&length);
+    if (status != NO_ERROR || length < 0) return status;
+    mDataPos = start;
+    auto text = std::make_unique<String16>();
+    const status_t result = readString16(text.get());
+    if (result == NO_ERROR) *pArg = std::move(text);
+    return result;
+}
+
+String16 Parcel::readString16() const {
+    String16 text;
+    readString16(&text);
+    return text;
+}
+
+status_t Parcel::readUtf8FromUtf16(std::string* str) const {
+    String16 text;
+    const status_t status = readString16(&text);
+    *str = String8(text).c_str();
+    return status;
+}
+
+int32_t Parcel::readExceptionCode() const {
+    return readInt32();
+}
+
+bool Parcel::enforceInterface(const String16& interface, IPCThreadState*) const {
+    readInt32();  // strict mode policy
+    readInt32();  // work source
+    const int32_t mark = readInt32();
+    const String16 found = readString16();
+    if (mark == kTokenMark && found == interface) return true;
+    ALOGW("a call for interface '%s' arrived at '%s'", String8(found).c_str(),
+          String8(interface).c_str());
+    return false;
+}
+
+bool Parcel::checkInterface(IBinder* binder) const {
+    return enforceInterface(binder->getInterfaceDescriptor());
+}
+
+sp<IBinder> Parcel::readStrongBinder() const {
+    return nullptr;
+}
+
+status_t Parcel::readStrongBinder(sp<IBinder>*) const {
+    return INVALID_OPERATION;
+}
+
+int Parcel::readFileDescriptor() const {
+    return BAD_TYPE;
+}
+
+}  // namespace android

@@ -1,0 +1,178 @@
+#define LOG_TAG "binder"
+
+#include "host/binder/Proxy.h"
+
+#include <binder/Parcel.h>
+#include <errno.h>
+#include <log/log.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <cstring>
+#include <utility>
+
+#include "host/binder/ServiceDirectory.h"
+
+namespace android::kavel::host {
+namespace {
+
+using base::unique_fd;
+
+constexpr size_t kMaxIdleConnections = 4;
+// A server may close a connection that it has not used for long just as a call sets out on it.
+constexpr int kAttempts = 3;
+// The server takes one-way calls at once; only a stopped one makes their sender wait, and no
+// longer.
+constexpr int kOneWayTimeoutMs = 5000;
+
+int receiveAnswer(int fd, bool isOneWay, Frame* answer) {
+    if (isOneWay) {
+        pollfd waiting{fd, POLLIN, 0};
+        if (TEMP_FAILURE_RETRY(poll(&waiting, 1, kOneWayTimeoutMs)) == 0) return ETIMEDOUT;
+    }
+    return receiveFrame(fd, 0, answer);
+}
+
+bool meansDead(int error) {
+    return error == ECONNREFUSED || error == ENOENT || error == EPIPE;
+}
+
+}  // namespace
+
+Proxy::Proxy(std::string path, std::string address, unique_fd connection)
+      : mPath(std::move(path)), mAddress(std::move(address)) {
+    keepIdle(std::move(connection));
+}
+
+Proxy::~Proxy() = default;
+
+status_t Proxy::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
+    if (data.errorCheck() != NO_ERROR) return data.errorCheck();
+    if (!mAlive) return DEAD_OBJECT;
+    if (data.dataSize() > kTransactionSpace) {
+        ALOGE("a call of %zu bytes is too large", data.dataSize());
+        return FAILED_TRANSACTION;
+    }
+    int error = 0;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        unique_fd connection = takeIdle();
+        if (!connection.ok()) error = openConnection(&connection);
+        if (!connection.ok()) break;
+        Frame answer;
+        bool isTaken = true;
+        error = exchange(connection, code, data, flags, &answer, &isTaken);
+        if (error == 0) {
+            keepIdle(std::move(connection));
+            const auto status = static_cast<status_t>(answer.code);
+            if (status != NO_ERROR || reply == nullptr || (flags & FLAG_ONEWAY) != 0) return status;
+            return reply->setData(answer.body.data(), answer.body.size());
+        }
+        if (isTaken) break;
+        closeIdle();  // as old as the one that failed
+    }
+    if (!meansDead(error)) {
+        ALOGE("call %u failed: %s", code, strerror(error));
+        return FAILED_TRANSACTION;
+    }
+    mAlive = false;
+    closeIdle();
+    return DEAD_OBJECT;
+}
+
+int Proxy::exchange(const unique_fd& connection, uint32_t code, const Parcel& data, uint32_t flags,
+                    Frame* answer, bool* isTaken) {
+    const int sent = sendFrame(connection.get(), 0, code, flags, data.data(), data.dataSize());
+    if (sent != 0) {
+        // A closed connection, which nothing can have been read from, is worth another attempt.
+        *isTaken = sent != EPIPE && sent != ECONNRESET;
+        return sent == EPIPE ? ECONNRESET : sent;
+    }
+    const int received = receiveAnswer(connection.get(), (flags & FLAG_ONEWAY) != 0, answer);
+    *isTaken = received != ECONNRESET;
+    return received;
+}
+
+int Proxy::openConnection(unique_fd* connection) {
+    std::string address;
+    unique_fd opened = connectTo(mPath, &address);
+    if (!opened.ok()) return errno;
+    if (address != mAddress) return ENOENT;  // the name is another's by now
+    *connection = std::move(opened);
+    return 0;
+}
+
+unique_fd Proxy::takeIdle() {
+    const Mutex::Autolock lock(mLock);
+    if (mIdle.empty()) return unique_fd();
+    unique_fd connection = std::move(mIdle.back());
+    mIdle.pop_back();
+    return connection;
+}
+
+void Proxy::keepIdle(unique_fd connection) {
+    const Mutex::Autolock lock(mLock);
+    if (mIdle.size() < kMaxIdleConnections) mIdle.push_back(std::move(connection));
+}
+
+void Proxy::closeIdle() {
+    const Mutex::Autolock lock(mLock);
+    mIdle.clear();
+}
+
+status_t Proxy::askDescriptor(String16* descriptor) const {
+    Parcel data;
+    Parcel reply;
+    // As on the phone, only the cached text changes.
+    const status_t status =
+            const_cast<Proxy*>(this)->transact(INTERFACE_TRANSACTION, data, &reply, 0);
+    return status == NO_ERROR ? reply.readString16(descriptor) : status;
+}
+
+const String16& Proxy::getInterfaceDescriptor() const {
+    {
+        const Mutex::Autolock lock(mLock);
+        if (mDescriptor.size() != 0) return mDescriptor;
+    }
+    String16 asked;
+    const status_t status = askDescriptor(&asked);
+    const Mutex::Autolock lock(mLock);
+    // Set once only: callers hold references to it.
+    if (status == NO_ERROR && mDescriptor.size() == 0) mDescriptor = asked;
+    return mDescriptor;
+}
+
+bool Proxy::isBinderAlive() const {
+    return mAlive;
+}
+
+status_t Proxy::pingBinder() {
+    Parcel data;
+    Parcel reply;
+    return transact(PING_TRANSACTION, data, &reply, 0);
+}
+
+status_t Proxy::dump(int, const Vector<String16>&) {
+    return INVALID_OPERATION;  // a descriptor cannot travel
+}
+
+status_t Proxy::linkToDeath(const sp<DeathRecipient>&, void*, uint32_t) {
+    return INVALID_OPERATION;
+}
+
+status_t Proxy::unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp<DeathRecipient>*) {
+    return INVALID_OPERATION;
+}
+
+void Proxy::attachObject(const void* id, void* object, void* cookie, object_cleanup_func cleanup) {
+    mObjects.attach(id, object, cookie, cleanup);
+}
+
+void* Proxy::findObject(const void* id) const {
+    return mObjects.find(id);
+}
+
+void Proxy::detachObject(const void* id) {
+    mObjects.detach(id);
+}
+
+}  // namespace android::kavel::host

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <android-base/unique_fd.h>
+#include <binder/IBinder.h>
+#include <utils/Mutex.h>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "host/binder/AttachedObjects.h"
+#include "host/binder/Frame.h"
+
+namespace android::kavel::host {
+
+/**
+ * A service of another process. It stands for one registration: once that server is dead or
+ * replaced, every call answers DEAD_OBJECT, though another serves under the name. Thread-safe;
+ * each two-way call under way has a connection of its own.
+ */
+class Proxy : public IBinder {
+  public:
+    /** @param connection  a first connection to @p path, @p address what it is connected to */
+    Proxy(std::string path, std::string address, base::unique_fd connection);
+
+    const String16& getInterfaceDescriptor() const override;
+    bool isBinderAlive() const override;
+    status_t pingBinder() override;
+    status_t dump(int fd, const Vector<String16>& args) override;
+    /**
+     * One-way calls return once the server has taken or refused the call, before it is handled.
+     *
+     * @return the handler's status; DEAD_OBJECT where the server is gone; FAILED_TRANSACTION where
+     *         the call is too large or the server has no room for it
+     */
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override;
+    status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie,
+                         uint32_t flags) override;
+    status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie, uint32_t flags,
+                           wp<DeathRecipient>* outRecipient) override;
+    void attachObject(const void* id, void* object, void* cookie,
+                      object_cleanup_func cleanup) override;
+    void* findObject(const void* id) const override;
+    void detachObject(const void* id) override;
+
+  private:
+    ~Proxy() override;
+    int exchange(const base::unique_fd& connection, uint32_t code, const Parcel& data,
+                 uint32_t flags, Frame* answer, bool* isTaken);
+    status_t askDescriptor(String16* descriptor) const;
+    int openConnection(base::unique_fd* connection);
+    base::unique_fd takeIdle();
+    void keepIdle(base::unique_fd connection);
+    void closeIdle();
+
+    const std::string mPath;
+    const std::string mAddress;
+    std::atomic<bool> mAlive{true};
+    AttachedObjects mObjects;
+
+    mutable Mutex mLock;
+    std::vector<base::unique_fd> mIdle GUARDED_BY(mLock);
+    mutable String16 mDescriptor GUARDED_BY(mLock);
+};
+
+}  // namespace android::kavel::host

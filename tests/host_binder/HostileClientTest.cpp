@@ -1,0 +1,160 @@
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "host/binder/Frame.h"
+#include "host/binder/ServiceDirectory.h"
+#include "tests/host_binder/BinderTest.h"
+
+using namespace android;     // NOLINT(google-build-using-namespace)
+using namespace kavel_test;  // NOLINT(google-build-using-namespace)
+
+namespace {
+
+using base::unique_fd;
+using kavel::host::kTransactionSpace;
+
+constexpr uint32_t kMagic = 0x3142564b;
+
+class HostileClientTest : public BinderTest {
+  protected:
+    unique_fd connect(const std::string& name) const {
+        std::string address;
+        unique_fd fd = kavel::host::connectTo(socketPath(name), &address);
+        const timeval limit{20, 0};  // a hang becomes a failure
+        setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+        return fd;
+    }
+};
+
+void sendPacket(const unique_fd& fd, const std::vector<uint32_t>& words, int attachment) {
+    iovec part{const_cast<uint32_t*>(words.data()), words.size() * sizeof(uint32_t)};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    if (attachment >= 0) {
+        message.msg_control = control;
+        message.msg_controllen = sizeof(control);
+        cmsghdr* rights = CMSG_FIRSTHDR(&message);
+        rights->cmsg_level = SOL_SOCKET;
+        rights->cmsg_type = SCM_RIGHTS;
+        rights->cmsg_len = CMSG_LEN(sizeof(int));
+        std::memcpy(CMSG_DATA(rights), &attachment, sizeof(attachment));
+    }
+    ASSERT_EQ(sendmsg(fd.get(), &message, MSG_NOSIGNAL), static_cast<ssize_t>(part.iov_len));
+}
+
+bool isDropped(const unique_fd& fd) {
+    char byte = 0;
+    const ssize_t count = recv(fd.get(), &byte, sizeof(byte), 0);
+    return count == 0 || (count < 0 && errno == ECONNRESET);
+}
+
+// Catches a receiver that waits for the rest of a frame, believes a length, reads from whatever is
+// attached to it, or lets any of that disturb others.
+TEST_F(HostileClientTest, DropsWhatIsNoFrame) {
+    const unique_fd file(open("/proc/self/exe", O_RDONLY | O_CLOEXEC));
+    const unique_fd shortMemory(memfd_create("short", MFD_CLOEXEC));
+    ASSERT_EQ(ftruncate(shortMemory.get(), 70'000), 0);
+    constexpr auto kTooLarge = static_cast<uint32_t>(kTransactionSpace + 1);
+
+    const struct {
+        const char* name;
+        std::vector<uint32_t> words;
+        int attachment = -1;
+    } packets[] = {
+            {"part of a header", {kMagic, 1}},
+            {"half a frame", {kMagic, 1, 0, 100, 1, 2, 3}},
+            {"more than a frame", {kMagic, 1, 0, 4, 1, 2}},
+            {"garbage", {0xdeadbeef, 1, 0, 4, 1}},
+            {"just too large", {kMagic, 1, 0, kTooLarge}},
+            {"huge length", {kMagic, 1, 0, 0xffffffff, 1}},
+            {"large without its memory", {kMagic, 1, 0, 70'001}},
+            {"a file for memory", {kMagic, 1, 0, 70'001}, file.get()},
+            {"memory too short", {kMagic, 1, 0, 70'001}, shortMemory.get()},
+            {"memory with a small frame", {kMagic, 1, 0, 4, 1}, shortMemory.get()},
+    };
+    ServerProcess server("target");
+    const sp<IBinder> service = get("target");
+    ASSERT_NE(service, nullptr);
+    for (const auto& packet : packets) {
+        SCOPED_TRACE(packet.name);
+        const unique_fd hostile = connect("target");
+        sendPacket(hostile, packet.words, packet.attachment);
+        EXPECT_EQ(call(service, CALLER), NO_ERROR);
+        EXPECT_TRUE(isDropped(hostile));
+    }
+}
+
+// Catches answers that pile up, or a thread that waits, for a client that never reads.
+TEST_F(HostileClientTest, DropsAClientThatReadsNoAnswers) {
+    ServerProcess server("target", 1);
+    const sp<IBinder> service = get("target");
+    ASSERT_NE(service, nullptr);
+    Parcel request;
+    request.writeInterfaceToken(String16(kDescriptor));
+    request.writeInt32(60'000);
+    for (const uint32_t flags : {0u, uint32_t{IBinder::FLAG_ONEWAY}}) {
+        const unique_fd hostile = connect("target");
+        int error = 0;
+        for (int sent = 0; sent < 100'000 && error == 0; ++sent) {
+            error = kavel::host::sendFrame(hostile.get(), 0, GROW, flags, request.data(),
+                                           request.dataSize());
+        }
+        EXPECT_EQ(error, EPIPE);
+        EXPECT_EQ(call(service, CALLER), NO_ERROR);
+    }
+}
+
+// Catches idle connections that use up the server's descriptors, and clients that do not survive
+// the loss of a connection the server has given up.
+TEST_F(HostileClientTest, OutlivesMoreConnectionsThanItHolds) {
+    ServerProcess server("target");
+    const sp<IBinder> service = get("target");
+    ASSERT_NE(service, nullptr);
+    std::vector<unique_fd> idle;
+    for (int i = 0; i < 600; ++i) {
+        idle.push_back(connect("target"));
+        ASSERT_TRUE(idle.back().ok());
+    }
+    EXPECT_TRUE(isDropped(idle.front()));
+    EXPECT_EQ(call(service, CALLER), NO_ERROR);
+    EXPECT_EQ(call(check("target"), CALLER), NO_ERROR);
+}
+
+// Catches a server that spins or goes deaf when it may open no further descriptor.
+TEST_F(HostileClientTest, OutlivesTheLackOfDescriptors) {
+    ServerProcess server("target");
+    const sp<IBinder> service = get("target");
+    ASSERT_NE(service, nullptr);
+    // A first call: sanitizers open a pipe to look at an object they see for the first time.
+    ASSERT_EQ(call(service, CALLER), NO_ERROR);
+    const rlimit few{24, 24};
+    ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &few, nullptr), 0);
+    std::vector<unique_fd> idle(50);
+    for (unique_fd& fd : idle) fd = connect("target");
+    EXPECT_EQ(call(service, CALLER), NO_ERROR);
+    idle.clear();
+    EXPECT_TRUE(becomesTrue([&] { return call(service, CALLER) == NO_ERROR; }));
+}
+
+// Catches a sender that hangs for ever when the server is stopped.
+TEST_F(HostileClientTest, OneWaySenderOutlivesAStoppedServer) {
+    ServerProcess server("target");
+    const sp<IBinder> service = get("target");
+    ASSERT_NE(service, nullptr);
+    ASSERT_EQ(kill(server.pid(), SIGSTOP), 0);
+    EXPECT_EQ(call(service, RECORD, {1, 1}, nullptr, IBinder::FLAG_ONEWAY), FAILED_TRANSACTION);
+    ASSERT_EQ(kill(server.pid(), SIGCONT), 0);
+    EXPECT_EQ(call(service, CALLER), NO_ERROR);
+}
+
+}  // namespace
