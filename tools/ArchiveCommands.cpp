@@ -1,0 +1,137 @@
+#include <algorithm>
+#include <iomanip>
+
+#include "dump/LogFolderName.h"
+#include "tools/ArchiveReport.h"
+#include "tools/Collection.h"
+#include "tools/Commands.h"
+#include "tools/Text.h"
+
+namespace android::kavel::tools {
+namespace {
+
+constexpr Option kOptions[] = {{"dir", true}, {"json", false}};
+
+std::filesystem::path directoryOf(const Arguments& arguments) {
+    return arguments.value("dir").value_or(kArchiveDirectory);
+}
+
+constexpr std::string_view kListHelp =
+        "usage: kavelctl list [--dir DIR] [--json]\n"
+        "\n"
+        "Lists the archives of the collection directory, the newest first. The number in front\n"
+        "(-1 is the newest) can be given to 'kavelctl show'. Archives that do not read back are\n"
+        "marked broken; the exit code is 0 all the same. Other files are counted only.\n"
+        "\n"
+        "  --dir DIR  another directory than /data/persist_log/PLX/de/kavel\n"
+        "  --json     one JSON document:\n"
+        "               directory   text\n"
+        "               passedOver  number of entries that are no archives\n"
+        "               archives    list, newest first, of:\n"
+        "                 index      -1 for the newest\n"
+        "                 path       text\n"
+        "                 event      text\n"
+        "                 process    text\n"
+        "                 time       YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
+        "                 folderId   hexadecimal text\n"
+        "                 ota        text\n"
+        "                 size       of the archive, in bytes\n"
+        "                 fileCount  number\n"
+        "                 broken     text why it does not read back, or null\n";
+
+void printList(std::ostream& out, const std::vector<Archive>& archives) {
+    struct Row {
+        std::string number, time, size, files, event, process, mark;
+    };
+    std::vector<Row> rows{{"#", "TIME", "SIZE", "FILES", "EVENT", "PROCESS", ""}};
+    size_t eventWidth = 0;
+    for (size_t i = 0; i < archives.size(); ++i) {
+        const Archive& archive = archives[i];
+        const ArchiveContents& contents = archive.contents;
+        rows.push_back({"-" + std::to_string(i + 1), archive.name->readableTime(' '),
+                        sizeText(contents.archiveSize), std::to_string(contents.fileCount),
+                        printable(archive.subject.event), printable(archive.subject.process),
+                        contents.broken.empty() ? "" : "  BROKEN: " + printable(contents.broken)});
+    }
+    for (const Row& row : rows) eventWidth = std::max(eventWidth, row.event.size());
+    for (const Row& row : rows) {
+        out << std::right << std::setw(5) << row.number << "  " << std::left << std::setw(23)
+            << row.time << std::right << std::setw(11) << row.size << std::setw(7) << row.files
+            << "  " << std::left << std::setw(static_cast<int>(eventWidth)) << row.event << "  "
+            << row.process << row.mark << '\n';
+    }
+}
+
+int runList(const Arguments& arguments, const Output& output) {
+    const std::filesystem::path directory = directoryOf(arguments);
+    const Collection collection = scanCollection(directory);
+    std::vector<Archive> archives;
+    for (const auto& path : collection.archives) {
+        Archive archive = loadArchive(path);
+        // There may be many archives, and a list shows nothing of these.
+        archive.contents.files = {};
+        archive.contents.history = {};
+        archive.contents.extraInfo = {};
+        archives.push_back(std::move(archive));
+    }
+
+    if (arguments.has("json")) {
+        Json::Value json;
+        json["directory"] = directory.string();
+        json["passedOver"] = Json::UInt64{collection.passedOver};
+        Json::Value& list = json["archives"] = Json::arrayValue;
+        for (const Archive& archive : archives) {
+            Json::Value summary = archiveSummary(archive);
+            summary["index"] = -static_cast<Json::Int64>(list.size()) - 1;
+            list.append(summary);
+        }
+        writeJson(output.out, json);
+        return kExitOk;
+    }
+    if (!archives.empty()) printList(output.out, archives);
+    output.out << archives.size() << (archives.size() == 1 ? " archive" : " archives") << " in "
+               << printable(directory.string());
+    if (collection.passedOver != 0) {
+        output.out << "; " << collection.passedOver << " other "
+                   << (collection.passedOver == 1 ? "entry" : "entries") << " passed over";
+    }
+    output.out << '\n';
+    return kExitOk;
+}
+
+constexpr std::string_view kShowHelp =
+        "usage: kavelctl show ARCHIVE | -N [--dir DIR] [--json]\n"
+        "\n"
+        "Shows one archive: what its name says, its history lines, its extraInfo.txt, its files.\n"
+        "-N is the Nth newest of the collection directory, -1 the newest. ARCHIVE is a file name\n"
+        "in there or a path, with or without .tar.gz. Of a broken archive it shows what could be\n"
+        "read, and exits with 1.\n"
+        "\n"
+        "  --dir DIR  another directory than /data/persist_log/PLX/de/kavel\n"
+        "  --json     one JSON document: the keys path to broken of 'kavelctl list --json' (event\n"
+        "             to ota are null where the file's name is not an archive's), and\n"
+        "               history    list of {event, time, logInfo: hexadecimal text, recordId}\n"
+        "               extraInfo  text, or null where the archive has none\n"
+        "               files      list of {name, size in bytes}, 4096 at most\n";
+
+int runShow(const Arguments& arguments, const Output& output) {
+    const Archive archive = loadArchive(findArchive(arguments.operand, directoryOf(arguments)));
+    if (arguments.has("json")) {
+        writeJson(output.out, archiveDetails(archive));
+    } else {
+        printArchive(output.out, archive);
+    }
+    return archive.contents.broken.empty() ? kExitOk : kExitRefused;
+}
+
+}  // namespace
+
+const Command kListCommand{"list",    "list the archives of the collection directory",
+                           kListHelp, "",
+                           kOptions,  std::size(kOptions),
+                           runList};
+
+const Command kShowCommand{"show",   "show what one archive holds", kShowHelp, "ARCHIVE",
+                           kOptions, std::size(kOptions),           runShow};
+
+}  // namespace android::kavel::tools

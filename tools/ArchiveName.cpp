@@ -1,0 +1,102 @@
+#include "tools/ArchiveName.h"
+
+#include <charconv>
+#include <regex>
+
+#include "dump/LogFolderName.h"
+#include "tools/Values.h"
+
+namespace android::kavel::tools {
+namespace {
+
+constexpr std::string_view kPrefix = "kavel_";
+
+/** The start of a subject whose event is called @p eventName, by the daemon's own naming rule. */
+std::string subjectStart(const std::string& eventName) {
+    const std::string folder = logFolderName({eventName, "", 0, "", ""});
+    const std::string tail = logFolderName({"", "", 0, "", ""}).substr(kPrefix.size() + 1);
+    return folder.substr(kPrefix.size(), folder.size() - kPrefix.size() - tail.size());
+}
+
+/** Cuts the part behind the last @p key off @p rest; false where the key is missing. */
+bool takeLast(std::string_view& rest, std::string_view key, std::string_view& value) {
+    const size_t position = rest.rfind(key);
+    if (position == std::string_view::npos) return false;
+    value = rest.substr(position + key.size());
+    rest = rest.substr(0, position);
+    return true;
+}
+
+}  // namespace
+
+std::string ArchiveName::readableTime(char separator) const {
+    const size_t afterDay = time.size() - std::string_view("-HH-MM-SS-mmm").size();
+    std::string text = time;
+    text[afterDay] = separator;
+    text[afterDay + 3] = ':';
+    text[afterDay + 6] = ':';
+    text[afterDay + 9] = '.';
+    return text;
+}
+
+std::optional<ArchiveName> parseArchiveName(std::string_view fileName) {
+    const std::string_view suffix = kArchiveSuffix;
+    if (fileName.size() < suffix.size()) return std::nullopt;
+    const std::string_view folder = fileName.substr(0, fileName.size() - suffix.size());
+    if (fileName.substr(folder.size()) != suffix || !isLogFolderName(folder)) return std::nullopt;
+
+    // Process names may hold "@" (android.hardware.power@1.0-service), so the id is the last part
+    // of its full width; the base that the daemon adds to the clock keeps it at 16 digits.
+    static const std::regex kForm(R"(kavel_([\s\S]*)@([0-9a-f]{16})@([\s\S]*)@([-0-9]+))");
+    std::match_results<std::string_view::const_iterator> parts;
+    if (!std::regex_match(folder.begin(), folder.end(), parts, kForm)) return std::nullopt;
+    return ArchiveName{parts.str(1), parts.str(2), parts.str(3), parts.str(4)};
+}
+
+std::optional<HistoryLine> parseHistoryLine(std::string_view line) {
+    // Taken from the end, because the event's name may hold anything, commas and keys included.
+    std::string_view rest = line;
+    std::string_view recordId;
+    std::string_view logInfo;
+    std::string_view time;
+    std::string_view name;
+    if (!takeLast(rest, ",eventID:", recordId) || !takeLast(rest, ",loginfo:", logInfo) ||
+        !takeLast(rest, ",Timestamp:", time)) {
+        return std::nullopt;
+    }
+    constexpr std::string_view kFirstKey = "EventType:";
+    if (rest.substr(0, kFirstKey.size()) != kFirstKey) return std::nullopt;
+    name = rest.substr(kFirstKey.size());
+
+    HistoryLine result{std::string(name), std::string(time), 0, 0};
+    const char* logInfoEnd = logInfo.data() + logInfo.size();
+    const auto [stop, error] = std::from_chars(logInfo.data(), logInfoEnd, result.logInfo, 16);
+    const auto id = parseInteger(recordId);
+    if (error != std::errc() || stop != logInfoEnd || !id) return std::nullopt;
+    result.recordId = *id;
+    return result;
+}
+
+std::vector<HistoryLine> parseHistory(std::string_view text) {
+    std::vector<HistoryLine> lines;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        if (auto line = parseHistoryLine(text.substr(0, end))) lines.push_back(std::move(*line));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    return lines;
+}
+
+Subject splitSubject(const ArchiveName& name, const std::vector<HistoryLine>& history) {
+    size_t eventEnd = name.subject.find('_');
+    for (const HistoryLine& line : history) {
+        if (line.time != name.time) continue;
+        const std::string start = subjectStart(line.eventName);
+        if (name.subject.rfind(start, 0) != 0) continue;
+        eventEnd = start.size() - 1;
+        break;
+    }
+    return {name.subject.substr(0, eventEnd), name.subject.substr(eventEnd + 1)};
+}
+
+}  // namespace android::kavel::tools

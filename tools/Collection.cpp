@@ -1,0 +1,83 @@
+#include "tools/Collection.h"
+
+#include <algorithm>
+#include <system_error>
+
+#include "dump/LogFolderName.h"
+#include "tools/CommandLine.h"
+#include "tools/Text.h"
+#include "tools/Values.h"
+
+namespace android::kavel::tools {
+namespace fs = std::filesystem;
+namespace {
+
+bool isRegularFile(const fs::path& path) {
+    std::error_code error;
+    return fs::is_regular_file(path, error);
+}
+
+[[noreturn]] void cannotRead(const fs::path& directory, const std::error_code& error) {
+    throw CommandError("cannot read " + printable(directory.string()) + ": " + error.message());
+}
+
+}  // namespace
+
+Collection scanCollection(const fs::path& directory) {
+    struct Found {
+        std::string time;
+        fs::path path;
+    };
+    Collection collection;
+    std::vector<Found> found;
+    std::error_code error;
+    fs::directory_iterator entry(directory, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        const auto name = parseArchiveName(entry->path().filename().string());
+        if (name && isRegularFile(entry->path())) {
+            found.push_back({name->time, entry->path()});
+        } else {
+            ++collection.passedOver;
+        }
+    }
+    if (error) cannotRead(directory, error);
+
+    std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
+        return a.time != b.time ? a.time > b.time : a.path > b.path;
+    });
+    for (Found& archive : found) collection.archives.push_back(std::move(archive.path));
+    return collection;
+}
+
+Archive loadArchive(const fs::path& path) {
+    Archive archive;
+    archive.path = path;
+    archive.name = parseArchiveName(path.filename().string());
+    archive.contents = readArchive(path);
+    archive.history = parseHistory(archive.contents.history);
+    if (archive.name) archive.subject = splitSubject(*archive.name, archive.history);
+    return archive;
+}
+
+fs::path findArchive(const std::string& wanted, const fs::path& directory) {
+    const auto number = parseInteger(wanted);
+    if (number && wanted[0] == '-') {
+        if (*number == 0) throw UsageError("-1 is the newest archive; there is no -0");
+        const std::vector<fs::path> archives = scanCollection(directory).archives;
+        const auto index = static_cast<uint64_t>(-(*number + 1));
+        if (index < archives.size()) return archives[index];
+        throw CommandError("no archive " + wanted + ": there are " +
+                           std::to_string(archives.size()) + " in " +
+                           printable(directory.string()));
+    }
+    // A path that is absolute stays as it is when it is appended to a directory.
+    for (const fs::path& base : {directory / wanted, fs::path(wanted)}) {
+        if (isRegularFile(base)) return base;
+        fs::path withSuffix = base.string() + kArchiveSuffix;
+        if (isRegularFile(withSuffix)) return withSuffix;
+    }
+    throw CommandError("no such archive: '" + printable(wanted) + "' (neither in " +
+                       printable(directory.string()) + " nor as a path)");
+}
+
+}  // namespace android::kavel::tools

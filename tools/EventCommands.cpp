@@ -1,0 +1,136 @@
+#include <limits>
+
+#include "tools/Commands.h"
+#include "tools/DaemonClient.h"
+#include "tools/ExtraText.h"
+#include "tools/Text.h"
+#include "tools/Values.h"
+
+namespace android::kavel::tools {
+namespace {
+
+constexpr int64_t kMaxInt32 = std::numeric_limits<int32_t>::max();
+constexpr int64_t kMinInt64 = std::numeric_limits<int64_t>::min();
+constexpr int64_t kMaxInt64 = std::numeric_limits<int64_t>::max();
+
+/** The daemon's own default for event types without a window. */
+constexpr int64_t kDefaultWindowMs = 180000;
+
+constexpr Option kSetOptions[] = {
+        {"name", true}, {"enable", false}, {"disable", false},
+        {"freq", true}, {"window", true},  {"recover-id", true},
+};
+
+constexpr std::string_view kSetHelp =
+        "usage: kavelctl set EVENT --name N [--enable | --disable] [--freq N] [--window MS]\n"
+        "                    [--recover-id N]\n"
+        "\n"
+        "Configures the event type EVENT. The daemon builds records only of event types that are\n"
+        "configured and enabled. Every call replaces all settings of the event type.\n"
+        "\n"
+        "  --name N        name in folders, archives and the history line; required unless a\n"
+        "                  recover id is given, because the daemon then stores no name\n"
+        "  --enable        handle reports of this event type (the default)\n"
+        "  --disable       drop them\n"
+        "  --freq N        reporting frequency; stored, limits nothing (default 0)\n"
+        "  --window MS     milliseconds for which further reports join the same catch\n"
+        "                  (default 180000; below 1000 each report gets an archive of its own)\n"
+        "  --recover-id N  recovery action for event types from 0x10000001 up; 0 leaves an\n"
+        "                  earlier one in place\n"
+        "\n"
+        "The call is one-way: exit code 0 means that it is queued for the daemon.\n";
+
+int runSet(const Arguments& arguments, const Output& output) {
+    EventSettings settings{};
+    settings.eventId = parseEventId(arguments.operand);
+    settings.name = arguments.text("name");
+    settings.enabled = !arguments.has("disable");
+    settings.frequency = arguments.number("freq", 0, kMaxInt64, 0);
+    settings.windowMs = arguments.number("window", 0, kMaxInt64, kDefaultWindowMs);
+    settings.recoverId = arguments.number("recover-id", kMinInt64, kMaxInt64, 0);
+
+    if (arguments.has("enable") && arguments.has("disable")) {
+        throw UsageError("--enable and --disable exclude each other");
+    }
+    if (!arguments.has("name") && settings.recoverId == 0) throw UsageError("--name is missing");
+    if (settings.recoverId != 0) {
+        output.note() << "an event type with a recover id gets no name: the daemon keeps the name "
+                         "that it had, if any\n";
+    }
+    sendSettings(settings);
+    output.out << "event type " << hexText(static_cast<uint64_t>(settings.eventId))
+               << (settings.enabled ? ": enabled" : ": disabled") << ", window "
+               << settings.windowMs << " ms; queued for the daemon\n";
+    return kExitOk;
+}
+
+constexpr Option kSendOptions[] = {
+        {"log-info", true}, {"pid", true},  {"uid", true},   {"process", true},
+        {"version", true},  {"type", true}, {"extra", true},
+};
+
+constexpr std::string_view kSendHelp =
+        "usage: kavelctl send EVENT [--log-info MASK] [--pid N] [--uid N]\n"
+        "                     [--process P] [--version V] [--type T] | [--extra TEXT]\n"
+        "\n"
+        "Reports one event of the type EVENT, as the framework would.\n"
+        "\n"
+        "  --log-info MASK  which logs to collect: a number, or names of log bits joined by \",\"\n"
+        "                   or \"|\" (default 0; must fit a signed 32-bit number; 'kavelctl\n"
+        "                   explain MASK' shows what a mask collects)\n"
+        "  --pid N          process concerned (default 0)\n"
+        "  --uid N          user concerned (default 0)\n"
+        "  --process P      name of the process concerned\n"
+        "  --version V      version of its package\n"
+        "  --type T         sub-type of the event\n"
+        "  --extra TEXT     the whole extra text as it stands, instead of these three\n"
+        "\n"
+        "What the event type carries:\n"
+        "  0x3 0x602 0x702                   --process and --version, both required\n"
+        "  0x5 0x601 0x701                   --process, --version and --type, all required\n"
+        "  0x10000001                        --process and --type required, --version not kept\n"
+        "  0x1 0x2 0x4 0x101 0x103 0x106     --process only\n"
+        "  any other                         the daemon drops the extra text\n"
+        "\n"
+        "The call is one-way: exit code 0 means that it is queued for the daemon, not that the\n"
+        "event type is enabled or that a catch began.\n";
+
+ExtraText extraText(int64_t eventId, const Arguments& arguments) {
+    const auto given = [&](std::string_view option) -> std::optional<std::string> {
+        if (!arguments.has(option)) return std::nullopt;
+        return arguments.text(option);
+    };
+    const ExtraFields fields{given("process"), given("version"), given("type")};
+    const auto whole = given("extra");
+    if (!whole) return buildExtraText(eventId, fields);
+    if (fields.process || fields.version || fields.type) {
+        throw UsageError("--extra stands instead of --process, --version and --type");
+    }
+    return wholeExtraText(eventId, *whole);
+}
+
+int runSend(const Arguments& arguments, const Output& output) {
+    EventReport report{};
+    report.eventId = parseEventId(arguments.operand);
+    report.logInfo = parseReportMask(arguments.value("log-info").value_or("0"));
+    report.pid = static_cast<int32_t>(arguments.number("pid", 0, kMaxInt32, 0));
+    report.uid = static_cast<int32_t>(arguments.number("uid", 0, kMaxInt32, 0));
+    const ExtraText extra = extraText(report.eventId, arguments);
+    report.extraText = extra.text;
+
+    if (!extra.note.empty()) output.note() << extra.note << '\n';
+    sendReport(report);
+    output.out << "event type " << hexText(static_cast<uint64_t>(report.eventId)) << ", log-info "
+               << hexText(static_cast<uint32_t>(report.logInfo)) << "; queued for the daemon\n";
+    return kExitOk;
+}
+
+}  // namespace
+
+const Command kSetCommand{"set",       "configure an event type", kSetHelp, "EVENT",
+                          kSetOptions, std::size(kSetOptions),    runSet};
+
+const Command kSendCommand{"send",       "report an event",       kSendHelp, "EVENT",
+                           kSendOptions, std::size(kSendOptions), runSend};
+
+}  // namespace android::kavel::tools

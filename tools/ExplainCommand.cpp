@@ -1,0 +1,177 @@
+#include "tools/Commands.h"
+#include "tools/Explain.h"
+#include "tools/Text.h"
+#include "tools/Values.h"
+
+namespace android::kavel::tools {
+namespace {
+
+constexpr Option kOptions[] = {{"event", true}, {"json", false}};
+
+constexpr std::string_view kHelp =
+        "usage: kavelctl explain MASK [--event ID] [--json]\n"
+        "\n"
+        "Shows what a log-info mask makes a catch do: for each bit the exact commands (FOLDER and\n"
+        "TIME stand for what only a catch knows), what the second round takes again, and whether\n"
+        "all bits can be recorded as collected: where they cannot, the pack waits its full 17 s.\n"
+        "Reads the daemon's own tables; the daemon need not run. Whether an event type catches\n"
+        "logs at all is not the mask's business and not shown.\n"
+        "\n"
+        "  MASK        a number, or names of log bits joined by \",\" or \"|\"; 32 bits\n"
+        "  --event ID  the event type: some add a system trace to every mask\n"
+        "  --json      one JSON document:\n"
+        "                mask            hexadecimal text\n"
+        "                event           null without --event, else {id: hexadecimal text,\n"
+        "                                frameworkTrace, nativeTrace: the trace code as\n"
+        "                                hexadecimal text, or null where it adds none}\n"
+        "                bits            list, lowest first, of:\n"
+        "                  bit           hexadecimal text\n"
+        "                  name          text, or null for an unknown bit\n"
+        "                  addedByEvent  true where the event type adds the bit to the mask\n"
+        "                  taken         false where nothing is started for the bit\n"
+        "                  capture       text, what is taken without a shell command, or null\n"
+        "                  commands      list of {command, order, pool: \"cmd\" or \"logcat\",\n"
+        "                                testBit, tagBit: hexadecimal text, heavy}\n"
+        "                secondRound     bits taken again after the time window\n"
+        "                collected       bits recorded once all commands have ended\n"
+        "                neverCollected  bits of the mask that are never recorded\n"
+        "                notAskedFor     bits recorded that are not in the mask\n"
+        "                waitsFullTime   true where the pack waits its full time\n"
+        "                waitSeconds     that time, in seconds\n";
+
+const char* poolName(CommandPool pool) {
+    return pool == CommandPool::Logcat ? "logcat" : "cmd";
+}
+
+/** "0x21 (ANDROID, BINDERINFO)" */
+std::string maskText(uint32_t mask) {
+    return mask == 0 ? "none" : hexText(mask) + " (" + logBitNames(mask) + ")";
+}
+
+Json::Value codeOrNull(const TraceEvent* event) {
+    return event == nullptr ? Json::Value()
+                            : Json::Value(hexText(static_cast<uint64_t>(event->traceCode)));
+}
+
+Json::Value bitJson(const ExplainedBit& bit) {
+    Json::Value json;
+    json["bit"] = hexText(bit.bit);
+    json["name"] =
+            isLogBit(bit.bit) ? Json::Value(std::string(logBitName(bit.bit))) : Json::Value();
+    json["addedByEvent"] = bit.addedByEvent;
+    json["taken"] = bit.taken;
+    json["capture"] = bit.capture.empty() ? Json::Value() : Json::Value(bit.capture);
+    Json::Value& commands = json["commands"] = Json::arrayValue;
+    for (const ExplainedCommand& command : bit.commands) {
+        Json::Value entry;
+        entry["command"] = command.text;
+        entry["order"] = Json::UInt64{command.order};
+        entry["pool"] = poolName(command.row->pool);
+        entry["testBit"] = hexText(command.row->testBit);
+        entry["tagBit"] = hexText(command.row->tagBit);
+        entry["heavy"] = command.row->heavy;
+        commands.append(entry);
+    }
+    return json;
+}
+
+Json::Value explanationJson(const Explanation& explanation) {
+    Json::Value json;
+    json["mask"] = hexText(explanation.mask);
+    json["event"] = Json::nullValue;
+    if (explanation.eventId) {
+        json["event"]["id"] = hexText(static_cast<uint64_t>(*explanation.eventId));
+        json["event"]["frameworkTrace"] = codeOrNull(explanation.frameworkTrace);
+        json["event"]["nativeTrace"] = codeOrNull(explanation.nativeTrace);
+    }
+    Json::Value& bits = json["bits"] = Json::arrayValue;
+    for (const ExplainedBit& bit : explanation.bits) bits.append(bitJson(bit));
+    json["secondRound"] = hexText(explanation.secondRound);
+    json["collected"] = hexText(explanation.collected);
+    json["neverCollected"] = hexText(explanation.neverCollected);
+    json["notAskedFor"] = hexText(explanation.notAskedFor);
+    json["waitsFullTime"] = explanation.waitsFullTime();
+    json["waitSeconds"] = kFullPackWaitSeconds;
+    return json;
+}
+
+void printBit(std::ostream& out, const ExplainedBit& bit) {
+    out << hexText(bit.bit) << ' ' << logBitName(bit.bit)
+        << (bit.addedByEvent ? " (added by the event type)" : "") << '\n';
+    if (!bit.capture.empty()) out << "    " << bit.capture << '\n';
+    if (bit.capture.empty() && bit.commands.empty()) out << "    starts nothing\n";
+    for (const ExplainedCommand& command : bit.commands) {
+        const LogCommand& row = *command.row;
+        out << "    " << command.text << "\n        no. " << command.order << ", "
+            << poolName(row.pool) << " pool, tests " << hexText(row.testBit) << ", records "
+            << hexText(row.tagBit);
+        if (row.tagBit != row.testBit) out << " (" << logBitName(row.tagBit) << ")";
+        if (row.heavy) out << ", heavy: at most one set of heavy dumps in 30 s for all events";
+        out << '\n';
+    }
+}
+
+void printEvent(std::ostream& out, const Explanation& explanation) {
+    out << "event type " << hexText(static_cast<uint64_t>(*explanation.eventId));
+    if (explanation.frameworkTrace != nullptr) {
+        out << ": adds a framework system trace (" << hexText(KAVEL_LOGINFO_FRAMEWORK_SYSTRACE)
+            << "), trace code "
+            << hexText(static_cast<uint64_t>(explanation.frameworkTrace->traceCode)) << '\n';
+    } else if (explanation.nativeTrace != nullptr) {
+        out << ": adds a native system trace (" << hexText(KAVEL_LOGINFO_NATIVE_SYSTRACE)
+            << "), trace code "
+            << hexText(static_cast<uint64_t>(explanation.nativeTrace->traceCode)) << '\n';
+    } else {
+        out << ": adds no system trace\n";
+    }
+}
+
+void printExplanation(std::ostream& out, const Explanation& explanation) {
+    out << "mask " << hexText(explanation.mask) << '\n';
+    if (explanation.eventId) printEvent(out, explanation);
+    out << '\n';
+    for (const ExplainedBit& bit : explanation.bits) printBit(out, bit);
+    if (explanation.bits.empty()) out << "no bit set: starts nothing\n";
+
+    out << "\nsecond round, after the time window: " << maskText(explanation.secondRound)
+        << "\nrecorded as collected: " << maskText(explanation.collected) << '\n';
+    if (explanation.neverCollected != 0) {
+        out << "never recorded: " << maskText(explanation.neverCollected) << '\n';
+    }
+    if (explanation.notAskedFor != 0) {
+        out << "recorded without being in the mask: " << maskText(explanation.notAskedFor) << '\n';
+    }
+    if (explanation.waitsFullTime()) {
+        out << "The recorded bits never equal the mask: the pack waits its full "
+            << kFullPackWaitSeconds << " s.\n";
+        return;
+    }
+    out << "The pack goes on 2 s after all commands have ended.\n";
+    if (explanation.hasHeavy) {
+        out << "A heavy dump that its limit skips is not recorded: then the pack waits its full "
+            << kFullPackWaitSeconds << " s.\n";
+    }
+}
+
+int runExplain(const Arguments& arguments, const Output& output) {
+    const uint32_t mask = parseExplainMask(arguments.operand);
+    std::optional<int64_t> eventId;
+    if (const auto text = arguments.value("event")) eventId = parseEventId(*text);
+
+    const Explanation explanation = explainMask(mask, eventId);
+    if (arguments.has("json")) {
+        writeJson(output.out, explanationJson(explanation));
+    } else {
+        printExplanation(output.out, explanation);
+    }
+    return kExitOk;
+}
+
+}  // namespace
+
+const Command kExplainCommand{"explain", "show what a log-info mask collects",
+                              kHelp,     "MASK",
+                              kOptions,  std::size(kOptions),
+                              runExplain};
+
+}  // namespace android::kavel::tools
