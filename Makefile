@@ -1,0 +1,40 @@
+# The front door: every target does the set-up that it needs.
+
+SHELL := /bin/bash
+PRESET ?= default
+PHONE := build/$(PRESET)/host/phone/phone
+JOBS ?= $(shell nproc)
+
+.DEFAULT_GOAL := help
+.PHONY: help setup build demo test run bench format lint clean
+
+help: ## List the targets
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-8s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
+
+setup: ## Install the Debian packages that are missing (root or sudo)
+	@sh scripts/setup.sh
+
+build: setup ## Build everything with clang (PRESET=gcc, asan-ubsan, tsan for the others)
+	@cmake --preset $(PRESET) > /dev/null
+	@cmake --build --preset $(PRESET) -j $(JOBS)
+
+demo: build ## Watch a report become an archive in the simulated phone
+	@$(PHONE) demo
+
+run: build ## Start the simulated phone and stay up until Ctrl-C
+	@$(PHONE) run
+
+test: setup ## Run all tests: clang, gcc, ASan+UBSan, TSan, lint
+	@scripts/test.sh
+
+bench: setup ## Measure against the budgets
+	@scripts/bench.sh
+
+format: setup ## Format the sources
+	@scripts/lint.sh --format
+
+lint: build ## Check the formatting and run clang-tidy
+	@scripts/lint.sh
+
+clean: ## Remove everything that was built
+	@rm -rf build

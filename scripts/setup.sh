@@ -1,0 +1,25 @@
+#!/bin/sh
+# Installs the packages of packages.txt that are missing; says nothing where none is.
+set -eu
+
+list=$(dirname "$0")/packages.txt
+missing=
+for package in $(sed 's/#.*//' "$list"); do
+    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$status" = installed ] || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+as_root=
+if [ "$(id -u)" != 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "setup: these packages are missing and there is neither root nor sudo:$missing" >&2
+        exit 1
+    fi
+    as_root=sudo
+fi
+echo "setup: installing$missing"
+$as_root apt-get update -q
+# shellcheck disable=SC2086 # the list is meant to be split
+$as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -q --no-install-recommends $missing
