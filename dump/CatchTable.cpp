@@ -3,15 +3,17 @@
 namespace android::kavel {
 
 CatchRef CatchTable::add(const EventRef& event) {
-    CatchRef present = find(event->kavelEventId);
-    if (present != nullptr && present->event == event) return present;
-    CatchRef added(new Catch(event), [this](Catch* ended) {
+    const CatchRef added(new Catch(event), [this](Catch* ended) {
         // The record is alive until the entry is gone, so its id has not been given to another.
         remove(*ended);
         delete ended;
     });
+    CatchRef present;  // as `added`, let go after the lock: its end takes the lock
     MutexLock lock(mLock);
-    mCatches[event->kavelEventId] = added;
+    std::weak_ptr<Catch>& entry = mCatches[event->kavelEventId];
+    present = entry.lock();
+    if (present != nullptr && present->event == event) return present;
+    entry = added;
     return added;
 }
 

@@ -19,23 +19,29 @@ KavelThreadPool::~KavelThreadPool() {
         _run = false;
     }
     mTaskSignal.notify_all();
-    MutexLock lock(mGrowLock);
-    for (thread& worker : mThreads) {
+    vector<thread> threads;
+    {
+        MutexLock lock(mGrowLock);
+        threads.swap(mThreads);
+    }
+    // Not under the grow lock: a task that commits another one may ask for it.
+    for (thread& worker : threads) {
         if (worker.joinable()) worker.join();
     }
 }
 
 void KavelThreadPool::addThread(uint16_t count) {
+    MutexLock grow(mGrowLock);
     if (!_run) {
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel addThread]: KavelThreadPool _run is false.\n");
         return;
     }
-    MutexLock grow(mGrowLock);
     for (; mThreads.size() < mMaxSize && count > 0; --count) {
         mThreads.emplace_back([this] { work(); });
         ++mCreated;
         MutexLock lock(mTaskLock);
         ++mIdleCount;
+        ++mLive;
     }
 }
 
@@ -46,7 +52,13 @@ void KavelThreadPool::work() {
     for (bool isFirst = true;; isFirst = false) {
         {
             MutexLock lock(mTaskLock);
-            if (!isFirst) ++mIdleCount;  // addThread() has counted a new worker already
+            if (!isFirst) {
+                if (maySpareOneLocked()) {
+                    --mLive;
+                    return;
+                }
+                ++mIdleCount;  // addThread() has counted a new worker already
+            }
             while (_run && mTasks.empty()) {
                 ++mWaiting;
                 lock.wait(mTaskSignal);
@@ -59,9 +71,13 @@ void KavelThreadPool::work() {
         }
         task();
         task = {};  // what it holds must not live until the next task comes
-        // More workers than the core retire as soon as another one is idle.
-        if (mIdleCount >= 1 && mCreated > mCoreSize) return;
     }
+}
+
+bool KavelThreadPool::maySpareOneLocked() const {
+    // Extra workers retire as soon as another one is idle. A pool that is being destroyed keeps
+    // them all until its queue is empty.
+    return _run && mIdleCount >= 1 && mLive > mCoreSize;
 }
 
 void KavelThreadPool::enqueue(packaged_task<void()> task) {

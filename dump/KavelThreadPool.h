@@ -63,6 +63,7 @@ class KavelThreadPool {
     static void logException(const exception& e);
     void enqueue(packaged_task<void()> task);
     void work();
+    bool maySpareOneLocked() const REQUIRES(mTaskLock);
 
     const char* const mNamePrefix;
     const uint16_t mCoreSize;
@@ -74,6 +75,7 @@ class KavelThreadPool {
     vector<thread> mThreads GUARDED_BY(mGrowLock);
     queue<packaged_task<void()>> mTasks GUARDED_BY(mTaskLock);
     int mWaiting GUARDED_BY(mTaskLock) = 0;  // workers asleep on the signal
+    int mLive GUARDED_BY(mTaskLock) = 0;     // workers that have not retired
     condition_variable mTaskSignal;
     atomic<int32_t> mThreadSequence{0};
     atomic<uint16_t> mCreated{0};  // entries of mThreads, for readers without the grow lock

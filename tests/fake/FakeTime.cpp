@@ -15,11 +15,17 @@ struct Time {
     bool hold GUARDED_BY(lock) = false;
     int sleeping GUARDED_BY(lock) = 0;
     std::vector<uint64_t> sleeps GUARDED_BY(lock);
+    std::function<void(uint64_t)> hook GUARDED_BY(lock);
 };
 
 Time& time() {
     static auto* instance = new Time;
     return *instance;
+}
+
+std::function<void(uint64_t)> sleepHook() {
+    MutexLock lock(time().lock);
+    return time().hook;
 }
 
 int64_t nowUs() {
@@ -47,6 +53,11 @@ void advance(int64_t seconds) {
     time().changed.notify_all();
 }
 
+void onSleep(std::function<void(uint64_t seconds)> hook) {
+    MutexLock lock(time().lock);
+    time().hook = std::move(hook);
+}
+
 std::vector<uint64_t> sleeps() {
     MutexLock lock(time().lock);
     return time().sleeps;
@@ -60,6 +71,7 @@ void awaitSleepers(int count) {
 }  // namespace fake
 
 void sleepSeconds(uint64_t seconds) {
+    if (const auto hook = fake::sleepHook()) hook(seconds);
     fake::Time& time = fake::time();
     MutexLock lock(time.lock);
     time.sleeps.push_back(seconds);

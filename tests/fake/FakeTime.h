@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace android::kavel::fake {
@@ -12,6 +13,8 @@ namespace android::kavel::fake {
 void resetTime(int64_t wallClockUs);
 void holdSleeps(bool hold);
 void advance(int64_t seconds);
+/** From now on @p hook is called on the sleeping thread before each sleep. */
+void onSleep(std::function<void(uint64_t seconds)> hook);
 /** Every sleep so far, in seconds, in the order in which they began. */
 std::vector<uint64_t> sleeps();
 /** Blocks until @p count threads are in a held sleep. */

@@ -1,0 +1,179 @@
+#include "tests/dump/HostileValues.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "dump/KavelDumpUtilThread.h"
+#include "handler/LogFolder.h"
+#include "tests/dump/DumpBench.h"
+#include "tests/dump/TempDir.h"
+
+namespace fs = std::filesystem;
+
+namespace android::kavel {
+namespace test {
+
+const std::vector<std::string> kHostileValues = {
+        "a;touch CANARY;b",
+        "$(touch CANARY)",
+        "`touch CANARY`",
+        "a&&touch CANARY||touch CANARY&",
+        "a|touch CANARY #",
+        "x>CANARY",
+        "x\n>CANARY\ntouch CANARY\n",
+        "'; >CANARY; '",
+        "\"; >CANARY; \"",
+        "\\'; >CANARY; \\'",
+        "$HOME ${PATH} $((1+1)) $'\\n'",
+        "*",
+        "?[a-z]*",
+        "~",
+        "-rf",
+        "-n",
+        "{a,b} {1..3}",
+        "a\\nb\\c\\\\d\\0101\\",
+        " two  blanks ",
+        "#!",
+        "\xE5\xBA\x94\xE7\x94\xA8\xEF\xBC\x8C\xFF",
+        "",
+};
+
+int runRealShell(const std::string& script, const std::vector<std::string>& options,
+                 const ShellPlace& place) {
+    std::vector<std::string> words = {"sh"};
+    words.insert(words.end(), options.begin(), options.end());
+    words.insert(words.end(), {"-c", script});
+    std::vector<std::string> environment = place.environment;
+    const auto pointers = [](std::vector<std::string>& texts) {
+        std::vector<char*> result;
+        for (std::string& text : texts) result.push_back(text.data());
+        result.push_back(nullptr);
+        return result;
+    };
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addchdir_np(&actions, place.directory.c_str());
+    pid_t pid = -1;
+    int status = -1;
+    if (posix_spawn(&pid, "/bin/sh", &actions, nullptr, pointers(words).data(),
+                    pointers(environment).data()) == 0) {
+        waitpid(pid, &status, 0);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    return status;
+}
+
+}  // namespace test
+
+namespace {
+
+using test::DumpBench;
+using testing::HasSubstr;
+
+/** An empty working directory, a folder beside it, and a PATH of tools that only take notes. */
+class Workplace {
+  public:
+    explicit Workplace(const std::string& folderName) : folder(mTop / ("logs/" + folderName)) {
+        fs::create_directories(mTop / "empty");
+        fs::create_directories(mTop / "tools");
+        fs::create_directories(folder);
+        for (const char* tool :
+             {"tar", "mv", "rm", "mkdir", "cp", "find", "chown", "touch", "logcat", "xargs"}) {
+            const std::string path = mTop / "tools/" + tool;
+            std::ofstream(path) << "#!/bin/sh\n"
+                                   "line=${0##*/}\n"
+                                   "for word; do line=\"$line [$word]\"; done\n"
+                                   "printf '%s\\n' \"$line\" >>\"$NOTES\"\n"
+                                   "[ ${0##*/} != touch ] || >CANARY\n";
+            fs::permissions(path, fs::perms::owner_all);
+        }
+    }
+
+    int run(const std::string& command) const {
+        return test::runRealShell(
+                command, {},
+                {mTop / "empty", {"PATH=" + (mTop / "tools"), "NOTES=" + (mTop / "notes")}});
+    }
+    std::string notes() const { return test::contentOf(mTop / "notes"); }
+    size_t canaries() const {
+        const fs::recursive_directory_iterator everything(mTop / "");
+        return static_cast<size_t>(std::count_if(begin(everything), end(everything),
+                                                 [](const fs::directory_entry& entry) {
+                                                     return entry.path().filename() == "CANARY";
+                                                 }));
+    }
+    size_t strays() const {
+        return static_cast<size_t>(std::distance(fs::directory_iterator(mTop / "empty"), {}));
+    }
+
+  private:
+    test::TempDir mTop;
+
+  public:
+    const std::string folder;
+};
+
+class HostileValue : public testing::TestWithParam<std::string> {};
+
+// Catches a value from outside that reaches a shell as anything but itself, whichever command
+// carries it: the files must hold it literally, and the tools must be given it literally.
+TEST_P(HostileValue, StaysItself) {
+    const std::string& value = GetParam();
+    const Workplace place(value);
+    const std::string& folder = place.folder;
+    DumpBench bench([&](const std::string& command) { return place.run(command); });
+    EventParameters& parameters = bench.context().parameters;
+    parameters.setEventIdMap(0, 0x5, value);
+    parameters.setTimeWindow(0x5, 10'000);
+    const CatchRef running = bench.add(0x5, 0x4D000000, {value, value, value});
+
+    KavelDumpUtilThread::immediateDumpThread(0x0DFFFFFF, DumpBench::kRecordId, folder);
+    KavelDumpUtilThread::packTargetBacktrace(folder, 0x101);
+    KavelDumpUtilThread::packAnrStacktrace(1, folder, 2, 0);
+    KavelDumpUtilThread::packNativeTombstones(folder);
+    KavelDumpUtilThread::trailContinuousDumpThread(0x0DFFFFFF, DumpBench::kRecordId, folder);
+    const std::string own = buildLogPathFolderName(parameters, running->event.get());
+    bench.settle();
+
+    EXPECT_EQ(place.canaries(), 0U);
+    EXPECT_EQ(place.strays(), 0U) << "a file in the working directory";
+    EXPECT_EQ(test::contentOf(folder + "/kavel_history.txt"),
+              "EventType:" + value +
+                      ",Timestamp:2024-03-07-09-05-02-007,loginfo:4d000000,eventID:77\n");
+    EXPECT_EQ(test::contentOf(folder + "/extraInfo.txt"), "[PackageName]:" + value +
+                                                                  "\n[PackageVersion]:" + value +
+                                                                  "\n[eventType]:" + value + "\n");
+    // 31 logs, four of them twice, and the two files above.
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 37);
+
+    const std::string notes = place.notes();
+    for (const std::string& call : {
+                 "mv [/data/anr/kavel_NoFocusWindow*] [" + folder + "/]\n",
+                 "find [/data/anr/] [-name] [*_1_*] [-exec] [cp] [{}] [" + folder + "/] [;]\n",
+                 "find [/data/anr/] [-name] [*kavel_DumpTraces_4711_*] [-exec] [mv] [{}] [" +
+                         folder + "/] [;]\n",
+                 "cp [/data/tombstones/] [" + folder + "]\n",
+                 "tar [czf] [" + folder + ".tar.gz] [" + folder + "/android-2024",
+                 "chown [system:system] [" + folder + ".tar.gz]\n",
+                 "mv [" + folder + ".tar.gz] [/data/persist_log/PLX/de/kavel]\n",
+                 "rm [-rf] [" + folder + "]\n",
+                 "mkdir [" + own + "]\n",
+         }) {
+        EXPECT_THAT(notes, HasSubstr(call));
+    }
+    EXPECT_THAT(notes, testing::Not(HasSubstr("touch [")));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, HostileValue, testing::ValuesIn(test::kHostileValues));
+
+}  // namespace
+}  // namespace android::kavel

@@ -1,0 +1,83 @@
+#include "dump/LogFolderName.h"
+
+#include <climits>
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "tests/dump/HostileValues.h"
+
+namespace android::kavel {
+namespace {
+
+constexpr int64_t kTime = 1'709'802'302'007'000'000;
+const std::string kTail = "@831be687eb45bbc0@V1.2@2024-03-07-09-05-02-007";
+
+std::string nameOf(const std::string& event, const std::string& process,
+                   const std::string& ota = "V1.2") {
+    return logFolderName({event, process, kTime, ota, "2024-03-07-09-05-02-007"});
+}
+
+// Catches names that other tools no longer find, and parts that leave the folder or split a line.
+TEST(LogFolderName, IsMadeOfItsParts) {
+    EXPECT_EQ(nameOf("anr", "com.example.app"), "kavel_anr_com.example.app" + kTail);
+    EXPECT_EQ(nameOf("", "system", ""), "kavel__system@831be687eb45bbc0@@2024-03-07-09-05-02-007");
+    EXPECT_EQ(nameOf("../a", "b/\n\x7f/c\x01"), "kavel_.._a_b____c_" + kTail);
+    EXPECT_EQ(logFolderName({"e", "p", -1, "", "T"}), "kavel_e_p@6b6176656bffffff@@T");
+}
+
+// Catches a catch that is lost because its archive's name is too long, and half a character.
+TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
+    const std::string accents = "\xC3\xA9\xC3\xA9\xC3\xA9";
+    std::string manyAccents;
+    while (manyAccents.size() < 300) manyAccents += accents;
+    for (size_t extra = 0; extra < 4; ++extra) {
+        const std::string event = std::string(extra, 'e');
+        const std::string name = nameOf(event, manyAccents);
+        const size_t length = name.size() + strlen(kArchiveSuffix);
+        EXPECT_TRUE(length == NAME_MAX || length == NAME_MAX - 1) << length;
+        const size_t process = name.find('@') - strlen("kavel_") - extra - 1;
+        EXPECT_EQ(process % 2, 0U) << "a character was split";
+        EXPECT_EQ(name.substr(name.find('@')), kTail);
+    }
+    const std::string both = nameOf(std::string(500, 'e'), std::string(500, 'p'));
+    EXPECT_EQ(both.size() + strlen(kArchiveSuffix), size_t{NAME_MAX});
+    EXPECT_TRUE(isLogFolderName(both));
+}
+
+// Catches a start-up that packs, and removes, folders that are not the daemon's.
+TEST(LogFolderName, OursAreToldFromOthers) {
+    for (const std::string& value : test::kHostileValues) {
+        EXPECT_TRUE(isLogFolderName(nameOf(value, value))) << value;
+    }
+    EXPECT_TRUE(isLogFolderName(nameOf("a@b_c", "d@e@f", "")));
+    const std::string good = "kavel_anr_p" + kTail;
+    ASSERT_TRUE(isLogFolderName(good));
+    const std::vector<std::string> kForeign = {
+            "",
+            "wxlog",
+            "kavel_",
+            "kavel_a_b@1@@",
+            good + ".tar.gz",
+            good + "0",
+            "x" + good,
+            good.substr(0, good.size() - 1),
+            "kavel_anr_p@@V1.2@2024-03-07-09-05-02-007",
+            "kavel_anr_p@831BE687EB45BBC0@V@2024-03-07-09-05-02-007",
+            "kavel_anr_p@831be687eb45bbc01@V@2024-03-07-09-05-02-007",
+            "kavel_anr@831be687eb45bbc0@V@2024-03-07-09-05-02-007",
+            "kavel_" + std::string(300, 'a') + "_p" + kTail,
+    };
+    for (const std::string& foreign : kForeign) {
+        EXPECT_FALSE(isLogFolderName(foreign)) << foreign;
+    }
+}
+
+// Catches "rm -rf" of the root.
+TEST(LogFolderName, EmptyPathAndRootAreNoFolders) {
+    for (const char* path : {"", "/", "//"}) EXPECT_FALSE(isUsableFolder(path)) << path;
+    EXPECT_TRUE(isUsableFolder("/data"));
+}
+
+}  // namespace
+}  // namespace android::kavel

@@ -1,0 +1,186 @@
+#include "dump/KavelThreadPool.h"
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include "tests/dump/TempDir.h"
+#include "tests/fake/FakeLog.h"
+
+namespace android::kavel {
+namespace {
+
+using std::KavelThreadPool;
+using testing::ElementsAre;
+using testing::IsSubsetOf;
+
+std::string threadName() {
+    char name[16] = {};
+    pthread_getname_np(pthread_self(), name, sizeof(name));
+    return name;
+}
+
+/** Names of the live threads that begin with @p prefix. */
+std::set<std::string> liveThreads(const std::string& prefix) {
+    std::set<std::string> names;
+    std::error_code gone;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", gone)) {
+        std::string name = test::contentOf(task.path() / "comm");
+        if (!name.empty()) name.pop_back();  // the newline
+        if (name.compare(0, prefix.size(), prefix) == 0) names.insert(name);
+    }
+    return names;
+}
+
+/** Whether @p condition comes true within a time that only a fault can use up. */
+template <class Condition>
+bool eventually(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+/** Tasks that stay where they are until release(). */
+class Burst {
+  public:
+    /** Commits one and waits until a worker has it; whether one came. */
+    bool occupy(KavelThreadPool& pool) {
+        auto started = std::make_shared<std::promise<void>>();
+        std::future<void> running = started->get_future();
+        mTasks.push_back(pool.commit([this, started] {
+            {
+                MutexLock lock(mLock);
+                mNames.insert(threadName());
+            }
+            started->set_value();
+            mReleased.wait();
+        }));
+        return running.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+    }
+    /** Lets all tasks end; the names of the threads that had them. */
+    std::set<std::string> release() {
+        mRelease.set_value();
+        for (std::future<void>& task : mTasks) task.wait();
+        MutexLock lock(mLock);
+        return mNames;
+    }
+
+  private:
+    std::promise<void> mRelease;
+    const std::shared_future<void> mReleased = mRelease.get_future().share();
+    std::vector<std::future<void>> mTasks;
+    Mutex mLock;
+    std::set<std::string> mNames GUARDED_BY(mLock);
+};
+
+// Catches a start beyond the maximum, and workers that debugging tools cannot tell apart. A name
+// too long for the kernel is not cut: the workers would all share it.
+TEST(KavelThreadPool, StartsNamedWorkersUpToItsMaximum) {
+    KavelThreadPool pool("kt_max", 1, 3);
+    pool.addThread(0);
+    EXPECT_EQ(liveThreads("kt_max").size(), 0U);
+    pool.addThread(2);
+    pool.addThread(20);
+    EXPECT_TRUE(eventually([] { return liveThreads("kt_max").size() == 3; }));
+    Burst burst;
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(burst.occupy(pool));
+    EXPECT_THAT(burst.release(), ElementsAre("kt_max1", "kt_max2", "kt_max3"));
+
+    KavelThreadPool unnamed("kavel_tp_history", 1, 5);
+    unnamed.addThread(1);
+    Burst one;
+    EXPECT_TRUE(one.occupy(unnamed));
+    EXPECT_THAT(one.release(), ElementsAre(threadName()));
+}
+
+// Catches a pool that makes urgent commands wait behind slow ones, one that keeps its extra workers
+// for ever, and one whose bursts add up beyond the maximum.
+TEST(KavelThreadPool, GrowsWhenBusyRetiresWhenIdleAndNeverPassesItsMaximum) {
+    KavelThreadPool pool("kt_grow", 5, 10);
+    pool.addThread(5);
+    {
+        Burst burst;
+        for (int i = 0; i < 6; ++i) ASSERT_TRUE(burst.occupy(pool)) << i;
+        EXPECT_EQ(burst.release().count("kt_grow6"), 1U);
+    }
+    std::set<std::string> everyName;
+    for (int round = 0; round < 3; ++round) {
+        Burst burst;
+        std::vector<std::future<void>> waiting;
+        ASSERT_TRUE(burst.occupy(pool));
+        for (int i = 0; i < 30; ++i) waiting.push_back(pool.commit([] {}));
+        everyName.merge(burst.release());
+        for (std::future<void>& task : waiting) task.wait();
+        everyName.merge(liveThreads("kt_grow"));
+    }
+    EXPECT_TRUE(eventually([&] {
+        pool.commit([] {}).wait();
+        return liveThreads("kt_grow").size() <= 5;
+    }));
+    EXPECT_THAT(everyName,
+                IsSubsetOf({"kt_grow1", "kt_grow2", "kt_grow3", "kt_grow4", "kt_grow5", "kt_grow6",
+                            "kt_grow7", "kt_grow8", "kt_grow9", "kt_grow10"}));
+}
+
+// Catches a queue that is not first in, first out, and a destructor that drops what is queued.
+TEST(KavelThreadPool, OneWorkerKeepsTheOrderAndRunsAllBeforeItIsGone) {
+    std::vector<int> order;
+    std::optional<KavelThreadPool> pool;
+    pool.emplace("kt_one", uint16_t{1}, uint16_t{1});
+    pool->addThread(1);
+    for (int i = 0; i < 200; ++i) {
+        pool->commit([&order](int value) { order.push_back(value); }, i);
+    }
+    pool.reset();
+    ASSERT_EQ(order.size(), 200U);
+    EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+// Catches an exception that ends the daemon, ends the worker, or leaves no trace.
+TEST(KavelThreadPool, ExceptionIsLoggedAndTheWorkerLives) {
+    fake::captureLog();
+    fake::clearLog();
+    KavelThreadPool pool("kt_throw", 1, 1);
+    pool.addThread(1);
+    std::future<void> failed = pool.commit([] { throw std::runtime_error("no space"); });
+    EXPECT_THROW(failed.get(), std::runtime_error);
+    EXPECT_NO_THROW(pool.commit([] {}).get());
+    EXPECT_EQ(fake::logCount("task ended with an exception: no space"), 1U);
+}
+
+// Catches a stopping pool that drops, or deadlocks on, what its own tasks still commit.
+TEST(KavelThreadPool, StoppedPoolSaysSoAndStillRunsWhatIsCommitted) {
+    fake::captureLog();
+    fake::clearLog();
+    bool ranLate = false;
+    {
+        KavelThreadPool pool("kt_stop", 1, 2);
+        pool.addThread(1);
+        pool.commit([&] {
+            const auto stopped = [] {
+                return fake::logCount("KavelThreadPool _run is false.") > 0;
+            };
+            while (!stopped()) {
+                pool.commit([] {});
+                std::this_thread::yield();
+            }
+            EXPECT_TRUE(eventually([] { return liveThreads("kt_stop").size() == 1; }));
+            pool.commit([&] { ranLate = true; });  // nobody else is left to run it
+        });
+    }
+    EXPECT_TRUE(ranLate);
+    EXPECT_GE(fake::logCount("[dravo_kavel commit]: KavelThreadPool _run is false.\n"), 1U);
+}
+
+}  // namespace
+}  // namespace android::kavel
