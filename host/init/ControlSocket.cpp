@@ -1,0 +1,71 @@
+#include "host/init/ControlSocket.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+
+#include "host/init/Accounts.h"
+
+namespace android::kavel::host {
+namespace {
+
+bool giveTo(const RcSocket& spec, const std::string& path, std::string* error) {
+    const auto uid = findUser(spec.user);
+    const auto gid = findGroup(spec.group);
+    if (!uid || !gid) {
+        *error = "unknown owner " + spec.user + ":" + spec.group;
+        return false;
+    }
+    if (lchown(path.c_str(), *uid, *gid) == 0) return true;
+    *error = std::string("chown: ") + strerror(errno);
+    return false;
+}
+
+}  // namespace
+
+base::unique_fd createControlSocket(const RcSocket& spec, const std::string& directory,
+                                    bool giveAway, std::string* error) {
+    const std::string path = directory + "/" + spec.name;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof(address.sun_path)) {
+        *error = "path too long: " + path;
+        return {};
+    }
+    memcpy(address.sun_path, path.c_str(), path.size());
+
+    base::unique_fd fd(socket(AF_UNIX, spec.type | SOCK_CLOEXEC, 0));
+    if (fd.get() < 0) {
+        *error = std::string("socket: ") + strerror(errno);
+        return {};
+    }
+    unlink(path.c_str());
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): the way of the socket API
+    if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) < 0) {
+        *error = "bind to " + path + ": " + strerror(errno);
+        return {};
+    }
+    // Owner first: until the mode is right, nobody but init should get in.
+    if (giveAway && !giveTo(spec, path, error)) return {};
+    if (chmod(path.c_str(), spec.mode) < 0) {
+        *error = std::string("chmod: ") + strerror(errno);
+        return {};
+    }
+    return fd;
+}
+
+std::string controlSocketVariable(const std::string& socketName) {
+    std::string variable = "ANDROID_SOCKET_" + socketName;
+    // As on the phone: what a variable's name cannot hold becomes "_".
+    for (char& c : variable) {
+        if (isalnum(static_cast<unsigned char>(c)) == 0) c = '_';
+    }
+    return variable;
+}
+
+}  // namespace android::kavel::host

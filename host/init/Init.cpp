@@ -1,0 +1,275 @@
+#include "host/init/Init.h"
+
+#include <android-base/file.h>
+#include <android-base/properties.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/timerfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "host/init/InitLog.h"
+#include "host/init/Processes.h"
+#include "host/init/Spawn.h"
+
+namespace android::kavel::host {
+namespace {
+
+using std::chrono::seconds;
+
+/** A phone that is not up by then will not come up. */
+constexpr BootTime kBootLimit = seconds(60);
+
+/** Exit statuses as the shell gives them. */
+constexpr int kBootFailed = 1;
+constexpr int kNotExecutable = 126;
+constexpr int kNotFound = 127;
+constexpr int kSignalBase = 128;
+
+sigset_t handledSignals() {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int number : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) sigaddset(&set, number);
+    return set;
+}
+
+/** What the .rc files of a folder say, in the order of their names. */
+RcScript readScripts(const std::string& directory) {
+    RcScript script;
+    std::error_code error;
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+        if (entry.path().extension() == ".rc") files.push_back(entry.path().string());
+    }
+    if (error) logError("%s: %s", directory.c_str(), error.message().c_str());
+    std::sort(files.begin(), files.end());
+    for (const std::string& file : files) {
+        std::string text;
+        if (base::ReadFileToString(file, &text, /*follow_symlinks=*/true)) {
+            parseRc(file, text, &script);
+        } else {
+            logError("%s: %s", file.c_str(), strerror(errno));
+        }
+    }
+    for (const RcProblem& problem : script.problems) {
+        logWarning("%s: %s", problem.where.c_str(), problem.text.c_str());
+    }
+    return script;
+}
+
+}  // namespace
+
+Init::Init(InitSettings settings) : mSettings(std::move(settings)) {
+    mContext.switchUsers = mSettings.services.switchUsers;
+    mContext.control = [this](std::string_view action, const std::string& name) {
+        return mServices->control(action, name);
+    };
+    mContext.setProperty = [this](const std::string& name, const std::string& value) {
+        const PropertyStatus status = mProperties->set(name, value);
+        return status == PropertyStatus::kSuccess ? std::string() : describe(status);
+    };
+    mContext.getProperty = [](const std::string& name) { return base::GetProperty(name, ""); };
+}
+
+int Init::run() {
+    if (!open()) return kBootFailed;
+    boot();
+    loop();
+    killDescendants();
+    logInfo("the phone is down");
+    return mExitStatus;
+}
+
+bool Init::open() {
+    const sigset_t signals = handledSignals();
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    static_cast<void>(signal(SIGPIPE, SIG_IGN));
+    // Where init is not the first process, orphans of services still come to it.
+    prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
+    mSignals.reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+    mTimer.reset(timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK));
+    if (mSignals.get() < 0 || mTimer.get() < 0) {
+        logError("signals and timer: %s", strerror(errno));
+        return false;
+    }
+    std::string error;
+    mProperties = PropertyService::start(PropertyService::Options::fromEnvironment(), &error);
+    if (mProperties == nullptr) {
+        logError("property service: %s", error.c_str());
+        return false;
+    }
+    mProperties->setControlHandler(mContext.control);
+    mProperties->setChangeHandler([this](const std::string& name, const std::string& value) {
+        if (mPropertyTriggers) mActions->propertyChanged(name);
+        if (name == "sys.boot_completed" && value == "1") mBootCompleted = true;
+    });
+    return true;
+}
+
+void Init::boot() {
+    logInfo("the phone boots");
+    if (!mContext.switchUsers) {
+        logWarning(
+                "only one user id is to be had here: every service runs as that one, and "
+                "files keep it as their owner");
+    }
+    mDeadline = bootTimeNow() + kBootLimit;
+    if (!mProperties->loadFile(mSettings.propertyFile)) {
+        logError("%s cannot be read", mSettings.propertyFile.c_str());
+    }
+    RcScript script = readScripts(mSettings.rcDirectory);
+    mServices = std::make_unique<ServiceList>(
+            std::move(script.services), mSettings.services,
+            [this](const std::string& name, const char* state) {
+                const std::string failure = mContext.setProperty("init.svc." + name, state);
+                if (!failure.empty()) logError("init.svc.%s: %s", name.c_str(), failure.c_str());
+            });
+    mActions = std::make_unique<ActionQueue>(std::move(script.actions), mContext);
+    mActions->trigger("early-init");
+    mActions->trigger("init");
+    mActions->run();
+    mProperties->loadPersistent();
+    mActions->trigger("post-fs-data");
+    mActions->trigger("boot");
+    mActions->run();
+    mPropertyTriggers = true;
+    mActions->propertiesReady();
+    mActions->run();
+    mServices->startClass("core");
+    mServices->startClass("main");
+    // Without a command there is nothing to wait for.
+    if (mSettings.command.empty()) {
+        mPhase = Phase::Up;
+        mDeadline.reset();
+    }
+}
+
+void Init::loop() {
+    while (mPhase != Phase::Done) {
+        if (mPhase != Phase::Stopping) mActions->run();
+        if (mPhase == Phase::Booting && mBootCompleted) bootCompleted();
+        if (mPhase == Phase::Done) return;
+        armTimer();
+        std::array<pollfd, 3> fds{{{mSignals.get(), POLLIN, 0},
+                                   {mTimer.get(), POLLIN, 0},
+                                   {mProperties->pollFd(), POLLIN, 0}}};
+        if (poll(fds.data(), fds.size(), -1) < 0) continue;
+        if (fds[0].revents != 0) onSignals();
+        if (fds[1].revents != 0) onTimer();
+        if (fds[2].revents != 0) mProperties->onReadable();
+    }
+}
+
+void Init::onSignals() {
+    signalfd_siginfo info{};
+    while (read(mSignals.get(), &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
+        const int number = static_cast<int>(info.ssi_signo);
+        if (number == SIGCHLD) {
+            reap();
+        } else {
+            askedToEnd(number, info.ssi_code == SI_KERNEL);
+        }
+    }
+}
+
+void Init::reap() {
+    int status = 0;
+    for (pid_t pid = 0; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
+        if (pid == mCommandPid) {
+            commandEnded(status);
+        } else {
+            mServices->ended(pid, status);  // anything else is an orphan, reaped by now
+        }
+    }
+    if (mPhase == Phase::Stopping && mCommandPid == 0 && !mServices->anyRunning()) {
+        mPhase = Phase::Done;
+    }
+}
+
+void Init::onTimer() {
+    uint64_t expirations = 0;
+    static_cast<void>(read(mTimer.get(), &expirations, sizeof(expirations)));
+    const BootTime now = bootTimeNow();
+    mServices->tick(now);
+    if (!mDeadline || now < *mDeadline) return;
+    mDeadline.reset();
+    if (mPhase == Phase::Booting) {
+        logError("sys.boot_completed was not set within %lld s: giving up",
+                 static_cast<long long>(std::chrono::duration_cast<seconds>(kBootLimit).count()));
+        mExitStatus = kBootFailed;
+        shutDown();
+    } else if (mPhase == Phase::Stopping) {
+        logWarning("some processes did not end by themselves: killing them");
+        mServices->killAll();
+        if (mCommandPid != 0) kill(mCommandPid, SIGKILL);
+    }
+}
+
+void Init::armTimer() {
+    std::optional<BootTime> due = mServices->dueAt();
+    if (mDeadline && (!due || *mDeadline < *due)) due = mDeadline;
+    itimerspec spec{};
+    if (due) {
+        const auto whole = std::chrono::duration_cast<seconds>(*due);
+        spec.it_value.tv_sec = whole.count();
+        spec.it_value.tv_nsec = std::chrono::nanoseconds(*due - whole).count();
+    }
+    timerfd_settime(mTimer.get(), TFD_TIMER_ABSTIME, &spec, nullptr);
+}
+
+void Init::bootCompleted() {
+    mPhase = Phase::Up;
+    mDeadline.reset();
+    logInfo("boot completed");
+    SpawnPlan plan;
+    plan.args = mSettings.command;
+    plan.foreground = true;
+    const Spawned child = spawn(plan);
+    if (child.pid > 0) {
+        mCommandPid = child.pid;
+        return;
+    }
+    logError("cannot run %s: %s", plan.args[0].c_str(), strerror(child.error));
+    mExitStatus = child.error == ENOENT ? kNotFound : kNotExecutable;
+    shutDown();
+}
+
+void Init::commandEnded(int status) {
+    mCommandPid = 0;
+    mExitStatus = WIFSIGNALED(status) ? kSignalBase + WTERMSIG(status) : WEXITSTATUS(status);
+    if (mPhase != Phase::Stopping) shutDown();
+}
+
+void Init::askedToEnd(int number, bool fromTerminal) {
+    if (mPhase == Phase::Stopping) return;
+    if (mCommandPid != 0 && number == SIGINT) {
+        // The command decides what an interrupt means, as under a shell. It has had the
+        // terminal's own already.
+        if (!fromTerminal) kill(mCommandPid, SIGINT);
+        return;
+    }
+    logInfo("asked to end by signal %d", number);
+    if (mPhase == Phase::Booting) mExitStatus = kSignalBase + number;
+    shutDown();
+}
+
+void Init::shutDown() {
+    mPhase = Phase::Stopping;
+    mPropertyTriggers = false;
+    mDeadline = bootTimeNow() + mSettings.endGrace;
+    if (mCommandPid != 0) kill(mCommandPid, SIGTERM);
+    mServices->shutDown();
+    if (mCommandPid == 0 && !mServices->anyRunning()) mPhase = Phase::Done;
+}
+
+}  // namespace android::kavel::host

@@ -1,0 +1,70 @@
+// Init's stand-in: boots the simulated phone from its .rc files.
+
+#include <android-base/parsedouble.h>
+#include <getopt.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "host/init/Accounts.h"
+#include "host/init/Init.h"
+#include "host/init/Processes.h"
+
+namespace {
+
+constexpr int kUsageError = 2;
+
+constexpr char kHelp[] =
+        "Usage: kavel_init [--] [COMMAND ARGS...]\n"
+        "\n"
+        "Boots the simulated phone: reads /system/etc/init/*.rc, runs their actions, starts their\n"
+        "services and serves the system properties. Once sys.boot_completed is 1 it runs COMMAND\n"
+        "in the foreground; when that ends, so does the phone. Without COMMAND the phone stays up\n"
+        "until SIGTERM or SIGINT.\n"
+        "\n"
+        "  -h, --help  this text\n"
+        "\n"
+        "Environment:\n"
+        "  KAVEL_HOST_TIME_SCALE    divides restart periods\n"
+        "  KAVEL_HOST_LOG_DIR       holds the log files (/dev/log); services' stdout and stderr "
+        "go\n"
+        "                           to its file \"stdio\"\n"
+        "  KAVEL_HOST_PROPERTY_DIR, KAVEL_HOST_PROPERTY_SOCKET\n"
+        "                           the property store and its socket\n"
+        "\n"
+        "Exit status: COMMAND's, or 128 + N where signal N ended it; 127 or 126 where it cannot "
+        "be\n"
+        "run; 1 where the phone does not boot; 2 for wrong usage.\n";
+
+double timeScale() {
+    const char* text = getenv("KAVEL_HOST_TIME_SCALE");
+    double scale = 1;
+    // As for sleeps: what is no sensible factor leaves real time.
+    const bool sensible = text != nullptr && android::base::ParseDouble(text, &scale) && scale > 0;
+    return sensible ? scale : 1;
+}
+
+std::string outputFile() {
+    const char* directory = getenv("KAVEL_HOST_LOG_DIR");
+    return std::string(directory != nullptr ? directory : "/dev/log") + "/stdio";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    static constexpr option kOptions[] = {{"help", no_argument, nullptr, 'h'}, {}};
+    // "+": options end where the command begins.
+    for (int c = 0; (c = getopt_long(argc, argv, "+h", kOptions, nullptr)) != -1;) {
+        static_cast<void>(fputs(kHelp, c == 'h' ? stdout : stderr));
+        return c == 'h' ? 0 : kUsageError;
+    }
+
+    android::kavel::host::closeInheritedDescriptors();
+    android::kavel::host::InitSettings settings;
+    settings.command.assign(argv + optind, argv + argc);
+    settings.services.outputFile = outputFile();
+    settings.services.switchUsers = android::kavel::host::canSwitchUsers();
+    settings.services.timeScale = timeScale();
+    return android::kavel::host::Init(std::move(settings)).run();
+}

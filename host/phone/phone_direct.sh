@@ -1,0 +1,69 @@
+# shellcheck shell=bash disable=SC2154,SC2034
+# Part of phone: where namespaces are forbidden, the same tree as links on the machine itself.
+
+# Path on the machine and what it leads to in $dir. A link of exactly this kind is ours.
+DIRECT_LINKS='/data data
+/system system
+/system_ext system
+/dev/socket sockets
+/dev/binder_sockets binder_sockets
+/dev/__properties__ properties
+/dev/log log'
+
+in_container() {
+    [ -e /.dockerenv ] || [ -e /run/.containerenv ] || [ -e /run/systemd/container ] ||
+        { tr '\0' '\n' < /proc/1/environ | grep -q '^container='; } 2> /dev/null
+}
+
+is_ours() {
+    [ -L "$1" ] && [ "$(readlink "$1")" = "$2" ]
+}
+
+check_direct() {
+    local path name
+    [ "$(id -u)" -eq 0 ] || die "KAVEL_SANDBOX=direct needs root"
+    in_container || die "KAVEL_SANDBOX=direct is for throwaway containers, and this machine does
+not look like one"
+    while read -r path name; do
+        is_ours "$path" "$dir/$name" || { [ ! -e "$path" ] && [ ! -L "$path" ]; } ||
+            die "KAVEL_SANDBOX=direct: this machine has a $path already, which is not the phone's"
+    done <<< "$DIRECT_LINKS"
+}
+
+# Users and groups of the phone that the machine lacks, ahead of its own, so that an id that both
+# have gets the phone's name. The machine's lists are kept aside.
+add_accounts() {
+    local list line
+    for list in passwd group; do
+        cp -p "/etc/$list" "$dir/machine.$list" || die "cannot keep /etc/$list aside"
+        while read -r line; do
+            grep -q "^${line%%:*}:" "$dir/machine.$list" || echo "$line"
+        done < "$dir/etc/$list" | cat - "$dir/machine.$list" > "/etc/$list"
+    done
+}
+
+lay_direct() {
+    local path name
+    remove_direct  # what a launcher that was killed left behind
+    add_accounts
+    while read -r path name; do
+        ln -s "$dir/$name" "$path" || die "cannot lay $path"
+    done <<< "$DIRECT_LINKS"
+}
+
+remove_direct() {
+    local path name list
+    while read -r path name; do
+        ! is_ours "$path" "$dir/$name" || rm "$path"
+    done <<< "$DIRECT_LINKS"
+    for list in passwd group; do
+        [ ! -f "$dir/machine.$list" ] || { cat "$dir/machine.$list" > "/etc/$list" &&
+            rm "$dir/machine.$list"; }
+    done
+}
+
+# Runs the phone's init on the machine; does not return.
+launch_direct() {
+    echo "{\"child-pid\": $BASHPID}" > "$dir/info"
+    exec env -i "${phone_env[@]}" setpriv --pdeathsig TERM "$dir/system/bin/kavel_init" -- "$@"
+}

@@ -1,0 +1,228 @@
+// Init as a whole, on a small phone in a temporary folder.
+
+#include "host/init/Init.h"
+
+#include <android-base/file.h>
+#include <android-base/strings.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "host/init/Accounts.h"
+#include "host/init/Processes.h"
+
+namespace android::kavel::host {
+namespace {
+
+constexpr int kTimedOut = -1;
+constexpr uid_t kOrdinaryUser = 54321;
+
+class InitTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        for (const char* name : {"rc", "socket", "services", "properties", "log", "out"}) {
+            ASSERT_EQ(mkdir(path(name).c_str(), 0777), 0);
+            ASSERT_EQ(chmod(path(name).c_str(), 0777), 0);
+        }
+        ASSERT_EQ(chmod(mDir.path, 0755), 0);
+        setenv("KAVEL_HOST_PROPERTY_DIR", path("properties").c_str(), 1);
+        setenv("KAVEL_HOST_PROPERTY_SOCKET", path("socket/property_service").c_str(), 1);
+        setenv("OUT", path("out").c_str(), 1);
+        setenv("SETPROP", KAVEL_SETPROP, 1);
+        setenv("GETPROP", KAVEL_GETPROP, 1);
+        file("build.prop", "ro.test=1\n");
+    }
+
+    std::string path(const std::string& name) const { return std::string(mDir.path) + "/" + name; }
+    void file(const std::string& name, const std::string& text) const {
+        ASSERT_TRUE(base::WriteStringToFile(text, path(name)));
+    }
+    void script(const std::string& name, const std::string& text) const {
+        file("services/" + name, "#!/bin/sh\n" + text);
+        ASSERT_EQ(chmod(path("services/" + name).c_str(), 0755), 0);
+    }
+    std::string read(const std::string& name) const {
+        std::string text;
+        base::ReadFileToString(path(name), &text);
+        return text;
+    }
+
+    /** Boots in a process of its own. */
+    void boot(const std::string& rc, std::vector<std::string> command, bool ordinary = false) {
+        file("rc/test.rc", rc + "\non boot\n    setprop sys.boot_completed 1\n");
+        mPid = fork();
+        ASSERT_GE(mPid, 0);
+        if (mPid != 0) return;
+        if (ordinary && geteuid() == 0 && setresuid(kOrdinaryUser, kOrdinaryUser, kOrdinaryUser)) {
+            _exit(99);
+        }
+        dup2(open(path("log/stderr").c_str(), O_WRONLY | O_APPEND | O_CREAT, 0666), STDERR_FILENO);
+        InitSettings settings;
+        settings.rcDirectory = path("rc");
+        settings.propertyFile = path("build.prop");
+        settings.command = std::move(command);
+        settings.endGrace = std::chrono::milliseconds(300);
+        settings.services.socketDirectory = path("socket");
+        settings.services.outputFile = path("log/stdio");
+        settings.services.scriptDirectory = path("services");
+        settings.services.switchUsers = canSwitchUsers();
+        settings.services.timeScale = 20;
+        closeInheritedDescriptors();
+        _exit(Init(std::move(settings)).run());
+    }
+    void bootShell(const std::string& rc, const std::string& shell) {
+        boot(rc, {"/bin/sh", "-c", shell});
+    }
+
+    /** Init's exit status; kTimedOut, and init killed, after 20 s. */
+    int finish() {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        int status = 0;
+        while (waitpid(mPid, &status, WNOHANG) == 0) {
+            if (std::chrono::steady_clock::now() > end) {
+                kill(mPid, SIGKILL);
+                waitpid(mPid, &status, 0);
+                return kTimedOut;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return WIFEXITED(status) ? WEXITSTATUS(status) : kTimedOut;
+    }
+
+    TemporaryDir mDir;
+    pid_t mPid = -1;
+};
+
+/** Shell text that waits until CONDITION holds, at most 10 s, and fails otherwise. */
+std::string until(const std::string& condition) {
+    return "n=0; until " + condition +
+           "; do n=$((n+1)); [ $n -lt 1000 ] || exit 77; sleep 0.01; done; ";
+}
+
+// Catches an exit status that is lost or mangled on the way out of the phone.
+TEST_F(InitTest, ExitStatusPassesThrough) {
+    const std::vector<std::pair<std::string, int>> rows{
+            {"exit 0", 0}, {"exit 42", 42}, {"kill -9 $$", 137}, {"kill -TERM $$", 143}};
+    for (const auto& [shell, status] : rows) {
+        bootShell("", shell);
+        EXPECT_EQ(finish(), status) << shell;
+    }
+    boot("", {path("nothing")});
+    EXPECT_EQ(finish(), 127);
+    boot("", {path("build.prop")});
+    EXPECT_EQ(finish(), 126);
+}
+
+// Catches triggers out of order, actions on properties that do not run, and lost expansions.
+TEST_F(InitTest, RunsActionsInOrder) {
+    bootShell(
+            "on boot\n setprop order ${order}4\n"
+            "on property:go=1\n setprop went ${ro.test}\n"
+            "on property:order=1234\n setprop seen yes\n"
+            "on post-fs-data\n setprop order ${order}3\n"
+            "on init\n setprop order ${order}2\n"
+            "on early-init\n setprop order 1\n",
+            "$SETPROP go 1; " + until("[ \"$($GETPROP went)\" = 1 ]") +
+                    "[ $($GETPROP order) = 1234 ] && [ $($GETPROP seen) = yes ]");
+    EXPECT_EQ(finish(), 0);
+}
+
+// Catches a socket that is not handed over, not the bound one, or with the wrong mode, and
+// other descriptors that slip into the service.
+TEST_F(InitTest, ServiceGetsItsSocketAndNothingElse) {
+    const int stray = dup2(STDERR_FILENO, 77);
+    bootShell(
+            "service one /bin/sh -c \"echo $ANDROID_SOCKET_ctl_x > $OUT/env; exec ls "
+            "/proc/self/fd\"\n"
+            "    oneshot\n    class main\n    socket ctl-x stream 0620\n",
+            until("[ \"$($GETPROP init.svc.one)\" = stopped ]"));
+    EXPECT_EQ(finish(), 0);
+    close(stray);
+    const std::string number = base::Trim(read("out/env"));
+    // The lowest free number is the folder that ls reads.
+    const std::string folder = number == "3" ? "4" : "3";
+    const std::vector<std::string> fds = base::Split(base::Trim(read("log/stdio")), "\n");
+    EXPECT_THAT(fds, testing::UnorderedElementsAre("0", "1", "2", number, folder));
+    struct stat status {};
+    ASSERT_EQ(stat(path("socket/ctl-x").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0620U);
+}
+
+// Catches a crashed service that stays away, and one that comes back without a pause.
+TEST_F(InitTest, CrashedServiceStartsAgainAfterItsPeriod) {
+    // 5 s at the scale of 20 are 250 ms.
+    bootShell("service one /bin/sh -c \"date +%s%N >> $OUT/starts; kill -9 $$\"\n class core\n",
+              until("[ $(wc -l < $OUT/starts) -ge 3 ]") + "$GETPROP init.svc.one > $OUT/state");
+    EXPECT_EQ(finish(), 0);
+    const auto starts = base::Split(base::Trim(read("out/starts")), "\n");
+    ASSERT_GE(starts.size(), 3U);
+    EXPECT_GE(std::stoll(starts[2]) - std::stoll(starts[0]), 450'000'000);
+}
+
+// Catches requests for services that are lost: those of the .rc files, those of the script
+// folder, and the error for those that are nowhere.
+TEST_F(InitTest, ControlRequests) {
+    script("fromFolder", "echo ran >> $OUT/folder\n");
+    bootShell("service off /bin/sleep 60\n class main\n disabled\n",
+              "$SETPROP ctl.start fromFolder || exit 1;" + until("[ -s $OUT/folder ]") +
+                      until("[ $($GETPROP init.svc.fromFolder) = stopped ]") +
+                      "$SETPROP ctl.start off || exit 2;"
+                      "[ $($GETPROP init.svc.off) = running ] || exit 3;"
+                      "$SETPROP ctl.restart off || exit 4;" +
+                      until("[ $($GETPROP init.svc.off) = running ]") +
+                      "$SETPROP ctl.stop off || exit 5;" +
+                      until("[ $($GETPROP init.svc.off) = stopped ]") +
+                      "for name in nowhere ../rc/test.rc .; do"
+                      " $SETPROP ctl.start $name 2> /dev/null && exit 6; done; exit 0");
+    EXPECT_EQ(finish(), 0);
+    EXPECT_NE(read("log/stderr").find("cannot start service 'nowhere'"), std::string::npos);
+}
+
+// Catches bad lines and missing programs that stop the boot or leave no trace.
+TEST_F(InitTest, GoesOnAfterErrorsAndNamesThem) {
+    bootShell(
+            "service one /nonexistent/program\n class main\n    colour blue\n"
+            "on init\n    frobnicate\n",
+            "[ $($GETPROP init.svc.one) = stopped ]");
+    EXPECT_EQ(finish(), 0);
+    const std::string log = read("log/stderr");
+    for (const char* part :
+         {"test.rc:3: unknown service option 'colour'", "test.rc:5: frobnicate: unknown command",
+          "test.rc:1: cannot start service 'one'"}) {
+        EXPECT_NE(log.find(part), std::string::npos) << part;
+    }
+}
+
+// Catches services and their orphans that outlive the phone, however stubborn.
+TEST_F(InitTest, TakesEverythingDown) {
+    boot("service stubborn /bin/sh -c \"trap '' TERM; setsid sleep 61 & echo $! $$ > $OUT/pids;"
+         " while :; do sleep 1; done\"\n class main\n",
+         {});
+    for (int i = 0; i < 1000 && read("out/pids").empty(); ++i) usleep(10'000);
+    const auto pids = base::Split(base::Trim(read("out/pids")), " ");
+    ASSERT_EQ(pids.size(), 2U);
+    kill(mPid, SIGTERM);
+    EXPECT_EQ(finish(), 0);
+    for (const auto& pid : pids) EXPECT_EQ(kill(std::stoi(pid), 0), -1) << pid;
+}
+
+// Catches a phone that does not boot for an ordinary user, who can give nothing away.
+TEST_F(InitTest, BootsForAnOrdinaryUser) {
+    boot("service one /bin/sh -c \"id -u > $OUT/uid; exec sleep 60\"\n"
+         "    class main\n    user root\n    socket ctl stream 0660 root root\n",
+         {"/bin/sh", "-c", until("[ -s $OUT/uid ]")}, /*ordinary=*/true);
+    EXPECT_EQ(finish(), 0);
+    EXPECT_EQ(base::Trim(read("out/uid")),
+              std::to_string(geteuid() == 0 ? kOrdinaryUser : geteuid()));
+    EXPECT_NE(read("log/stderr").find("only one user id"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace android::kavel::host
