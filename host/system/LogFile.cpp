@@ -1,0 +1,79 @@
+#include "host/system/LogFile.h"
+
+#include <android-base/unique_fd.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace android::kavel::host {
+
+namespace {
+
+constexpr mode_t kEveryoneWrites = 0666;
+
+bool isFileAt(const std::string& path, const struct stat& file) {
+    struct stat found {};
+    return stat(path.c_str(), &found) == 0 && found.st_ino == file.st_ino &&
+           found.st_dev == file.st_dev;
+}
+
+base::unique_fd openForAll(const std::string& path) {
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
+    base::unique_fd fd(::open(path.c_str(), kFlags));
+    if (fd.ok()) return fd;
+    fd.reset(::open(path.c_str(), kFlags | O_CREAT, kEveryoneWrites));
+    if (fd.ok()) fchmod(fd.get(), kEveryoneWrites);  // whatever the umask; fails if not ours
+    return fd;
+}
+
+}  // namespace
+
+LogFile::~LogFile() {
+    const base::unique_fd fd(mFd.load());
+}
+
+int LogFile::open() {
+    const int known = mFd.load(std::memory_order_acquire);
+    if (known >= 0) return known;
+    base::unique_fd fd = openForAll(mPath);
+    int expected = -1;
+    if (!fd.ok() || !mFd.compare_exchange_strong(expected, fd.get())) return expected;
+    return fd.release();
+}
+
+bool LogFile::append(std::string_view lines) {
+    const int fd = open();
+    if (fd < 0) return false;
+    if (write(fd, lines.data(), lines.size()) != static_cast<ssize_t>(lines.size())) return false;
+    // Looked at afterwards: only so does one know that the lines went into a file which is there.
+    struct stat info {};
+    if (fstat(fd, &info) != 0) return false;
+    if (info.st_nlink == 0) {
+        turnOver(fd);
+        return write(fd, lines.data(), lines.size()) == static_cast<ssize_t>(lines.size());
+    }
+    if (info.st_size >= mLimit) turnOver(fd);
+    return true;
+}
+
+void LogFile::turnOver(int fd) {
+    // Only the holder of the current file's lock may rename it. Someone else at it: the next line
+    // will find the new file.
+    base::unique_fd current = openForAll(mPath);
+    struct stat info {};
+    if (!current.ok() || fstat(current.get(), &info) != 0) return;
+    if (info.st_size >= mLimit) {
+        if (flock(current.get(), LOCK_EX | LOCK_NB) != 0) return;
+        if (isFileAt(mPath, info) && rename(mPath.c_str(), (mPath + ".1").c_str()) != 0) {
+            // A folder of someone else's: bounded all the same.
+            if (ftruncate(current.get(), 0) != 0) return;
+        }
+        current = openForAll(mPath);
+    }
+    if (current.ok()) dup3(current.get(), fd, O_CLOEXEC);
+}
+
+}  // namespace android::kavel::host

@@ -1,0 +1,60 @@
+// The platform libraries' property functions, for every process of the phone. The executable's
+// definitions take the place of libbase's, which know only the process itself.
+
+#include <android-base/properties.h>
+#include <cutils/properties.h>
+#include <utils/Timers.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "host/system/PropertyClient.h"
+
+namespace {
+
+android::kavel::host::PropertyReader& reader() {
+    // Never destroyed: other threads may still log while the process ends.
+    static auto* const instance =
+            new android::kavel::host::PropertyReader(android::kavel::host::propertyDirectory());
+    return *instance;
+}
+
+int64_t deadlineAfter(std::chrono::milliseconds timeout) {
+    const int64_t now = systemTime(SYSTEM_TIME_MONOTONIC);
+    constexpr int64_t kNanosPerMilli = 1'000'000;
+    if (timeout.count() > (INT64_MAX - now) / kNanosPerMilli) return INT64_MAX;
+    return timeout.count() <= 0 ? now : now + timeout.count() * kNanosPerMilli;
+}
+
+}  // namespace
+
+namespace android::base {
+
+std::string GetProperty(const std::string& key, const std::string& default_value) {
+    std::optional<std::string> value = reader().get(key);
+    if (!value || value->empty()) return default_value;
+    return std::move(*value);
+}
+
+bool SetProperty(const std::string& key, const std::string& value) {
+    return kavel::host::requestSet(kavel::host::propertySocketPath(), key, value) ==
+           kavel::host::PropertyStatus::kSuccess;
+}
+
+bool WaitForProperty(const std::string& key, const std::string& expected_value,
+                     std::chrono::milliseconds relative_timeout) {
+    return reader().waitFor(key, expected_value, deadlineAfter(relative_timeout));
+}
+
+}  // namespace android::base
+
+int property_get(const char* key, char* value, const char* default_value) {
+    const std::string text =
+            android::base::GetProperty(key, default_value != nullptr ? default_value : "");
+    snprintf(value, PROPERTY_VALUE_MAX, "%s", text.c_str());
+    return static_cast<int>(strlen(value));
+}
+
+int property_set(const char* key, const char* value) {
+    return android::base::SetProperty(key, value != nullptr ? value : "") ? 0 : -1;
+}

@@ -1,0 +1,45 @@
+#include "platform/Sleep.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <ctime>
+
+namespace android::kavel {
+
+namespace {
+
+/** Far beyond any wait, and still a time the kernel's 64 bits of nanoseconds can hold. */
+constexpr double kLongestSleep = 4e9;
+
+/** How many times faster than the phone's this host's time runs; 1 if not said or not sensible. */
+double timeScale() {
+    const char* text = getenv("KAVEL_HOST_TIME_SCALE");
+    if (text == nullptr) return 1;
+    char* end = nullptr;
+    const double scale = strtod(text, &end);
+    return end != text && *end == '\0' && std::isfinite(scale) && scale > 0 ? scale : 1;
+}
+
+}  // namespace
+
+void sleepSeconds(uint64_t seconds) {
+    constexpr long kNanosPerSecond = 1'000'000'000;
+    const double scaled = std::fmin(static_cast<double>(seconds) / timeScale(), kLongestSleep);
+    double whole = 0;
+    const double fraction = std::modf(scaled, &whole);
+
+    // An absolute end, so that signals do not stretch the sleep.
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += static_cast<time_t>(whole);
+    end.tv_nsec += static_cast<long>(fraction * static_cast<double>(kNanosPerSecond));
+    if (end.tv_nsec >= kNanosPerSecond) {
+        end.tv_nsec -= kNanosPerSecond;
+        ++end.tv_sec;
+    }
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
+    }
+}
+
+}  // namespace android::kavel

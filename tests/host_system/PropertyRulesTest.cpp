@@ -1,0 +1,63 @@
+#include "host/system/PropertyRules.h"
+
+#include <gtest/gtest.h>
+
+#include "host/system/PropertyProtocol.h"
+
+namespace android::kavel::host {
+namespace {
+
+// Catches a limit that is off by one, or a name that would leave the store's folder.
+TEST(PropertyRules, NamesAndValues) {
+    const struct {
+        std::string name;
+        size_t valueLength;
+        PropertyStatus expected;
+    } cases[] = {
+            {"a", 0, PropertyStatus::kSuccess},
+            {"persist.sys.kvl-x_y@z:1", 91, PropertyStatus::kSuccess},
+            {std::string(255, 'n'), 1, PropertyStatus::kSuccess},
+            {"ro.long", 92, PropertyStatus::kSuccess},
+            {"ro.long", 65536, PropertyStatus::kSuccess},
+            {"ro.long", 65537, PropertyStatus::kInvalidValue},
+            {"rolong", 92, PropertyStatus::kInvalidValue},
+            {"", 1, PropertyStatus::kInvalidName},
+            {std::string(256, 'n'), 1, PropertyStatus::kInvalidName},
+            {".a", 1, PropertyStatus::kInvalidName},
+            {"a.", 1, PropertyStatus::kInvalidName},
+            {"a..b", 1, PropertyStatus::kInvalidName},
+            {"..", 1, PropertyStatus::kInvalidName},
+            {"a/b", 1, PropertyStatus::kInvalidName},
+            {"a b", 1, PropertyStatus::kInvalidName},
+            {"a=b", 1, PropertyStatus::kInvalidName},
+            {std::string("a\0b", 3), 1, PropertyStatus::kInvalidName},
+            {"a\xc3\xa4", 1, PropertyStatus::kInvalidName},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(checkProperty(each.name, std::string(each.valueLength, 'v')), each.expected)
+                << each.name << " " << each.valueLength;
+    }
+    EXPECT_EQ(checkProperty("a", std::string_view("x\0y", 3)), PropertyStatus::kInvalidValue);
+}
+
+// Catches a request that is taken for complete too early, or a length that is believed.
+TEST(PropertyProtocol, EveryPrefixIsIncompleteAndLengthsAreBounded) {
+    const std::string whole = encodeSetRequest("some.name", "value");
+    for (size_t length = 0; length < whole.size(); ++length) {
+        EXPECT_EQ(decodeSetRequest(whole.substr(0, length)).state, SetRequest::State::kIncomplete)
+                << length;
+    }
+    const SetRequest request = decodeSetRequest(whole);
+    EXPECT_EQ(request.state, SetRequest::State::kComplete);
+    EXPECT_EQ(request.name + "=" + request.value, "some.name=value");
+
+    const std::string command = whole.substr(0, 4);
+    const std::string huge = "\xff\xff\xff\xff";
+    EXPECT_EQ(decodeSetRequest(huge).error, PropertyStatus::kInvalidCommand);
+    EXPECT_EQ(decodeSetRequest(command + huge).error, PropertyStatus::kInvalidName);
+    EXPECT_EQ(decodeSetRequest(encodeSetRequest("n", "").substr(0, 9) + huge).error,
+              PropertyStatus::kInvalidValue);
+}
+
+}  // namespace
+}  // namespace android::kavel::host
