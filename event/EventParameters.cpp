@@ -56,6 +56,13 @@ std::string EventParameters::eventName(int64_t eventId) {
     return mEventIdMap[eventId];
 }
 
+std::optional<std::string> EventParameters::findEventName(int64_t eventId) const {
+    MutexLock lock(mLock);
+    const auto entry = mEventIdMap.find(eventId);
+    if (entry == mEventIdMap.end()) return std::nullopt;
+    return entry->second;
+}
+
 bool EventParameters::hasRecoverId(int64_t eventId) const {
     MutexLock lock(mLock);
     return mRecoverIdMap.count(eventId) != 0;

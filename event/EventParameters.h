@@ -30,6 +30,8 @@ class EventParameters {
     /** The event type's window in seconds; the default where none was ever set. */
     int64_t getTimeWindow(int64_t eventId) const;
     std::string eventName(int64_t eventId);
+    /** The name where there is an entry, an empty one included; leaves nothing behind. */
+    std::optional<std::string> findEventName(int64_t eventId) const;
     bool hasRecoverId(int64_t eventId) const;
 
   private:

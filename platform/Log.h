@@ -8,5 +8,7 @@
 /** Most lines carry no tag, so that liblog puts the program's name there. */
 #define KAVEL_NO_TAG nullptr
 
+#define KAVEL_LOGD(tag, ...) __android_log_print(ANDROID_LOG_DEBUG, tag, __VA_ARGS__)
 #define KAVEL_LOGI(tag, ...) __android_log_print(ANDROID_LOG_INFO, tag, __VA_ARGS__)
+#define KAVEL_LOGW(tag, ...) __android_log_print(ANDROID_LOG_WARN, tag, __VA_ARGS__)
 #define KAVEL_LOGE(tag, ...) __android_log_print(ANDROID_LOG_ERROR, tag, __VA_ARGS__)

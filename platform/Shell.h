@@ -15,7 +15,8 @@ inline constexpr std::chrono::milliseconds kPackDeadline = std::chrono::seconds(
  * status comes back, or -1 where the shell could not be started or would not die.
  *
  * The command has a process group of its own and only descriptors 0 to 2. Past @p deadline the
- * group gets SIGTERM and, five seconds later, SIGKILL; its status and duration are then logged.
+ * group gets SIGTERM, and SIGKILL once its leader has ended, five seconds later at the latest; the
+ * status and the duration are then logged.
  * Any thread; several may run commands at once.
  */
 int runShell(const std::string& command, std::chrono::milliseconds deadline = kCommandDeadline);

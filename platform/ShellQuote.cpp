@@ -21,10 +21,7 @@ bool isLiteralWord(std::string_view value) {
     return true;
 }
 
-}  // namespace
-
-std::string shellQuote(std::string_view value) {
-    if (isLiteralWord(value)) return std::string(value);
+std::string singleQuote(std::string_view value) {
     std::string quoted = "'";
     for (const char c : value) {
         if (c == '\'') {
@@ -36,13 +33,27 @@ std::string shellQuote(std::string_view value) {
     return quoted += "'";
 }
 
-std::string shellQuoteForEcho(std::string_view value) {
+std::string doubleBackslashes(std::string_view value) {
     std::string doubled;
     for (const char c : value) {
         if (c == '\\') doubled.push_back('\\');
         doubled.push_back(c);
     }
-    return shellQuote(doubled);
+    return doubled;
+}
+
+}  // namespace
+
+std::string shellQuote(std::string_view value) {
+    return isLiteralWord(value) ? std::string(value) : singleQuote(value);
+}
+
+std::string shellQuoteForEcho(std::string_view value) {
+    return shellQuote(doubleBackslashes(value));
+}
+
+std::string singleQuoteForEcho(std::string_view value) {
+    return singleQuote(doubleBackslashes(value));
 }
 
 }  // namespace android::kavel

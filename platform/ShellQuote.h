@@ -17,4 +17,7 @@ std::string shellQuote(std::string_view value);
  */
 std::string shellQuoteForEcho(std::string_view value);
 
+/** As shellQuoteForEcho(), but always between single quotes. */
+std::string singleQuoteForEcho(std::string_view value);
+
 }  // namespace android::kavel

@@ -8,7 +8,7 @@ namespace android::kavel::fake {
 /** One line that went to liblog. */
 struct LogLine {
     int priority;
-    std::string tag;  ///< "(null)" where the daemon gave none
+    std::string tag;  ///< the program's name where the daemon gave none, as liblog has it
     std::string text;
 };
 

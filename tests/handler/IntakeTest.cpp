@@ -1,0 +1,186 @@
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <android/log.h>
+#include <gtest/gtest.h>
+
+#include "dump/DumpContext.h"
+#include "event/EventIntake.h"
+#include "event/KavelTimestamp.h"
+#include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeShell.h"
+#include "tests/fake/FakeTime.h"
+
+// The handler lives as long as the process, so nobody joins the workers that its pools retired.
+extern "C" const char* __tsan_default_options() {  // NOLINT(bugprone-reserved-identifier)
+    return "report_thread_leaks=0";
+}
+
+namespace android::kavel {
+namespace {
+
+// Would catch a malformed report that ends the daemon, leaves a record, or floods the log.
+TEST(Intake, MalformedReportIsOneErrorLine) {
+    fake::captureLog();
+    const KavelTimestamp now = generateKavelTimestamp();
+    struct {
+        long eventId;
+        const char* text;
+    } const rows[] = {
+            {0x3, ""},
+            {0x5, "processName:com.a"},
+            {0x702, "no keys in this text, but enough characters"},
+            {0x10000001, "processName:com.a,packageVersion:1"},
+    };
+    for (const auto& row : rows) {
+        eventParameters().updateEventParams(row.eventId, true, 0);
+        fake::clearLog();
+        EXPECT_FALSE(intakeKavelEvent(row.eventId, now, 0, 0, 0, row.text));
+        size_t errors = 0;
+        for (const auto& line : fake::logLines()) errors += line.priority == ANDROID_LOG_ERROR;
+        EXPECT_EQ(errors, 1u);
+        EXPECT_EQ(fake::logCount(" dropped: extra text has no "), 1u) << row.text;
+        EXPECT_EQ(fake::logCount("kavelEventHandleThread"), 0u);
+    }
+    // None of them is in the list.
+    eventParameters().updateEventParams(0x402, true, 0);
+    EXPECT_TRUE(intakeKavelEvent(0x402, now, 0, 0, 0, "ignored"));
+    EXPECT_EQ(fake::logCount("[dravo_kavel showAllKavelEvents]:"), 1u);
+}
+
+constexpr int kThreads = 8;
+constexpr int kReports = 250;  // of each thread
+
+constexpr long kCombined = 0x1;
+constexpr long kAlone = 0x2;
+constexpr long kMalformed = 0x3;  // its text lacks the keys
+constexpr long kNoLog = 0x402;
+constexpr long kAbnormal = 0xF01;
+constexpr long kDisabled = 0x777;
+constexpr long kKinds[] = {kCombined, kAlone, kMalformed, kNoLog, kAbnormal, kDisabled, kCombined};
+
+long kind(int report) {
+    return kKinds[static_cast<size_t>(report) % std::size(kKinds)];
+}
+
+struct Counts {
+    std::map<long, size_t> reported;
+    std::atomic<size_t> handled{0};
+};
+
+void configure() {
+    EventParameters& parameters = eventParameters();
+    for (const long eventId : kKinds) {
+        parameters.updateEventParams(eventId, eventId != kDisabled, 0);
+        parameters.setTimeWindow(eventId, eventId == kAlone ? 0 : 10'000);
+    }
+    parameters.setEventIdMap(0, kAlone, "alone");
+}
+
+/** Reports from all threads at once. */
+void storm(bool timeMoves, Counts& counts) {
+    for (int i = 0; i < kThreads * kReports; ++i) ++counts.reported[kind(i)];
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t, timeMoves, &counts] {
+            for (int i = t * kReports; i < (t + 1) * kReports; ++i) {
+                const long eventId = kind(i);
+                KavelTimestamp now = generateKavelTimestamp();
+                now.realtimeNs += i;  // so that each folder has a name of its own
+                counts.handled += intakeKavelEvent(eventId, now, 0x3, i, t, "com.a");
+                if (i % 50 == 0) configure();
+                if (timeMoves && i % 25 == 0) fake::advance(31);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
+/** Waits until no catch is in flight, a minute at most. */
+bool catchesEnd() {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (dumpContext().catches.size() != 0) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+std::string between(const std::string& text, const std::string& from, const std::string& to) {
+    const size_t start = text.find(from);
+    if (start == std::string::npos) return "";
+    const size_t value = start + from.size();
+    return text.substr(value, text.find(to, value) - value);
+}
+
+class Storm : public testing::TestWithParam<bool> {};
+
+// Would catch (under the sanitizers) a race or a use after free, an id that two live records share,
+// a catch that is never released, and a folder that is never packed.
+TEST_P(Storm, EveryCatchEnds) {
+    // With a fixed zone tzset() changes nothing; the sanitizer does not see the C library's lock.
+    setenv("TZ", "UTC0", 1);
+    fake::captureLog();
+    fake::clearLog();
+    fake::resetShell();
+    fake::resetTime(1'709'802'302'007'000 + (GetParam() ? 3'600'000'000 : 0));
+    fake::holdSleeps(true);
+    configure();
+    Counts counts;
+    storm(GetParam(), counts);
+    fake::holdSleeps(false);
+    ASSERT_TRUE(catchesEnd()) << dumpContext().catches.size();
+
+    EXPECT_EQ(fake::logCount("is Disable! value: 0"), counts.reported[kDisabled]);
+    EXPECT_EQ(fake::logCount("report of eventId 0x3 dropped"), counts.reported[kMalformed]);
+    EXPECT_EQ(counts.handled,
+              kThreads * kReports - counts.reported[kDisabled] - counts.reported[kMalformed]);
+    EXPECT_EQ(fake::logCount("don't catchlog, just return"), counts.reported[kNoLog]);
+    // These lines mean that an entry of the table was lost to another record of the same id.
+    EXPECT_EQ(fake::logCount("no event "), 0u);
+
+    std::set<std::string> made;
+    std::set<std::string> liveIds;  // those of the windowless catches, held until the storm is over
+    size_t caught = 0;
+    for (const std::string& command : fake::commands()) {
+        const std::string folder = between(command, "mkdir /data/persist_log/kavel30/", "\n");
+        if (!folder.empty()) {
+            EXPECT_TRUE(made.insert(folder).second) << folder;
+        }
+        const std::string id = between(command, ",eventID:", " ");
+        if (id.empty()) continue;
+        ++caught;
+        EXPECT_EQ(made.count(between(command, ">> /data/persist_log/kavel30/", "/")), 1u)
+                << command;
+        if (GetParam()) continue;
+        EXPECT_EQ(liveIds.count(id), 0u) << command;
+        if (command.find("EventType:alone") != std::string::npos) liveIds.insert(id);
+    }
+    const size_t refused = fake::logCount("placeKavelEvent failed or event dumped");
+    EXPECT_EQ(caught, counts.reported[kCombined] + counts.reported[kAlone] +
+                              counts.reported[kAbnormal] - refused);
+    EXPECT_GT(refused, 0u);
+    // A refused record goes no further.
+    EXPECT_EQ(fake::logCount("kavel event upload"), caught + counts.reported[kNoLog]);
+    EXPECT_GT(made.size(), counts.reported[kAlone]);
+    for (const std::string& folder : made) {
+        const std::string path = "/data/persist_log/kavel30/" + folder;
+        EXPECT_EQ(fake::commandCount("tar czf " + path + ".tar.gz"), 1u) << folder;
+        EXPECT_EQ(fake::commandCount("rm -rf " + path), 1u) << folder;
+    }
+    EXPECT_FALSE(dumpContext().combinedDumpRunning);
+
+    fake::clearLog();
+    EXPECT_TRUE(intakeKavelEvent(kNoLog, generateKavelTimestamp(), 0, 0, 0, ""));
+    EXPECT_EQ(fake::logCount("[dravo_kavel showAllKavelEvents]:"), 31u);
+}
+
+INSTANTIATE_TEST_SUITE_P(TimeMoves, Storm, testing::Bool());
+
+}  // namespace
+}  // namespace android::kavel

@@ -1,0 +1,126 @@
+#include "handler/TrailCatcher.h"
+
+#include <future>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "handler/LogFolder.h"
+#include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeShell.h"
+#include "tests/handler/FakeDumpThreads.h"
+#include "tests/handler/TestEvent.h"
+
+namespace android::kavel {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class TrailCatcherTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        fake::captureLog();
+        fake::clearLog();
+        fake::resetShell();
+        fake::takeDumpThreads();
+    }
+
+    std::shared_ptr<KavelEvent> placed(long eventId, const std::string& process) {
+        auto added = fake::event(eventId, 100 * mPlaced++, process, 3);
+        mEvents.place(added);
+        return added;
+    }
+    /** The thread of @p kind for @p event, in the folder that was made for @p owner. */
+    std::string thread(const char* kind, const KavelEvent& event, const KavelEvent& owner) {
+        fake::resetShell();
+        const std::string folder = buildLogPathFolderName(mParameters, &owner);
+        return std::string(kind) + " 3 " + std::to_string(event.kavelEventId) + ' ' + folder;
+    }
+    static size_t folders() { return fake::commandCount("/kavel_"); }
+
+    EventParameters mParameters;
+    DumpContext mDump{mParameters};
+    EventList mEvents;
+    TrailCatcher mCatcher{mEvents, mDump};
+    int mPlaced = 0;
+};
+
+// Would catch an event of the window that gets a folder or a pack of its own.
+TEST_F(TrailCatcherTest, EventsOfOneWindowShareAFolder) {
+    const auto first = placed(0x1, "one");  // no window configured: the default combines
+    const auto second = placed(0x2, "two");
+    mCatcher.trailKavelLogCatcher(first);
+    EXPECT_TRUE(mDump.combinedDumpRunning);
+    mCatcher.trailKavelLogCatcher(second);
+    EXPECT_EQ(folders(), 1u);
+    const Lines started = fake::takeDumpThreads();
+    EXPECT_EQ(started,
+              (Lines{thread("immediate", *first, *first), thread("continuous", *first, *first),
+                     thread("immediate", *second, *first)}));
+    // The window is over: the next one opens another.
+    mDump.combinedDumpRunning = false;
+    const auto third = placed(0x2, "three");
+    mCatcher.trailKavelLogCatcher(third);
+    EXPECT_EQ(fake::takeDumpThreads(),
+              (Lines{thread("immediate", *third, *third), thread("continuous", *third, *third)}));
+}
+
+// Would catch an abnormal action, or an event without a window, in another event's folder.
+TEST_F(TrailCatcherTest, EventsWithoutAWindowAreCaughtAlone) {
+    mParameters.setTimeWindow(0xF03, 30000);
+    mParameters.setTimeWindow(0x2, 999);
+    mCatcher.trailKavelLogCatcher(placed(0x1, "opens"));
+    fake::takeDumpThreads();
+    for (const long eventId : {0xF03L, 0x2L}) {
+        for (const bool running : {true, false}) {
+            mDump.combinedDumpRunning = running;
+            const auto alone = placed(eventId, "alone");
+            mCatcher.trailKavelLogCatcher(alone);
+            EXPECT_EQ(fake::takeDumpThreads(), (Lines{thread("immediate", *alone, *alone),
+                                                      thread("continuous", *alone, *alone)}));
+            EXPECT_EQ(mDump.combinedDumpRunning, running);
+        }
+    }
+}
+
+// Would catch a join that reads the folder's name before it is known.
+TEST_F(TrailCatcherTest, EventJoinsWhileTheFolderIsBeingMade) {
+    const auto first = placed(0x1, "one");
+    const auto second = placed(0x2, "two");
+    std::future<void> joiner;
+    fake::resetShell([&](const std::string& command) {
+        if (command.find("_one@") == std::string::npos) return 0;
+        joiner = std::async(std::launch::async, [&] { mCatcher.trailKavelLogCatcher(second); });
+        while (fake::logCount("event combined.") < 2) std::this_thread::yield();
+        return 0;
+    });
+    mCatcher.trailKavelLogCatcher(first);
+    joiner.get();
+    EXPECT_EQ(folders(), 1u);
+    const Lines started = fake::takeDumpThreads();
+    EXPECT_EQ(started.size(), 3u);
+    EXPECT_THAT(started, testing::Contains(thread("immediate", *second, *first)));
+}
+
+// Would catch a window that nobody ever closes.
+TEST_F(TrailCatcherTest, WindowThatCannotBeOpenedIsClosed) {
+    fake::refuseThreads(true);
+    EXPECT_THROW(mCatcher.trailKavelLogCatcher(placed(0x1, "one")), std::system_error);
+    fake::refuseThreads(false);
+    EXPECT_FALSE(mDump.combinedDumpRunning);
+    EXPECT_EQ(mDump.catches.size(), 0u);
+}
+
+// Would catch a catch without any event on the list.
+TEST_F(TrailCatcherTest, NothingWithoutAList) {
+    mCatcher.trailKavelLogCatcher(fake::event(0x1));
+    EXPECT_TRUE(fake::takeDumpThreads().empty());
+    EXPECT_TRUE(fake::commands().empty());
+}
+
+}  // namespace
+}  // namespace android::kavel

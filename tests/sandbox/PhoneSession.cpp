@@ -1,0 +1,110 @@
+#include "tests/sandbox/PhoneSession.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <sys/wait.h>
+
+#include "dump/LogFolderName.h"
+#include "platform/ShellQuote.h"
+
+namespace fs = std::filesystem;
+
+namespace android::kavel::test {
+namespace {
+
+bool beginsWith(const std::string& text, const std::string& prefix) {
+    return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+std::vector<std::string> namesIn(const char* directory, const std::string& prefix) {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+        const std::string name = entry.path().filename();
+        if (beginsWith(name, prefix)) names.push_back(name);
+    }
+    return names;
+}
+
+}  // namespace
+
+Result run(const std::vector<std::string>& arguments) {
+    std::string command;
+    for (const std::string& argument : arguments) {
+        command += argument.empty() ? "'' " : shellQuote(argument) + " ";
+    }
+    Result result = {-1, ""};
+    FILE* const pipe = popen((command + "2>&1").c_str(), "re");
+    if (pipe == nullptr) return result;
+    char buffer[4096];
+    while (const size_t length = fread(buffer, 1, sizeof(buffer), pipe)) {
+        result.output.append(buffer, length);
+    }
+    const int status = pclose(pipe);
+    if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
+    return result;
+}
+
+bool eventually(const std::function<bool()>& condition, std::chrono::seconds deadline) {
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
+bool daemonIsUp() {
+    return eventually([] {
+        return run({"kavelctl", "set", "0x7fff", "--name", "probe"}).status == 0;
+    });
+}
+
+int daemonPid() {
+    return atoi(run({"pidof", "dravo_kavel"}).output.c_str());
+}
+
+std::vector<std::string> archives(const std::string& prefix) {
+    return namesIn(kArchiveDirectory, prefix);
+}
+
+std::vector<std::string> stagedFolders(const std::string& prefix) {
+    return namesIn(kLogFolderRoot, prefix);
+}
+
+tools::ArchiveContents awaitArchive(const std::string& prefix) {
+    const bool done = eventually(
+            [&] { return archives(prefix).size() == 1 && stagedFolders(prefix).empty(); });
+    if (!done) {
+        tools::ArchiveContents none;
+        none.broken = "no archive for " + prefix;
+        return none;
+    }
+    return tools::readArchive(fs::path(kArchiveDirectory) / archives(prefix).front());
+}
+
+bool holds(const tools::ArchiveContents& contents, const std::string& stem) {
+    return std::any_of(contents.files.begin(), contents.files.end(),
+                       [&](const tools::ArchivedFile& file) {
+                           return beginsWith(fs::path(file.name).filename(), stem);
+                       });
+}
+
+std::vector<std::string> logLines() {
+    std::vector<std::string> lines;
+    std::ifstream log("/dev/log/main");
+    for (std::string line; std::getline(log, line);) lines.push_back(line);
+    return lines;
+}
+
+size_t logCount(const std::string& text) {
+    const std::vector<std::string> lines = logLines();
+    return static_cast<size_t>(std::count_if(
+            lines.begin(), lines.end(),
+            [&](const std::string& line) { return line.find(text) != std::string::npos; }));
+}
+
+}  // namespace android::kavel::test

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tools/ArchiveReader.h"
+
+namespace android::kavel::test {
+
+// What a test that runs inside the simulated phone does with it.
+
+struct Result {
+    int status;  ///< exit status, or -1 where the program did not end by itself
+    std::string output;
+};
+
+/** Runs a program of the phone; standard output and error come back together. */
+Result run(const std::vector<std::string>& arguments);
+
+/** Looks every few milliseconds until @p condition holds; false where it never did. */
+bool eventually(const std::function<bool()>& condition,
+                std::chrono::seconds deadline = std::chrono::seconds(60));
+
+/** Waits until the daemon answers, so that the reports of a test find it. */
+bool daemonIsUp();
+int daemonPid();
+
+/** Names in the collection directory, and in the staging directory, that begin with @p prefix. */
+std::vector<std::string> archives(const std::string& prefix);
+std::vector<std::string> stagedFolders(const std::string& prefix);
+
+/** The only archive that begins with @p prefix once it is there and its folder is gone. */
+tools::ArchiveContents awaitArchive(const std::string& prefix);
+
+/** Whether a file of @p contents begins with @p stem, the folder not counted. */
+bool holds(const tools::ArchiveContents& contents, const std::string& stem);
+
+/** The sandbox's log, and how many of its lines hold @p text. */
+std::vector<std::string> logLines();
+size_t logCount(const std::string& text);
+
+}  // namespace android::kavel::test
