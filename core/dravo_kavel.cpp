@@ -7,6 +7,8 @@
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 
+#include "core/KavelKeventThread.h"
+#include "core/KavelRecvKeventFunc.h"
 #include "dump/LeftoverFolders.h"
 #include "event/KavelBinderService.h"
 #include "platform/Log.h"
@@ -14,6 +16,17 @@
 using namespace android;  // NOLINT(google-build-using-namespace): the program's own main
 
 namespace {
+
+/** Held for the life of the process; nobody else reads it. */
+sp<KavelKeventThread> sKeventThread;
+
+/** A set-up that fails ends the thread, not the daemon. */
+void startKeventThread() {
+    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel]: startKavelKeventThread\n");
+    sKeventThread = new KavelKeventThread(KavelRecvKeventFunc);
+    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel]: run dravo_kavel_kevent\n");
+    sKeventThread->run("dravo_kavel_kevent", 0, 0);
+}
 
 /** A system dump that was cut short by a reboot is packed from what it had already written. */
 void restartInterruptedDump() {
@@ -27,8 +40,10 @@ void restartInterruptedDump() {
 int main() {
     KAVEL_LOGI(KAVEL_TAG_BINDER, "[main]:dravo_kavel init start");
 
-    restartInterruptedDump();
+    // Before anything can come in: a folder made later is nobody's leftover.
     kavel::packLeftoverFolders();
+    startKeventThread();
+    restartInterruptedDump();
 
     // The line stands before the registration: that is where its readers expect it.
     KAVEL_LOGI(KAVEL_TAG_BINDER,

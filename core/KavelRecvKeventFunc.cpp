@@ -1,0 +1,190 @@
+#include "core/KavelRecvKeventFunc.h"
+
+#include <cinttypes>
+#include <cstring>
+
+#include <android-base/properties.h>
+#include <android-base/stringprintf.h>
+#include <cutils/properties.h>
+#include <log/log.h>
+#include <utils/SystemClock.h>
+
+#include "core/KeventDecoder.h"
+#include "event/EventIntake.h"
+#include "event/KavelTimestamp.h"
+#include "platform/CommonPlxServiceManager.h"
+#include "platform/Log.h"
+#include "platform/Shell.h"
+#include "platform/ShellQuote.h"
+
+namespace android {
+
+using kavel::Statistic;
+
+namespace {
+
+constexpr const char* kStatisticDirectory = "/data/persist_log/kavel";
+constexpr const char* kLastDumpProperty = "sys.kavel.lastdumpstate.time";
+constexpr uint64_t kDumpIntervalMs = 150'000;
+
+/**
+ * A text field of the packet. One without its NUL is no text at all but a kernel module that was
+ * built against another layout: nothing that follows could be trusted.
+ */
+template <size_t N>
+std::string fieldText(const char* name, const char (&field)[N]) {
+    const size_t length = strnlen(field, N);
+    if (length == N) {
+        LOG_ALWAYS_FATAL("kernel packet: %s has no end within its %zu bytes, aborting", name, N);
+    }
+    return std::string(field, length);
+}
+
+/** The statistic in the payload, or nothing, and a line that says why. */
+std::optional<Statistic> getPlxMsgFromKevent(const std::string& payload) {
+    const std::optional<std::string> logmap = kavel::extractLogmap(payload);
+    if (!logmap) {
+        KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent parse error, data:%s\n", payload.c_str());
+        return std::nullopt;
+    }
+    Statistic statistic = kavel::parseLogmap(*logmap);
+    for (const auto& [key, value] : statistic.data) {
+        KAVEL_LOGI(KAVEL_NO_TAG, "getPlxMsgFromKevent push plxdata logmap key:%s value:%s\n",
+                   key.c_str(), value.c_str());
+    }
+    if (statistic.badToken) {
+        KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent parse error, param:%s\n",
+                   statistic.badToken->c_str());
+        return std::nullopt;
+    }
+    if (statistic.data.empty()) {
+        KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent, no plx data to be send\n");
+        return std::nullopt;
+    }
+    return statistic;
+}
+
+/** Whether a system dump is due, by a limit that outlives the daemon; notes the time if so. */
+bool takeDumpTurn() {
+    const auto now = static_cast<uint64_t>(elapsedRealtime());
+    const auto last = base::GetUintProperty<uint64_t>(kLastDumpProperty, 0);
+    // The sum must not wrap: whoever may write the property could otherwise ask for endless dumps.
+    if (last != 0 && (now < kDumpIntervalMs || now - kDumpIntervalMs <= last)) {
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "dravo_kavel,kavel dump too frequently. last dump time is %llu, currentTime is "
+                   "%llu",
+                   static_cast<unsigned long long>(last), static_cast<unsigned long long>(now));
+        return false;
+    }
+    base::SetProperty(kLastDumpProperty, std::to_string(now));
+    return true;
+}
+
+void savePlxMessageToLogPath(const std::string& payload) {
+    const std::optional<std::string> logmap = kavel::extractLogmap(payload);
+    if (!logmap) return;
+    kavel::runShell(base::StringPrintf("echo %s >> %s/plx.txt",
+                                       kavel::singleQuoteForEcho(*logmap).c_str(),
+                                       kStatisticDirectory));
+    KAVEL_LOGI(KAVEL_NO_TAG, "savePlxMessageToLogPath message:%s locPath:%s/plx.txt",
+               logmap->c_str(), kStatisticDirectory);
+}
+
+std::string getErrorId(const Statistic& statistic) {
+    const std::string* const errorId = kavel::findValue(statistic, "error_id");
+    if (errorId == nullptr) return "";
+    KAVEL_LOGI(KAVEL_NO_TAG, "get_error_id error_id:%s", errorId->c_str());
+    return *errorId;
+}
+
+/** A power-key statistic may start a system dump. Whatever comes of it, the upload follows. */
+void processBeforePlxMsgSend(const Statistic& statistic, const std::string& payload) {
+    if (!kavel::isScreenMonitor(statistic)) return;
+    const bool catchLog = kavel::asksForDump(statistic);
+    KAVEL_LOGI(KAVEL_NO_TAG, "processBeforePlxMsgSend kavel pwkey catchlog:%s\n",
+               catchLog ? "true" : "false");
+    if (!catchLog || !takeDumpTurn()) return;
+    savePlxMessageToLogPath(payload);
+    const std::string errorId = getErrorId(statistic);
+    property_set("sys.kavel.pwkey_errorid", errorId.c_str());
+    property_set("sys.kavel.log_type", "8");
+    property_set("ctl.restart", "dumpstate_kavel");
+    KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel, start dumpstate_kavel for catch pwrkey log, errorid:%s",
+               errorId.c_str());
+}
+
+void handleStatistic(const kavel_kevent_packet& packet) {
+    KAVEL_LOGI(KAVEL_NO_TAG, "getPlxMsgFromKevent\n");
+    const std::string tag = fieldText("tag", packet.tag);
+    const std::string eventId = fieldText("event_id", packet.event_id);
+    const std::string payload = packet.payload;
+    const std::optional<Statistic> statistic = getPlxMsgFromKevent(payload);
+    if (!statistic) {
+        KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent failed\n");
+        return;
+    }
+    if (eventId == "Kavel") processBeforePlxMsgSend(*statistic, payload);
+
+    CommonPlxServiceManager* const manager =
+            CommonPlxServiceManager::getDefaultCommonPlxServiceManager();
+    if (manager == nullptr) {
+        KAVEL_LOGW(KAVEL_NO_TAG, "sendPlxMsg, manager is null\n");
+        return;
+    }
+    manager->sendToPlxFromCommonPlx(tag, eventId, statistic->data);
+}
+
+void logToken(const kavel::EventToken& token) {
+    KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel kernelSendKavelEvent key-value ret = %d\n",
+               token.conversions);
+    if (token.isBad) {
+        KAVEL_LOGW(KAVEL_NO_TAG, "dravo_kavel handleKernelSendEvent parse error, param:%s\n",
+                   token.text.c_str());
+        return;
+    }
+    KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel handleKernelSendEvent got data, key:%s value:%s\n",
+               token.key.c_str(), token.value.c_str());
+    if (!token.isKnown) {
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "dravo_kavel handleKernelSendEvent got unknown key, key:%s value:%s\n",
+                   token.key.c_str(), token.value.c_str());
+    }
+}
+
+void handleKernelSendKavelEvent(const std::string& message) {
+    KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel handleKernelSendKavelEvent\n");
+    KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel handleKernelSendEvent got message:%s\n", message.c_str());
+    const kavel::EventText event = kavel::parseEventText(message);
+    for (const kavel::EventToken& token : event.tokens) logToken(token);
+    if (event.isBad) return;
+    constexpr int kKernelUid = 0;
+    kavel::intakeKavelEvent(event.eventId, kavel::generateKavelTimestamp(), event.logInfo,
+                            event.pid, kKernelUid, event.extraInfo);
+}
+
+}  // namespace
+
+bool KavelRecvKeventFunc(kavel_kevent_packet* packet) {
+    KAVEL_LOGI(KAVEL_NO_TAG, "KavelRecvKeventFunc called\n");
+    if (packet == nullptr) {
+        KAVEL_LOGI(KAVEL_NO_TAG, "KavelRecvKeventFunc packet is null\n");
+        return false;
+    }
+    switch (packet->type) {
+        case KEVENT_TYPE_LOG:
+            KAVEL_LOGD(KAVEL_NO_TAG, "KavelRecvKeventFunc: tag:%.128s, event_id:%.128s, data:%s",
+                       packet->tag, packet->event_id, packet->payload);
+            break;
+        case KEVENT_TYPE_STATISTIC:
+            handleStatistic(*packet);
+            break;
+        case KEVENT_TYPE_EVENT:
+            handleKernelSendKavelEvent(packet->payload);
+            break;
+        default:
+            break;
+    }
+    return true;
+}
+
+}  // namespace android

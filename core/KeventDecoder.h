@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace android::kavel {
+
+// The texts inside kernel packets: text in, value out. The callback does the logging and the rest.
+
+/** Longest key or value of a token, in characters. A longer one is malformed. */
+inline constexpr size_t kMaxTokenPart = 511;
+
+/** What stands in a payload between "logmap{" and the first "}", or the end; nothing where the
+ * payload is no statistic. */
+std::optional<std::string> extractLogmap(const std::string& payload);
+
+/** The pairs of a statistic in their order, duplicates kept. */
+struct Statistic {
+    std::vector<std::pair<std::string, std::string>> data;
+    std::optional<std::string> badToken;  ///< where parsing ended; the pairs then count for nothing
+};
+
+/** Parses key:value tokens separated by ";". */
+Statistic parseLogmap(const std::string& logmap);
+
+/** The value of the first pair with @p key, or null. */
+const std::string* findValue(const Statistic& statistic, std::string_view key);
+
+/** Whether the statistic asks for a system dump: a power-key record of a screen monitor. */
+bool isScreenMonitor(const Statistic& statistic);
+
+/** Whether some pair says catchlog:true. */
+bool asksForDump(const Statistic& statistic);
+
+/** What one token of an event's text turned out to be. */
+struct EventToken {
+    std::string text;
+    int conversions;  ///< as sscanf("%s %s") counts them: -1 for a blank token
+    std::string key;
+    std::string value;
+    bool isKnown;  ///< the key is one of the four
+    bool isBad;    ///< parsing ended here, and the event counts for nothing
+};
+
+/** An event's text, token by token, and the fields where no token was bad. */
+struct EventText {
+    std::vector<EventToken> tokens;
+    bool isBad = false;
+    long eventId = 0;
+    int32_t logInfo = 0;
+    int32_t pid = 0;
+    std::string extraInfo;
+};
+
+/** Parses "key: value" tokens separated by "."; "extrainfo:" ends the text. */
+EventText parseEventText(const std::string& message);
+
+}  // namespace android::kavel
