@@ -19,7 +19,7 @@ build: setup ## Build everything with clang (PRESET=gcc, asan-ubsan, tsan for th
 	@cmake --build --preset $(PRESET) -j $(JOBS)
 
 demo: build ## Watch a report become an archive in the simulated phone
-	@$(PHONE) demo
+	@$(PHONE) run --dir build/demo-phone --fresh -- /system/phone/demo
 
 run: build ## Start the simulated phone and stay up until Ctrl-C
 	@$(PHONE) run

@@ -1,0 +1,48 @@
+// The task pool beside Boost.Asio's thread_pool: the cost of one small task, committed by one
+// thread and run by five.
+
+#include <atomic>
+
+#include <benchmark/benchmark.h>
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
+
+#include "dump/KavelThreadPool.h"
+
+namespace {
+
+constexpr int kThreads = 5;
+constexpr int kTasks = 20'000;
+
+void awaitAll(const std::atomic<int>& done) {
+    while (done.load(std::memory_order_acquire) < kTasks) std::this_thread::yield();
+}
+
+void kavelPool(benchmark::State& state) {
+    std::KavelThreadPool pool("bench_tp_", kThreads, kThreads);
+    pool.addThread(kThreads);
+    for ([[maybe_unused]] auto _ : state) {
+        std::atomic<int> done{0};
+        for (int i = 0; i < kTasks; ++i) pool.commit([&done] { ++done; });
+        awaitAll(done);
+    }
+    state.SetItemsProcessed(state.iterations() * kTasks);
+}
+
+void asioPool(benchmark::State& state) {
+    boost::asio::thread_pool pool(kThreads);
+    for ([[maybe_unused]] auto _ : state) {
+        std::atomic<int> done{0};
+        for (int i = 0; i < kTasks; ++i) boost::asio::post(pool, [&done] { ++done; });
+        awaitAll(done);
+    }
+    state.SetItemsProcessed(state.iterations() * kTasks);
+    pool.join();
+}
+
+BENCHMARK(kavelPool)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(asioPool)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

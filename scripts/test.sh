@@ -1,0 +1,16 @@
+#!/bin/sh
+# Every test there is: each compiler and sanitizer leg, then the lint. Stops at the first leg that
+# fails. LEGS="default tsan" runs some of them.
+set -eu
+cd "$(dirname "$0")/.."
+
+mkdir -p build
+jobs=${JOBS:-$(nproc)}
+for preset in ${LEGS:-default gcc asan-ubsan tsan}; do
+    echo "== $preset: build"
+    cmake --preset "$preset" > "build/$preset.log" 2>&1 || { cat "build/$preset.log"; exit 1; }
+    cmake --build --preset "$preset" -j "$jobs"
+    echo "== $preset: tests"
+    ctest --preset "$preset" -j "$jobs" --no-tests=error
+done
+[ -n "${LEGS:-}" ] || scripts/lint.sh
