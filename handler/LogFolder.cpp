@@ -40,7 +40,7 @@ std::string buildLogPathFolderName(EventParameters& parameters, const KavelEvent
             base::GetProperty("ro.build.version.ota", ""),
             kavelTimeStampToString(event->timestamp),
     });
-    const std::string folder = std::string(kLogFolderRoot) + "/" + name;
+    std::string folder = std::string(kLogFolderRoot) + "/" + name;
 
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel buildLogPathFolderName]: mkdir %s\n", kLogFolderRoot);
     makeDirectory(kLogFolderRoot);

@@ -30,7 +30,7 @@ void kavel_print(int logBufferId, int priority, const char* format, ...) {
 
     va_list args;
     va_start(args, format);
-    vsnprintf(line, sizeof(line), format, args);
+    vsnprintf(line, sizeof(line), format, args);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(args);
 
     __android_log_buf_write(logBufferId, priority, nullptr,
