@@ -6,10 +6,10 @@ PHONE := build/$(PRESET)/host/phone/phone
 JOBS ?= $(shell nproc)
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build demo test run bench format lint clean
+.PHONY: help setup build demo test test-kernel run bench format lint clean
 
 help: ## List the targets
-	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-8s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-11s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
 
 setup: ## Install the Debian packages that are missing (root or sudo)
 	@sh scripts/setup.sh
@@ -24,8 +24,11 @@ demo: build ## Watch a report become an archive in the simulated phone
 run: build ## Start the simulated phone and stay up until Ctrl-C
 	@$(PHONE) run
 
-test: setup ## Run all tests: clang, gcc, ASan+UBSan, TSan, lint
+test: setup ## Run all tests: clang, kernel, gcc, ASan+UBSan, TSan, lint
 	@scripts/test.sh
+
+test-kernel: build ## Test against a real kernel in a virtual machine (part of test)
+	@scripts/test-kernel.sh build/$(PRESET)
 
 bench: setup ## Measure against the budgets
 	@scripts/bench.sh

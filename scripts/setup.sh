@@ -1,8 +1,9 @@
 #!/bin/sh
-# Installs the packages of packages.txt that are missing; says nothing where none is.
+# Installs the packages of a list (packages.txt beside this file, or the argument) that are missing;
+# says nothing where none is.
 set -eu
 
-list=$(dirname "$0")/packages.txt
+list=${1:-$(dirname "$0")/packages.txt}
 missing=
 for package in $(sed 's/#.*//' "$list"); do
     status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Every test there is: each compiler and sanitizer leg, then the lint. Stops at the first leg that
-# fails. LEGS="default tsan" runs some of them.
+# Every test there is: each compiler and sanitizer leg, the kernel test, then the lint. Stops at the
+# first leg that fails. LEGS="default tsan" runs some of the legs and nothing else.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -13,4 +13,7 @@ for preset in ${LEGS:-default gcc asan-ubsan tsan}; do
     echo "== $preset: tests"
     ctest --preset "$preset" -j "$jobs" --no-tests=error
 done
-[ -n "${LEGS:-}" ] || scripts/lint.sh
+[ -z "${LEGS:-}" ] || exit 0
+echo "== kernel test"
+scripts/test-kernel.sh build/default
+scripts/lint.sh

@@ -2,8 +2,9 @@
 # Part of phone: how the phone is kept apart from the machine.
 
 # What the phone's init needs to boot and its services keep at most. Not among them: mounting
-# (so nothing can be uncovered again), modules, raw devices, reboot, the clock, network set-up.
-CAPABILITIES='chown dac_override fowner fsetid kill setgid setuid setpcap sys_ptrace syslog'
+# (so nothing can be uncovered again), modules, raw devices, reboot, the clock. net_admin is for
+# the size of a socket buffer; the only network is the phone's own, which is empty.
+CAPABILITIES='chown dac_override fowner fsetid kill net_admin setgid setuid setpcap sys_ptrace syslog'
 
 # Sets sandbox (namespaces, shared-pids or direct) and, for the first two, the array isolation.
 choose_sandbox() {

@@ -1,0 +1,59 @@
+# shellcheck shell=bash disable=SC2154
+# Part of run.sh: the machine's file system. The simulated phone's files, the programs and libraries
+# of this machine that they lead to, and busybox for everything else.
+
+# Commands whose like busybox has, but which the phone's services run as they are on this machine.
+HOST_PROGRAMS=(/usr/bin/dash /usr/bin/toybox)
+
+build_initramfs() {
+    local tree=$out/tree
+    rm -rf "$tree"
+    mkdir -p "$tree"/{usr/{bin,sbin,lib,lib64},checks,etc,data,proc,sys,dev,tmp} || return
+    local name
+    for name in bin sbin lib lib64; do ln -s "usr/$name" "$tree/$name" || return; done
+
+    lay_phone "$tree" && lay_programs "$tree" && lay_busybox "$tree" &&
+        cp "$here/vm/init" "$tree/init" &&
+        cp "$here/vm"/{run,lib.sh,checks.sh} "$out/module/kavel_monitor.ko" "$tree/checks" &&
+        (cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0) > "$out/initramfs"
+}
+
+# The launcher's own tree. A subshell, because its parts bring names of their own.
+lay_phone() (
+    # shellcheck disable=SC1091
+    . "$build/host/phone/phone.conf"
+    # shellcheck disable=SC1091
+    . "$build/host/phone/phone_tree.sh"
+    dir=$out/phone
+    lay_tree 1 &&
+        cp -a "$dir/system" "$1" &&
+        ln -s system "$1/system_ext" &&
+        cp "$dir/etc"/* "$1/etc"
+)
+
+# Programs come as links to where they were built; in the machine they are files, without the
+# debugging information, and with the libraries that they load.
+lay_programs() {
+    local link file programs=()
+    for link in "$1/system/bin"/*; do
+        file=$(readlink "$link") || continue
+        [[ $file = "$build"/* ]] || continue
+        rm "$link" && strip -o "$link" "$file" || return
+        programs+=("$file")
+    done
+    [ "${#programs[@]}" -gt 0 ] || return
+    ldd "${programs[@]}" "${HOST_PROGRAMS[@]}" | grep -o '/[^ :]*\.so[^ :]*' | sort -u |
+        while read -r file; do
+            install -D -m 0755 "$file" "$1$file" || exit
+        done || return
+    cp "${HOST_PROGRAMS[@]}" "$1/usr/bin" && ln -s dash "$1/usr/bin/sh"
+}
+
+lay_busybox() {
+    cp "$(command -v busybox)" "$1/usr/bin/busybox" || return
+    local applet
+    for applet in $(busybox --list); do
+        [ -e "$1/usr/bin/$applet" ] || [ -L "$1/usr/bin/$applet" ] ||
+            ln -s busybox "$1/usr/bin/$applet" || return
+    done
+}
