@@ -256,7 +256,7 @@ TEST_F(KeventThread, SetUpLines) {
 
 // Would catch a family id that is taken from the wrong place or from a reply that is none.
 TEST_F(KeventThread, FamilyLookUpAnswers) {
-    const std::string name("kavel_monitor", 14);
+    const std::string name = std::string("kavel_monitor") + '\0';
     const std::string good = familyReply(0x1234);
     const auto withHeader = [&](uint32_t length, uint16_t type) {
         return number(length, 4) + number(type, 2) + good.substr(6);
@@ -269,7 +269,7 @@ TEST_F(KeventThread, FamilyLookUpAnswers) {
             {familyReply({}), 0},
             {familyReply({{2, std::string(900, 'x')}, {1, number(7, 2)}}), 7},
             {good.substr(0, 16) + number(0, 4) + number(0xFFFF, 2) + good.substr(22), 0},
-            {withHeader(60, 2), -1},
+            {withHeader(static_cast<uint32_t>(good.size()), 2), -1},
             {withHeader(15, 16), -1},
             {withHeader(16, 16), 0x1234},  // any length that is not beyond what came
             {withHeader(static_cast<uint32_t>(good.size()) + 1, 16), -1},

@@ -47,7 +47,7 @@ std::string familyReply(const std::vector<std::pair<uint16_t, std::string>>& att
 }
 
 std::string familyReply(uint16_t familyId) {
-    return familyReply({{2, std::string("kavel_monitor", 14)}, {1, number(familyId, 2)}});
+    return familyReply({{2, std::string("kavel_monitor") + '\0'}, {1, number(familyId, 2)}});
 }
 
 }  // namespace android::kavel::test

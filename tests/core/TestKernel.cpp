@@ -6,14 +6,13 @@
 #include <cstring>
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
 #include <linux/netlink.h>
 
 #include <gtest/gtest.h>
-
-using android::kavel::test::TestKernel;
 
 extern "C" {
 int __real_socket(int domain, int type, int protocol);
@@ -61,6 +60,12 @@ bool isAddress(const sockaddr* address, socklen_t size, uint32_t id) {
     return size == sizeof(expected) && memcmp(address, &expected, size) == 0;
 }
 
+/** Ends a wait that would be for ever. */
+void limitWaits(int fd) {
+    const timeval deadline{20, 0};
+    __real_setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof(deadline));
+}
+
 int fail(int error) {
     errno = error;
     return -1;
@@ -89,6 +94,7 @@ TestKernel::TestKernel()
       : fd(__real_socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_USERSOCK)) {
     const sockaddr_nl self = port(kernelPort());
     EXPECT_EQ(__real_bind(fd.get(), reinterpret_cast<const sockaddr*>(&self), sizeof(self)), 0);
+    limitWaits(fd.get());
     sKernel = this;
 }
 
@@ -133,7 +139,9 @@ int __wrap_socket(int domain, int type, int protocol) {
     if (sKernel->socketError != 0) return fail(sKernel->socketError);
     EXPECT_EQ(domain, AF_NETLINK);
     EXPECT_EQ(type & ~SOCK_CLOEXEC, SOCK_RAW);
-    return __real_socket(domain, type, NETLINK_USERSOCK);
+    const int fd = __real_socket(domain, type, NETLINK_USERSOCK);
+    limitWaits(fd);
+    return fd;
 }
 
 int __wrap_bind(int fd, const sockaddr* address, socklen_t size) {
