@@ -7,15 +7,17 @@
 namespace android::kavel::tools {
 namespace {
 
-constexpr std::array kCommands{&kSetCommand, &kSendCommand, &kListCommand, &kShowCommand,
-                               &kExplainCommand};
+constexpr std::array kCommands{&kSetCommand,  &kSendCommand,    &kListCommand,
+                               &kShowCommand, &kExplainCommand, &kStatsCommand};
 
 void printHelp(std::ostream& out) {
     out << "usage: kavelctl COMMAND [ARGUMENTS]\n"
            "       kavelctl COMMAND --help\n"
            "       kavelctl --version\n"
            "\n"
-           "Configures dravo_kavel, reports events to it and reads the archives of its catches.\n"
+           "Configures dravo_kavel, reports events to it and reads what its catches and "
+           "statistics\n"
+           "left behind.\n"
            "\n"
            "commands:\n";
     for (const Command* command : kCommands) {

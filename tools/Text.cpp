@@ -37,6 +37,13 @@ bool isControl(uint32_t value) {
     return value < 0x20 || (value >= 0x7F && value <= 0x9F);
 }
 
+void writeIndented(std::ostream& out, const Json::Value& document, const char* indentation) {
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = indentation;
+    builder["enableYAMLCompatibility"] = true;  // "key": value, as most writers have it
+    out << Json::writeString(builder, document) << '\n';
+}
+
 }  // namespace
 
 bool isUtf8(std::string_view text) {
@@ -79,10 +86,11 @@ std::string sizeText(uint64_t bytes) {
 }
 
 void writeJson(std::ostream& out, const Json::Value& document) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "  ";
-    builder["enableYAMLCompatibility"] = true;  // "key": value, as most writers have it
-    out << Json::writeString(builder, document) << '\n';
+    writeIndented(out, document, "  ");
+}
+
+void writeJsonLine(std::ostream& out, const Json::Value& document) {
+    writeIndented(out, document, "");
 }
 
 }  // namespace android::kavel::tools

@@ -25,5 +25,7 @@ std::string sizeText(uint64_t bytes);
 
 /** Writes one JSON document. Text that is not UTF-8 is replaced, so the document always reads. */
 void writeJson(std::ostream& out, const Json::Value& document);
+/** The same on one line. */
+void writeJsonLine(std::ostream& out, const Json::Value& document);
 
 }  // namespace android::kavel::tools

@@ -78,7 +78,7 @@ TEST(Commands, WrongUsageExitsWithTwo) {
 
 // Catches help that needs a right command line, and one that is taken from an option's value.
 TEST(Commands, HelpAndVersion) {
-    for (const char* name : {"set", "send", "list", "show", "explain"}) {
+    for (const char* name : {"set", "send", "list", "show", "explain", "stats"}) {
         const Result result = run({name, "--help"});
         EXPECT_EQ(result.exitCode, kExitOk);
         EXPECT_EQ(result.out.rfind(std::string("usage: kavelctl ") + name, 0), 0U) << name;

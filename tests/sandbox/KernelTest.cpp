@@ -1,0 +1,37 @@
+// A kernel's report that goes the whole way: the real thread, decoder and handler in this process,
+// with a test for the kernel and the phone's files around them.
+
+#include <gtest/gtest.h>
+
+#include "core/KavelRecvKeventFunc.h"
+#include "event/EventIntake.h"
+#include "tests/core/Messages.h"
+#include "tests/core/TestKernel.h"
+#include "tests/sandbox/PhoneSession.h"
+
+namespace android::kavel::test {
+namespace {
+
+// A kernel report that ends anywhere short of the archive a binder report would get.
+TEST(KernelTest, EventBecomesAnArchive) {
+    constexpr int64_t kEvent = 257;
+    eventParameters().updateEventParams(kEvent, true, 0);
+    eventParameters().setTimeWindow(kEvent, 60'000);
+    eventParameters().setEventIdMap(0, kEvent, "kernel");
+
+    TestKernel kernel;
+    kernel.messages = {familyReply(0x1c),
+                       genlMessage(KEVENT_TYPE_EVENT,
+                                   packet(0, "CriticalLog", "Kavel",
+                                          "event_id: 257.loginfo: 524288.pid: 1.extrainfo: boot"))};
+    const sp<KavelKeventThread> thread = new KavelKeventThread(KavelRecvKeventFunc);
+    kernel.run(*thread);
+
+    const tools::ArchiveContents archive = awaitArchive("kavel_kernel_boot@");
+    EXPECT_EQ(archive.broken, "");
+    EXPECT_TRUE(holds(archive, "prop-"));
+    EXPECT_NE(archive.history.find("EventType:kernel,"), std::string::npos) << archive.history;
+}
+
+}  // namespace
+}  // namespace android::kavel::test

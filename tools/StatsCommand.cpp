@@ -1,0 +1,181 @@
+#include <android-base/unique_fd.h>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <iomanip>
+
+#include "tools/Commands.h"
+#include "tools/StatisticFile.h"
+#include "tools/Text.h"
+
+namespace android::kavel::tools {
+namespace {
+
+constexpr std::string_view kStatisticFile = "/data/persist_log/PLX/statistics.jsonl";
+constexpr Option kOptions[] = {{"json", false}, {"follow", false}, {"file", true}};
+
+constexpr std::string_view kHelp =
+        "usage: kavelctl stats [--json] [--follow] [--file PATH]\n"
+        "\n"
+        "Shows the statistics that the daemon uploaded, oldest first: time, event, pairs. The\n"
+        "simulated phone keeps them in a file, and the generation before it in PATH.1. Lines of\n"
+        "the file that are no statistics are counted only; the exit code is 0 all the same.\n"
+        "\n"
+        "  --json       one JSON document, a list of:\n"
+        "                 time   YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
+        "                 tag    text\n"
+        "                 event  text\n"
+        "                 data   list of [key, value], in their order\n"
+        "  --follow     stays and shows what comes, until Ctrl-C; with --json one object a line\n"
+        "  --file PATH  another file than /data/persist_log/PLX/statistics.jsonl\n";
+
+/** Wakes up for changes of a file and for the user's wish to end. */
+class Watch {
+  public:
+    explicit Watch(const std::filesystem::path& file) {
+        sigemptyset(&mEndSignals);
+        sigaddset(&mEndSignals, SIGINT);
+        sigaddset(&mEndSignals, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &mEndSignals, &mOldMask);
+        mSignals.reset(signalfd(-1, &mEndSignals, SFD_CLOEXEC));
+        mChanges.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+        // The folder, not the file: the file is replaced when it has grown too long.
+        const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+        if (!mSignals.ok() || !mChanges.ok() ||
+            inotify_add_watch(mChanges.get(), folder.c_str(), IN_MODIFY | IN_CREATE | IN_MOVED_TO) <
+                    0) {
+            pthread_sigmask(SIG_SETMASK, &mOldMask, nullptr);
+            throw CommandError("cannot watch " + printable(folder.string()) + ": " +
+                               strerror(errno));
+        }
+    }
+    ~Watch() {
+        // Taken back before it is let through again: it has done its work.
+        signalfd_siginfo info{};
+        pollfd pending{mSignals.get(), POLLIN, 0};
+        while (poll(&pending, 1, 0) > 0 && read(mSignals.get(), &info, sizeof(info)) > 0) {
+        }
+        pthread_sigmask(SIG_SETMASK, &mOldMask, nullptr);
+    }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    /** Blocks for the next change; false where the user wants to end. */
+    bool wait() const {
+        std::array<pollfd, 2> sources{{{mSignals.get(), POLLIN, 0}, {mChanges.get(), POLLIN, 0}}};
+        if (TEMP_FAILURE_RETRY(poll(sources.data(), sources.size(), -1)) < 0) return false;
+        std::array<char, 4096> events;
+        while (read(mChanges.get(), events.data(), events.size()) > 0) {
+        }
+        return (sources[0].revents & POLLIN) == 0;
+    }
+
+  private:
+    sigset_t mEndSignals{};
+    sigset_t mOldMask{};
+    base::unique_fd mSignals;
+    base::unique_fd mChanges;
+};
+
+Json::Value toJson(const Statistic& statistic) {
+    Json::Value json;
+    json["time"] = statistic.time;
+    json["tag"] = statistic.tag;
+    json["event"] = statistic.event;
+    Json::Value& data = json["data"] = Json::arrayValue;
+    for (const auto& [key, value] : statistic.data) {
+        Json::Value pair(Json::arrayValue);
+        pair.append(key);
+        pair.append(value);
+        data.append(pair);
+    }
+    return json;
+}
+
+void printTable(std::ostream& out, const std::vector<Statistic>& statistics) {
+    size_t eventWidth = 0;
+    for (const Statistic& statistic : statistics) {
+        eventWidth = std::max(eventWidth, printable(statistic.event).size());
+    }
+    for (const Statistic& statistic : statistics) {
+        out << std::left << std::setw(23) << printable(statistic.time) << "  "
+            << std::setw(static_cast<int>(eventWidth)) << printable(statistic.event) << ' ';
+        for (const auto& [key, value] : statistic.data) {
+            out << ' ' << printable(key) << '=' << printable(value);
+        }
+        out << '\n';
+    }
+}
+
+class Shower {
+  public:
+    Shower(const Arguments& arguments, const Output& output)
+          : mOutput(output), mIsJson(arguments.has("json")), mFollows(arguments.has("follow")) {}
+
+    void show(const std::vector<std::string>& lines) const {
+        std::vector<Statistic> statistics;
+        size_t bad = 0;
+        for (const std::string& line : lines) {
+            if (auto statistic = parseStatistic(line)) {
+                statistics.push_back(std::move(*statistic));
+            } else {
+                ++bad;
+            }
+        }
+        if (!mIsJson) {
+            printTable(mOutput.out, statistics);
+        } else if (mFollows) {
+            for (const Statistic& one : statistics) writeJsonLine(mOutput.out, toJson(one));
+        } else {
+            Json::Value list(Json::arrayValue);
+            for (const Statistic& one : statistics) list.append(toJson(one));
+            writeJson(mOutput.out, list);
+        }
+        mOutput.out.flush();
+        if (bad == 0) return;
+        mOutput.note() << bad << (bad == 1 ? " line is" : " lines are") << " no statistic"
+                       << (bad == 1 ? "" : "s") << ", passed over\n";
+    }
+
+  private:
+    const Output& mOutput;
+    const bool mIsJson;
+    const bool mFollows;
+};
+
+int runStats(const Arguments& arguments, const Output& output) {
+    const std::filesystem::path path =
+            arguments.value("file").value_or(std::string(kStatisticFile));
+    StatisticFile file(path);
+    if (!file.exists()) {
+        throw CommandError("no statistics: cannot read " + printable(path.string()) + ": " +
+                           strerror(errno));
+    }
+    const Shower shower(arguments, output);
+    if (arguments.has("follow")) {
+        const Watch watch(path);
+        do {
+            shower.show(file.readNew());
+        } while (output.out && watch.wait());
+        return kExitOk;
+    }
+    std::vector<std::string> lines = file.readNew();
+    if (file.isCutOff()) lines.emplace_back();  // counts as a line that is no statistic
+    shower.show(lines);
+    return kExitOk;
+}
+
+}  // namespace
+
+const Command kStatsCommand{
+        "stats", "show the statistics that were uploaded", kHelp, "", kOptions, std::size(kOptions),
+        runStats};
+
+}  // namespace android::kavel::tools
