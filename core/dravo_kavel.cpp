@@ -1,5 +1,7 @@
 // The daemon: start-up order, then a life as a binder thread.
 
+#include <thread>
+
 #include <cutils/properties.h>
 
 #include <android-base/properties.h>
@@ -9,6 +11,8 @@
 
 #include "core/KavelKeventThread.h"
 #include "core/KavelRecvKeventFunc.h"
+#include "dig/ControlSocket.h"
+#include "dig/dig.h"
 #include "dump/LeftoverFolders.h"
 #include "event/KavelBinderService.h"
 #include "platform/Log.h"
@@ -40,10 +44,12 @@ void restartInterruptedDump() {
 int main() {
     KAVEL_LOGI(KAVEL_TAG_BINDER, "[main]:dravo_kavel init start");
 
+    digInit();
     // Before anything can come in: a folder made later is nobody's leftover.
     kavel::packLeftoverFolders();
     startKeventThread();
     restartInterruptedDump();
+    std::thread(kavel_socketLoop).detach();
 
     // The line stands before the registration: that is where its readers expect it.
     KAVEL_LOGI(KAVEL_TAG_BINDER,

@@ -1,0 +1,173 @@
+// Raw records through the socket: the reader with the matcher behind it, beside a bare receive loop
+// and beside one that also writes the lines of an ordinary record. In CPU time of the receiving
+// thread; what sending costs is a counter. Lines go to a sink that throws them away.
+
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <malloc.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <android/log.h>
+#include <benchmark/benchmark.h>
+
+#include "dig/ControlSocket.h"
+#include "dig/dig.h"
+#include "platform/Sleep.h"
+
+namespace {
+
+constexpr int kRecords = 200'000;
+// As many as a socket's default buffer holds: the sender is done before the receiver starts, so
+// that neither waits for the other.
+constexpr int kBatch = 200;
+
+// Two in five are key events, and each of those is a freeze: the dearest mix.
+constexpr const char* kIds[] = {"4298113025", "4298113026", "7", "4298113030", "8"};
+
+void discard(const __android_logger_data* /*data*/, const char* /*message*/) {}
+
+/** What init gives the daemon as its output. */
+class NullOutput {
+  public:
+    NullOutput() : mStdout(dup(STDOUT_FILENO)), mStderr(dup(STDERR_FILENO)) {
+        fflush(stdout);
+        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        dup2(null, STDOUT_FILENO);
+        dup2(null, STDERR_FILENO);
+        close(null);
+    }
+    ~NullOutput() {
+        fflush(stdout);
+        dup2(mStdout, STDOUT_FILENO);
+        dup2(mStderr, STDERR_FILENO);
+        close(mStdout);
+        close(mStderr);
+    }
+    NullOutput(const NullOutput&) = delete;
+    NullOutput& operator=(const NullOutput&) = delete;
+
+  private:
+    const int mStdout;
+    const int mStderr;
+};
+
+double sReaderSeconds;
+
+/** CPU time that the calling thread has used so far. */
+double threadSeconds() {
+    timespec used = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+}
+
+thread_local bool sHasStopped;
+
+}  // namespace
+
+// The daemon's reader pauses after each failed receive; the first one is the end of a batch.
+void android::kavel::sleepSeconds(uint64_t /*seconds*/) {
+    if (!sHasStopped) sReaderSeconds += threadSeconds();
+    sHasStopped = true;
+}
+
+namespace {
+
+void* bareReader(void* fdPointer) {
+    char buffer[256];
+    while (recvfrom(*static_cast<int*>(fdPointer), buffer, sizeof(buffer), 0, nullptr, nullptr) >
+           0) {
+        benchmark::DoNotOptimize(buffer);
+    }
+    sReaderSeconds += threadSeconds();
+    return nullptr;
+}
+
+/** The lines that an ordinary record has to leave behind, and nothing else. */
+void* printingReader(void* fdPointer) {
+    char buffer[256 + 1] = {};
+    while (recvfrom(*static_cast<int*>(fdPointer), buffer, 256, 0, nullptr, nullptr) > 0) {
+        __android_log_print(ANDROID_LOG_INFO, "kavel_socket", "recv %s", buffer);
+        __android_log_write(ANDROID_LOG_INFO, "kavel_socket", "nowEvent is not KeyEvent");
+        for (int event = 0; event < 2; ++event) {
+            printf("zuvek id %lld  time %lld\n", 4298113025LL, 1'709'802'302LL);
+        }
+    }
+    sReaderSeconds += threadSeconds();
+    return nullptr;
+}
+
+/** Sends records whose times are @p step apart, batch by batch, to @p reader. */
+void receive(benchmark::State& state, void* (*reader)(void*), int64_t step) {
+    const NullOutput output;
+    __android_log_set_logger(discard);
+    android::digInit();
+    const size_t before = mallinfo2().uordblks;
+    int64_t sent = 0;
+    double senderSeconds = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        sReaderSeconds = 0;
+        for (int batch = 0; batch < kRecords / kBatch; ++batch) {
+            int ends[2];
+            socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends);
+            std::vector<std::string> records(kBatch);
+            for (std::string& record : records) {
+                record = std::string(kIds[sent % 5]) + ":name:" + std::to_string(sent * step);
+                ++sent;
+            }
+            const double start = threadSeconds();
+            for (const std::string& record : records) {
+                if (send(ends[0], record.c_str(), record.size() + 1, MSG_DONTWAIT) < 0) {
+                    state.SkipWithError("a batch does not fit the socket");
+                }
+            }
+            senderSeconds += threadSeconds() - start;
+            close(ends[0]);
+            pthread_t thread;
+            pthread_create(&thread, nullptr, reader, &ends[1]);
+            pthread_join(thread, nullptr);
+            close(ends[1]);
+        }
+        state.SetIterationTime(sReaderSeconds);
+    }
+    state.counters["sender_ms"] = 1e3 * senderSeconds / static_cast<double>(state.iterations());
+    const auto kept = static_cast<double>(mallinfo2().uordblks) - static_cast<double>(before);
+    state.counters["bytes_kept"] = kept;
+    state.SetItemsProcessed(state.iterations() * kRecords);
+    android::digExit();
+}
+
+constexpr int64_t kFortyLive = 10'001 / 40;
+constexpr int64_t kYoung = 0;   // all at once
+constexpr int64_t kRising = 1;  // the dearest to remember: no two alike
+
+void bareReceive(benchmark::State& state) {
+    receive(state, bareReader, kFortyLive);
+}
+void receiveAndPrint(benchmark::State& state) {
+    receive(state, printingReader, kFortyLive);
+}
+void fortyLive(benchmark::State& state) {
+    receive(state, android::recvEvents, kFortyLive);
+}
+void floodAtOnce(benchmark::State& state) {
+    receive(state, android::recvEvents, kYoung);
+}
+void floodRising(benchmark::State& state) {
+    receive(state, android::recvEvents, kRising);
+}
+
+BENCHMARK(bareReceive)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(receiveAndPrint)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(fortyLive)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(floodAtOnce)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(floodRising)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

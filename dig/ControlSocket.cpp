@@ -1,0 +1,108 @@
+#include "dig/ControlSocket.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include <pthread.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cutils/sockets.h>
+
+#include "dig/Tag.h"
+#include "dig/dig.h"
+#include "platform/Log.h"
+#include "platform/Sleep.h"
+
+namespace android {
+namespace {
+
+constexpr const char* kSocketName = "kavel_socket";
+constexpr int kBacklog = 6;
+constexpr uint64_t kSocketRetry = 100;  // seconds
+constexpr uint64_t kReceiveRetry = 3;   // seconds
+constexpr int kReceiveAttempts = 3;
+constexpr size_t kRecordSize = 256;
+
+int sConnection = -1;
+pthread_t sReader;
+
+// Never cleared: a record that is shorter than an earlier one is followed by the rest of that. The
+// byte behind it stays zero, so that the text ends also where a record fills the buffer.
+char sBuffer[kRecordSize + 1];
+
+/** perror() for an error that a log call in between may have overwritten. */
+void printError(const char* what, int error) {
+    errno = error;
+    perror(what);
+}
+
+int awaitControlSocket() {
+    int fd = -1;
+    while ((fd = android_get_control_socket(kSocketName)) < 0) {
+        KAVEL_LOGI(KAVEL_TAG_SOCKET, "Failed to get socket %d", errno);
+        kavel::sleepSeconds(kSocketRetry);
+    }
+    return fd;
+}
+
+void listenOrExit(int fd) {
+    const int result = listen(fd, kBacklog);
+    const int error = errno;
+    KAVEL_LOGI(KAVEL_TAG_SOCKET, "Listen result %d", result);
+    if (result >= 0) return;
+    printError("listen", error);
+    exit(-1);
+}
+
+int acceptOrExit(int fd) {
+    sockaddr_un peer = {};
+    socklen_t size = sizeof(peer);
+    const int connection = accept4(fd, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC);
+    const int error = errno;
+    KAVEL_LOGI(KAVEL_TAG_SOCKET, "accept from fd %d", connection);
+    if (connection >= 0) return connection;
+    KAVEL_LOGE(KAVEL_TAG_SOCKET, "accept error %d", error);
+    exit(-1);
+}
+
+}  // namespace
+
+int kavel_socketLoop() {
+    const int fd = awaitControlSocket();
+    listenOrExit(fd);
+    sConnection = acceptOrExit(fd);
+
+    const int error = pthread_create(&sReader, nullptr, recvEvents, &sConnection);
+    if (error == 0) {
+        pthread_join(sReader, nullptr);
+    } else {
+        KAVEL_LOGE(KAVEL_TAG_SOCKET, "no reader thread %d", error);
+    }
+    close(sConnection);
+    close(fd);
+    digExit();
+    return 0;
+}
+
+void* recvEvents(void* fdPointer) {
+    const int fd = *static_cast<const int*>(fdPointer);
+    for (int attempt = 0; attempt < kReceiveAttempts; ++attempt) {
+        ssize_t received = 0;
+        while ((received = recvfrom(fd, sBuffer, kRecordSize, 0, nullptr, nullptr)) > 0) {
+            KAVEL_LOGI(KAVEL_TAG_SOCKET, "recv %s", sBuffer);
+            sBuffer[kRecordSize - 1] = '\0';
+            sendRawEvent(sBuffer);
+        }
+        const int error = errno;
+        KAVEL_LOGI(KAVEL_TAG_SOCKET, "recv error fd %d errno %d numbytes %d", fd, error,
+                   static_cast<int>(received));
+        printError("recv ", error);
+        kavel::sleepSeconds(kReceiveRetry);
+    }
+    pthread_exit(nullptr);
+}
+
+}  // namespace android
