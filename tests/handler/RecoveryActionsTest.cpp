@@ -57,6 +57,14 @@ class RecoveryActionsTest : public testing::Test {
         fake::setProcesses({});
     }
 
+    /** Waits for the last lines of the monitor's threads: no thread may log during the exit. */
+    static void awaitMonitor(bool isCancel) {
+        const char* const request = isCancel ? "HandleThread::threadLoop]: cancel "
+                                             : "HandleThread::threadLoop]: new THREAD_NAME";
+        EXPECT_TRUE(fake::awaitLog(request));
+        if (!isCancel) EXPECT_TRUE(fake::awaitLog("read A proc failed."));
+    }
+
     EventParameters mParameters;
     RecoveryActions mActions{mParameters};
 };
@@ -146,11 +154,14 @@ TEST_F(RecoveryActionsTest, StateChoosesTheBranch) {
         EXPECT_EQ(fake::logCount("[dravo_kavel doKavelAnrRecoverAction]: mIsKavelAnrTesting:" +
                                  std::to_string(row.testing)),
                   1u);
+        awaitMonitor(row.monitor == kCancel);
     }
     framework->failing = true;
+    fake::clearLog();
     mActions.doKavelAnrRecoverAction(7, kEvent, "com.a", "start");
     EXPECT_EQ(fake::logCount("binder service kavel failed with error.\n"), 1u);
     EXPECT_EQ(fake::logCount("binder service kavel replied: 0.\n"), 1u);
+    awaitMonitor(false);
 }
 
 // Would catch a missing framework that ends the recovery, or the daemon.
@@ -159,6 +170,7 @@ TEST_F(RecoveryActionsTest, WatchBeginsWithoutTheFramework) {
     EXPECT_EQ(fake::logCount("process(7) insert monitor list"), 1u);
     EXPECT_EQ(fake::logCount("binder service kavel does not exist.\n"), 1u);
     EXPECT_EQ(fake::logCount("replied"), 0u);
+    awaitMonitor(false);
 }
 
 // Would catch a match by prefix or with arguments, and a process that cannot be read and ends the
@@ -196,6 +208,7 @@ TEST_F(RecoveryActionsTest, MonitorReachesTheHandler) {
     EXPECT_FALSE(isAnrRecoveryTested());
     KavelEventHandler::getInstance().doKavelAnrRecoverAction(7, kEvent, kTestPackage, "closeUser");
     EXPECT_TRUE(isAnrRecoveryTested());
+    awaitMonitor(false);
 }
 
 }  // namespace

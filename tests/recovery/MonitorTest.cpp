@@ -4,8 +4,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <future>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -55,20 +57,39 @@ class MonitorTest : public testing::Test {
     void SetUp() override {
         fake::captureLog();
         base::SetProperty(kBootCompleted, "1");
+        // A sanitizer starts a thread of its own along with the first of ours.
+        std::thread([] {}).join();
+        mThreadsBefore = threadCount();
+    }
+
+    /** Lets all watches end: liblog is not to be used by a thread while the process exits. */
+    void TearDown() override {
+        fake::holdSleeps(false);
+        EXPECT_TRUE(eventually([this] { return threadCount() == mThreadsBefore; }));
+        fake::clearLog();  // under the log's lock: what they logged was before this
+    }
+
+    static bool eventually(const std::function<bool()>& condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            std::this_thread::yield();
+        }
+        return true;
+    }
+
+    static long threadCount() {
+        namespace fs = std::filesystem;
+        return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
     }
 
     /** Waits until all lists have these sizes. */
     bool listsBecome(size_t requested, size_t monitored, size_t cancelled) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        for (;;) {
+        return eventually([&] {
             const auto sizes = mMonitor.listSizes();
-            if (sizes.requested == requested && sizes.monitored == monitored &&
-                sizes.cancelled == cancelled) {
-                return true;
-            }
-            if (std::chrono::steady_clock::now() > end) return false;
-            std::this_thread::yield();
-        }
+            return sizes.requested == requested && sizes.monitored == monitored &&
+                   sizes.cancelled == cancelled;
+        });
     }
 
     /** Asks for watches of the processes @p pids, which then wait. */
@@ -82,6 +103,7 @@ class MonitorTest : public testing::Test {
         }
     }
 
+    long mThreadsBefore = 0;
     KavelAnrRecoveryMonitor& mMonitor = KavelAnrRecoveryMonitor::getInstance();
 };
 
