@@ -68,4 +68,9 @@ bool EventParameters::hasRecoverId(int64_t eventId) const {
     return mRecoverIdMap.count(eventId) != 0;
 }
 
+int64_t EventParameters::recoverId(int64_t eventId) {
+    MutexLock lock(mLock);
+    return mRecoverIdMap[eventId];
+}
+
 }  // namespace android::kavel

@@ -13,8 +13,8 @@ namespace android::kavel {
  * What the framework has set for each event type. Nothing is built in: an event type that was
  * never configured is disabled and nameless. One leaf lock; any thread.
  *
- * A look-up by isEnabled() or eventName() leaves an entry behind for an unknown id, which later
- * readers (the statistic upload above all) can tell from no entry.
+ * A look-up by isEnabled(), eventName() or recoverId() leaves an entry behind for an unknown id,
+ * which later readers (the statistic upload above all) can tell from no entry.
  */
 class EventParameters {
   public:
@@ -33,6 +33,8 @@ class EventParameters {
     /** The name where there is an entry, an empty one included; leaves nothing behind. */
     std::optional<std::string> findEventName(int64_t eventId) const;
     bool hasRecoverId(int64_t eventId) const;
+    /** Which recovery action the event type gets; 0 where none was ever set. */
+    int64_t recoverId(int64_t eventId);
 
   private:
     struct EventParam {

@@ -63,10 +63,8 @@ HandlingSteps::Next HandlingSteps::recover(const EventRef& event) {
     }
     if (!VariantPolicy::checkSystemVerion() &&
         base::GetIntProperty<int32_t>("persist.sys.agingtest", 0) != 1) {
-        KAVEL_LOGI(KAVEL_NO_TAG,
-                   "[dravo_kavel kavelEventHandleThread]: recovery of event 0x%lx asked for, no "
-                   "action is wired in.\n",
-                   static_cast<long>(event->eventId));
+        mRecovery.doKavelRecoverAction(event->pid, event->eventId, event->extraInfo.processName,
+                                       event->extraInfo.eventType);
     }
     // A recovery event never reaches log catching, whether it got its recovery or not.
     return Next::Stop;

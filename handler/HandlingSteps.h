@@ -6,6 +6,7 @@
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
 #include "handler/EventList.h"
+#include "handler/RecoveryActions.h"
 #include "handler/TrailCatcher.h"
 #include "handler/VariantPolicy.h"
 
@@ -18,12 +19,13 @@ namespace android::kavel {
 class HandlingSteps {
   public:
     HandlingSteps(EventList& events, EventParameters& parameters, DumpContext& dump,
-                  VariantPolicy& variant, TrailCatcher& trailCatcher)
+                  VariantPolicy& variant, TrailCatcher& trailCatcher, RecoveryActions& recovery)
           : mEvents(events),
             mParameters(parameters),
             mDump(dump),
             mVariant(variant),
-            mTrailCatcher(trailCatcher) {}
+            mTrailCatcher(trailCatcher),
+            mRecovery(recovery) {}
 
     /** Places @p event in the list and takes it through the steps. A refused one is released. */
     void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
@@ -48,6 +50,7 @@ class HandlingSteps {
     DumpContext& mDump;
     VariantPolicy& mVariant;
     TrailCatcher& mTrailCatcher;
+    RecoveryActions& mRecovery;
 };
 
 }  // namespace android::kavel

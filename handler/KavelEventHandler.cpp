@@ -1,5 +1,7 @@
 #include "handler/KavelEventHandler.h"
 
+#include <utility>
+
 #include "event/ExtraInfo.h"
 #include "event/KavelTimestamp.h"
 #include "handler/EventBuilder.h"
@@ -12,7 +14,8 @@ ANDROID_SINGLETON_STATIC_INSTANCE(KavelEventHandler)
 KavelEventHandler::KavelEventHandler()
       : mDump(mParameters),
         mTrailCatcher(mEvents, mDump),
-        mSteps(mEvents, mParameters, mDump, mVariant, mTrailCatcher) {}
+        mRecovery(mParameters),
+        mSteps(mEvents, mParameters, mDump, mVariant, mTrailCatcher, mRecovery) {}
 
 bool KavelEventHandler::buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp,
                                            int logInfo, int pid, int uid, const char* extraInfo) {
@@ -82,6 +85,28 @@ void KavelEventHandler::trailKavelLogCatcher(const kavel::EventRef& event) {
 
 std::string KavelEventHandler::buildLogPathFolderName(const KavelEvent* event) {
     return kavel::buildLogPathFolderName(mParameters, event);
+}
+
+void KavelEventHandler::doKavelRecoverAction(int pid, long eventId, std::string processName,
+                                             std::string eventType) {
+    mRecovery.doKavelRecoverAction(pid, eventId, std::move(processName), std::move(eventType));
+}
+
+void KavelEventHandler::doKavelAnrRecoverAction(int pid, long eventId, std::string processName,
+                                                std::string eventType) {
+    mRecovery.doKavelAnrRecoverAction(pid, eventId, std::move(processName), std::move(eventType));
+}
+
+int KavelEventHandler::doKavelWmRebootAction() {
+    return mRecovery.doKavelWmRebootAction();
+}
+
+int KavelEventHandler::doKavelRebootAction() {
+    return mRecovery.doKavelRebootAction();
+}
+
+int KavelEventHandler::getPidForCommand(std::string command) {
+    return kavel::RecoveryActions::getPidForCommand(std::move(command));
 }
 
 }  // namespace android

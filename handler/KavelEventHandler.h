@@ -10,6 +10,7 @@
 #include "event/KavelEvent.h"
 #include "handler/EventList.h"
 #include "handler/HandlingSteps.h"
+#include "handler/RecoveryActions.h"
 #include "handler/TrailCatcher.h"
 #include "handler/VariantPolicy.h"
 
@@ -50,9 +51,20 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     void trailKavelLogCatcher(const kavel::EventRef& event);
     std::string buildLogPathFolderName(const KavelEvent* event);
 
+    // Recovery.
+
+    void doKavelRecoverAction(int pid, long eventId, std::string processName,
+                              std::string eventType);
+    void doKavelAnrRecoverAction(int pid, long eventId, std::string processName,
+                                 std::string eventType);
+    int doKavelWmRebootAction();
+    int doKavelRebootAction();
+    int getPidForCommand(std::string command);
+
     /** For the seams through which the lower rooms reach what the handler owns. */
     kavel::EventParameters& parameters() { return mParameters; }
     kavel::DumpContext& dump() { return mDump; }
+    const kavel::RecoveryActions& recovery() const { return mRecovery; }
 
   private:
     friend class Singleton<KavelEventHandler>;
@@ -63,6 +75,7 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     kavel::EventList mEvents;
     kavel::VariantPolicy mVariant;
     kavel::TrailCatcher mTrailCatcher;
+    kavel::RecoveryActions mRecovery;
     kavel::HandlingSteps mSteps;
 };
 

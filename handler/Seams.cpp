@@ -6,6 +6,7 @@
 #include "event/EventIntake.h"
 #include "handler/KavelEventHandler.h"
 #include "platform/Log.h"
+#include "recovery/RecoveryActions.h"
 
 namespace android::kavel {
 
@@ -15,6 +16,18 @@ EventParameters& eventParameters() {
 
 DumpContext& dumpContext() {
     return KavelEventHandler::getInstance().dump();
+}
+
+int restartFramework() {
+    return KavelEventHandler::getInstance().doKavelWmRebootAction();
+}
+
+int rebootByPanic() {
+    return KavelEventHandler::getInstance().doKavelRebootAction();
+}
+
+bool isAnrRecoveryTested() {
+    return KavelEventHandler::getInstance().recovery().isAnrTesting();
 }
 
 bool intakeKavelEvent(long eventId, const KavelTimestamp& timestamp, int logInfo, int pid, int uid,

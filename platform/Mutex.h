@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -27,6 +28,10 @@ class SCOPED_CAPABILITY MutexLock {
     MutexLock& operator=(const MutexLock&) = delete;
 
     void wait(std::condition_variable& condition) { condition.wait(mLock); }
+    /** False once @p end has come. */
+    bool waitUntil(std::condition_variable& condition, std::chrono::steady_clock::time_point end) {
+        return condition.wait_until(mLock, end) == std::cv_status::no_timeout;
+    }
 
   private:
     std::unique_lock<std::mutex> mLock;

@@ -112,6 +112,7 @@ bool Init::open() {
     mProperties->setChangeHandler([this](const std::string& name, const std::string& value) {
         if (mPropertyTriggers) mActions->propertyChanged(name);
         if (name == "sys.boot_completed" && value == "1") mBootCompleted = true;
+        if (name == "sys.powerctl" && !value.empty()) powerControl(value);
     });
     return true;
 }
@@ -260,6 +261,13 @@ void Init::askedToEnd(int number, bool fromTerminal) {
     }
     logInfo("asked to end by signal %d", number);
     if (mPhase == Phase::Booting) mExitStatus = kSignalBase + number;
+    shutDown();
+}
+
+void Init::powerControl(const std::string& request) {
+    if (mPhase == Phase::Stopping) return;
+    // A phone that would boot again stays down here: its next boot is another run.
+    logInfo("asked to end by sys.powerctl: %s", request.c_str());
     shutDown();
 }
 

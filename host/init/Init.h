@@ -50,6 +50,7 @@ class Init {
     void bootCompleted();
     void commandEnded(int status);
     void askedToEnd(int signal, bool fromTerminal);
+    void powerControl(const std::string& request);
     void shutDown();
 
     const InitSettings mSettings;

@@ -2,8 +2,9 @@
 
 #include <cerrno>
 #include <cmath>
-#include <cstdlib>
 #include <ctime>
+
+#include "host/system/TimeScale.h"
 
 namespace android::kavel {
 
@@ -12,20 +13,12 @@ namespace {
 /** Far beyond any wait, and still a time the kernel's 64 bits of nanoseconds can hold. */
 constexpr double kLongestSleep = 4e9;
 
-/** How many times faster than the phone's this host's time runs; 1 if not said or not sensible. */
-double timeScale() {
-    const char* text = getenv("KAVEL_HOST_TIME_SCALE");
-    if (text == nullptr) return 1;
-    char* end = nullptr;
-    const double scale = strtod(text, &end);
-    return end != text && *end == '\0' && std::isfinite(scale) && scale > 0 ? scale : 1;
-}
-
 }  // namespace
 
 void sleepSeconds(uint64_t seconds) {
     constexpr long kNanosPerSecond = 1'000'000'000;
-    const double scaled = std::fmin(static_cast<double>(seconds) / timeScale(), kLongestSleep);
+    const double scaled =
+            std::fmin(static_cast<double>(seconds) / host::timeScale(), kLongestSleep);
     double whole = 0;
     const double fraction = std::modf(scaled, &whole);
 

@@ -1,6 +1,7 @@
 #include "tests/fake/FakeLog.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include <android/log.h>
 
@@ -11,6 +12,7 @@ namespace {
 
 struct Captured {
     Mutex lock;
+    std::condition_variable changed;
     std::vector<LogLine> lines GUARDED_BY(lock);
 };
 
@@ -19,10 +21,19 @@ Captured& captured() {
     return *instance;
 }
 
+constexpr std::chrono::seconds kDeadline(60);
+
+size_t countIn(const std::vector<LogLine>& lines, const std::string& text) {
+    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& line) {
+        return line.text.find(text) != std::string::npos;
+    }));
+}
+
 void keep(const __android_logger_data* data, const char* message) {
     MutexLock lock(captured().lock);
     captured().lines.push_back(
             {data->priority, data->tag == nullptr ? "(null)" : data->tag, message});
+    captured().changed.notify_all();
 }
 
 }  // namespace
@@ -43,10 +54,16 @@ void clearLog() {
 }
 
 size_t logCount(const std::string& text) {
-    const std::vector<LogLine> lines = logLines();
-    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& line) {
-        return line.text.find(text) != std::string::npos;
-    }));
+    return countIn(logLines(), text);
+}
+
+bool awaitLog(const std::string& text, size_t count) {
+    const auto end = std::chrono::steady_clock::now() + kDeadline;
+    MutexLock lock(captured().lock);
+    while (countIn(captured().lines, text) < count) {
+        if (!lock.waitUntil(captured().changed, end)) return false;
+    }
+    return true;
 }
 
 }  // namespace android::kavel::fake

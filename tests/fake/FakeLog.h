@@ -19,5 +19,7 @@ std::vector<LogLine> logLines();
 void clearLog();
 /** How many lines hold @p text. */
 size_t logCount(const std::string& text);
+/** Waits until at least @p count lines hold @p text; false where that takes too long. */
+bool awaitLog(const std::string& text, size_t count = 1);
 
 }  // namespace android::kavel::fake

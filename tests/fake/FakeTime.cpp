@@ -1,7 +1,10 @@
 #include "tests/fake/FakeTime.h"
 
+#include <android-base/properties.h>
+
 #include "platform/Clock.h"
 #include "platform/Mutex.h"
+#include "platform/PropertyWait.h"
 #include "platform/Sleep.h"
 
 namespace android::kavel {
@@ -16,6 +19,7 @@ struct Time {
     int sleeping GUARDED_BY(lock) = 0;
     std::vector<uint64_t> sleeps GUARDED_BY(lock);
     std::function<void(uint64_t)> hook GUARDED_BY(lock);
+    std::function<void(const std::string&)> propertyHook GUARDED_BY(lock);
 };
 
 Time& time() {
@@ -26,6 +30,11 @@ Time& time() {
 std::function<void(uint64_t)> sleepHook() {
     MutexLock lock(time().lock);
     return time().hook;
+}
+
+std::function<void(const std::string&)> propertyHook() {
+    MutexLock lock(time().lock);
+    return time().propertyHook;
 }
 
 int64_t nowUs() {
@@ -58,6 +67,11 @@ void onSleep(std::function<void(uint64_t seconds)> hook) {
     time().hook = std::move(hook);
 }
 
+void onPropertyWait(std::function<void(const std::string& name)> hook) {
+    MutexLock lock(time().lock);
+    time().propertyHook = std::move(hook);
+}
+
 std::vector<uint64_t> sleeps() {
     MutexLock lock(time().lock);
     return time().sleeps;
@@ -81,6 +95,15 @@ void sleepSeconds(uint64_t seconds) {
     while (time.hold && time.nowUs < end) lock.wait(time.changed);
     --time.sleeping;
     if (!time.hold && time.nowUs < end) time.nowUs = end;
+}
+
+bool waitForProperty(const std::string& name, const std::string& value,
+                     std::chrono::milliseconds timeout) {
+    if (const auto hook = fake::propertyHook()) hook(name);
+    if (base::GetProperty(name, "") == value) return true;
+    sleepSeconds(static_cast<uint64_t>(
+            std::chrono::duration_cast<std::chrono::seconds>(timeout).count()));
+    return base::GetProperty(name, "") == value;
 }
 
 int64_t wallClockUs() {

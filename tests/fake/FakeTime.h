@@ -2,12 +2,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace android::kavel::fake {
 
 /**
- * Virtual time behind platform/Clock.h and platform/Sleep.h. A sleep ends at once and moves time
+ * Virtual time behind platform/Clock.h, Sleep.h and PropertyWait.h. A wait for a property that has
+ * not come counts as a sleep. A sleep ends at once and moves time
  * on, unless sleeps are held: then it ends when advance() has moved time past its end.
  */
 void resetTime(int64_t wallClockUs);
@@ -15,6 +17,8 @@ void holdSleeps(bool hold);
 void advance(int64_t seconds);
 /** From now on @p hook is called on the sleeping thread before each sleep. */
 void onSleep(std::function<void(uint64_t seconds)> hook);
+/** From now on @p hook is called on the waiting thread before each wait for a property. */
+void onPropertyWait(std::function<void(const std::string& name)> hook);
 /** Every sleep so far, in seconds, in the order in which they began. */
 std::vector<uint64_t> sleeps();
 /** Blocks until @p count threads are in a held sleep. */

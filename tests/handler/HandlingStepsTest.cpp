@@ -39,7 +39,8 @@ class HandlingStepsTest : public testing::Test {
     EventList mEvents;
     VariantPolicy mVariant;
     TrailCatcher mTrailCatcher{mEvents, mDump};
-    HandlingSteps mSteps{mEvents, mParameters, mDump, mVariant, mTrailCatcher};
+    RecoveryActions mRecovery{mParameters};
+    HandlingSteps mSteps{mEvents, mParameters, mDump, mVariant, mTrailCatcher, mRecovery};
 };
 
 // Would catch an event that is taken down another road, or down two.
@@ -49,7 +50,8 @@ TEST_F(HandlingStepsTest, EachEventTakesOneRoad) {
     constexpr const char* kTrail = "trailKavelLogCatcher started.\n";
     constexpr const char* kTechnical = "commerialKavelLogCatcher technical event found.\n";
     constexpr const char* kAbnormal = "commerialKavelLogCatcher abnormal action event found.\n";
-    constexpr const char* kRecovery = "recovery of event 0x10000005 asked for";
+    constexpr const char* kRecovery =
+            "[dravo_kavel doKavelRecoverAction]: pid:1 eventId:268435461 ";
     const std::vector<std::string> roads = {kNothing,   kNwatchcall, kTrail,
                                             kTechnical, kAbnormal,   kRecovery};
     mParameters.setRecoverId(0x10000005, 3);

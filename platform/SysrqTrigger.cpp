@@ -1,0 +1,20 @@
+// The phone's implementation. No program of a desktop build has it in it: see CMakeLists.txt.
+
+#include "platform/SysrqTrigger.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <android-base/unique_fd.h>
+
+namespace android::kavel {
+
+bool triggerKernelPanic() {
+    const base::unique_fd trigger(open("/proc/sysrq-trigger", O_WRONLY | O_CLOEXEC));
+    if (!trigger.ok()) return false;
+    // "c" is crash (Documentation/admin-guide/sysrq.rst). Where it fails there is no second way.
+    static_cast<void>(!write(trigger.get(), "c", 1));
+    return true;
+}
+
+}  // namespace android::kavel

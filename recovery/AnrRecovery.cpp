@@ -1,0 +1,163 @@
+// What a watch does: wait, look again, and take a failed recovery further.
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <new>
+
+#include <android-base/properties.h>
+
+#include "platform/Log.h"
+#include "platform/ProcFs.h"
+#include "platform/ProcText.h"
+#include "platform/PropertyWait.h"
+#include "platform/Sleep.h"
+#include "recovery/KavelAnrRecoveryMonitor.h"
+#include "recovery/RecoveryActions.h"
+
+namespace android {
+
+using kavel::MutexLock;
+
+namespace {
+
+constexpr long kWatchSeconds = 30;
+constexpr long kUserRequestSeconds = 5;
+constexpr std::chrono::milliseconds kBootTimeout(300000);
+constexpr const char* kBootCompleted = "sys.dravo.boot_completed";
+constexpr size_t kStatusSize = 4096;
+
+}  // namespace
+
+bool KavelAnrRecoveryMonitor::MonitorThread::threadLoop() {
+    if (mMonitor == nullptr) {
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::MonitorThread::threadLoop]: monitor err.");
+    } else if (mName == kavel::kAnrWatch) {
+        mMonitor->handle_anr_recovery(this, kWatchSeconds);
+    } else if (mName == kavel::kUserRequestWatch) {
+        mMonitor->handle_anr_recovery(this, kUserRequestSeconds);
+    }
+    return false;
+}
+
+bool KavelAnrRecoveryMonitor::handle_anr_recovery(void* thread, long timeoutSeconds) {
+    const MonitorThread& self = *static_cast<const MonitorThread*>(thread);
+    const std::unique_ptr<proc_t[]> records(new (std::nothrow) proc_t[2]());
+    if (records == nullptr) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor::handle_anr_recovery]: calloc failed.");
+        return false;
+    }
+    proc_t* const before = &records[0];
+    proc_t* const after = &records[1];
+    if (read_proc_stat(self.pid(), before) == nullptr) {
+        // The watch stays listed: only a cancel takes it out.
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::handle_anr_recovery]: read A proc failed.");
+        return false;
+    }
+    kavel::sleepSeconds(static_cast<uint64_t>(timeoutSeconds));
+    read_proc_stat(before->pid, after);  // of a process that is gone nothing is left but zeros
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[KavelAnrRecoveryMonitor::handle_anr_recovery]: monitor timeout(%ld).",
+               timeoutSeconds);
+
+    MutexLock lock(mLock);
+    if (takeCancelLocked(self)) return true;
+    if (isReboot(before, after)) escalateLocked();
+    retireLocked(self);
+    return true;
+}
+
+KavelAnrRecoveryMonitor::Messages::iterator KavelAnrRecoveryMonitor::findWatchLocked(
+        Messages& list, const MonitorThread& thread) {
+    return std::find_if(list.begin(), list.end(), [&](const Message& message) {
+        return message.pid == thread.pid() && message.monitorThreadName == thread.name();
+    });
+}
+
+bool KavelAnrRecoveryMonitor::takeCancelLocked(const MonitorThread& thread) {
+    const auto cancel = findWatchLocked(mCancelList, thread);
+    if (cancel == mCancelList.end()) return false;
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[KavelAnrRecoveryMonitor::handle_anr_recovery]: monitoring has been cancelled "
+               "pid(%d),name(%s).",
+               thread.pid(), thread.name().c_str());
+    mCancelList.erase(cancel);
+    return true;
+}
+
+void KavelAnrRecoveryMonitor::escalateLocked() {
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[KavelAnrRecoveryMonitor::handle_anr_recovery]: anr process recover failed, goto "
+               "ss reboot.");
+    // Whatever the line says: only the recovery of the test package may take the phone down.
+    if (!kavel::isAnrRecoveryTested()) return;
+    base::SetProperty(kBootCompleted, "0");
+    kavel::restartFramework();
+    if (kavel::waitForProperty(kBootCompleted, "1", kBootTimeout)) return;
+    KAVEL_LOGE(KAVEL_NO_TAG,
+               "[KavelAnrRecoveryMonitor::handle_anr_recovery]: start reboot recover, ss recover "
+               "failed.");
+    kavel::rebootByPanic();
+}
+
+void KavelAnrRecoveryMonitor::retireLocked(const MonitorThread& thread) {
+    const auto watch = findWatchLocked(mMonitorList, thread);
+    if (watch != mMonitorList.end()) {
+        mMonitorList.erase(watch);
+    } else {
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::handle_anr_recovery]: monitor_list bad list!!!");
+        // Every other watch that is waiting will find itself cancelled.
+        mCancelList.splice(mCancelList.end(), mMonitorList);
+    }
+    countWatchesLocked();
+}
+
+proc_t* KavelAnrRecoveryMonitor::read_proc_stat(int pid, proc_t* out) {
+    *out = {};
+    const std::unique_ptr<char[]> text(new (std::nothrow) char[kStatusSize]);
+    if (text == nullptr) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor::read_proc_stat]: alloc mem failed!");
+        return nullptr;
+    }
+    switch (kavel::readProcFile(pid, "status", text.get(), kStatusSize)) {
+        case kavel::ProcRead::NotOpened:
+            KAVEL_LOGE(KAVEL_NO_TAG,
+                       "[KavelAnrRecoveryMonitor::read_proc_stat]: Unable to open /proc/%d/status",
+                       pid);
+            return nullptr;
+        case kavel::ProcRead::NotRead:
+            KAVEL_LOGE(KAVEL_NO_TAG,
+                       "[KavelAnrRecoveryMonitor::read_proc_stat]: Unable to read /proc/%d/status",
+                       pid);
+            return nullptr;
+        case kavel::ProcRead::Done:
+            break;
+    }
+    const auto uid = kavel::uidOfStatus(text.get());
+    if (!uid) return nullptr;
+    *out = {pid, *uid};
+    return out;
+}
+
+bool KavelAnrRecoveryMonitor::isReboot(const proc_t* before, const proc_t* after) {
+    if (before == nullptr || after == nullptr) {
+        KAVEL_LOGI(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor::isReboot]: args err.");
+        return false;
+    }
+    if (before->pid == 0 && before->uid == 0) {
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::isReboot]: anr process recover success for pid is "
+                   "not exist.");
+        return false;
+    }
+    if (before->pid == after->pid && before->uid == after->uid) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor::isReboot]: anr process recover failed");
+        return true;
+    }
+    return false;
+}
+
+}  // namespace android

@@ -1,0 +1,154 @@
+// The requests and their lists. What a watch does when its time is up is in AnrRecovery.cpp.
+
+#include "recovery/KavelAnrRecoveryMonitor.h"
+
+#include <algorithm>
+
+#include "platform/Log.h"
+
+namespace android {
+
+ANDROID_SINGLETON_STATIC_INSTANCE(KavelAnrRecoveryMonitor)
+
+using kavel::kAnrWatch;
+using kavel::kUserRequestWatch;
+using kavel::MutexLock;
+
+namespace {
+
+constexpr int32_t kCancel = 0;
+constexpr int32_t kMonitor = 1;
+
+constexpr uint32_t kMaxPid = 0x400000;  // PID_MAX_LIMIT of the 64-bit kernel
+constexpr size_t ThreadMaxOnlineCount = 10;
+
+constexpr const char* kHandleThread = "handle_thread";
+
+/** A thread that does not start leaves the request to the next one. */
+void runHandleThread(const sp<KavelAnrRecoveryMonitor::HandleThread>& thread) {
+    const status_t status = thread->run(kHandleThread, 0, 0);
+    if (status != OK) KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor]: no thread: %d", status);
+}
+
+}  // namespace
+
+int KavelAnrRecoveryMonitor::monitor(int pid, bool userRequest) {
+    // As unsigned, so that negative ones are too large as well.
+    if (static_cast<uint32_t>(pid) > kMaxPid) {
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::monitor]: Pid is invalid, Must 0 <= pid <= 0x%x, but "
+                   "current val:0x%x.",
+                   kMaxPid, static_cast<uint32_t>(pid));
+        return -1;
+    }
+    // One more than the name says: an 11th watch is accepted while 10 are listed.
+    if (mWatchCount > ThreadMaxOnlineCount) {
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::monitor]: >=ThreadMaxOnlineCount(%ld),user "
+                   "request:%d, process:%d",
+                   static_cast<long>(ThreadMaxOnlineCount), userRequest, pid);
+        return -1;
+    }
+    const Message message = {pid, kMonitor, userRequest ? kUserRequestWatch : kAnrWatch};
+
+    MutexLock lock(mLock);
+    mRequestList.push_back(message);
+    mHandleThread = new HandleThread(this, kHandleThread);
+    runHandleThread(mHandleThread);
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[KavelAnrRecoveryMonitor::monitor]:process(%d) insert monitor list, type:%s!", pid,
+               message.monitorThreadName.c_str());
+    int index = 0;
+    for (const Message& waiting : mRequestList) {
+        KAVEL_LOGD(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor::monitor]:[%d]:pid=%d,name=%s,state:%d",
+                   index++, waiting.pid, waiting.monitorThreadName.c_str(), waiting.state);
+    }
+    return 0;
+}
+
+int KavelAnrRecoveryMonitor::cancel_monitor(int pid) {
+    {
+        MutexLock lock(mLock);
+        mRequestList.push_back({pid, kCancel, ""});
+    }
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[KavelAnrRecoveryMonitor::cancel_monitor]: received cancel pid(%d) monitor", pid);
+    // Started outside the lock; only the reference is kept under it.
+    sp<HandleThread> thread = new HandleThread(this, kHandleThread);
+    runHandleThread(thread);
+    MutexLock lock(mLock);
+    mHandleThread = thread;
+    return 0;
+}
+
+bool KavelAnrRecoveryMonitor::HandleThread::threadLoop() {
+    mMonitor->serveRequests();
+    return false;
+}
+
+void KavelAnrRecoveryMonitor::serveRequests() {
+    MutexLock lock(mLock);
+    while (!mRequestList.empty()) {
+        const Message request = std::move(mRequestList.front());
+        mRequestList.pop_front();
+        if (request.state == kCancel) {
+            cancelLocked(request);
+        } else {
+            startWatchLocked(request);
+        }
+    }
+}
+
+void KavelAnrRecoveryMonitor::cancelLocked(const Message& request) {
+    const auto watch = std::find_if(mMonitorList.begin(), mMonitorList.end(),
+                                    [&](const Message& one) { return one.pid == request.pid; });
+    if (watch == mMonitorList.end()) {
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::HandleThread::threadLoop]: cancel invalid pid(%d).",
+                   request.pid);
+        return;
+    }
+    mCancelList.splice(mCancelList.end(), mMonitorList, watch);
+    countWatchesLocked();
+    KAVEL_LOGI(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor::HandleThread::threadLoop]: cancel pid %d",
+               request.pid);
+}
+
+void KavelAnrRecoveryMonitor::startWatchLocked(const Message& request) {
+    if (request.monitorThreadName == kAnrWatch) {
+        runMonitorThreadLocked(request, &mMonitorThread, "THREAD_NAME");
+    } else if (request.monitorThreadName == kUserRequestWatch) {
+        runMonitorThreadLocked(request, &mUserRequestMonitorThread, "THREAD_NAME_USER_REQUEST");
+    } else {
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::HandleThread::threadLoop]: invalid Thread name(%s)",
+                   request.monitorThreadName.c_str());
+    }
+}
+
+void KavelAnrRecoveryMonitor::runMonitorThreadLocked(const Message& request,
+                                                     sp<MonitorThread>* reference,
+                                                     const char* kind) {
+    mMonitorList.push_back(request);
+    const char* const name = request.monitorThreadName.c_str();
+    *reference = new MonitorThread(this, name, request.pid);
+    const status_t status = (*reference)->run(name, 0, 0);
+    if (status != OK) {
+        // Nobody would ever take the entry out again.
+        mMonitorList.pop_back();
+        KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor]: no thread to watch %d: %d",
+                   request.pid, status);
+    }
+    countWatchesLocked();
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[KavelAnrRecoveryMonitor::HandleThread::threadLoop]: new %s for %d, monitor_list "
+               "size:%d",
+               kind, request.pid, static_cast<int>(mMonitorList.size()));
+}
+
+KavelAnrRecoveryMonitor::ListSizes KavelAnrRecoveryMonitor::listSizes() const {
+    MutexLock lock(mLock);
+    return {mRequestList.size(), mMonitorList.size(), mCancelList.size()};
+}
+
+}  // namespace android

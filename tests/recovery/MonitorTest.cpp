@@ -1,0 +1,323 @@
+// Each case is a process of its own, and so has a monitor of its own.
+
+#include "recovery/KavelAnrRecoveryMonitor.h"
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <future>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <android-base/properties.h>
+#include <android/log.h>
+#include <gtest/gtest.h>
+
+#include "recovery/RecoveryActions.h"
+#include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeProcesses.h"
+#include "tests/fake/FakeTime.h"
+
+namespace android {
+namespace kavel {
+namespace {
+
+std::atomic<int> sRestarts{0};
+std::atomic<int> sPanics{0};
+std::atomic<bool> sTested{false};
+
+}  // namespace
+
+// The handler's side of the seam.
+
+int restartFramework() {
+    ++sRestarts;
+    return 0;
+}
+
+int rebootByPanic() {
+    ++sPanics;
+    return 0;
+}
+
+bool isAnrRecoveryTested() {
+    return sTested;
+}
+
+namespace {
+
+constexpr const char* kBootCompleted = "sys.dravo.boot_completed";
+constexpr const char* kFailed = "anr process recover failed, goto ss reboot.";
+
+class MonitorTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        fake::captureLog();
+        base::SetProperty(kBootCompleted, "1");
+        // A sanitizer starts a thread of its own along with the first of ours.
+        std::thread([] {}).join();
+        mThreadsBefore = threadCount();
+    }
+
+    /** Lets all watches end: liblog is not to be used by a thread while the process exits. */
+    void TearDown() override {
+        fake::holdSleeps(false);
+        EXPECT_TRUE(eventually([this] { return threadCount() == mThreadsBefore; }));
+        fake::clearLog();  // under the log's lock: what they logged was before this
+    }
+
+    static bool eventually(const std::function<bool()>& condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            std::this_thread::yield();
+        }
+        return true;
+    }
+
+    static long threadCount() {
+        namespace fs = std::filesystem;
+        return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
+    }
+
+    /** Waits until all lists have these sizes. */
+    bool listsBecome(size_t requested, size_t monitored, size_t cancelled) {
+        return eventually([&] {
+            const auto sizes = mMonitor.listSizes();
+            return sizes.requested == requested && sizes.monitored == monitored &&
+                   sizes.cancelled == cancelled;
+        });
+    }
+
+    /** Asks for watches of the processes @p pids, which then wait. */
+    void startHeldWatches(const std::vector<int>& pids, bool userRequest = false) {
+        fake::holdSleeps(true);
+        int waiting = static_cast<int>(mMonitor.listSizes().monitored);
+        for (const int pid : pids) {
+            fake::setProcess(pid, fake::process(10000 + pid));
+            EXPECT_EQ(mMonitor.monitor(pid, userRequest), 0);
+            fake::awaitSleepers(++waiting);
+        }
+    }
+
+    long mThreadsBefore = 0;
+    KavelAnrRecoveryMonitor& mMonitor = KavelAnrRecoveryMonitor::getInstance();
+};
+
+// Would catch a bound that is off by one, or a negative pid that passes as small.
+TEST_F(MonitorTest, PidsBeyondTheKernelsAreRefused) {
+    for (const int pid : {0x400001, -1, INT32_MIN}) {
+        EXPECT_EQ(mMonitor.monitor(pid, false), -1);
+    }
+    EXPECT_EQ(fake::logCount("Pid is invalid, Must 0 <= pid <= 0x400000, but current val:0x"), 3u);
+    EXPECT_EQ(fake::logCount("but current val:0xffffffff."), 1u);
+    startHeldWatches({0x400000});
+    EXPECT_TRUE(listsBecome(0, 1, 0));
+    EXPECT_EQ(fake::logCount("Pid is invalid"), 3u);
+}
+
+// Would catch a bound of ten, or none.
+TEST_F(MonitorTest, ElevenWatchesAreTakenAndATwelfthIsNot) {
+    startHeldWatches({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+    startHeldWatches({11}, true);
+    EXPECT_EQ(fake::logCount("new THREAD_NAME for 10, monitor_list size:10"), 1u);
+    EXPECT_EQ(fake::logCount("new THREAD_NAME_USER_REQUEST for 11, monitor_list size:11"), 1u);
+    EXPECT_EQ(mMonitor.close_user_request(12), -1);
+    EXPECT_EQ(fake::logCount(">=ThreadMaxOnlineCount(10),user request:1, process:12"), 1u);
+    fake::advance(30);
+    EXPECT_TRUE(listsBecome(0, 0, 0));
+    startHeldWatches({12});
+}
+
+struct Course {
+    const char* what;
+    bool userRequest;
+    bool tested;
+    std::function<void()> duringWatch;
+    std::function<void()> duringBoot;
+    bool failed;
+    int restarts, panics;
+};
+
+// Would catch a watch that waits for the wrong time, fails a recovery that succeeded, takes an
+// ordinary application's failure further, or panics although the framework is back.
+TEST_F(MonitorTest, WatchEndsAsItsProcessDoes) {
+    const auto nothing = [] {};
+    const auto bootAgain = [] {
+        EXPECT_EQ(base::GetProperty(kBootCompleted, ""), "0");
+        EXPECT_EQ(sRestarts, 1);
+        base::SetProperty(kBootCompleted, "1");
+    };
+    const Course courses[] = {
+            {"gone", false, true, [] { fake::removeProcess(7); }, nothing, false, 0, 0},
+            {"of another user", true, true, [] { fake::setProcess(7, fake::process(8)); }, nothing,
+             false, 0, 0},
+            {"not to be read", false, true,
+             [] {
+                 fake::setProcess(7, {std::nullopt, std::nullopt});
+             },
+             nothing, false, 0, 0},
+            {"there, no test", false, false, nothing, nothing, true, 0, 0},
+            {"there, closed by the user, no test", true, false, nothing, nothing, true, 0, 0},
+            {"there, framework comes back", false, true, nothing, bootAgain, true, 1, 0},
+            {"there, framework comes back late", true, true, nothing, nothing, true, 1, 1},
+    };
+    for (const Course& course : courses) {
+        SCOPED_TRACE(course.what);
+        fake::clearLog();
+        const size_t sleeps = fake::sleeps().size();
+        sRestarts = 0;
+        sPanics = 0;
+        sTested = course.tested;
+        base::SetProperty(kBootCompleted, "1");
+        fake::setProcess(7, fake::process(10007));
+        fake::onSleep([&](uint64_t seconds) {
+            if (seconds < 300) course.duringWatch();
+        });
+        fake::onPropertyWait([&](const std::string& /*name*/) { course.duringBoot(); });
+
+        EXPECT_EQ(mMonitor.monitor(7, course.userRequest), 0);
+        const int seconds = course.userRequest ? 5 : 30;
+        ASSERT_TRUE(fake::awaitLog("monitor timeout(" + std::to_string(seconds) + ")."));
+        ASSERT_TRUE(listsBecome(0, 0, 0));
+        EXPECT_EQ(fake::sleeps()[sleeps], static_cast<uint64_t>(seconds));
+        EXPECT_EQ(fake::logCount(kFailed), course.failed ? 1u : 0u);
+        EXPECT_EQ(sRestarts, course.restarts);
+        EXPECT_EQ(sPanics, course.panics);
+        EXPECT_EQ(fake::sleeps().back() == 300, course.panics == 1);
+        EXPECT_EQ(fake::logCount("start reboot recover, ss recover failed."),
+                  course.panics == 1 ? 1u : 0u);
+        EXPECT_EQ(base::GetProperty(kBootCompleted, ""), course.panics == 1 ? "0" : "1");
+    }
+}
+
+// Would catch a watch of a process that was never there, and an entry that a cancel cannot find.
+TEST_F(MonitorTest, WatchOfAnUnreadableProcessStaysListedUntilCancelled) {
+    fake::setProcesses({{1, {std::nullopt, std::nullopt}}, {2, {"Name:\tx\n", std::nullopt}}});
+    for (const int pid : {1, 2, 3}) mMonitor.monitor(pid, false);
+    ASSERT_TRUE(fake::awaitLog("read A proc failed.", 3));
+    EXPECT_EQ(fake::logCount("Unable to read /proc/1/status"), 1u);
+    EXPECT_EQ(fake::logCount("Unable to open /proc/3/status"), 1u);
+    EXPECT_TRUE(listsBecome(0, 3, 0));
+    EXPECT_TRUE(fake::sleeps().empty());
+    mMonitor.cancel_monitor(2);
+    EXPECT_TRUE(listsBecome(0, 2, 1));
+}
+
+// Would catch a cancelled watch that is taken further, and a cancel that compares more than pids.
+TEST_F(MonitorTest, CancelInTimeEndsTheWatchQuietly) {
+    sTested = true;
+    for (const bool userRequest : {false, true}) {
+        fake::clearLog();
+        startHeldWatches({7}, userRequest);
+        mMonitor.cancel_monitor(7);
+        EXPECT_TRUE(listsBecome(0, 0, 1));
+        fake::advance(30);
+        EXPECT_TRUE(listsBecome(0, 0, 0));
+        EXPECT_EQ(
+                fake::logCount("monitoring has been cancelled pid(7),name(KavelAnrRecoveryMonitor"),
+                1u);
+        EXPECT_EQ(fake::logCount(kFailed), 0u);
+    }
+    EXPECT_EQ(sRestarts, 0);
+}
+
+// Would catch a cancel that is kept for a later watch.
+TEST_F(MonitorTest, CancelAheadOfItsWatchIsLost) {
+    mMonitor.cancel_monitor(7);
+    ASSERT_TRUE(fake::awaitLog("cancel invalid pid(7)."));
+    fake::setProcess(7, fake::process(10007));
+    mMonitor.monitor(7, false);
+    ASSERT_TRUE(fake::awaitLog(kFailed));
+    EXPECT_TRUE(listsBecome(0, 0, 0));
+}
+
+// Would catch a lost entry that goes unnoticed.
+TEST_F(MonitorTest, UnlistedWatchCancelsAllOthers) {
+    startHeldWatches({1, 2});
+    fake::setProcess(9, fake::process(9));
+    const sp<KavelAnrRecoveryMonitor::MonitorThread> unlisted =
+            new KavelAnrRecoveryMonitor::MonitorThread(&mMonitor, kAnrWatch, 9);
+    EXPECT_TRUE(mMonitor.handle_anr_recovery(unlisted.get(), 0));
+    EXPECT_EQ(fake::logCount("monitor_list bad list!!!"), 1u);
+    EXPECT_TRUE(listsBecome(0, 0, 2));
+    fake::clearLog();
+    fake::advance(30);
+    EXPECT_TRUE(listsBecome(0, 0, 0));
+    EXPECT_EQ(fake::logCount(kFailed), 0u);
+}
+
+// Would catch a process that is compared by its pid alone, or a crash on what is not there.
+TEST_F(MonitorTest, RecoveryFailsOnlyForTheSameProcess) {
+    const proc_t none = {};
+    const proc_t one = {7, 1000};
+    const proc_t otherUser = {7, 1001};
+    const proc_t root = {7, 0};
+    EXPECT_TRUE(KavelAnrRecoveryMonitor::isReboot(&one, &one));
+    EXPECT_TRUE(KavelAnrRecoveryMonitor::isReboot(&root, &root));
+    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(&one, &otherUser));
+    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(&one, &none));
+    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(&none, &none));
+    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(nullptr, &one));
+    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(&one, nullptr));
+}
+
+// Would catch an escalation that lets others in, or that never lets them in again.
+TEST_F(MonitorTest, RequestsWaitForAnEscalationAndThenProceed) {
+    sTested = true;
+    std::promise<void> begun;
+    std::promise<void> goOn;
+    fake::onPropertyWait([&](const std::string& name) {
+        EXPECT_EQ(name, kBootCompleted);
+        begun.set_value();
+        goOn.get_future().wait();
+        sTested = false;
+        base::SetProperty(kBootCompleted, "1");
+    });
+    fake::setProcess(7, fake::process(10007));
+    fake::setProcess(8, fake::process(10008));
+    mMonitor.monitor(7, false);
+    begun.get_future().wait();
+
+    auto watch = std::async(std::launch::async, [&] { return mMonitor.monitor(8, true); });
+    auto cancel = std::async(std::launch::async, [&] { return mMonitor.cancel_monitor(9); });
+    EXPECT_EQ(watch.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    EXPECT_EQ(cancel.wait_for(std::chrono::milliseconds(0)), std::future_status::timeout);
+    goOn.set_value();
+    EXPECT_EQ(watch.get(), 0);
+    EXPECT_EQ(cancel.get(), 0);
+    ASSERT_TRUE(fake::awaitLog("monitor timeout(5)."));
+    ASSERT_TRUE(fake::awaitLog("cancel invalid pid(9)."));
+    EXPECT_TRUE(listsBecome(0, 0, 0));
+    EXPECT_EQ(sRestarts, 1);
+    EXPECT_EQ(sPanics, 0);
+}
+
+// Would catch a race on lists or references, a lost request, and an entry that stays behind.
+TEST_F(MonitorTest, HundredRequestsAtOnceLeaveEmptyLists) {
+    constexpr int kThreads = 10;
+    constexpr int kWatches = 5;  // of each thread, and as many cancels
+    for (int pid = 1; pid <= kThreads * kWatches; ++pid) {
+        fake::setProcess(pid, fake::process(10000 + pid));
+    }
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([this, thread] {
+            for (int i = 1; i <= kWatches; ++i) {
+                const int pid = thread * kWatches + i;
+                mMonitor.monitor(pid, pid % 2 == 0);
+                mMonitor.cancel_monitor(pid);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_TRUE(listsBecome(0, 0, 0));
+    EXPECT_EQ(fake::logCount("bad list"), 0u);
+}
+
+}  // namespace
+}  // namespace kavel
+}  // namespace android

@@ -1,0 +1,160 @@
+// Recovery in a phone whose time runs twenty times as fast.
+
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include "tests/sandbox/PhoneSession.h"
+
+namespace android::kavel::test {
+namespace {
+
+constexpr const char* kTestPackage = "com.test.kavelanrrecovery";
+constexpr const char* kPanicRecord = "/data/persist_log/panic_recorded";
+constexpr const char* kFailed = "anr process recover failed, goto ss reboot.";
+constexpr const char* kTimeout = "handle_anr_recovery]: monitor timeout(";
+
+/** A process of the phone under the name @p name; it ends with this. */
+class StandIn {
+  public:
+    explicit StandIn(std::string name) {
+        std::string program = "phone_process";
+        char* const arguments[] = {program.data(), name.data(), nullptr};
+        EXPECT_EQ(posix_spawnp(&mPid, "phone_process", nullptr, nullptr, arguments, environ), 0);
+        const auto hasName = [&] {
+            return run({"pidof", name}).output.find(std::to_string(mPid)) != std::string::npos;
+        };
+        EXPECT_TRUE(eventually(hasName)) << name;
+    }
+    ~StandIn() { end(); }
+    StandIn(const StandIn&) = delete;
+    StandIn& operator=(const StandIn&) = delete;
+
+    int pid() const { return mPid; }
+    void end() {
+        if (mPid <= 0) return;
+        kill(mPid, SIGKILL);
+        awaitEnd();
+    }
+    /** The wait status of a process that somebody else ends. */
+    int awaitEnd() {
+        int status = 0;
+        EXPECT_EQ(waitpid(mPid, &status, 0), mPid);
+        mPid = 0;
+        return status;
+    }
+
+  private:
+    pid_t mPid = 0;
+};
+
+int pidOf(const char* name) {
+    return atoi(run({"pidof", name}).output.c_str());
+}
+
+std::string bootCompleted() {
+    return run({"getprop", "sys.dravo.boot_completed"}).output;
+}
+
+void configure() {
+    ASSERT_TRUE(daemonIsUp());
+    const Result set = run({"kavelctl", "set", "0x10000001", "--recover-id", "1"});
+    ASSERT_EQ(set.status, 0) << set.output;
+    ASSERT_TRUE(eventually([] { return bootCompleted() == "1\n"; }));
+}
+
+void report(int pid, const std::string& process, const std::string& state) {
+    const Result sent = run({"kavelctl", "send", "0x10000001", "--pid", std::to_string(pid),
+                             "--process", process, "--type", state});
+    ASSERT_EQ(sent.status, 0) << sent.output;
+}
+
+/** Reports the start of an ANR of @p pid, then waits for the end of its watch. */
+void watch(int pid, const std::string& process, const std::function<void()>& meanwhile) {
+    const size_t watches = logCount(": new THREAD_NAME for ");
+    const size_t ends = logCount(kTimeout);
+    report(pid, process, "start");
+    ASSERT_TRUE(eventually([&] { return logCount(": new THREAD_NAME for ") == watches + 1; }));
+    meanwhile();
+    ASSERT_TRUE(eventually([&] { return logCount(kTimeout) == ends + 1; }));
+}
+
+// A framework that is not restarted, or a panic although it came back.
+TEST(RecoveryTest, FailedTestRestartsTheFramework) {
+    configure();
+    const int before = pidOf("system_server");
+    ASSERT_GT(before, 1);
+    const StandIn application(kTestPackage);
+    watch(application.pid(), kTestPackage, [] {});
+    ASSERT_TRUE(eventually([&] {
+        const int now = pidOf("system_server");
+        return now > 1 && now != before && bootCompleted() == "1\n";
+    }));
+    EXPECT_EQ(logCount("Sending signal. PID: " + std::to_string(before) + " SIG: 9"), 1U);
+    EXPECT_EQ(logCount(kFailed), 1U);
+    EXPECT_GE(logCount("binder service kavel replied: 0."), 1U);
+
+    // The lock is free again, and nothing is left of the watch.
+    report(application.pid(), kTestPackage, "end");
+    const std::string invalid = "cancel invalid pid(" + std::to_string(application.pid());
+    EXPECT_TRUE(eventually([&] { return logCount(invalid) == 1; }));
+    EXPECT_EQ(logCount("ss recover failed."), 0U);
+    EXPECT_FALSE(std::filesystem::exists(kPanicRecord));
+}
+
+// A recovery that succeeded, was called off, or is nobody's test, and takes the framework down.
+TEST(RecoveryTest, QuietEndsLeaveTheFrameworkAlone) {
+    configure();
+    const int framework = pidOf("system_server");
+    const size_t failures = logCount(kFailed);
+    const std::string cancelled = "monitoring has been cancelled pid(";
+
+    StandIn ending(kTestPackage);
+    watch(ending.pid(), kTestPackage, [&] { ending.end(); });
+
+    const StandIn inTime(kTestPackage);
+    const size_t cancels = logCount(cancelled);
+    watch(inTime.pid(), kTestPackage, [&] { report(inTime.pid(), kTestPackage, "dialog"); });
+    EXPECT_TRUE(eventually([&] { return logCount(cancelled) == cancels + 1; }));
+    EXPECT_EQ(logCount(kFailed), failures);
+
+    const StandIn other("com.example.other");
+    watch(other.pid(), "com.example.other", [] {});
+    EXPECT_TRUE(eventually([&] { return logCount(kFailed) == failures + 1; }));
+    EXPECT_EQ(pidOf("system_server"), framework);
+    EXPECT_EQ(bootCompleted(), "1\n");
+}
+
+// A framework that stays away and no panic; a panic that does not end the phone.
+TEST(PanicTest, FrameworkThatStaysAwayLeadsToAPanic) {
+    configure();
+    ASSERT_EQ(run({"setprop", "ctl.stop", "system_server"}).status, 0);
+    ASSERT_TRUE(eventually([] { return pidOf("system_server") == 0; }));
+    // Nobody starts this one again.
+    StandIn framework("system_server");
+    const StandIn application(kTestPackage);
+
+    // The phone's end reaches its command as SIGTERM.
+    sigset_t term;
+    sigemptyset(&term);
+    sigaddset(&term, SIGTERM);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &term, nullptr), 0);
+    watch(application.pid(), kTestPackage, [] {});
+    const int status = framework.awaitEnd();
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+
+    const timespec limit = {60, 0};
+    EXPECT_EQ(sigtimedwait(&term, nullptr, &limit), SIGTERM);
+    EXPECT_TRUE(std::filesystem::exists(kPanicRecord));
+    EXPECT_EQ(logCount("start reboot recover, ss recover failed."), 1U);
+    EXPECT_EQ(logCount("[dravo_kavel doKavelRebootAction]: trigger kernel panic"), 1U);
+    EXPECT_EQ(logCount("simulated panic, recorded in "), 1U);
+}
+
+}  // namespace
+}  // namespace android::kavel::test
