@@ -1,7 +1,5 @@
 #include "handler/KavelEventHandler.h"
 
-#include <utility>
-
 #include "event/ExtraInfo.h"
 #include "event/KavelTimestamp.h"
 #include "handler/EventBuilder.h"
@@ -87,14 +85,15 @@ std::string KavelEventHandler::buildLogPathFolderName(const KavelEvent* event) {
     return kavel::buildLogPathFolderName(mParameters, event);
 }
 
-void KavelEventHandler::doKavelRecoverAction(int pid, long eventId, std::string processName,
-                                             std::string eventType) {
-    mRecovery.doKavelRecoverAction(pid, eventId, std::move(processName), std::move(eventType));
+void KavelEventHandler::doKavelRecoverAction(int pid, long eventId, const std::string& processName,
+                                             const std::string& eventType) {
+    mRecovery.doKavelRecoverAction(pid, eventId, processName, eventType);
 }
 
-void KavelEventHandler::doKavelAnrRecoverAction(int pid, long eventId, std::string processName,
-                                                std::string eventType) {
-    mRecovery.doKavelAnrRecoverAction(pid, eventId, std::move(processName), std::move(eventType));
+void KavelEventHandler::doKavelAnrRecoverAction(int pid, long eventId,
+                                                const std::string& processName,
+                                                const std::string& eventType) {
+    mRecovery.doKavelAnrRecoverAction(pid, eventId, processName, eventType);
 }
 
 int KavelEventHandler::doKavelWmRebootAction() {
@@ -105,8 +104,8 @@ int KavelEventHandler::doKavelRebootAction() {
     return mRecovery.doKavelRebootAction();
 }
 
-int KavelEventHandler::getPidForCommand(std::string command) {
-    return kavel::RecoveryActions::getPidForCommand(std::move(command));
+int KavelEventHandler::getPidForCommand(const std::string& command) {
+    return kavel::RecoveryActions::getPidForCommand(command);
 }
 
 }  // namespace android

@@ -53,13 +53,13 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
 
     // Recovery.
 
-    void doKavelRecoverAction(int pid, long eventId, std::string processName,
-                              std::string eventType);
-    void doKavelAnrRecoverAction(int pid, long eventId, std::string processName,
-                                 std::string eventType);
+    void doKavelRecoverAction(int pid, long eventId, const std::string& processName,
+                              const std::string& eventType);
+    void doKavelAnrRecoverAction(int pid, long eventId, const std::string& processName,
+                                 const std::string& eventType);
     int doKavelWmRebootAction();
     int doKavelRebootAction();
-    int getPidForCommand(std::string command);
+    int getPidForCommand(const std::string& command);
 
     /** For the seams through which the lower rooms reach what the handler owns. */
     kavel::EventParameters& parameters() { return mParameters; }

@@ -26,8 +26,8 @@ constexpr size_t kCmdlineSize = 4096;
 
 }  // namespace
 
-void RecoveryActions::doKavelRecoverAction(int pid, long eventId, std::string processName,
-                                           std::string eventType) {
+void RecoveryActions::doKavelRecoverAction(int pid, long eventId, const std::string& processName,
+                                           const std::string& eventType) {
     const TraceSection trace("doKavelRecoverAction");
     const long recoverId = mParameters.recoverId(eventId);
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel doKavelRecoverAction]: pid:%d eventId:%ld recoverId:%ld",
@@ -35,7 +35,7 @@ void RecoveryActions::doKavelRecoverAction(int pid, long eventId, std::string pr
     long ret = 0;
     switch (recoverId) {
         case kAnr:
-            doKavelAnrRecoverAction(pid, eventId, std::move(processName), std::move(eventType));
+            doKavelAnrRecoverAction(pid, eventId, processName, eventType);
             KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel doKavelAnrRecoverAction]: mIsKavelAnrTesting:%d",
                        isAnrTesting());
             return;
@@ -54,8 +54,8 @@ void RecoveryActions::doKavelRecoverAction(int pid, long eventId, std::string pr
                ret);
 }
 
-void RecoveryActions::doKavelAnrRecoverAction(int pid, long eventId, std::string processName,
-                                              std::string eventType) {
+void RecoveryActions::doKavelAnrRecoverAction(int pid, long eventId, const std::string& processName,
+                                              const std::string& eventType) {
     const TraceSection trace("doKavelAnrRecoverAction");
     KavelAnrRecoveryMonitor& monitor = KavelAnrRecoveryMonitor::getInstance();
     const bool isTest = processName == kTestPackage;
@@ -101,7 +101,7 @@ int RecoveryActions::doKavelRebootAction() {
     return -1;
 }
 
-int RecoveryActions::getPidForCommand(std::string command) {
+int RecoveryActions::getPidForCommand(const std::string& command) {
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel getPidForCommand]: command %s", command.c_str());
     int found = -2;
     const bool isOpen = forEachProcess([&](int pid) {

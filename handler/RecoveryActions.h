@@ -14,17 +14,17 @@ class RecoveryActions {
 
     /** @param eventType  state of the ANR: "end", "dialog", "closeUser", or any other for its start
      */
-    void doKavelRecoverAction(int pid, long eventId, std::string processName,
-                              std::string eventType);
+    void doKavelRecoverAction(int pid, long eventId, const std::string& processName,
+                              const std::string& eventType);
     /** Tells the recovery monitor; the start of an ANR is told to the framework as well. */
-    void doKavelAnrRecoverAction(int pid, long eventId, std::string processName,
-                                 std::string eventType);
+    void doKavelAnrRecoverAction(int pid, long eventId, const std::string& processName,
+                                 const std::string& eventType);
     /** Kills system_server. 0, or -1 where there is none. */
     int doKavelWmRebootAction();
     /** Crashes the kernel. -1 where it does not let us. */
     int doKavelRebootAction();
     /** The first process of that command: -1 where /proc cannot be opened, -2 for none. */
-    static int getPidForCommand(std::string command);
+    static int getPidForCommand(const std::string& command);
 
     /** Whether the recovery of the test package is under way. */
     bool isAnrTesting() const { return mIsKavelAnrTesting; }

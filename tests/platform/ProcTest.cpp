@@ -14,7 +14,7 @@
 namespace android::kavel {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;  // NOLINT(google-build-using-namespace): for ""sv
 
 // Would catch the group's number, another user id of the line, a key that stands elsewhere, and a
 // text cut short that is taken for root's.

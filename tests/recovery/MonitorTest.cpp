@@ -134,12 +134,10 @@ TEST_F(MonitorTest, ElevenWatchesAreTakenAndATwelfthIsNot) {
 
 struct Course {
     const char* what;
-    bool userRequest;
-    bool tested;
     std::function<void()> duringWatch;
     std::function<void()> duringBoot;
-    bool failed;
     int restarts, panics;
+    bool userRequest, tested, failed;
 };
 
 // Would catch a watch that waits for the wrong time, fails a recovery that succeeded, takes an
@@ -151,19 +149,17 @@ TEST_F(MonitorTest, WatchEndsAsItsProcessDoes) {
         EXPECT_EQ(sRestarts, 1);
         base::SetProperty(kBootCompleted, "1");
     };
+    const auto end = [] { fake::removeProcess(7); };
+    const auto becomeAnother = [] { fake::setProcess(7, fake::process(8)); };
+    const auto hide = [] { fake::setProcess(7, {std::nullopt, std::nullopt}); };
     const Course courses[] = {
-            {"gone", false, true, [] { fake::removeProcess(7); }, nothing, false, 0, 0},
-            {"of another user", true, true, [] { fake::setProcess(7, fake::process(8)); }, nothing,
-             false, 0, 0},
-            {"not to be read", false, true,
-             [] {
-                 fake::setProcess(7, {std::nullopt, std::nullopt});
-             },
-             nothing, false, 0, 0},
-            {"there, no test", false, false, nothing, nothing, true, 0, 0},
-            {"there, closed by the user, no test", true, false, nothing, nothing, true, 0, 0},
-            {"there, framework comes back", false, true, nothing, bootAgain, true, 1, 0},
-            {"there, framework comes back late", true, true, nothing, nothing, true, 1, 1},
+            {"gone", end, nothing, 0, 0, false, true, false},
+            {"of another user", becomeAnother, nothing, 0, 0, true, true, false},
+            {"not to be read", hide, nothing, 0, 0, false, true, false},
+            {"there, no test", nothing, nothing, 0, 0, false, false, true},
+            {"there, closed by the user, no test", nothing, nothing, 0, 0, true, false, true},
+            {"there, framework comes back", nothing, bootAgain, 1, 0, false, true, true},
+            {"there, framework stays away", nothing, nothing, 1, 1, true, true, true},
     };
     for (const Course& course : courses) {
         SCOPED_TRACE(course.what);
@@ -304,6 +300,7 @@ TEST_F(MonitorTest, HundredRequestsAtOnceLeaveEmptyLists) {
         fake::setProcess(pid, fake::process(10000 + pid));
     }
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([this, thread] {
             for (int i = 1; i <= kWatches; ++i) {
