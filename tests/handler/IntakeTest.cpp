@@ -138,8 +138,8 @@ TEST_P(Storm, EveryCatchEnds) {
 
     EXPECT_EQ(fake::logCount("is Disable! value: 0"), counts.reported[kDisabled]);
     EXPECT_EQ(fake::logCount("report of eventId 0x3 dropped"), counts.reported[kMalformed]);
-    EXPECT_EQ(counts.handled,
-              kThreads * kReports - counts.reported[kDisabled] - counts.reported[kMalformed]);
+    EXPECT_EQ(counts.handled, size_t{kThreads} * kReports - counts.reported[kDisabled] -
+                                      counts.reported[kMalformed]);
     EXPECT_EQ(fake::logCount("don't catchlog, just return"), counts.reported[kNoLog]);
     // These lines mean that an entry of the table was lost to another record of the same id.
     EXPECT_EQ(fake::logCount("no event "), 0u);

@@ -30,7 +30,7 @@ class TrailCatcherTest : public testing::Test {
     }
 
     std::shared_ptr<KavelEvent> placed(long eventId, const std::string& process) {
-        auto added = fake::event(eventId, 100 * mPlaced++, process, 3);
+        auto added = fake::event(eventId, int64_t{100} * mPlaced++, process, 3);
         mEvents.place(added);
         return added;
     }
