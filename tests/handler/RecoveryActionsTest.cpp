@@ -62,7 +62,9 @@ class RecoveryActionsTest : public testing::Test {
         const char* const request = isCancel ? "HandleThread::threadLoop]: cancel "
                                              : "HandleThread::threadLoop]: new THREAD_NAME";
         EXPECT_TRUE(fake::awaitLog(request));
-        if (!isCancel) EXPECT_TRUE(fake::awaitLog("read A proc failed."));
+        if (!isCancel) {
+            EXPECT_TRUE(fake::awaitLog("read A proc failed."));
+        }
     }
 
     EventParameters mParameters;

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -152,6 +153,7 @@ TEST_F(HostileClientTest, OneWaySenderOutlivesAStoppedServer) {
     const sp<IBinder> service = get("target");
     ASSERT_NE(service, nullptr);
     ASSERT_EQ(kill(server.pid(), SIGSTOP), 0);
+    ASSERT_EQ(waitpid(server.pid(), nullptr, WUNTRACED), server.pid());  // each thread stands still
     EXPECT_EQ(call(service, RECORD, {1, 1}, nullptr, IBinder::FLAG_ONEWAY), FAILED_TRANSACTION);
     ASSERT_EQ(kill(server.pid(), SIGCONT), 0);
     EXPECT_EQ(call(service, CALLER), NO_ERROR);
