@@ -25,19 +25,3 @@ echo "idle ${idle_seconds}s: wake-ups $(($(switches "$daemon") - before_switches
 awk -v d="$(rss "$daemon")" -v e="$(rss "$empty")" -v t="$threads" \
     'BEGIN {printf "rss: daemon %d kB, empty process with %d threads %d kB, ratio %.2f (budget 1.15)\n", d, t, e, d / e}'
 kill "$empty"
-
-# Catch and pack without the waits: the same commands from a plain script, five at a time.
-MASK=0x1bebf9b
-kavelctl explain $MASK --json > /tmp/explain.json
-plain() {
-    local folder=/tmp/plain
-    mkdir -p $folder
-    grep -o '"command" : "[^"]*"' /tmp/explain.json |
-        sed "s/\"command\" : \"//; s/\"$//; s#FOLDER#$folder#; s#TIME#t#" |
-        tr '\n' '\0' | xargs -0 -P5 -I{} sh -c '{}' > /dev/null 2>&1
-    tar czf $folder.tar.gz $folder/* 2> /dev/null
-    rm -rf $folder $folder.tar.gz
-}
-TIMEFORMAT=%R
-for _ in 1 2 3 4 5; do { time plain; } 2>&1; done | sort -n | sed -n 3p |
-    sed 's/^/plain script, same commands, five at a time, and tar (median of 5): /; s/$/ s/'
