@@ -2,6 +2,7 @@
 
 #include <android-base/properties.h>
 
+#include "handler/StatisticUpload.h"
 #include "platform/Log.h"
 #include "platform/TraceSection.h"
 
@@ -28,11 +29,11 @@ void HandlingSteps::kavelEventHandleThread(const std::shared_ptr<KavelEvent>& ev
     }
 }
 
-HandlingSteps::Next HandlingSteps::uploadStatistic(const EventRef& /*event*/) {
-    // No data-collection client is wired in yet: the line is all there is.
+HandlingSteps::Next HandlingSteps::uploadStatistic(const EventRef& event) {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel kavelEventHandleThread]: dravo_statistic_common kavel event "
                "upload.\n");
+    dravo_statistic_common(mParameters, *event);
     return Next::Continue;
 }
 

@@ -4,6 +4,7 @@
 #include "event/KavelTimestamp.h"
 #include "handler/EventBuilder.h"
 #include "handler/LogFolder.h"
+#include "handler/StatisticUpload.h"
 
 namespace android {
 
@@ -42,6 +43,10 @@ bool KavelEventHandler::placeKavelEvent(const std::shared_ptr<KavelEvent>& event
 
 void KavelEventHandler::kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event) {
     mSteps.kavelEventHandleThread(event);
+}
+
+int KavelEventHandler::dravo_statistic_common(const KavelEvent* event) {
+    return kavel::dravo_statistic_common(mParameters, *event);
 }
 
 void KavelEventHandler::updateEventParams(long eventId, bool isEnable, long reportFreq) {

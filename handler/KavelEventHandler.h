@@ -33,6 +33,8 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     std::string kavelTimeStampToString(const KavelTimestamp* timestamp);
     bool placeKavelEvent(const std::shared_ptr<KavelEvent>& event);
     void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
+    /** 0 where a statistic about @p event was handed to the data-collection service, else -1. */
+    int dravo_statistic_common(const KavelEvent* event);
 
     // Settings of an event type.
 
