@@ -49,10 +49,17 @@ class KavelDumpUtilThread {
 
     // Trace capture. @p time is wall-clock nanoseconds.
 
+    /** Both wait for the framework's answer, but not for ever (callFramework()). */
     static void callFrameworkDumpANRTrace(int kavelEventId);
     static void callFrameworkDumpSystrace();
+    /** Asks the event's process to dump its stacks; 0 where it was told. */
     static int dumpSystemServerTraces(int kavelEventId, std::string path);
     static void callNativeDumpSystrace(int kavelEventId);
+    /** Pool task: flushes the native trace and copies its file to the collection directory. */
+    static void dumpNativeSystraceWithThread(int kavelEventId);
+    /** The name of the native trace that fits the event best; empty where there is none. */
+    static std::string getLatestNativeSystraceFilePath(int kavelEventId);
+    /** Each of these moves the trace that fits @p time best into @p path. */
     static void packSystraceLog(std::string path, unsigned long long time);
     static void packSystemServerTraceLog(std::string path, unsigned long long time);
     static void packPreAnrTrace(std::string path, unsigned long long time);

@@ -21,8 +21,8 @@ Captured& captured() {
 
 void keep(const __android_logger_data* data, const char* message) {
     MutexLock lock(captured().lock);
-    captured().lines.push_back(
-            {data->priority, data->tag == nullptr ? "(null)" : data->tag, message});
+    captured().lines.push_back({data->priority, data->tag == nullptr ? "(null)" : data->tag,
+                                message, std::this_thread::get_id()});
 }
 
 }  // namespace
