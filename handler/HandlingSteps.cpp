@@ -89,10 +89,10 @@ HandlingSteps::Next HandlingSteps::skipEventsWithoutLogs(const EventRef& event) 
 
 HandlingSteps::Next HandlingSteps::collectNwatchcallLog(const EventRef& event) {
     if (event->eventId != KAVEL_EVENT_SF_HANG_WARNING) return Next::Continue;
-    // The collection itself is not wired in yet, so no folder is made that nobody would pack.
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel kavelEventHandleThread]: KAVEL_EVENT_SF_HANG_WARNING, don't catch any "
                "kavel log, just catch nwatchall log.\n");
+    mNwatchcall.collect(event);
     return Next::Stop;
 }
 

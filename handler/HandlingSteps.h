@@ -6,6 +6,7 @@
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
 #include "handler/EventList.h"
+#include "handler/Nwatchcall.h"
 #include "handler/TrailCatcher.h"
 #include "handler/VariantPolicy.h"
 
@@ -23,7 +24,8 @@ class HandlingSteps {
             mParameters(parameters),
             mDump(dump),
             mVariant(variant),
-            mTrailCatcher(trailCatcher) {}
+            mTrailCatcher(trailCatcher),
+            mNwatchcall(dump) {}
 
     /** Places @p event in the list and takes it through the steps. A refused one is released. */
     void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
@@ -48,6 +50,7 @@ class HandlingSteps {
     DumpContext& mDump;
     VariantPolicy& mVariant;
     TrailCatcher& mTrailCatcher;
+    NwatchcallCollector mNwatchcall;
 };
 
 }  // namespace android::kavel

@@ -4,6 +4,7 @@
 #include "event/KavelTimestamp.h"
 #include "handler/EventBuilder.h"
 #include "handler/LogFolder.h"
+#include "handler/Nwatchcall.h"
 #include "handler/StatisticUpload.h"
 
 namespace android {
@@ -83,6 +84,14 @@ void KavelEventHandler::kavelVersionSwitch() {
 
 void KavelEventHandler::trailKavelLogCatcher(const kavel::EventRef& event) {
     mTrailCatcher.trailKavelLogCatcher(event);
+}
+
+bool KavelEventHandler::copyNwatchcallLog(const std::string& folder) {
+    return kavel::copyNwatchcallLog(folder);
+}
+
+void KavelEventHandler::packNwatchcallLog(bool found, const std::string& folder) {
+    kavel::packNwatchcallLog(found, folder);
 }
 
 std::string KavelEventHandler::buildLogPathFolderName(const KavelEvent* event) {

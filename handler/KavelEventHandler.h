@@ -50,6 +50,9 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     void getOtaVersion();
     void kavelVersionSwitch();
     void trailKavelLogCatcher(const kavel::EventRef& event);
+    /** Sleeps five minutes first. */
+    bool copyNwatchcallLog(const std::string& folder);
+    void packNwatchcallLog(bool found, const std::string& folder);
     std::string buildLogPathFolderName(const KavelEvent* event);
 
     /** For the seams through which the lower rooms reach what the handler owns. */
