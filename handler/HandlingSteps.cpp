@@ -114,11 +114,16 @@ HandlingSteps::Next HandlingSteps::catchTrailLogs(const EventRef& event) {
 }
 
 HandlingSteps::Next HandlingSteps::catchCommercialLogs(const EventRef& event) {
-    // The commercial catchers are not wired in yet: the line says which one it would have been.
+    const bool isAbnormal = isAbnormalAction(event->eventId);
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel commerialKavelLogCatcher]: commerialKavelLogCatcher %s event "
                "found.\n",
-               isAbnormalAction(event->eventId) ? "abnormal action" : "technical");
+               isAbnormal ? "abnormal action" : "technical");
+    if (isAbnormal) {
+        mCommercialCatchers.commerialAbnormalActionKavelEventLogCatcher(event);
+    } else {
+        mCommercialCatchers.commerialTechnicalKavelEventLogCatcher(event);
+    }
     return Next::Stop;
 }
 

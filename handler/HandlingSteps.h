@@ -5,6 +5,7 @@
 #include "dump/DumpContext.h"
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
+#include "handler/CommercialCatchers.h"
 #include "handler/EventList.h"
 #include "handler/Nwatchcall.h"
 #include "handler/TrailCatcher.h"
@@ -19,12 +20,14 @@ namespace android::kavel {
 class HandlingSteps {
   public:
     HandlingSteps(EventList& events, EventParameters& parameters, DumpContext& dump,
-                  VariantPolicy& variant, TrailCatcher& trailCatcher)
+                  VariantPolicy& variant, TrailCatcher& trailCatcher,
+                  CommercialCatchers& commercialCatchers)
           : mEvents(events),
             mParameters(parameters),
             mDump(dump),
             mVariant(variant),
             mTrailCatcher(trailCatcher),
+            mCommercialCatchers(commercialCatchers),
             mNwatchcall(dump) {}
 
     /** Places @p event in the list and takes it through the steps. A refused one is released. */
@@ -50,6 +53,7 @@ class HandlingSteps {
     DumpContext& mDump;
     VariantPolicy& mVariant;
     TrailCatcher& mTrailCatcher;
+    CommercialCatchers& mCommercialCatchers;
     NwatchcallCollector mNwatchcall;
 };
 

@@ -14,7 +14,8 @@ ANDROID_SINGLETON_STATIC_INSTANCE(KavelEventHandler)
 KavelEventHandler::KavelEventHandler()
       : mDump(mParameters),
         mTrailCatcher(mEvents, mDump),
-        mSteps(mEvents, mParameters, mDump, mVariant, mTrailCatcher) {}
+        mCommercialCatchers(mEvents, mDump, mTrailCatcher),
+        mSteps(mEvents, mParameters, mDump, mVariant, mTrailCatcher, mCommercialCatchers) {}
 
 bool KavelEventHandler::buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp,
                                            int logInfo, int pid, int uid, const char* extraInfo) {
@@ -84,6 +85,14 @@ void KavelEventHandler::kavelVersionSwitch() {
 
 void KavelEventHandler::trailKavelLogCatcher(const kavel::EventRef& event) {
     mTrailCatcher.trailKavelLogCatcher(event);
+}
+
+void KavelEventHandler::commerialAbnormalActionKavelEventLogCatcher(const kavel::EventRef& event) {
+    mCommercialCatchers.commerialAbnormalActionKavelEventLogCatcher(event);
+}
+
+void KavelEventHandler::commerialTechnicalKavelEventLogCatcher(const kavel::EventRef& event) {
+    mCommercialCatchers.commerialTechnicalKavelEventLogCatcher(event);
 }
 
 bool KavelEventHandler::copyNwatchcallLog(const std::string& folder) {

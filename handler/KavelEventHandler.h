@@ -8,6 +8,7 @@
 #include "dump/DumpContext.h"
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
+#include "handler/CommercialCatchers.h"
 #include "handler/EventList.h"
 #include "handler/HandlingSteps.h"
 #include "handler/TrailCatcher.h"
@@ -50,6 +51,8 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     void getOtaVersion();
     void kavelVersionSwitch();
     void trailKavelLogCatcher(const kavel::EventRef& event);
+    void commerialAbnormalActionKavelEventLogCatcher(const kavel::EventRef& event);
+    void commerialTechnicalKavelEventLogCatcher(const kavel::EventRef& event);
     /** Sleeps five minutes first. */
     bool copyNwatchcallLog(const std::string& folder);
     void packNwatchcallLog(bool found, const std::string& folder);
@@ -58,6 +61,7 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     /** For the seams through which the lower rooms reach what the handler owns. */
     kavel::EventParameters& parameters() { return mParameters; }
     kavel::DumpContext& dump() { return mDump; }
+    const kavel::EventList& events() const { return mEvents; }
 
   private:
     friend class Singleton<KavelEventHandler>;
@@ -68,6 +72,7 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     kavel::EventList mEvents;
     kavel::VariantPolicy mVariant;
     kavel::TrailCatcher mTrailCatcher;
+    kavel::CommercialCatchers mCommercialCatchers;
     kavel::HandlingSteps mSteps;
 };
 

@@ -4,7 +4,9 @@
 
 #include <android/log.h>
 
+#include "dump/HandlerSeams.h"
 #include "event/KavelTimestamp.h"
+#include "handler/LogFolder.h"
 #include "platform/Log.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
@@ -20,6 +22,15 @@ DumpContext* gContext = nullptr;
 
 DumpContext& dumpContext() {
     return *gContext;
+}
+
+std::string makeLogFolder(const KavelEvent& event) {
+    return buildLogPathFolderName(gContext->parameters, &event);
+}
+
+std::vector<EventRef> eventRing(const EventRef& main) {
+    return test::DumpBench::sRing == nullptr ? std::vector<EventRef>{main}
+                                             : test::DumpBench::sRing(main);
 }
 
 namespace test {

@@ -39,7 +39,8 @@ class HandlingStepsTest : public testing::Test {
     EventList mEvents;
     VariantPolicy mVariant;
     TrailCatcher mTrailCatcher{mEvents, mDump};
-    HandlingSteps mSteps{mEvents, mParameters, mDump, mVariant, mTrailCatcher};
+    CommercialCatchers mCommercial{mEvents, mDump, mTrailCatcher};
+    HandlingSteps mSteps{mEvents, mParameters, mDump, mVariant, mTrailCatcher, mCommercial};
 };
 
 // Would catch an event that is taken down another road, or down two.
@@ -88,7 +89,16 @@ TEST_F(HandlingStepsTest, EachEventTakesOneRoad) {
         for (const std::string& road : roads) {
             EXPECT_EQ(fake::logCount(road), road == row.road ? 1u : 0u) << row.eventId << road;
         }
-        EXPECT_EQ(fake::takeDumpThreads().empty(), row.road != kTrail) << row.eventId;
+        std::string kinds;
+        for (const std::string& started : fake::takeDumpThreads()) kinds += started.substr(0, 3);
+        EXPECT_EQ(kinds, row.road == kTrail       ? "immcon"
+                         : row.road == kTechnical ? "imm"
+                         : row.road == kAbnormal  ? "immcom"
+                                                  : "")
+                << row.eventId;
+        EXPECT_EQ(fake::logCount("copyNwatchcallLog start."), row.road == kNwatchcall ? 1u : 0u);
+        // Its window is over before the next row.
+        mDump.combinedDumpRunning = false;
     }
 }
 
