@@ -149,6 +149,7 @@ TEST_F(CommercialCatchersTest, NothingWithoutAList) {
 // Would catch a ring that starts at the head, loses a record, or holds others than an evicted one.
 TEST_F(CommercialCatchersTest, RingStartsAtTheMainRecord) {
     std::vector<EventRef> records;
+    records.reserve(33);
     for (int i = 0; i < 33; ++i) records.push_back(placed(0x3, i));
     const std::vector<EventRef> ring = mEvents.ringFrom(records[30]);
     ASSERT_EQ(ring.size(), 31u);
