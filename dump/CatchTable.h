@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 
+#include "dump/CommercialNotes.h"
 #include "event/KavelEvent.h"
 #include "platform/Mutex.h"
 
@@ -19,6 +20,7 @@ class Catch {
     explicit Catch(EventRef record) : event(std::move(record)) {}
 
     const EventRef event;
+    CommercialNotes commercial;
 
     void resetCollected() { mCollected = 0; }
     void markCollected(uint32_t bits) { mCollected |= bits; }

@@ -5,6 +5,7 @@
 
 #include "dump/CatchTable.h"
 #include "dump/KavelThreadPool.h"
+#include "dump/TechnicalCatches.h"
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
 
@@ -46,6 +47,7 @@ struct DumpContext {
 
     EventParameters& parameters;
     CatchTable catches;
+    TechnicalCatches technical;  // holds catches, so it ends before their table
     PendingCaptures captures;
     HeavyDumpLimit heavyDumps;
     /** Set while a time window is open whose folder further events join. */

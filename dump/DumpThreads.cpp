@@ -2,13 +2,17 @@
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <thread>
 
 #include "dump/DumpContext.h"
+#include "dump/HandlerSeams.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "dump/LogCommands.h"
 #include "dump/LogFolderName.h"
+#include "platform/Clock.h"
 #include "platform/Log.h"
+#include "platform/ShellQuote.h"
 #include "platform/Sleep.h"
 #include "platform/TraceSection.h"
 
@@ -20,12 +24,30 @@ using kavel::DumpContext;
 namespace {
 
 constexpr int64_t kShortWindowEvent = 0x402;
-constexpr uint64_t kShortWindow = 5;  // seconds
+constexpr uint64_t kShortWindow = 5;        // seconds
+constexpr uint64_t kCommercialWindow = 30;  // seconds, whatever the event's own window
 constexpr uint64_t kWindowless = 30;  // seconds for the logs of an event without a window to come
 
-/** The catch of @p kavelEventId where @p path is one to work in; else null, after one line. */
-CatchRef findCatch(const char* thread, int kavelEventId, const std::string& path) {
+/** The path of a commercial catch: @p path as long as it stands, else the event's own folder. */
+std::string commercialFolder(const CatchRef& running, const std::string& path) {
+    std::error_code gone;
+    if (kavel::isUsableFolder(path) && std::filesystem::is_directory(path, gone)) return path;
+    std::string own = running->commercial.ownFolder();
+    if (!own.empty()) return own;
+    own = kavel::makeLogFolder(*running->event);
+    running->commercial.setOwnFolder(own);
+    return own;
+}
+
+/**
+ * The catch of @p kavelEventId where there is a folder to work in, which goes to @p path; else
+ * null, after one line.
+ */
+CatchRef findCatch(const char* thread, int kavelEventId, std::string& path) {
     CatchRef running = kavel::dumpContext().catches.find(kavelEventId);
+    if (running != nullptr && running->commercial.isCommercial()) {
+        path = commercialFolder(running, path);
+    }
     if (running == nullptr || !kavel::isUsableFolder(path)) {
         KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel %s]: no event %d, or no folder '%s'.\n", thread,
                    kavelEventId, path.c_str());
@@ -34,9 +56,14 @@ CatchRef findCatch(const char* thread, int kavelEventId, const std::string& path
     return running;
 }
 
-int anrStacktraceFlag(uint32_t logInfo) {
-    if ((logInfo & KAVEL_LOGINFO_ANR_TRACE) != 0) return 1;
-    return (logInfo & KAVEL_LOGINFO_ANR_STACKTRACE) != 0 ? 2 : 0;
+/** Leaves the catch for the abnormal action next to it, whose pack takes the folder along. */
+void keepTechnical(DumpContext& context, const CatchRef& running) {
+    for (const CatchRef& dropped : context.technical.keep(running, kavel::monotonicNs())) {
+        const std::string folder = dropped->commercial.ownFolder();
+        if (folder.empty()) continue;
+        kavel::logAndRun("[dravo_kavel immediateDumpThread]: ",
+                         "rm -rf " + kavel::shellQuote(folder));
+    }
 }
 
 /** Sleeps until the streaming logs are worth taking again. */
@@ -77,6 +104,7 @@ void KavelDumpUtilThread::immediateDumpThread(int logInfo, int kavelEventId, std
                logInfo, kavelEventId);
     const CatchRef running = findCatch("immediateDumpThread", kavelEventId, path);
     if (running == nullptr) return;
+    DumpContext& context = kavel::dumpContext();
 
     running->resetCollected();
     auto mask = static_cast<uint32_t>(logInfo);
@@ -85,8 +113,11 @@ void KavelDumpUtilThread::immediateDumpThread(int logInfo, int kavelEventId, std
         mask |= KAVEL_LOGINFO_FRAMEWORK_SYSTRACE;
     }
     if (kavel::findNativeTraceEvent(event.eventId) != nullptr) {
-        kavel::dumpContext().captures.start(KAVEL_LOGINFO_NATIVE_SYSTRACE, event.timestamp);
+        context.captures.start(KAVEL_LOGINFO_NATIVE_SYSTRACE, event.timestamp);
         mask |= KAVEL_LOGINFO_NATIVE_SYSTRACE;
+    }
+    if (running->commercial.isCommercial() && !kavel::isAbnormalAction(event.eventId)) {
+        keepTechnical(context, running);
     }
     generateKavelHistoryLog(kavelEventId, path);
     collectLog(static_cast<int>(mask), path, kavelEventId);
@@ -101,10 +132,31 @@ void KavelDumpUtilThread::trailContinuousDumpThread(int logInfo, int kavelEventI
     awaitWindow(kavel::dumpContext(), running->event->eventId);
     const auto bits = static_cast<uint32_t>(logInfo);
     collectLog(static_cast<int>(bits & KAVEL_LOGINFO_CONTINUOUS), path, kavelEventId);
-    trailLogPack(kavelEventId, path, anrStacktraceFlag(bits));
+    trailLogPack(kavelEventId, path, kavel::anrStacktraceFlag(bits));
+}
+
+void KavelDumpUtilThread::commercialContinuousDumpThread(int kavelEventId, std::string path) {
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel commercialContinuousDumpThread]: commercialContinuousDumpThread "
+               "start.\n");
+    kavel::sleepSeconds(kCommercialWindow);
+    // After the wait: a folder that was shared with a trail window may be packed and gone by now.
+    const CatchRef running = findCatch("commercialContinuousDumpThread", kavelEventId, path);
+    if (running == nullptr) return;
+    const auto logInfo = static_cast<uint32_t>(running->commercial.logInfo());
+    const auto mask = static_cast<int>(logInfo & KAVEL_LOGINFO_CONTINUOUS);
+    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel commercialContinuousDumpThread]: loginfo is %d.\n",
+               mask);
+    collectLog(mask, path, kavelEventId);
+    commercialLogPack(kavelEventId, path, "");
 }
 
 namespace kavel {
+
+int anrStacktraceFlag(uint32_t logInfo) {
+    if ((logInfo & KAVEL_LOGINFO_ANR_TRACE) != 0) return 1;
+    return (logInfo & KAVEL_LOGINFO_ANR_STACKTRACE) != 0 ? 2 : 0;
+}
 
 void startDumpThread(CatchRef running, std::function<void()> body) {
     std::thread([running = std::move(running), body = std::move(body)] {

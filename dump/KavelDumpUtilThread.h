@@ -20,6 +20,11 @@ class KavelDumpUtilThread {
     static void immediateDumpThread(int logInfo, int kavelEventId, std::string path);
     /** Waits out the event's time window, takes the streaming logs again, and packs @p path. */
     static void trailContinuousDumpThread(int logInfo, int kavelEventId, std::string path);
+    /**
+     * Commercial builds: takes the streaming logs again after half a minute, and packs @p path, or
+     * the event's own folder where @p path is empty or gone.
+     */
+    static void commercialContinuousDumpThread(int kavelEventId, std::string path);
 
     // Collection.
 
@@ -38,6 +43,11 @@ class KavelDumpUtilThread {
      *                               files, anything else: none
      */
     static void trailLogPack(int kavelEventId, std::string path, int needPackAnrStacktrace);
+    /**
+     * The same on a commercial build: adds the stack traces and the folders of the events around
+     * it, waiting for the commands of each. @p spare is not read.
+     */
+    static void commercialLogPack(int kavelEventId, std::string path, std::string spare);
     /** Appends the names and versions of the event to extraInfo.txt in @p path. */
     static void packExtraInfo(const KavelEvent* event, long eventId, std::string path);
     static void packTargetBacktrace(std::string path, long eventId);
@@ -49,10 +59,17 @@ class KavelDumpUtilThread {
 
     // Trace capture. @p time is wall-clock nanoseconds.
 
+    /** Both wait for the framework's answer, but not for ever (callFramework()). */
     static void callFrameworkDumpANRTrace(int kavelEventId);
     static void callFrameworkDumpSystrace();
+    /** Asks the event's process to dump its stacks; 0 where it was told. */
     static int dumpSystemServerTraces(int kavelEventId, std::string path);
     static void callNativeDumpSystrace(int kavelEventId);
+    /** Pool task: flushes the native trace and copies its file to the collection directory. */
+    static void dumpNativeSystraceWithThread(int kavelEventId);
+    /** The name of the native trace that fits the event best; empty where there is none. */
+    static std::string getLatestNativeSystraceFilePath(int kavelEventId);
+    /** Each of these moves the trace that fits @p time best into @p path. */
     static void packSystraceLog(std::string path, unsigned long long time);
     static void packSystemServerTraceLog(std::string path, unsigned long long time);
     static void packPreAnrTrace(std::string path, unsigned long long time);
@@ -76,6 +93,9 @@ namespace kavel {
 
 /** Logs @p prefix + @p command + @p suffix through the masking helper, then runs the command. */
 int logAndRun(const char* prefix, const std::string& command, const char* suffix = "");
+
+/** How packAnrStacktrace() is to deal with an event of these log-selection bits. */
+int anrStacktraceFlag(uint32_t logInfo);
 
 /** tar, move to the collection directory, remove: how every catch of @p path ends. */
 void packFolder(const char* prefix, const std::string& path);

@@ -134,6 +134,14 @@ std::vector<EventRef> EventList::records() const {
     return records;
 }
 
+std::vector<EventRef> EventList::ringFrom(const EventRef& main) const {
+    std::vector<EventRef> ring = records();
+    const auto first = std::find(ring.begin(), ring.end(), main);
+    if (first == ring.end()) return {main};
+    std::rotate(ring.begin(), first, ring.end());
+    return ring;
+}
+
 bool EventList::isEmpty() const {
     MutexLock lock(mLock);
     return mKavelEventList == nullptr;

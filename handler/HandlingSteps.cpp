@@ -2,6 +2,7 @@
 
 #include <android-base/properties.h>
 
+#include "handler/StatisticUpload.h"
 #include "platform/Log.h"
 #include "platform/TraceSection.h"
 
@@ -28,11 +29,11 @@ void HandlingSteps::kavelEventHandleThread(const std::shared_ptr<KavelEvent>& ev
     }
 }
 
-HandlingSteps::Next HandlingSteps::uploadStatistic(const EventRef& /*event*/) {
-    // No data-collection client is wired in yet: the line is all there is.
+HandlingSteps::Next HandlingSteps::uploadStatistic(const EventRef& event) {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel kavelEventHandleThread]: dravo_statistic_common kavel event "
                "upload.\n");
+    dravo_statistic_common(mParameters, *event);
     return Next::Continue;
 }
 
@@ -86,10 +87,10 @@ HandlingSteps::Next HandlingSteps::skipEventsWithoutLogs(const EventRef& event) 
 
 HandlingSteps::Next HandlingSteps::collectNwatchcallLog(const EventRef& event) {
     if (event->eventId != KAVEL_EVENT_SF_HANG_WARNING) return Next::Continue;
-    // The collection itself is not wired in yet, so no folder is made that nobody would pack.
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel kavelEventHandleThread]: KAVEL_EVENT_SF_HANG_WARNING, don't catch any "
                "kavel log, just catch nwatchall log.\n");
+    mNwatchcall.collect(event);
     return Next::Stop;
 }
 
@@ -111,11 +112,16 @@ HandlingSteps::Next HandlingSteps::catchTrailLogs(const EventRef& event) {
 }
 
 HandlingSteps::Next HandlingSteps::catchCommercialLogs(const EventRef& event) {
-    // The commercial catchers are not wired in yet: the line says which one it would have been.
+    const bool isAbnormal = isAbnormalAction(event->eventId);
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel commerialKavelLogCatcher]: commerialKavelLogCatcher %s event "
                "found.\n",
-               isAbnormalAction(event->eventId) ? "abnormal action" : "technical");
+               isAbnormal ? "abnormal action" : "technical");
+    if (isAbnormal) {
+        mCommercialCatchers.commerialAbnormalActionKavelEventLogCatcher(event);
+    } else {
+        mCommercialCatchers.commerialTechnicalKavelEventLogCatcher(event);
+    }
     return Next::Stop;
 }
 

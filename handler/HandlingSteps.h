@@ -5,7 +5,9 @@
 #include "dump/DumpContext.h"
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
+#include "handler/CommercialCatchers.h"
 #include "handler/EventList.h"
+#include "handler/Nwatchcall.h"
 #include "handler/RecoveryActions.h"
 #include "handler/TrailCatcher.h"
 #include "handler/VariantPolicy.h"
@@ -19,12 +21,15 @@ namespace android::kavel {
 class HandlingSteps {
   public:
     HandlingSteps(EventList& events, EventParameters& parameters, DumpContext& dump,
-                  VariantPolicy& variant, TrailCatcher& trailCatcher, RecoveryActions& recovery)
+                  VariantPolicy& variant, TrailCatcher& trailCatcher,
+                  CommercialCatchers& commercialCatchers, RecoveryActions& recovery)
           : mEvents(events),
             mParameters(parameters),
             mDump(dump),
             mVariant(variant),
             mTrailCatcher(trailCatcher),
+            mCommercialCatchers(commercialCatchers),
+            mNwatchcall(dump),
             mRecovery(recovery) {}
 
     /** Places @p event in the list and takes it through the steps. A refused one is released. */
@@ -50,6 +55,8 @@ class HandlingSteps {
     DumpContext& mDump;
     VariantPolicy& mVariant;
     TrailCatcher& mTrailCatcher;
+    CommercialCatchers& mCommercialCatchers;
+    NwatchcallCollector mNwatchcall;
     RecoveryActions& mRecovery;
 };
 

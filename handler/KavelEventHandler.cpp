@@ -4,6 +4,8 @@
 #include "event/KavelTimestamp.h"
 #include "handler/EventBuilder.h"
 #include "handler/LogFolder.h"
+#include "handler/Nwatchcall.h"
+#include "handler/StatisticUpload.h"
 
 namespace android {
 
@@ -12,8 +14,10 @@ ANDROID_SINGLETON_STATIC_INSTANCE(KavelEventHandler)
 KavelEventHandler::KavelEventHandler()
       : mDump(mParameters),
         mTrailCatcher(mEvents, mDump),
+        mCommercialCatchers(mEvents, mDump, mTrailCatcher),
         mRecovery(mParameters),
-        mSteps(mEvents, mParameters, mDump, mVariant, mTrailCatcher, mRecovery) {}
+        mSteps(mEvents, mParameters, mDump, mVariant, mTrailCatcher, mCommercialCatchers,
+               mRecovery) {}
 
 bool KavelEventHandler::buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp,
                                            int logInfo, int pid, int uid, const char* extraInfo) {
@@ -43,6 +47,10 @@ bool KavelEventHandler::placeKavelEvent(const std::shared_ptr<KavelEvent>& event
 
 void KavelEventHandler::kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event) {
     mSteps.kavelEventHandleThread(event);
+}
+
+int KavelEventHandler::dravo_statistic_common(const KavelEvent* event) {
+    return kavel::dravo_statistic_common(mParameters, *event);
 }
 
 void KavelEventHandler::updateEventParams(long eventId, bool isEnable, long reportFreq) {
@@ -79,6 +87,22 @@ void KavelEventHandler::kavelVersionSwitch() {
 
 void KavelEventHandler::trailKavelLogCatcher(const kavel::EventRef& event) {
     mTrailCatcher.trailKavelLogCatcher(event);
+}
+
+void KavelEventHandler::commerialAbnormalActionKavelEventLogCatcher(const kavel::EventRef& event) {
+    mCommercialCatchers.commerialAbnormalActionKavelEventLogCatcher(event);
+}
+
+void KavelEventHandler::commerialTechnicalKavelEventLogCatcher(const kavel::EventRef& event) {
+    mCommercialCatchers.commerialTechnicalKavelEventLogCatcher(event);
+}
+
+bool KavelEventHandler::copyNwatchcallLog(const std::string& folder) {
+    return kavel::copyNwatchcallLog(folder);
+}
+
+void KavelEventHandler::packNwatchcallLog(bool found, const std::string& folder) {
+    kavel::packNwatchcallLog(found, folder);
 }
 
 std::string KavelEventHandler::buildLogPathFolderName(const KavelEvent* event) {

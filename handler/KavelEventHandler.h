@@ -8,6 +8,7 @@
 #include "dump/DumpContext.h"
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
+#include "handler/CommercialCatchers.h"
 #include "handler/EventList.h"
 #include "handler/HandlingSteps.h"
 #include "handler/RecoveryActions.h"
@@ -34,6 +35,8 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     std::string kavelTimeStampToString(const KavelTimestamp* timestamp);
     bool placeKavelEvent(const std::shared_ptr<KavelEvent>& event);
     void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
+    /** 0 where a statistic about @p event was handed to the data-collection service, else -1. */
+    int dravo_statistic_common(const KavelEvent* event);
 
     // Settings of an event type.
 
@@ -49,6 +52,11 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     void getOtaVersion();
     void kavelVersionSwitch();
     void trailKavelLogCatcher(const kavel::EventRef& event);
+    void commerialAbnormalActionKavelEventLogCatcher(const kavel::EventRef& event);
+    void commerialTechnicalKavelEventLogCatcher(const kavel::EventRef& event);
+    /** Sleeps five minutes first. */
+    bool copyNwatchcallLog(const std::string& folder);
+    void packNwatchcallLog(bool found, const std::string& folder);
     std::string buildLogPathFolderName(const KavelEvent* event);
 
     // Recovery.
@@ -65,6 +73,7 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     kavel::EventParameters& parameters() { return mParameters; }
     kavel::DumpContext& dump() { return mDump; }
     const kavel::RecoveryActions& recovery() const { return mRecovery; }
+    const kavel::EventList& events() const { return mEvents; }
 
   private:
     friend class Singleton<KavelEventHandler>;
@@ -75,6 +84,7 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     kavel::EventList mEvents;
     kavel::VariantPolicy mVariant;
     kavel::TrailCatcher mTrailCatcher;
+    kavel::CommercialCatchers mCommercialCatchers;
     kavel::RecoveryActions mRecovery;
     kavel::HandlingSteps mSteps;
 };

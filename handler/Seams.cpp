@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "dump/DumpContext.h"
+#include "dump/HandlerSeams.h"
 #include "event/EventIntake.h"
 #include "handler/KavelEventHandler.h"
 #include "platform/Log.h"
@@ -16,6 +17,14 @@ EventParameters& eventParameters() {
 
 DumpContext& dumpContext() {
     return KavelEventHandler::getInstance().dump();
+}
+
+std::string makeLogFolder(const KavelEvent& event) {
+    return KavelEventHandler::getInstance().buildLogPathFolderName(&event);
+}
+
+std::vector<EventRef> eventRing(const EventRef& main) {
+    return KavelEventHandler::getInstance().events().ringFrom(main);
 }
 
 int restartFramework() {

@@ -95,6 +95,11 @@ void TrailCatcher::publishCombinedFolder(const std::string& folder) {
     mNamed.notify_all();
 }
 
+std::string TrailCatcher::combinedLogFolder() {
+    MutexLock lock(mLock);
+    return mCombinedLogFolder;
+}
+
 std::string TrailCatcher::awaitCombinedFolder() {
     MutexLock lock(mLock);
     while (mNaming > 0) lock.wait(mNamed);

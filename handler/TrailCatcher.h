@@ -25,6 +25,9 @@ class TrailCatcher {
      */
     void trailKavelLogCatcher(const EventRef& event);
 
+    /** The folder that was last shared, gone or not; empty where there never was one. */
+    std::string combinedLogFolder() EXCLUDES(mLock);
+
   private:
     bool isCombined(const KavelEvent& event) const;
     void openWindow(const EventRef& event, const CatchRef& running);

@@ -19,7 +19,7 @@ class CAPABILITY("mutex") Mutex {
     std::mutex mMutex;
 };
 
-/** Holds a Mutex for a scope; wait() releases it while the thread sleeps on @p condition. */
+/** Holds a Mutex for a scope; waiting releases it while the thread sleeps on @p condition. */
 class SCOPED_CAPABILITY MutexLock {
   public:
     explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mLock(mutex.mMutex) {}
@@ -28,7 +28,7 @@ class SCOPED_CAPABILITY MutexLock {
     MutexLock& operator=(const MutexLock&) = delete;
 
     void wait(std::condition_variable& condition) { condition.wait(mLock); }
-    /** False once @p end has come. */
+    /** As wait(); false once @p end has passed. */
     bool waitUntil(std::condition_variable& condition, std::chrono::steady_clock::time_point end) {
         return condition.wait_until(mLock, end) == std::cv_status::no_timeout;
     }

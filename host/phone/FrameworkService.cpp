@@ -45,10 +45,15 @@ int32_t dumpAnrTrace(int32_t pid) {
     const std::string now = timeText();
     std::string name;
     base::ReadFileToString(base::StringPrintf("/proc/%d/cmdline", pid), &name);
-    return leaveFile(
-            base::StringPrintf("/data/anr/kavel_DumpTraces_%d_%s", pid, now.c_str()),
+    const std::string stacks =
             base::StringPrintf("----- pid %d at %s -----\nCmd line: %s\n----- end %d -----\n", pid,
-                               now.c_str(), name.c_str(), pid));
+                               now.c_str(), name.c_str(), pid);
+    // What the process itself dumped when it hung, and what is dumped at the daemon's request.
+    const int32_t own =
+            leaveFile(base::StringPrintf("/data/anr/trace_anr_%s_%d", now.c_str(), pid), stacks);
+    const int32_t asked = leaveFile(
+            base::StringPrintf("/data/anr/kavel_DumpTraces_%d_%s", pid, now.c_str()), stacks);
+    return own != 0 ? own : asked;
 }
 
 int32_t dumpSystemTrace() {

@@ -33,7 +33,8 @@ void dumpStacks(const char* name) {
     char text[32];
     static_cast<void>(strftime(text, sizeof(text), "%Y-%m-%d-%H-%M-%S", &local));
     const int pid = getpid();
-    const std::string path = android::base::StringPrintf("/data/anr/trace_%s_%d", text, pid);
+    const std::string path = android::base::StringPrintf(
+            "/data/anr/trace_%s_%s_%d", android::base::Basename(name).c_str(), text, pid);
     const std::string content = android::base::StringPrintf(
             "----- pid %d at %s -----\nCmd line: %s\n\"main\" prio=5 tid=1 Native sysTid=%d\n"
             "  at android.os.MessageQueue.nativePollOnce(Native method)\n----- end %d -----\n",

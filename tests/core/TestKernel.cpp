@@ -55,6 +55,13 @@ bool sendTo(const sockaddr_nl& address, const std::string& message) {
                          sizeof(address)) == static_cast<ssize_t>(message.size());
 }
 
+/** The binder runtime and the properties of a whole daemon have sockets of their own. */
+bool isChannel(int fd) {
+    int domain = 0;
+    socklen_t size = sizeof(domain);
+    return getsockopt(fd, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_NETLINK;
+}
+
 bool isAddress(const sockaddr* address, socklen_t size, uint32_t id) {
     const sockaddr_nl expected = port(id);
     return size == sizeof(expected) && memcmp(address, &expected, size) == 0;
@@ -135,9 +142,9 @@ int __wrap_uname(utsname* name) {
 }
 
 int __wrap_socket(int domain, int type, int protocol) {
+    if (domain != AF_NETLINK) return __real_socket(domain, type, protocol);
     sKernel->protocols.push_back(protocol);
     if (sKernel->socketError != 0) return fail(sKernel->socketError);
-    EXPECT_EQ(domain, AF_NETLINK);
     EXPECT_EQ(type & ~SOCK_CLOEXEC, SOCK_RAW);
     const int fd = __real_socket(domain, type, NETLINK_USERSOCK);
     limitWaits(fd);
@@ -145,6 +152,7 @@ int __wrap_socket(int domain, int type, int protocol) {
 }
 
 int __wrap_bind(int fd, const sockaddr* address, socklen_t size) {
+    if (!isChannel(fd)) return __real_bind(fd, address, size);
     if (sKernel->bindError != 0) return fail(sKernel->bindError);
     EXPECT_TRUE(isAddress(address, size, daemonPort()));
     const int result = __real_bind(fd, address, size);
@@ -159,6 +167,7 @@ int __wrap_bind(int fd, const sockaddr* address, socklen_t size) {
 }
 
 int __wrap_setsockopt(int fd, int level, int name, const void* value, socklen_t size) {
+    if (!isChannel(fd)) return __real_setsockopt(fd, level, name, value, size);
     int bytes = 0;
     if (level == SOL_SOCKET && size == sizeof(bytes)) memcpy(&bytes, value, sizeof(bytes));
     EXPECT_EQ(bytes, 16 << 20);
@@ -172,6 +181,7 @@ int __wrap_setsockopt(int fd, int level, int name, const void* value, socklen_t 
 
 ssize_t __wrap_sendto(int fd, const void* data, size_t size, int flags, const sockaddr* address,
                       socklen_t addressSize) {
+    if (!isChannel(fd)) return __real_sendto(fd, data, size, flags, address, addressSize);
     sKernel->isWellAddressed &= flags == 0 && isAddress(address, addressSize, 0);
     const std::optional<int> fault = nextFault(sKernel->sendFaults);
     if (fault && *fault < 0) return fail(-*fault);
@@ -183,6 +193,7 @@ ssize_t __wrap_sendto(int fd, const void* data, size_t size, int flags, const so
 
 ssize_t __wrap_recvfrom(int fd, void* data, size_t size, int flags, sockaddr* address,
                         socklen_t* addressSize) {
+    if (!isChannel(fd)) return __real_recvfrom(fd, data, size, flags, address, addressSize);
     ++sKernel->receives;
     sKernel->isWellAddressed &= flags == 0 && size == 1012 && isAddress(address, *addressSize, 0);
     if (const std::optional<int> fault = nextFault(sKernel->receiveFaults)) {
@@ -198,6 +209,7 @@ ssize_t __wrap_recvfrom(int fd, void* data, size_t size, int flags, sockaddr* ad
 }
 
 ssize_t __wrap_recv(int fd, void* data, size_t size, int flags) {
+    if (!isChannel(fd)) return __real_recv(fd, data, size, flags);
     sKernel->isWellAddressed &= flags == 0 && size == 1032;
     return orNothingLeft(__real_recv(fd, data, size, waiting()));
 }

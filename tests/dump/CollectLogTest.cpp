@@ -94,7 +94,7 @@ TEST(CollectLog, TraceTables) {
         EXPECT_EQ(
                 fake::logCount("[tagL]: callFrameworkDumpSystrace:" + std::to_string(c.framework)),
                 c.framework == 0 ? 0U : 1U);
-        EXPECT_EQ(fake::logCount("callNativeDumpSystrace"), c.native == 0 ? 0U : 1U);
+        EXPECT_EQ(fake::logCount("callNativeDumpSystrace:"), c.native == 0 ? 0U : 1U);
         EXPECT_EQ(bench.context().captures.timeOf(0x20000000),
                   c.framework == 0 ? 0 : DumpBench::kStartUs * 1000);
     }

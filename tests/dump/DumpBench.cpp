@@ -4,7 +4,9 @@
 
 #include <android/log.h>
 
+#include "dump/HandlerSeams.h"
 #include "event/KavelTimestamp.h"
+#include "handler/LogFolder.h"
 #include "platform/Log.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
@@ -16,16 +18,19 @@ namespace {
 
 DumpContext* gContext = nullptr;
 
-/** Lines of pool tasks, whose place among those of the calling thread is a matter of chance. */
-bool isFromPool(const fake::LogLine& line) {
-    return line.tag == KAVEL_TAG_BINDER ||
-           line.text.find("collectLogWithCmdExeceteThread") != std::string::npos;
-}
-
 }  // namespace
 
 DumpContext& dumpContext() {
     return *gContext;
+}
+
+std::string makeLogFolder(const KavelEvent& event) {
+    return buildLogPathFolderName(gContext->parameters, &event);
+}
+
+std::vector<EventRef> eventRing(const EventRef& main) {
+    return test::DumpBench::sRing == nullptr ? std::vector<EventRef>{main}
+                                             : test::DumpBench::sRing(main);
 }
 
 namespace test {
@@ -108,7 +113,9 @@ void DumpBench::onSleep(uint64_t seconds) {
 
 void DumpBench::copyLogLocked() {
     for (const fake::LogLine& line : fake::logLines()) {
-        if (isFromPool(line)) continue;
+        // The place of a pool task's lines among these is a matter of chance; the event
+        // builder's lines come from the bench's own time stamps.
+        if (line.thread != mCaller || line.tag == KAVEL_TAG_BINDER) continue;
         mTranscript += (line.priority == ANDROID_LOG_INFO ? "I " : "E ") + line.text;
         if (mTranscript.back() != '\n') mTranscript += '\n';
     }

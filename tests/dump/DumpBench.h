@@ -22,6 +22,8 @@ namespace android::kavel::test {
 class DumpBench {
   public:
     static constexpr int32_t kRecordId = 77;
+    /** What eventRing() answers; by default the record alone. */
+    static inline std::function<std::vector<EventRef>(const EventRef&)> sRing;
     static constexpr int64_t kStartUs = 1'709'802'302'007'000;  // 2024-03-07 09:05:02.007 UTC
 
     /** @param run  carries a command out and returns its wait status; by default nothing runs */

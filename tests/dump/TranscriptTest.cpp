@@ -1,9 +1,8 @@
-#include <sstream>
-
 #include <gtest/gtest.h>
 
 #include "dump/KavelDumpUtilThread.h"
 #include "tests/dump/DumpBench.h"
+#include "tests/dump/Folded.h"
 #include "tests/dump/TempDir.h"
 
 namespace android::kavel {
@@ -41,26 +40,6 @@ const Case kCases[] = {
         {"mask that cannot be met", 0x999, 0x40},
 };
 
-/** Runs of equal lines as one, so that fifteen checks are one line of the golden file. */
-std::string folded(const std::string& transcript) {
-    std::istringstream lines(transcript);
-    std::string result, line, last;
-    int count = 0;
-    const auto put = [&] {
-        if (count > 0) result += last + (count > 1 ? " x" + std::to_string(count) : "") + "\n";
-    };
-    for (; std::getline(lines, line); last = line) {
-        if (count > 0 && line == last) {
-            ++count;
-            continue;
-        }
-        put();
-        count = 1;
-    }
-    put();
-    return result;
-}
-
 std::string transcriptOf(const Case& c) {
     DumpBench bench;
     bench.context().parameters.setTimeWindow(c.eventId, c.windowMs);
@@ -72,7 +51,7 @@ std::string transcriptOf(const Case& c) {
     const int mask = static_cast<int>(c.logInfo);
     KavelDumpUtilThread::immediateDumpThread(mask, DumpBench::kRecordId, "/data/F");
     KavelDumpUtilThread::trailContinuousDumpThread(mask, DumpBench::kRecordId, "/data/F");
-    std::string text = "## " + std::string(c.what) + "\n" + folded(bench.takeTranscript());
+    std::string text = "## " + std::string(c.what) + "\n" + test::folded(bench.takeTranscript());
     text += bench.context().combinedDumpRunning ? "window open" : "window closed";
     EXPECT_EQ(bench.context().captures.mask(), 0U) << c.what;
     EXPECT_FALSE(bench.context().xlogRequested) << c.what;

@@ -31,8 +31,8 @@ size_t countIn(const std::vector<LogLine>& lines, const std::string& text) {
 
 void keep(const __android_logger_data* data, const char* message) {
     MutexLock lock(captured().lock);
-    captured().lines.push_back(
-            {data->priority, data->tag == nullptr ? "(null)" : data->tag, message});
+    captured().lines.push_back({data->priority, data->tag == nullptr ? "(null)" : data->tag,
+                                message, std::this_thread::get_id()});
     captured().changed.notify_all();
 }
 

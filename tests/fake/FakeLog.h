@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace android::kavel::fake {
@@ -10,6 +11,7 @@ struct LogLine {
     int priority;
     std::string tag;  ///< the program's name where the daemon gave none, as liblog has it
     std::string text;
+    std::thread::id thread;  ///< that logged it
 };
 
 /** From the first call on, log lines are kept here instead of being written. Any thread. */

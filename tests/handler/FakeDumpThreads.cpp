@@ -49,4 +49,8 @@ void KavelDumpUtilThread::trailContinuousDumpThread(int logInfo, int kavelEventI
     kavel::note("continuous", logInfo, kavelEventId, path);
 }
 
+void KavelDumpUtilThread::commercialContinuousDumpThread(int kavelEventId, std::string path) {
+    kavel::note("commercial", 0, kavelEventId, path);
+}
+
 }  // namespace android

@@ -39,8 +39,10 @@ class HandlingStepsTest : public testing::Test {
     EventList mEvents;
     VariantPolicy mVariant;
     TrailCatcher mTrailCatcher{mEvents, mDump};
+    CommercialCatchers mCommercial{mEvents, mDump, mTrailCatcher};
     RecoveryActions mRecovery{mParameters};
-    HandlingSteps mSteps{mEvents, mParameters, mDump, mVariant, mTrailCatcher, mRecovery};
+    HandlingSteps mSteps{mEvents,       mParameters, mDump,    mVariant,
+                         mTrailCatcher, mCommercial, mRecovery};
 };
 
 // Would catch an event that is taken down another road, or down two.
@@ -90,7 +92,16 @@ TEST_F(HandlingStepsTest, EachEventTakesOneRoad) {
         for (const std::string& road : roads) {
             EXPECT_EQ(fake::logCount(road), road == row.road ? 1u : 0u) << row.eventId << road;
         }
-        EXPECT_EQ(fake::takeDumpThreads().empty(), row.road != kTrail) << row.eventId;
+        std::string kinds;
+        for (const std::string& started : fake::takeDumpThreads()) kinds += started.substr(0, 3);
+        EXPECT_EQ(kinds, row.road == kTrail       ? "immcon"
+                         : row.road == kTechnical ? "imm"
+                         : row.road == kAbnormal  ? "immcom"
+                                                  : "")
+                << row.eventId;
+        EXPECT_EQ(fake::logCount("copyNwatchcallLog start."), row.road == kNwatchcall ? 1u : 0u);
+        // Its window is over before the next row.
+        mDump.combinedDumpRunning = false;
     }
 }
 

@@ -79,11 +79,13 @@ TEST(ProcFs, ThisProcessIsThere) {
 
 // Would catch a signal to init, to a group or to everybody. Signal 0 tests without sending.
 TEST(Signals, OnlyAProcessOfItsOwnIsReached) {
-    EXPECT_EQ(sendSignal(getpid(), 0), 0);
-    for (const pid_t pid : {1, 0, -1, -getpid(), INT_MIN}) {
-        errno = 0;
-        EXPECT_EQ(sendSignal(pid, 0), -1) << pid;
-        EXPECT_EQ(errno, EPERM);
+    for (const auto send : {sendSignal, queueSignal}) {
+        EXPECT_EQ(send(getpid(), 0), 0);
+        for (const pid_t pid : {1, 0, -1, -getpid(), INT_MIN}) {
+            errno = 0;
+            EXPECT_EQ(send(pid, 0), -1) << pid;
+            EXPECT_EQ(errno, EPERM);
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <thread>
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include "dump/LogFolderName.h"
@@ -46,6 +47,18 @@ Result run(const std::vector<std::string>& arguments) {
     const int status = pclose(pipe);
     if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
     return result;
+}
+
+void configureEvent(const std::string& id, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"kavelctl", "set", id});
+    const Result set = run(arguments);
+    EXPECT_EQ(set.status, 0) << set.output;
+}
+
+void sendEvent(const std::string& id, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"kavelctl", "send", id});
+    const Result sent = run(arguments);
+    EXPECT_EQ(sent.status, 0) << sent.output;
 }
 
 bool eventually(const std::function<bool()>& condition, std::chrono::seconds deadline) {

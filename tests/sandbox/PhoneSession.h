@@ -19,6 +19,10 @@ struct Result {
 /** Runs a program of the phone; standard output and error come back together. */
 Result run(const std::vector<std::string>& arguments);
 
+/** `kavelctl set` and `kavelctl send` for event type @p id; a failure is the test's. */
+void configureEvent(const std::string& id, std::vector<std::string> arguments);
+void sendEvent(const std::string& id, std::vector<std::string> arguments);
+
 /** Looks every few milliseconds until @p condition holds; false where it never did. */
 bool eventually(const std::function<bool()>& condition,
                 std::chrono::seconds deadline = std::chrono::seconds(60));

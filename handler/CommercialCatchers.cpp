@@ -1,0 +1,104 @@
+#include "handler/CommercialCatchers.h"
+
+#include "dump/DumpThreads.h"
+#include "dump/KavelDumpUtilThread.h"
+#include "event/KavelTimestamp.h"
+#include "platform/Log.h"
+
+namespace android::kavel {
+namespace {
+
+/** Only what is older than the incident counts as its history. */
+bool isHistory(const KavelEvent& record, const KavelEvent& event) {
+    return secondsBetween(record.timestamp, event.timestamp) > kDuplicateWindow;
+}
+
+void startImmediate(const CatchRef& running, const std::string& folder) {
+    const KavelEvent& event = *running->event;
+    startDumpThread(running, [logInfo = event.logInfo, id = event.kavelEventId, folder] {
+        KavelDumpUtilThread::immediateDumpThread(logInfo, id, folder);
+    });
+}
+
+}  // namespace
+
+std::string CommercialCatchers::relatedEntry(const KavelEvent& event) {
+    return kavelTimeStampToString(event.timestamp) + "@" +
+           mDump.parameters.eventName(event.eventId);
+}
+
+void CommercialCatchers::commerialAbnormalActionKavelEventLogCatcher(const EventRef& event) {
+    const std::vector<EventRef> records = mEvents.records();
+    if (records.empty()) {
+        KAVEL_LOGI(KAVEL_TAG_BINDER,
+                   "[kavelEventHandleThread]: No kavelEventListHead error, logs might be "
+                   "missing.\n");
+        return;
+    }
+    const CatchRef running = mDump.catches.add(event);
+    CommercialNotes& notes = running->commercial;
+    notes.begin();
+    notes.setHasRelatedEvents(false);
+    notes.addRelatedEvent(relatedEntry(*event));
+    int32_t logInfo = 0;
+    if (!noteRelatedEvents(records, event, notes, &logInfo)) return;
+
+    const std::string folder = mTrailCatcher.combinedLogFolder();
+    startImmediate(running, folder);
+    startDumpThread(running, [id = event->kavelEventId, folder] {
+        KavelDumpUtilThread::commercialContinuousDumpThread(id, folder);
+    });
+    // After the threads: an event that comes while they start finds no anchor here yet.
+    notes.setLogInfo(logInfo);
+}
+
+bool CommercialCatchers::noteRelatedEvents(const std::vector<EventRef>& records,
+                                           const EventRef& event, CommercialNotes& notes,
+                                           int32_t* logInfo) {
+    for (const EventRef& record : records) {
+        if (record == event) {
+            *logInfo |= event->logInfo;
+            continue;
+        }
+        if (!isAbnormalAction(record->eventId)) {
+            if (!isHistory(*record, *event)) continue;
+            notes.setHasRelatedEvents(true);
+            notes.addRelatedEvent(relatedEntry(*record));
+            continue;
+        }
+        double gap = 0;
+        if (isDuplicateAbnormalAction(*record, *event, &gap)) {
+            KAVEL_LOGI(KAVEL_TAG_BINDER,
+                       "[kavelEventHandleThread]: Event dumped since duplicate abnormal action, "
+                       "difftime %f.\n",
+                       gap);
+            return false;
+        }
+    }
+    return true;
+}
+
+void CommercialCatchers::commerialTechnicalKavelEventLogCatcher(const EventRef& event) {
+    const std::vector<EventRef> records = mEvents.records();
+    if (records.empty()) return;
+    const CatchRef running = mDump.catches.add(event);
+    running->commercial.begin();
+    if (joinOlderEvents(records, event)) running->commercial.setHasRelatedEvents(true);
+    startImmediate(running, mTrailCatcher.combinedLogFolder());
+}
+
+bool CommercialCatchers::joinOlderEvents(const std::vector<EventRef>& records,
+                                         const EventRef& event) {
+    for (const EventRef& record : records) {
+        // Abnormal actions are passed over although they alone have such notes: an event finds an
+        // anchor only where a record shares its id with the catch of one.
+        if (isAbnormalAction(record->eventId) || !isHistory(*record, *event)) continue;
+        const CatchRef older = mDump.catches.find(record->kavelEventId);
+        if (older == nullptr) continue;
+        older->commercial.joinRelatedEvents(relatedEntry(*event));
+        if (older->commercial.joinLogInfo(event->logInfo)) return true;
+    }
+    return false;
+}
+
+}  // namespace android::kavel

@@ -1,0 +1,108 @@
+#include "handler/Nwatchcall.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+
+#include <dirent.h>
+#include <log/log.h>
+#include <sys/stat.h>
+
+#include "dump/DumpThreads.h"
+#include "dump/KavelDumpUtilThread.h"
+#include "dump/LogFolderName.h"
+#include "handler/LogFolder.h"
+#include "platform/KavelPrint.h"
+#include "platform/Log.h"
+#include "platform/ShellQuote.h"
+#include "platform/Sleep.h"
+#include "platform/TraceSection.h"
+
+namespace android::kavel {
+namespace {
+
+constexpr const char* kSource = "/data/persist_log/PLX/de/kjb_multimedia_perf";
+constexpr uint64_t kGeneration = 300;  // seconds that the tooling takes to write its files
+constexpr size_t kMaxPath = 256;       // the terminating NUL included
+constexpr int kMostWaiting = 4;
+constexpr const char* kPrefix = "[dravo_kavel copyNwatchcallLog]: ";
+
+bool isNwatchcallFile(const std::string& name) {
+    return name.find("watchcall_sf_hang") != std::string::npos ||
+           name.find("watchcall_app_hang") != std::string::npos;
+}
+
+void copyFile(const std::string& name, const std::string& folder) {
+    std::array<char, kMaxPath> path{};
+    snprintf(path.data(), path.size(), "%s/%s", kSource, name.c_str());
+    struct stat status = {};
+    if (stat(path.data(), &status) != 0) {
+        const int error = errno;  // logging may change it
+        kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%sstat %s failed with errno %d.\n", kPrefix,
+                    path.data(), error);
+        return;
+    }
+    logAndRun(kPrefix,
+              "cp " + shellQuote(std::string(kSource) + "/" + name) + " " + shellQuote(folder));
+}
+
+/** Takes one of the few places; false where there is none. */
+bool takePlace(std::atomic<int>& waiting) {
+    int now = waiting;
+    while (now < kMostWaiting) {
+        if (waiting.compare_exchange_weak(now, now + 1)) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+bool copyNwatchcallLog(const std::string& folder) {
+    const TraceSection trace("copyNwatchcallLog");
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel copyNwatchcallLog]: copyNwatchcallLog start. wait 5 min to generate "
+               "nwatchcall log.\n");
+    sleepSeconds(kGeneration);
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(kSource), closedir);
+    if (directory == nullptr) {
+        KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel copyNwatchcallLog]: nwatchcallPath not found.\n");
+        return false;
+    }
+    bool found = false;
+    while (const dirent* entry = readdir(directory.get())) {
+        const std::string name = entry->d_name;
+        kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%s%s scanned.\n", kPrefix, name.c_str());
+        if (!isNwatchcallFile(name)) continue;
+        copyFile(name, folder);
+        found = true;
+    }
+    return found;
+}
+
+void packNwatchcallLog(bool found, const std::string& folder) {
+    constexpr const char* kPack = "[dravo_kavel packNwatchcallLog]: ";
+    if (!isUsableFolder(folder)) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "%sno folder '%s'.\n", kPack, folder.c_str());
+    } else if (found) {
+        packFolder(kPack, folder);
+    } else {
+        logAndRun(kPack, "rm -rf " + shellQuote(folder));
+    }
+}
+
+void NwatchcallCollector::collect(const EventRef& event) {
+    if (!takePlace(*mWaiting)) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "%s%d hang warnings are waiting already, event %d skipped.\n",
+                   kPrefix, kMostWaiting, event->kavelEventId);
+        return;
+    }
+    // Given back with the thread's last use, or at once where there is no thread.
+    const std::shared_ptr<void> place(nullptr,
+                                      [waiting = mWaiting](void* /*none*/) { --*waiting; });
+    const std::string folder = buildLogPathFolderName(mDump.parameters, event.get());
+    startDumpThread(mDump.catches.add(event),
+                    [folder, place] { packNwatchcallLog(copyNwatchcallLog(folder), folder); });
+}
+
+}  // namespace android::kavel

@@ -1,0 +1,40 @@
+// Takes the place of the maker's trace utility: each flush leaves a file where the real one would.
+
+#include "platform/TraceNativeUtils.h"
+
+#include <android-base/file.h>
+#include <android-base/stringprintf.h>
+#include <android/log.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+namespace android {
+namespace {
+
+class FileUtils : public TraceNativeUtils {
+  public:
+    void stopDravoTracing(const char* session, bool stop, bool restart) override {
+        timespec now{};
+        clock_gettime(CLOCK_REALTIME, &now);
+        const std::string path =
+                base::StringPrintf("/data/local/traces/dravo-trace_%s_%lld.%09ld.perfetto-trace",
+                                   session, static_cast<long long>(now.tv_sec), now.tv_nsec);
+        const std::string content =
+                base::StringPrintf("# session %s, stop %d, restart %d\n", session, stop, restart);
+        if (!base::WriteStringToFile(content, path)) {
+            __android_log_print(ANDROID_LOG_ERROR, "TraceNativeUtils", "%s: %s", path.c_str(),
+                                strerror(errno));
+        }
+    }
+};
+
+}  // namespace
+
+TraceNativeUtils* TraceNativeUtils::getInstance() {
+    static FileUtils utils;
+    return &utils;
+}
+
+}  // namespace android

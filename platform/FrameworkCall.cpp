@@ -1,0 +1,100 @@
+#include "platform/FrameworkCall.h"
+
+#include <memory>
+#include <set>
+#include <thread>
+
+#include <binder/IServiceManager.h>
+#include <binder/Parcel.h>
+#include <utils/String16.h>
+
+#include "platform/Mutex.h"
+
+namespace android::kavel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Outcome = FrameworkReply::Outcome;
+
+/** The request codes that are on their way. */
+struct Lines {
+    Mutex lock;
+    std::condition_variable freed;
+    std::set<uint32_t> taken GUARDED_BY(lock);
+};
+
+Lines& lines() {
+    static auto* const instance = new Lines;  // calls that hang may outlive any owner
+    return *instance;
+}
+
+bool takeLine(uint32_t code, Clock::time_point end) {
+    Lines& all = lines();
+    MutexLock lock(all.lock);
+    while (!all.taken.insert(code).second) {
+        if (!lock.waitUntil(all.freed, end)) return false;
+    }
+    return true;
+}
+
+void freeLine(uint32_t code) {
+    Lines& all = lines();
+    MutexLock lock(all.lock);
+    all.taken.erase(code);
+    all.freed.notify_all();
+}
+
+/** What the thread of a call leaves for its caller, who may have gone. */
+struct Answer {
+    Mutex lock;
+    std::condition_variable given;
+    std::optional<FrameworkReply> reply GUARDED_BY(lock);
+};
+
+sp<IBinder> findService() {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    // The calls that replace it either give up at once, while the framework restarts, or wait for
+    // ever where there is none.
+    return defaultServiceManager()->getService(String16("kavel"));
+#pragma GCC diagnostic pop
+}
+
+FrameworkReply ask(uint32_t code, std::optional<int32_t> argument) {
+    const sp<IBinder> service = findService();
+    if (service == nullptr) return {Outcome::NoService, OK, 0};
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(String16("android.os.IKavelManager"));
+    if (argument) data.writeInt32(*argument);
+    const status_t status = service->transact(code, data, &reply, 0);
+    return {Outcome::Answered, status, reply.readInt32()};
+}
+
+}  // namespace
+
+FrameworkReply callFramework(uint32_t code, std::optional<int32_t> argument,
+                             std::chrono::milliseconds patience) {
+    const Clock::time_point end = Clock::now() + patience;
+    if (!takeLine(code, end)) return {Outcome::Busy, OK, 0};
+    const auto answer = std::make_shared<Answer>();
+    try {
+        std::thread([code, argument, answer] {
+            const FrameworkReply reply = ask(code, argument);
+            freeLine(code);
+            MutexLock lock(answer->lock);
+            answer->reply = reply;
+            answer->given.notify_all();
+        }).detach();
+    } catch (...) {
+        freeLine(code);
+        throw;
+    }
+    MutexLock lock(answer->lock);
+    while (!answer->reply) {
+        if (!lock.waitUntil(answer->given, end)) return {Outcome::Late, OK, 0};
+    }
+    return *answer->reply;
+}
+
+}  // namespace android::kavel

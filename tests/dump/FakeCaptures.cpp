@@ -1,0 +1,57 @@
+#include "tests/dump/FakeCaptures.h"
+
+#include <atomic>
+#include <cerrno>
+
+#include "platform/Log.h"
+#include "platform/Signals.h"
+#include "platform/TraceNativeUtils.h"
+
+namespace android {
+namespace kavel {
+namespace {
+
+FrameworkReply framework = {FrameworkReply::Outcome::NoService, OK, 0};
+std::atomic<bool> signals{true};
+
+}  // namespace
+
+void fake::setFramework(const FrameworkReply& reply) {
+    framework = reply;
+}
+
+void fake::setSignals(bool work) {
+    signals = work;
+}
+
+FrameworkReply callFramework(uint32_t code, std::optional<int32_t> argument,
+                             std::chrono::milliseconds /*patience*/) {
+    KAVEL_LOGI(KAVEL_NO_TAG, "fake: request %u, argument %d", code, argument.value_or(-1));
+    return framework;
+}
+
+int queueSignal(pid_t pid, int signal) {
+    KAVEL_LOGI(KAVEL_NO_TAG, "fake: signal %d to %d", signal, pid);
+    errno = signals ? 0 : ESRCH;
+    return signals ? 0 : -1;
+}
+
+}  // namespace kavel
+
+namespace {
+
+class Utils : public TraceNativeUtils {
+  public:
+    void stopDravoTracing(const char* session, bool stop, bool restart) override {
+        KAVEL_LOGI(KAVEL_NO_TAG, "fake: flush %s %d %d", session, stop, restart);
+    }
+};
+
+}  // namespace
+
+TraceNativeUtils* TraceNativeUtils::getInstance() {
+    static Utils utils;
+    return &utils;
+}
+
+}  // namespace android

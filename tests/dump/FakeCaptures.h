@@ -1,0 +1,15 @@
+#pragma once
+
+#include "platform/FrameworkCall.h"
+
+namespace android::kavel::fake {
+
+// What the trace captures ask of the phone: each request becomes a log line that begins with
+// "fake: ", so that it has its place in a transcript.
+
+/** How every request to the framework ends from now on; at first there is no service. */
+void setFramework(const FrameworkReply& reply);
+/** Whether signals can be sent; at first they can. */
+void setSignals(bool work);
+
+}  // namespace android::kavel::fake
