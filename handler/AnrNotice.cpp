@@ -1,26 +1,21 @@
 #include "handler/AnrNotice.h"
 
-#include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
-#include <utils/String16.h>
 
+#include "platform/FrameworkService.h"
 #include "platform/Log.h"
 
 namespace android::kavel {
 namespace {
 
-constexpr const char* kService = "kavel";
 constexpr uint32_t kAnrRecoveryBegun = 8;  // of android.os.IKavelManager
-
-const String16& interfaceToken() {
-    static const String16& token = *new String16("android.os.IKavelManager");
-    return token;
-}
 
 }  // namespace
 
 void notifyFrameworkOfAnr(int32_t pid, int64_t eventId) {
-    const sp<IBinder> service = defaultServiceManager()->getService(String16(kService));
+    // On the reporting thread: a framework that is asked back while it reports, with a lock held,
+    // meets its own thread there and goes on.
+    const sp<IBinder> service = frameworkService();
     if (service == nullptr) {
         KAVEL_LOGE(KAVEL_NO_TAG,
                    "[dravo_kavel doKavelAnrRecoverAction]: binder service kavel does not exist.\n");
@@ -28,7 +23,7 @@ void notifyFrameworkOfAnr(int32_t pid, int64_t eventId) {
     }
     Parcel data;
     Parcel reply;
-    data.writeInterfaceToken(interfaceToken());
+    data.writeInterfaceToken(frameworkToken());
     data.writeInt32(pid);
     data.writeInt64(eventId);
     if (service->transact(kAnrRecoveryBegun, data, &reply, 0) != OK) {

@@ -4,10 +4,9 @@
 #include <set>
 #include <thread>
 
-#include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
-#include <utils/String16.h>
 
+#include "platform/FrameworkService.h"
 #include "platform/Mutex.h"
 
 namespace android::kavel {
@@ -51,21 +50,12 @@ struct Answer {
     std::optional<FrameworkReply> reply GUARDED_BY(lock);
 };
 
-sp<IBinder> findService() {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-    // The calls that replace it either give up at once, while the framework restarts, or wait for
-    // ever where there is none.
-    return defaultServiceManager()->getService(String16("kavel"));
-#pragma GCC diagnostic pop
-}
-
 FrameworkReply ask(uint32_t code, std::optional<int32_t> argument) {
-    const sp<IBinder> service = findService();
+    const sp<IBinder> service = frameworkService();
     if (service == nullptr) return {Outcome::NoService, OK, 0};
     Parcel data;
     Parcel reply;
-    data.writeInterfaceToken(String16("android.os.IKavelManager"));
+    data.writeInterfaceToken(frameworkToken());
     if (argument) data.writeInt32(*argument);
     const status_t status = service->transact(code, data, &reply, 0);
     return {Outcome::Answered, status, reply.readInt32()};

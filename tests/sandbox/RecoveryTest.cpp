@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "tests/sandbox/PhoneSession.h"
 
@@ -128,6 +130,39 @@ TEST(RecoveryTest, QuietEndsLeaveTheFrameworkAlone) {
     EXPECT_TRUE(eventually([&] { return logCount(kFailed) == failures + 1; }));
     EXPECT_EQ(pidOf("system_server"), framework);
     EXPECT_EQ(bootCompleted(), "1\n");
+}
+
+// A pid that another user's process has by then, taken for the process that did not respond.
+TEST(RecoveryTest, ProcessOfAnotherUserIsNotTheSame) {
+    if (getuid() != 0) GTEST_SKIP() << "needs root: an ordinary user has one user id here";
+    configure();
+    const size_t failures = logCount(kFailed);
+    sigset_t change;
+    sigemptyset(&change);
+    sigaddset(&change, SIGUSR1);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &change, nullptr), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        int signal = 0;
+        sigwait(&change, &signal);
+        if (setuid(10077) != 0) _exit(1);
+        for (;;) pause();
+    }
+    watch(child, kTestPackage, [&] {
+        ASSERT_EQ(kill(child, SIGUSR1), 0);
+        struct stat process = {};
+        const std::string path = "/proc/" + std::to_string(child);
+        const auto isOther = [&] {
+            return stat(path.c_str(), &process) == 0 && process.st_uid == 10077;
+        };
+        ASSERT_TRUE(eventually(isOther));
+    });
+    report(child, kTestPackage, "end");
+    const std::string invalid = "cancel invalid pid(" + std::to_string(child);
+    EXPECT_TRUE(eventually([&] { return logCount(invalid) == 1; })) << "the watch has ended";
+    EXPECT_EQ(logCount(kFailed), failures);
+    EXPECT_EQ(kill(child, SIGKILL), 0);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
 }
 
 // A framework that stays away and no panic; a panic that does not end the phone.
