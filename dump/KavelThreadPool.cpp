@@ -10,6 +10,16 @@ namespace std {
 
 using android::kavel::MutexLock;
 
+namespace {
+
+/**
+ * So often a worker looks for a task before it sleeps. The next task of a burst is often just being
+ * queued, and to sleep and be woken costs more than several small tasks.
+ */
+constexpr int kLooks = 4;
+
+}  // namespace
+
 KavelThreadPool::KavelThreadPool(const char* namePrefix, uint16_t coreSize, uint16_t maxSize)
       : mNamePrefix(namePrefix), mCoreSize(coreSize), mMaxSize(maxSize) {}
 
@@ -59,7 +69,11 @@ void KavelThreadPool::work() {
                 }
                 ++mIdleCount;  // addThread() has counted a new worker already
             }
-            while (_run && mTasks.empty()) {
+            for (int looks = 0; _run && mTasks.empty(); ++looks) {
+                if (looks < kLooks) {
+                    lock.yield();
+                    continue;
+                }
                 ++mWaiting;
                 lock.wait(mTaskSignal);
                 --mWaiting;

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 #include <utils/Mutex.h>  // the annotation macros; empty where the compiler is not clang
 
@@ -28,6 +29,12 @@ class SCOPED_CAPABILITY MutexLock {
     MutexLock& operator=(const MutexLock&) = delete;
 
     void wait(std::condition_variable& condition) { condition.wait(mLock); }
+    /** Lets another thread have the mutex, and the processor, for a moment. */
+    void yield() {
+        mLock.unlock();
+        std::this_thread::yield();
+        mLock.lock();
+    }
     /** As wait(); false once @p end has passed. */
     bool waitUntil(std::condition_variable& condition, std::chrono::steady_clock::time_point end) {
         return condition.wait_until(mLock, end) == std::cv_status::no_timeout;
