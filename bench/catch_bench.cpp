@@ -1,0 +1,135 @@
+// A catch and its pack, without the waits, beside a shell script of the same commands. Runs inside
+// the simulated phone: catch_bench [CATCHES].
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <sys/wait.h>
+
+#include "dump/DumpContext.h"
+#include "dump/HandlerSeams.h"
+#include "dump/KavelDumpUtilThread.h"
+#include "event/KavelTimestamp.h"
+#include "handler/LogFolder.h"
+#include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeTime.h"
+
+namespace android::kavel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+constexpr int64_t kEvent = 0x999;      // asks for nothing but its mask
+constexpr uint32_t kMask = 0x1bebf9b;  // the demonstration's: quick to take, and all is reported
+constexpr const char* kScript = "/data/local/catch_bench.sh";
+
+DumpContext* gContext = nullptr;
+EventParameters gParameters;
+
+bool hasChild() {
+    siginfo_t child;
+    return waitid(P_ALL, 0, &child, WEXITED | WNOWAIT | WNOHANG) == 0;
+}
+
+/** In the place of a wait: what it waits for, and nothing more. */
+void awaitCommands(uint64_t /*seconds*/) {
+    for (int quiet = 0; quiet < 3; ++quiet) {
+        if (hasChild()) quiet = 0;
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+}
+
+Milliseconds timeCatch(int id) {
+    const KavelTimestamp now = generateKavelTimestamp();
+    const KavelExtraInfo extra;
+    const auto event =
+            std::make_shared<KavelEvent>(kEvent, &now, static_cast<int>(kMask), 1, 1000, &extra);
+    event->kavelEventId = id;
+    const std::string folder = makeLogFolder(*event);
+    fake::clearLog();
+
+    const Clock::time_point start = Clock::now();
+    const CatchRef running = gContext->catches.add(event);
+    KavelDumpUtilThread::immediateDumpThread(static_cast<int>(kMask), id, folder);
+    KavelDumpUtilThread::trailContinuousDumpThread(static_cast<int>(kMask), id, folder);
+    return Clock::now() - start;
+}
+
+/** The commands of the catch before, from its log, in a script. */
+void writeScript() {
+    std::ofstream script(kScript);
+    for (const fake::LogLine& line : fake::logLines()) {
+        for (const std::string prefix :
+             {"[dravo_kavel collectLogWithCmdExeceteThread]: ", "[dravo_kavel trailLogPack]: tar ",
+              "[dravo_kavel trailLogPack]: mv ", "[dravo_kavel trailLogPack]: rm "}) {
+            if (line.text.rfind(prefix, 0) != 0) continue;
+            const size_t begin = line.text.find("]: ") + 3;
+            script << line.text.substr(begin, line.text.find(", ret is:") - begin) << '\n';
+        }
+    }
+}
+
+Milliseconds timeScript(const std::string& folder) {
+    std::filesystem::create_directories(folder);
+    const Clock::time_point start = Clock::now();
+    if (system((std::string("sh ") + kScript + " > /dev/null 2>&1").c_str()) != 0) abort();
+    return Clock::now() - start;
+}
+
+double median(std::vector<double> values) {
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
+
+int run(int catches) {
+    fake::captureLog();
+    fake::onSleep(awaitCommands);
+    fake::resetTime(1'700'000'000'000'000);
+    DumpContext context(gParameters);
+    gContext = &context;
+    gParameters.setTimeWindow(kEvent, 1);
+    std::vector<double> ours;
+    std::vector<double> scripts;
+    for (int i = 0; i < catches; ++i) {
+        const double catchMs = timeCatch(i + 1).count();
+        writeScript();
+        std::string folder;
+        for (const fake::LogLine& line : fake::logLines()) {
+            const size_t at = line.text.find("rm -rf ");
+            if (at != std::string::npos) folder = line.text.substr(at + 7);
+        }
+        ours.push_back(catchMs);
+        scripts.push_back(timeScript(folder).count());
+    }
+    printf("catch and pack: daemon %.0f ms, script %.0f ms, ratio %.2f (budget 1.05)\n",
+           median(ours), median(scripts), median(ours) / median(scripts));
+    return 0;
+}
+
+}  // namespace
+
+DumpContext& dumpContext() {
+    return *gContext;
+}
+
+std::string makeLogFolder(const KavelEvent& event) {
+    return buildLogPathFolderName(gParameters, &event);
+}
+
+std::vector<EventRef> eventRing(const EventRef& main) {
+    return {main};
+}
+
+}  // namespace android::kavel
+
+int main(int argc, char** argv) {
+    return android::kavel::run(argc > 1 ? atoi(argv[1]) : 7);
+}
