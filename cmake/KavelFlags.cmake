@@ -8,9 +8,12 @@ target_include_directories(kavel_flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(kavel_flags INTERFACE
     -Wall -Wextra -Werror -Wconversion -Wformat=2 -Wnon-virtual-dtor -Wcast-qual
     -fstack-protector-strong
+    # As the phone's build does: what nothing calls is not in the program.
+    -ffunction-sections -fdata-sections
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wimplicit-fallthrough -Wshadow>
     # gcc also complains where a constructor names a parameter after the member that it fills.
     $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>)
+target_link_options(kavel_flags INTERFACE -Wl,--gc-sections)
 find_package(Threads REQUIRED)
 target_link_libraries(kavel_flags INTERFACE Threads::Threads)
 
