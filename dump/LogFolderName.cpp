@@ -33,9 +33,12 @@ void shorten(std::string& part, size_t excess) {
 }  // namespace
 
 std::string logFolderName(const LogFolderParts& parts) {
+    // Wraps for a clock before 1970, on purpose: a plain sum would end the process on the phone.
+    uint64_t id = 0;
+    static_cast<void>(
+            __builtin_add_overflow(static_cast<uint64_t>(parts.realtimeNs), kFolderIdBase, &id));
     char folderId[17];
-    snprintf(folderId, sizeof(folderId), "%" PRIx64,
-             static_cast<uint64_t>(parts.realtimeNs) + kFolderIdBase);
+    snprintf(folderId, sizeof(folderId), "%" PRIx64, id);
     std::string process = withoutPathCharacters(parts.process);
     std::string event = withoutPathCharacters(parts.eventName);
     const std::string tail =
