@@ -1,0 +1,39 @@
+#!/bin/sh
+# Catches a policy that does not compile, a rule that the platform forbids, and a label that nobody
+# declares. Compiled against tests/structure/sepolicy, a stand-in for the platform's policy.
+# usage: sepolicy_test.sh POLICY_DIR; exit code 77 where checkpolicy or m4 is not installed
+
+policy=$1
+stub=$(dirname "$0")/sepolicy
+for tool in m4 checkpolicy; do
+    command -v $tool >/dev/null || { echo "$tool is not installed"; exit 77; }
+done
+work=$(mktemp -d) || exit 1
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+compiles() {  # EXTRA_RULE: whether our policy compiles with it
+    echo "$1" >"$work/extra.te"
+    m4 "$stub/platform_head.te" "$policy"/*.te "$work/extra.te" "$stub/platform_tail.te" \
+        >"$work/policy.conf" 2>"$work/out" &&
+        checkpolicy -c 30 -o "$work/policy" "$work/policy.conf" >"$work/out" 2>&1
+}
+fail() { echo "$1"; failures=1; }
+
+compiles '' || { cat "$work/out"; fail 'the policy does not compile'; }
+# It must be able to fail.
+for rule in 'allow dravo_kavel nowhere:file read;' 'r_file_perms(' \
+    'allow dravo_kavel self:capability dac_override;' 'allow dravo_kavel debugfs:file { open read };' \
+    'add_service(some_app, dravo_kavel_service)' 'set_prop(dravo_kavel, ctl_start_prop)'; do
+    ! compiles "$rule" || fail "compiles with: $rule"
+done
+
+for contexts in "$policy"/*_contexts; do
+    types=$(grep -o 'u:object_r:[a-z_]*:s0' "$contexts" | cut -d: -f3 | sort -u)
+    [ -n "$types" ] || fail "$contexts labels nothing"
+    for type in $types; do
+        cat "$policy"/*.te "$stub/platform_head.te" |
+            grep -Eq "(type|system_internal_prop)[ (]$type[ ,;)]" || fail "$contexts: no type $type"
+    done
+done
+exit $failures
