@@ -33,7 +33,7 @@ for contexts in "$policy"/*_contexts; do
     [ -n "$types" ] || fail "$contexts labels nothing"
     for type in $types; do
         cat "$policy"/*.te "$stub/platform_head.te" |
-            grep -Eq "(type|system_internal_prop)[ (]$type[ ,;)]" || fail "$contexts: no type $type"
+            grep -Eq "(type|system_internal_prop)[ (]${type}[ ,;)]" || fail "$contexts: no type $type"
     done
 done
 exit $failures
