@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
 
@@ -76,12 +77,26 @@ void report(int pid, const std::string& process, const std::string& state) {
     ASSERT_EQ(sent.status, 0) << sent.output;
 }
 
+/** Whether a watch has looked at its process and waits: the kernel knows where its thread is. */
+bool aWatchSleeps() {
+    for (const auto& task :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(daemonPid()) + "/task")) {
+        std::string name;
+        std::string place;
+        std::getline(std::ifstream(task.path() / "comm"), name);
+        std::getline(std::ifstream(task.path() / "wchan"), place);
+        if (name == "KavelAnrRecover" && place.find("nanosleep") != std::string::npos) return true;
+    }
+    return false;
+}
+
 /** Reports the start of an ANR of @p pid, then waits for the end of its watch. */
 void watch(int pid, const std::string& process, const std::function<void()>& meanwhile) {
     const size_t watches = logCount(": new THREAD_NAME for ");
     const size_t ends = logCount(kTimeout);
     report(pid, process, "start");
     ASSERT_TRUE(eventually([&] { return logCount(": new THREAD_NAME for ") == watches + 1; }));
+    ASSERT_TRUE(eventually(aWatchSleeps));
     meanwhile();
     ASSERT_TRUE(eventually([&] { return logCount(kTimeout) == ends + 1; }));
 }
