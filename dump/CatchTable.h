@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -12,8 +11,7 @@
 namespace android::kavel {
 
 /**
- * One event on its way to an archive: its record, and the log-selection bits whose commands have
- * ended. Lives as long as any thread or command of the catch holds it.
+ * One event on its way to an archive. Lives as long as any thread or command of the catch holds it.
  */
 class Catch {
   public:
@@ -21,13 +19,6 @@ class Catch {
 
     const EventRef event;
     CommercialNotes commercial;
-
-    void resetCollected() { mCollected = 0; }
-    void markCollected(uint32_t bits) { mCollected |= bits; }
-    uint32_t collected() const { return mCollected; }
-
-  private:
-    std::atomic<uint32_t> mCollected{0};
 };
 
 using CatchRef = std::shared_ptr<Catch>;

@@ -13,7 +13,6 @@
 #include "event/KavelTimestamp.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
-#include "platform/Sleep.h"
 
 namespace android {
 
@@ -26,7 +25,6 @@ namespace {
 
 constexpr const char* kPrefix = "[dravo_kavel commercialLogPack]: ";
 constexpr double kRelatedWindow = 30.0;  // seconds
-constexpr int kIntegrityChecks = 15;
 constexpr int64_t kNeverRelated = 0xE01;
 
 /** A later record is always related, an earlier one only right before the main one. */
@@ -41,15 +39,6 @@ std::vector<EventRef> relatedRecords(const EventRef& main) {
         if (isRelated(*record, *main)) related.push_back(record);
     }
     return related;
-}
-
-void awaitCommands(DumpContext& context, const KavelEvent& record) {
-    // A record that nothing was caught for has collected nothing, which is all it selects.
-    if (record.logInfo == 0 && context.catches.find(record.kavelEventId) == nullptr) return;
-    for (int check = 0; check < kIntegrityChecks; ++check) {
-        if (KavelDumpUtilThread::verifyLogIntegrity(record.kavelEventId)) return;
-        kavel::sleepSeconds(1);
-    }
 }
 
 /** Takes the folder of a related record, which nobody else will pack, along into @p path. */
@@ -87,7 +76,7 @@ void KavelDumpUtilThread::commercialLogPack(int kavelEventId, std::string path,
         packAnrStacktrace(main->pid, path,
                           kavel::anrStacktraceFlag(static_cast<uint32_t>(record->logInfo)),
                           static_cast<unsigned long long>(main->timestamp.realtimeNs));
-        awaitCommands(context, *record);
+        kavel::awaitCollected(*record);
         // A folder does not go into itself; the attempt marks each related event in the log.
         kavel::logAndRun(kPrefix, StringPrintf("mv %s %s/", folder.c_str(), folder.c_str()));
         joinFolder(claimed[record], path);

@@ -20,7 +20,7 @@ class CommercialNotes {
     bool isCommercial() const;
 
     void setHasRelatedEvents(bool has);
-    bool hasRelatedEvents() const;  ///< only ever told to readers: every catch is packed alike
+    bool hasRelatedEvents() const;  ///< for readers of the notes: the pack is the same either way
 
     /** Adds TIME@NAME of a related event; the catch's own event comes first. */
     void addRelatedEvent(const std::string& entry);

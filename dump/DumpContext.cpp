@@ -8,9 +8,9 @@ constexpr uint64_t kHeavyDumpIntervalNs = 30'000'000'000;
 }  // namespace
 
 void PendingCaptures::start(uint32_t bit, const KavelTimestamp& timestamp) {
-    mMask |= bit;
     MutexLock lock(mLock);
     mTimestamps[bit] = timestamp;
+    mMask |= bit;  // after its time: whoever sees the bit asks for that
 }
 
 int64_t PendingCaptures::timeOf(uint32_t bit) const {

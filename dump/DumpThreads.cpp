@@ -56,9 +56,9 @@ CatchRef findCatch(const char* thread, int kavelEventId, std::string& path) {
     return running;
 }
 
-/** Leaves the catch for the abnormal action next to it, whose pack takes the folder along. */
-void keepTechnical(DumpContext& context, const CatchRef& running) {
-    for (const CatchRef& dropped : context.technical.keep(running, kavel::monotonicNs())) {
+/** Removes the folders of technical events that no abnormal action came for. */
+void removeFolders(const std::vector<CatchRef>& catches) {
+    for (const CatchRef& dropped : catches) {
         const std::string folder = dropped->commercial.ownFolder();
         if (folder.empty()) continue;
         kavel::logAndRun("[dravo_kavel immediateDumpThread]: ",
@@ -106,9 +106,9 @@ void KavelDumpUtilThread::immediateDumpThread(int logInfo, int kavelEventId, std
     if (running == nullptr) return;
     DumpContext& context = kavel::dumpContext();
 
-    running->resetCollected();
     auto mask = static_cast<uint32_t>(logInfo);
     const KavelEvent& event = *running->event;
+    event.collected = 0;
     if (kavel::findFrameworkTraceEvent(event.eventId) != nullptr) {
         mask |= KAVEL_LOGINFO_FRAMEWORK_SYSTRACE;
     }
@@ -116,11 +116,14 @@ void KavelDumpUtilThread::immediateDumpThread(int logInfo, int kavelEventId, std
         context.captures.start(KAVEL_LOGINFO_NATIVE_SYSTRACE, event.timestamp);
         mask |= KAVEL_LOGINFO_NATIVE_SYSTRACE;
     }
+    std::vector<CatchRef> dropped;
     if (running->commercial.isCommercial() && !kavel::isAbnormalAction(event.eventId)) {
-        keepTechnical(context, running);
+        // Left for the abnormal action next to it, whose pack takes the folder along.
+        dropped = context.technical.keep(running, kavel::monotonicNs());
     }
     generateKavelHistoryLog(kavelEventId, path);
     collectLog(static_cast<int>(mask), path, kavelEventId);
+    removeFolders(dropped);  // evidence first: a disk in trouble takes its time over a removal
 }
 
 void KavelDumpUtilThread::trailContinuousDumpThread(int logInfo, int kavelEventId,

@@ -97,6 +97,11 @@ int logAndRun(const char* prefix, const std::string& command, const char* suffix
 /** How packAnrStacktrace() is to deal with an event of these log-selection bits. */
 int anrStacktraceFlag(uint32_t logInfo);
 
+/** Whether every log that @p record selects has been reported as taken. */
+bool isCollected(const KavelEvent& record);
+/** Waits for that, fifteen seconds at most: late logs must not cost the early ones. */
+void awaitCollected(const KavelEvent& record);
+
 /** tar, move to the collection directory, remove: how every catch of @p path ends. */
 void packFolder(const char* prefix, const std::string& path);
 

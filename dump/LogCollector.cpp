@@ -94,7 +94,7 @@ void KavelDumpUtilThread::collectLogWithCmdExecuteThread(std::string cmd, int lo
                 status);
     // A failed command counts too: there will be no more of this log than there is now.
     if (const CatchRef running = kavel::dumpContext().catches.find(kavelEventId)) {
-        running->markCollected(static_cast<uint32_t>(logBit));
+        running->event->collected |= static_cast<uint32_t>(logBit);
     }
 }
 

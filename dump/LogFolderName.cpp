@@ -41,17 +41,18 @@ std::string logFolderName(const LogFolderParts& parts) {
     snprintf(folderId, sizeof(folderId), "%" PRIx64, id);
     std::string process = withoutPathCharacters(parts.process);
     std::string event = withoutPathCharacters(parts.eventName);
-    const std::string tail =
-            std::string("@") + folderId + "@" + parts.otaVersion + "@" + parts.timeText;
+    std::string version = withoutPathCharacters(parts.otaVersion);
 
     const auto excess = [&] {
-        const size_t length = strlen("kavel_") + event.size() + strlen("_") + process.size() +
-                              tail.size() + strlen(kArchiveSuffix);
+        const size_t length = strlen("kavel__@@@") + event.size() + process.size() +
+                              strlen(folderId) + version.size() + parts.timeText.size() +
+                              strlen(kArchiveSuffix);
         return length > NAME_MAX ? length - NAME_MAX : 0;
     };
     shorten(process, excess());
     shorten(event, excess());
-    return "kavel_" + event + "_" + process + tail;
+    shorten(version, excess());
+    return "kavel_" + event + "_" + process + "@" + folderId + "@" + version + "@" + parts.timeText;
 }
 
 bool isLogFolderName(std::string_view name) {

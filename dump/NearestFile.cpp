@@ -29,21 +29,26 @@ std::vector<TraceFile> listCandidates(const TraceScan& scan, DIR* directory) {
                 [&](const char* marker) { return name.find(marker) != std::string::npos; });
         if (!fits) continue;
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%s%s scanned.\n", scan.tag, name.c_str());
-        char path[kMaxPath];
-        snprintf(path, sizeof(path), "%s/%s", scan.directory, name.c_str());
         struct stat status = {};
-        if (stat(path, &status) != 0) {
-            const int error = errno;  // logging may change it
-            kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%sstat %s failed with errno %d.\n",
-                        scan.tag, path, error);
-            continue;
+        if (statListed(scan.tag, scan.directory, name, &status)) {
+            files.push_back({name, status.st_mtime});
         }
-        files.push_back({name, status.st_mtime});
     }
     return files;
 }
 
 }  // namespace
+
+bool statListed(const char* tag, const char* directory, const std::string& name,
+                struct stat* status) {
+    char path[kMaxPath];
+    snprintf(path, sizeof(path), "%s/%s", directory, name.c_str());
+    if (stat(path, status) == 0) return true;
+    const int error = errno;  // logging may change it
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%sstat %s failed with errno %d.\n", tag, path,
+                error);
+    return false;
+}
 
 int nearestFile(const std::vector<TraceFile>& files, int64_t target, int64_t offset) {
     int best = -1;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace android::kavel {
 
 /** One kind of trace file that is written beside the log folder. */
@@ -27,6 +29,11 @@ struct TraceFile {
  * equally near ones the earlier entry. -1 where no file is nearer than the epoch itself.
  */
 int nearestFile(const std::vector<TraceFile>& files, int64_t target, int64_t offset);
+
+/** Whether @p name in @p directory can be looked at, and how; a line begun with @p tag where not.
+ */
+bool statListed(const char* tag, const char* directory, const std::string& name,
+                struct stat* status);
 
 /** The name of the file in the scan's directory that fits @p timeNs best; empty where none does. */
 std::string scanForTrace(const TraceScan& scan, uint64_t timeNs);

@@ -8,6 +8,7 @@
 #include "dump/DumpContext.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "dump/LogCommands.h"
+#include "dump/LogFolderName.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
@@ -24,7 +25,6 @@ namespace {
 
 constexpr const char* kPrefix = "[dravo_kavel trailLogPack]: ";
 constexpr int64_t kQuickPackEvent = 0x402;
-constexpr int kIntegrityChecks = 15;
 
 bool hasExtraInfo(int64_t eventId) {
     switch (eventId) {
@@ -76,15 +76,6 @@ void packPendingCaptures(DumpContext& context, int64_t eventId, const std::strin
     }
 }
 
-/** The pack goes ahead whatever the last check said: late logs must not cost the early ones. */
-void awaitCommands(int kavelEventId) {
-    for (int check = 0; check < kIntegrityChecks; ++check) {
-        if (KavelDumpUtilThread::verifyLogIntegrity(kavelEventId)) break;
-        kavel::sleepSeconds(1);
-    }
-    kavel::sleepSeconds(2);
-}
-
 }  // namespace
 
 void KavelDumpUtilThread::trailLogPack(int kavelEventId, std::string path,
@@ -93,8 +84,9 @@ void KavelDumpUtilThread::trailLogPack(int kavelEventId, std::string path,
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel trailLogPack]: trailLogPack start.\n");
     DumpContext& context = kavel::dumpContext();
     const CatchRef running = context.catches.find(kavelEventId);
-    if (running == nullptr) {
-        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel trailLogPack]: no event %d.\n", kavelEventId);
+    if (running == nullptr || !kavel::isUsableFolder(path)) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel trailLogPack]: no event %d, or no folder '%s'.\n",
+                   kavelEventId, path.c_str());
         return;
     }
     const KavelEvent& event = *running->event;
@@ -109,7 +101,10 @@ void KavelDumpUtilThread::trailLogPack(int kavelEventId, std::string path,
         packNativeTombstones(path);
     }
     packPendingCaptures(context, event.eventId, path);
-    if (event.eventId != kQuickPackEvent) awaitCommands(kavelEventId);
+    if (event.eventId != kQuickPackEvent) {
+        kavel::awaitCollected(event);
+        kavel::sleepSeconds(2);
+    }
     kavel::packFolder(kPrefix, path);
 }
 
@@ -169,10 +164,7 @@ void KavelDumpUtilThread::packNativeTombstones(std::string path) {
 
 bool KavelDumpUtilThread::verifyLogIntegrity(int kavelEventId) {
     const CatchRef running = kavel::dumpContext().catches.find(kavelEventId);
-    // Bits that no command reports make this false for good, and the pack waits its full time.
-    // Readers of the archives count on those seconds: some of that evidence is still being written.
-    return running != nullptr &&
-           running->collected() == static_cast<uint32_t>(running->event->logInfo);
+    return running != nullptr && kavel::isCollected(*running->event);
 }
 
 }  // namespace android

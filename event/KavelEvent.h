@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <ctime>
 #include <memory>
@@ -23,7 +24,7 @@ struct KavelExtraInfo {
 /**
  * One report of an abnormal situation. Shared: the event list, look-ups and a running dump each
  * keep a record alive. After it has been placed in the list only `next` changes, under the list's
- * lock.
+ * lock, and `collected`.
  */
 class KavelEvent {
   public:
@@ -37,6 +38,8 @@ class KavelEvent {
     const int32_t pid;      ///< process concerned
     const int32_t uid;
     const KavelExtraInfo extraInfo;
+    /** Log-selection bits whose commands have ended: known for as long as the record is. */
+    mutable std::atomic<uint32_t> collected{0};
     std::shared_ptr<KavelEvent> next;  ///< link of the circular event list
 };
 

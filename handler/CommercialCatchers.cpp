@@ -3,6 +3,7 @@
 #include "dump/DumpThreads.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "event/KavelTimestamp.h"
+#include "handler/ImmediateDump.h"
 #include "platform/Log.h"
 
 namespace android::kavel {
@@ -11,13 +12,6 @@ namespace {
 /** Only what is older than the incident counts as its history. */
 bool isHistory(const KavelEvent& record, const KavelEvent& event) {
     return secondsBetween(record.timestamp, event.timestamp) > kDuplicateWindow;
-}
-
-void startImmediate(const CatchRef& running, const std::string& folder) {
-    const KavelEvent& event = *running->event;
-    startDumpThread(running, [logInfo = event.logInfo, id = event.kavelEventId, folder] {
-        KavelDumpUtilThread::immediateDumpThread(logInfo, id, folder);
-    });
 }
 
 }  // namespace
@@ -44,7 +38,7 @@ void CommercialCatchers::commerialAbnormalActionKavelEventLogCatcher(const Event
     if (!noteRelatedEvents(records, event, notes, &logInfo)) return;
 
     const std::string folder = mTrailCatcher.combinedLogFolder();
-    startImmediate(running, folder);
+    startImmediateDump(running, folder);
     startDumpThread(running, [id = event->kavelEventId, folder] {
         KavelDumpUtilThread::commercialContinuousDumpThread(id, folder);
     });
@@ -84,7 +78,7 @@ void CommercialCatchers::commerialTechnicalKavelEventLogCatcher(const EventRef& 
     const CatchRef running = mDump.catches.add(event);
     running->commercial.begin();
     if (joinOlderEvents(records, event)) running->commercial.setHasRelatedEvents(true);
-    startImmediate(running, mTrailCatcher.combinedLogFolder());
+    startImmediateDump(running, mTrailCatcher.combinedLogFolder());
 }
 
 bool CommercialCatchers::joinOlderEvents(const std::vector<EventRef>& records,

@@ -1,17 +1,14 @@
 #include "handler/Nwatchcall.h"
 
-#include <array>
-#include <cerrno>
-#include <cstdio>
 #include <memory>
 
 #include <dirent.h>
 #include <log/log.h>
-#include <sys/stat.h>
 
 #include "dump/DumpThreads.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "dump/LogFolderName.h"
+#include "dump/NearestFile.h"
 #include "handler/LogFolder.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
@@ -24,8 +21,7 @@ namespace {
 
 constexpr const char* kSource = "/data/persist_log/PLX/de/kjb_multimedia_perf";
 constexpr uint64_t kGeneration = 300;  // seconds that the tooling takes to write its files
-constexpr size_t kMaxPath = 256;       // the terminating NUL included
-constexpr int kMostWaiting = 4;
+constexpr int kMostWaiting = 31;
 constexpr const char* kPrefix = "[dravo_kavel copyNwatchcallLog]: ";
 
 bool isNwatchcallFile(const std::string& name) {
@@ -34,15 +30,8 @@ bool isNwatchcallFile(const std::string& name) {
 }
 
 void copyFile(const std::string& name, const std::string& folder) {
-    std::array<char, kMaxPath> path{};
-    snprintf(path.data(), path.size(), "%s/%s", kSource, name.c_str());
     struct stat status = {};
-    if (stat(path.data(), &status) != 0) {
-        const int error = errno;  // logging may change it
-        kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%sstat %s failed with errno %d.\n", kPrefix,
-                    path.data(), error);
-        return;
-    }
+    if (!statListed(kPrefix, kSource, name, &status)) return;
     logAndRun(kPrefix,
               "cp " + shellQuote(std::string(kSource) + "/" + name) + " " + shellQuote(folder));
 }

@@ -26,8 +26,8 @@ class NwatchcallCollector {
     explicit NwatchcallCollector(DumpContext& dump) : mDump(dump) {}
 
     /**
-     * Makes the folder and starts the thread. Four may wait at a time; a warning beyond that gets
-     * one error line: the files that the others wait for are the same ones.
+     * Makes the folder and starts the thread. As many may wait at a time as there are records; a
+     * warning beyond that, of a flood, gets one error line.
      *
      * @throws std::system_error where no thread can be had
      */

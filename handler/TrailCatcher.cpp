@@ -2,6 +2,7 @@
 
 #include "dump/DumpThreads.h"
 #include "dump/KavelDumpUtilThread.h"
+#include "handler/ImmediateDump.h"
 #include "handler/LogFolder.h"
 #include "platform/Log.h"
 #include "platform/TraceSection.h"
@@ -9,15 +10,8 @@
 namespace android::kavel {
 namespace {
 
-void startImmediate(const CatchRef& running, const std::string& folder) {
-    const KavelEvent& event = *running->event;
-    startDumpThread(running, [logInfo = event.logInfo, id = event.kavelEventId, folder] {
-        KavelDumpUtilThread::immediateDumpThread(logInfo, id, folder);
-    });
-}
-
 void startBoth(const CatchRef& running, const std::string& folder) {
-    startImmediate(running, folder);
+    startImmediateDump(running, folder);
     const KavelEvent& event = *running->event;
     startDumpThread(running, [logInfo = event.logInfo, id = event.kavelEventId, folder] {
         KavelDumpUtilThread::trailContinuousDumpThread(logInfo, id, folder);
@@ -50,7 +44,7 @@ void TrailCatcher::trailKavelLogCatcher(const EventRef& event) {
     if (folder.empty()) {
         catchAlone(event, running);
     } else {
-        startImmediate(running, folder);
+        startImmediateDump(running, folder);
     }
 }
 

@@ -30,8 +30,10 @@ Lines& lines() {
 bool takeLine(uint32_t code, Clock::time_point end) {
     Lines& all = lines();
     MutexLock lock(all.lock);
+    bool isInTime = true;
     while (!all.taken.insert(code).second) {
-        if (!lock.waitUntil(all.freed, end)) return false;
+        if (!isInTime) return false;
+        isInTime = lock.waitUntil(all.freed, end);
     }
     return true;
 }
@@ -81,10 +83,9 @@ FrameworkReply callFramework(uint32_t code, std::optional<int32_t> argument,
         throw;
     }
     MutexLock lock(answer->lock);
-    while (!answer->reply) {
-        if (!lock.waitUntil(answer->given, end)) return {Outcome::Late, OK, 0};
+    while (!answer->reply && lock.waitUntil(answer->given, end)) {
     }
-    return *answer->reply;
+    return answer->reply.value_or(FrameworkReply{Outcome::Late, OK, 0});
 }
 
 }  // namespace android::kavel

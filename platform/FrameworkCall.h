@@ -21,8 +21,11 @@ struct FrameworkReply {
     int32_t value;  ///< 0 where the reply holds none
 };
 
-/** Time that a caller gives the framework: longer than a stack dump of a busy process takes. */
-inline constexpr std::chrono::milliseconds kFrameworkPatience = std::chrono::seconds(30);
+/**
+ * Time that a caller gives the framework. A catch's first commands wait behind its requests, so it
+ * is shorter than any pack's wait for those commands: 15 s, or 30 s before it begins.
+ */
+inline constexpr std::chrono::milliseconds kFrameworkPatience = std::chrono::seconds(10);
 
 /**
  * Sends request @p code of android.os.IKavelManager with @p argument, where there is one, and waits

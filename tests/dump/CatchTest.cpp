@@ -28,9 +28,9 @@ TEST(CatchTable, EntryGoesWithItsLastHolder) {
     CatchRef first = table.add(event);
     CatchRef second = table.add(event);
     EXPECT_EQ(first, second) << "one catch for one record";
-    first->markCollected(0x3);
+    first->event->collected |= 0x3;
     first.reset();
-    EXPECT_EQ(table.find(7)->collected(), 0x3U);
+    EXPECT_EQ(table.find(7)->event->collected, 0x3U);
     second.reset();
     EXPECT_EQ(table.find(7), nullptr);
     EXPECT_EQ(table.size(), 0U);
@@ -55,7 +55,7 @@ TEST(CatchTable, ManyThreadsOneId) {
         threads.emplace_back([&] {
             for (int round = 0; round < 2000; ++round) {
                 const CatchRef mine = table.add(event);
-                mine->markCollected(1U << (round % 31));
+                mine->event->collected |= 1U << (round % 31);
                 EXPECT_NE(table.find(7), nullptr);
             }
         });

@@ -94,7 +94,8 @@ TEST_F(NwatchcallTest, NoFolderIsNeverPacked) {
 
 // Catches a reporting thread that waits, a flood that starts threads without end, and a place that
 // is not given back.
-TEST_F(NwatchcallTest, FourWaitAtATime) {
+TEST_F(NwatchcallTest, AsManyWaitAsThereAreRecords) {
+    constexpr int kMost = 31;
     DumpBench bench;
     fake::onSleep(nullptr);
     fake::holdSleeps(true);
@@ -104,20 +105,20 @@ TEST_F(NwatchcallTest, FourWaitAtATime) {
         collector.collect(bench.add(0x401, 0, {}, recordId)->event);
         ++recordId;
     };
-    for (int i = 0; i < 6; ++i) report();
-    fake::awaitSleepers(4);
-    EXPECT_EQ(fake::logCount("4 hang warnings are waiting already, event "), 2U);
-    EXPECT_EQ(fake::commandCount("mkdir /data/persist_log/kavel30/kavel_"), 4U);
-    EXPECT_EQ(bench.context().catches.size(), 4U);
+    for (int i = 0; i < kMost + 2; ++i) report();
+    fake::awaitSleepers(kMost);
+    EXPECT_EQ(fake::logCount("31 hang warnings are waiting already, event "), 2U);
+    EXPECT_EQ(fake::commandCount("mkdir /data/persist_log/kavel30/kavel_"), size_t{kMost});
+    EXPECT_EQ(bench.context().catches.size(), size_t{kMost});
 
     fake::advance(300);
-    fake::awaitCommands("rm -rf ", 4);
+    fake::awaitCommands("rm -rf ", kMost);
     while (bench.context().catches.size() > 0) std::this_thread::yield();
     report();
     fake::awaitSleepers(1);
     fake::advance(300);
     fake::holdSleeps(false);
-    fake::awaitCommands("rm -rf ", 5);
+    fake::awaitCommands("rm -rf ", kMost + 1);
     while (bench.context().catches.size() > 0) std::this_thread::yield();
 }
 

@@ -47,7 +47,7 @@ std::string transcriptOf(const Case& c) {
     bench.context().combinedDumpRunning = true;
     bench.context().xlogRequested = c.wantsXlog;
     CatchRef running = bench.add(c.eventId, static_cast<uint32_t>(c.logInfo), c.extra);
-    running->markCollected(0x80000);  // of a catch before this one
+    running->event->collected |= 0x80000;  // of a catch before this one
     const int mask = static_cast<int>(c.logInfo);
     KavelDumpUtilThread::immediateDumpThread(mask, DumpBench::kRecordId, "/data/F");
     KavelDumpUtilThread::trailContinuousDumpThread(mask, DumpBench::kRecordId, "/data/F");
