@@ -19,12 +19,11 @@
 namespace android {
 namespace {
 
-constexpr const char* kSocketName = "kavel_socket";
 constexpr int kBacklog = 6;
 constexpr uint64_t kSocketRetry = 100;  // seconds
 constexpr uint64_t kReceiveRetry = 3;   // seconds
 constexpr int kReceiveAttempts = 3;
-constexpr size_t kRecordSize = 256;
+constexpr size_t kRecordSize = kavel::kMaxRawRecord + 1;
 
 int sConnection = -1;
 pthread_t sReader;
@@ -41,7 +40,7 @@ void printError(const char* what, int error) {
 
 int awaitControlSocket() {
     int fd = -1;
-    while ((fd = android_get_control_socket(kSocketName)) < 0) {
+    while ((fd = android_get_control_socket(kavel::kControlSocketName)) < 0) {
         KAVEL_LOGI(KAVEL_TAG_SOCKET, "Failed to get socket %d", errno);
         kavel::sleepSeconds(kSocketRetry);
     }
