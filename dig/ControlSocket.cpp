@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include <pthread.h>
 #include <sys/socket.h>
@@ -19,19 +20,21 @@
 namespace android {
 namespace {
 
-constexpr const char* kSocketName = "kavel_socket";
 constexpr int kBacklog = 6;
 constexpr uint64_t kSocketRetry = 100;  // seconds
 constexpr uint64_t kReceiveRetry = 3;   // seconds
 constexpr int kReceiveAttempts = 3;
-constexpr size_t kRecordSize = 256;
+constexpr size_t kRecordSize = kavel::kMaxRawRecord + 1;
 
 int sConnection = -1;
 pthread_t sReader;
 
-// Never cleared: a record that is shorter than an earlier one is followed by the rest of that. The
-// byte behind it stays zero, so that the text ends also where a record fills the buffer.
-char sBuffer[kRecordSize + 1];
+// A record stands in its log line, which then takes no formatting. Never cleared: a record that is
+// shorter than an earlier one is followed by the rest of that. The byte behind it stays zero, so
+// that the text ends also where a record fills the buffer.
+constexpr size_t kLineStart = std::string_view("recv ").size();
+char sLine[kLineStart + kRecordSize + 1] = "recv ";
+char* const sRecord = sLine + kLineStart;
 
 /** perror() for an error that a log call in between may have overwritten. */
 void printError(const char* what, int error) {
@@ -41,7 +44,7 @@ void printError(const char* what, int error) {
 
 int awaitControlSocket() {
     int fd = -1;
-    while ((fd = android_get_control_socket(kSocketName)) < 0) {
+    while ((fd = android_get_control_socket(kavel::kControlSocketName)) < 0) {
         KAVEL_LOGI(KAVEL_TAG_SOCKET, "Failed to get socket %d", errno);
         kavel::sleepSeconds(kSocketRetry);
     }
@@ -91,10 +94,10 @@ void* recvEvents(void* fdPointer) {
     const int fd = *static_cast<const int*>(fdPointer);
     for (int attempt = 0; attempt < kReceiveAttempts; ++attempt) {
         ssize_t received = 0;
-        while ((received = recvfrom(fd, sBuffer, kRecordSize, 0, nullptr, nullptr)) > 0) {
-            KAVEL_LOGI(KAVEL_TAG_SOCKET, "recv %s", sBuffer);
-            sBuffer[kRecordSize - 1] = '\0';
-            sendRawEvent(sBuffer);
+        while ((received = recvfrom(fd, sRecord, kRecordSize, 0, nullptr, nullptr)) > 0) {
+            __android_log_write(ANDROID_LOG_INFO, KAVEL_TAG_SOCKET, sLine);
+            sRecord[kRecordSize - 1] = '\0';
+            sendRawEvent(sRecord);
         }
         const int error = errno;
         KAVEL_LOGI(KAVEL_TAG_SOCKET, "recv error fd %d errno %d numbytes %d", fd, error,

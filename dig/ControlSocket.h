@@ -1,6 +1,18 @@
 #pragma once
 
+#include <cstddef>
+
 namespace android {
+
+namespace kavel {
+
+/** Init's name of the socket, a stream socket below /dev/socket. */
+inline constexpr const char* kControlSocketName = "kavel_socket";
+
+/** The longest record that is read whole, in characters; its NUL comes behind. */
+inline constexpr size_t kMaxRawRecord = 255;
+
+}  // namespace kavel
 
 /**
  * Waits for the control socket that init makes, serves one connection to its end, and forgets what

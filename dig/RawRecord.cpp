@@ -27,11 +27,11 @@ std::optional<int64_t> toNumber(const std::string& text) {
 std::vector<std::string> split(char* text, std::string separators) {
     std::vector<std::string> tokens;
     tokens.reserve(kMinFields);
-    std::string copy = text;
-    char* rest = nullptr;
-    for (char* token = strtok_r(copy.data(), separators.c_str(), &rest); token != nullptr;
-         token = strtok_r(nullptr, separators.c_str(), &rest)) {
-        tokens.emplace_back(token);
+    const char* const ends = separators.c_str();
+    for (char* token = text + strspn(text, ends); *token != '\0'; token += strspn(token, ends)) {
+        const size_t length = strcspn(token, ends);
+        tokens.emplace_back(token, length);
+        token += length;
     }
     return tokens;
 }

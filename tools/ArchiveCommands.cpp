@@ -115,7 +115,8 @@ constexpr std::string_view kShowHelp =
         "               files      list of {name, size in bytes}, 4096 at most\n";
 
 int runShow(const Arguments& arguments, const Output& output) {
-    const Archive archive = loadArchive(findArchive(arguments.operand, directoryOf(arguments)));
+    const Archive archive =
+            loadArchive(findArchive(arguments.operands.front(), directoryOf(arguments)));
     if (arguments.has("json")) {
         writeJson(output.out, archiveDetails(archive));
     } else {

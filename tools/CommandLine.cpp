@@ -46,11 +46,10 @@ std::string Arguments::text(std::string_view option) const {
 
 Arguments parseArguments(const Command& command, const std::vector<std::string>& words) {
     Arguments arguments;
-    std::vector<std::string> operands;
     bool optionsEnded = false;
     for (auto word = words.begin(); word != words.end(); ++word) {
         if (optionsEnded || !isOption(*word)) {
-            operands.push_back(*word);
+            arguments.operands.push_back(*word);
             continue;
         }
         if (*word == "--") {
@@ -79,11 +78,11 @@ Arguments parseArguments(const Command& command, const std::vector<std::string>&
         }
     }
     const size_t wanted = command.operand.empty() ? 0 : 1;
-    if (operands.size() > wanted) {
+    const std::vector<std::string>& operands = arguments.operands;
+    if (operands.size() > wanted && !command.takesMore) {
         throw UsageError("unexpected argument '" + printable(operands[wanted]) + "'");
     }
     if (operands.size() < wanted) throw UsageError(std::string(command.operand) + " is missing");
-    if (wanted == 1) arguments.operand = operands[0];
     return arguments;
 }
 

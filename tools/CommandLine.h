@@ -47,7 +47,7 @@ struct Option {
 /** What stood behind the command's name. */
 struct Arguments {
     bool wantsHelp = false;  ///< --help was given; nothing behind it was read
-    std::string operand;     ///< empty for a command without one
+    std::vector<std::string> operands;
     std::map<std::string, std::string, std::less<>> options;
 
     bool has(std::string_view option) const { return options.find(option) != options.end(); }
@@ -63,10 +63,11 @@ struct Command {
     std::string_view name;
     std::string_view summary;
     std::string_view help;     ///< full text for --help, the usage line first
-    std::string_view operand;  ///< name of the one operand; empty where the command takes none
+    std::string_view operand;  ///< name of the first operand; empty where the command takes none
     const Option* options;
     size_t optionCount;
     int (*run)(const Arguments& arguments, const Output& output);
+    bool takesMore = false;  ///< operands behind the first, which the command itself counts
 };
 
 /**

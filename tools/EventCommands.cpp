@@ -42,7 +42,7 @@ constexpr std::string_view kSetHelp =
 
 int runSet(const Arguments& arguments, const Output& output) {
     EventSettings settings{};
-    settings.eventId = parseEventId(arguments.operand);
+    settings.eventId = parseEventId(arguments.operands.front());
     settings.name = arguments.text("name");
     settings.enabled = !arguments.has("disable");
     settings.frequency = arguments.number("freq", 0, kMaxInt64, 0);
@@ -112,7 +112,7 @@ ExtraText extraText(int64_t eventId, const Arguments& arguments) {
 
 int runSend(const Arguments& arguments, const Output& output) {
     EventReport report{};
-    report.eventId = parseEventId(arguments.operand);
+    report.eventId = parseEventId(arguments.operands.front());
     report.logInfo = parseReportMask(arguments.value("log-info").value_or("0"));
     report.pid = static_cast<int32_t>(arguments.number("pid", 0, kMaxInt32, 0));
     report.uid = static_cast<int32_t>(arguments.number("uid", 0, kMaxInt32, 0));

@@ -154,7 +154,7 @@ void printExplanation(std::ostream& out, const Explanation& explanation) {
 }
 
 int runExplain(const Arguments& arguments, const Output& output) {
-    const uint32_t mask = parseExplainMask(arguments.operand);
+    const uint32_t mask = parseExplainMask(arguments.operands.front());
     std::optional<int64_t> eventId;
     if (const auto text = arguments.value("event")) eventId = parseEventId(*text);
 

@@ -7,8 +7,8 @@
 namespace android::kavel::tools {
 namespace {
 
-constexpr std::array kCommands{&kSetCommand,  &kSendCommand,    &kListCommand,
-                               &kShowCommand, &kExplainCommand, &kStatsCommand};
+constexpr std::array kCommands{&kSetCommand,     &kSendCommand,  &kListCommand, &kShowCommand,
+                               &kExplainCommand, &kStatsCommand, &kRawCommand};
 
 void printHelp(std::ostream& out) {
     out << "usage: kavelctl COMMAND [ARGUMENTS]\n"

@@ -140,7 +140,6 @@ TEST_F(ControlSocket, KeepsTheTailOfALongerRecord) {
 
 // Would catch a daemon that stays half alive without its socket.
 TEST_F(ControlSocket, EndsTheProcessWithoutAConnection) {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     sControlSockets = {open("/dev/null", O_RDONLY | O_CLOEXEC)};
     EXPECT_EXIT(kavel_socketLoop(), testing::ExitedWithCode(255), "listen: ");
 

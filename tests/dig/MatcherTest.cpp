@@ -123,21 +123,6 @@ TEST_F(Matcher, ForgetsAllAtTheEnd) {
     EXPECT_EQ(takeLines(), Lines{});
 }
 
-// Would catch an event that does not take its pattern's settings, or takes its time.
-TEST_F(Matcher, MakesEventsOfPatterns) {
-    const Event key = data2Event(0x100300003, 7, "n");
-    EXPECT_EQ(key.id, 0x100300003);
-    EXPECT_EQ(key.time, 7);
-    EXPECT_EQ(key.timeout, 6000);
-    EXPECT_TRUE(key.isKeyEvent);
-    EXPECT_EQ(key.name, "n");
-    EXPECT_EQ(key.related, std::vector<int64_t>{0x100300002});
-    const Event ordinary = data2Event(0x100300002, 7, "n");
-    EXPECT_EQ(ordinary.timeout, 6000);
-    EXPECT_FALSE(ordinary.isKeyEvent);
-    EXPECT_TRUE(ordinary.related.empty());
-}
-
 // Would catch a copy that goes without its line, and live events that outlast the patterns.
 TEST(EventLine, IsPrintedForEachCopy) {
     const test::StdoutText out;

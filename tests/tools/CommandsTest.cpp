@@ -1,38 +1,10 @@
 #include "tools/Commands.h"
 
-#include <gtest/gtest.h>
-#include <json/reader.h>
-
-#include <sstream>
-
+#include "tests/tools/RunKavelctl.h"
 #include "tests/tools/TestArchive.h"
 
 namespace android::kavel::tools {
 namespace {
-
-struct Result {
-    int exitCode;
-    std::string out;
-    std::string err;
-};
-
-Result run(const std::vector<std::string>& words) {
-    std::ostringstream out;
-    std::ostringstream err;
-    const int exitCode = runKavelctl(words, {out, err});
-    return {exitCode, out.str(), err.str()};
-}
-
-Json::Value parseJson(const std::string& text) {
-    Json::Value json;
-    std::istringstream stream(text);
-    EXPECT_NO_THROW(stream >> json);
-    return json;
-}
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 // Catches a wrong command line that does something, exits with another code or says nothing.
 TEST(Commands, WrongUsageExitsWithTwo) {
@@ -65,6 +37,15 @@ TEST(Commands, WrongUsageExitsWithTwo) {
             {"explain"},
             {"explain", "0x100000000"},
             {"explain", "1", "--event", "junk"},
+            {"raw"},
+            {"raw", "1"},
+            {"raw", "1", "n"},
+            {"raw", "-", "n"},
+            {"raw", "x", "n", "1"},
+            {"raw", "1", "n", "1", "9223372036854775808"},
+            {"raw", "1", "", "1"},
+            {"raw", "1", "a:b", "1"},
+            {"raw", "1", std::string(252, 'n'), "1"},
     };
     for (const auto& words : cases) {
         const Result result = run(words);
@@ -78,7 +59,7 @@ TEST(Commands, WrongUsageExitsWithTwo) {
 
 // Catches help that needs a right command line, and one that is taken from an option's value.
 TEST(Commands, HelpAndVersion) {
-    for (const char* name : {"set", "send", "list", "show", "explain", "stats"}) {
+    for (const char* name : {"set", "send", "list", "show", "explain", "stats", "raw"}) {
         const Result result = run({name, "--help"});
         EXPECT_EQ(result.exitCode, kExitOk);
         EXPECT_EQ(result.out.rfind(std::string("usage: kavelctl ") + name, 0), 0U) << name;

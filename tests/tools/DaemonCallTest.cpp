@@ -1,13 +1,12 @@
 #include <binder/Binder.h>
 #include <binder/IServiceManager.h>
-#include <gtest/gtest.h>
 #include <utils/String8.h>
 
 #include <sstream>
 
 #include "event/IKavelBinder.h"
+#include "tests/tools/RunKavelctl.h"
 #include "tests/tools/TestArchive.h"
-#include "tools/Commands.h"
 
 namespace android::kavel::tools {
 namespace {
@@ -51,17 +50,8 @@ class DaemonCall : public testing::Test {
                   NO_ERROR);
     }
 
-    int run(const std::vector<std::string>& words) {
-        std::ostringstream out;
-        std::ostringstream errors;
-        const int exitCode = runKavelctl(words, {out, errors});
-        err = errors.str();
-        return exitCode;
-    }
-
     const TemporaryFolder folder;
     sp<RecordingService> service;
-    std::string err;
 };
 
 // Catches options that reach the daemon in the wrong field, or not at all.
@@ -91,16 +81,21 @@ TEST_F(DaemonCall, EveryOptionArrives) {
             {{"send", "0x402", "--extra", "x"}, "send 1026 0 0 0 x", true},
     };
     for (const auto& each : cases) {
-        EXPECT_EQ(run(each.words), kExitOk) << err;
+        const Result result = run(each.words);
+        EXPECT_EQ(result.exitCode, kExitOk) << result.err;
         EXPECT_EQ(service->lastCall, each.call);
-        EXPECT_EQ(!err.empty(), each.noted) << err;
+        EXPECT_EQ(!result.err.empty(), each.noted) << result.err;
     }
 }
 
 // Catches a failed call that passes for a sent one.
 TEST_F(DaemonCall, FailuresAreTold) {
-    EXPECT_EQ(run({"send", "1"}), kExitRefused);
-    EXPECT_EQ(err.rfind("kavelctl: KavelBinderService is not running", 0), 0U) << err;
+    const auto expectFailure = [](const std::vector<std::string>& words, const char* text) {
+        const Result result = run(words);
+        EXPECT_EQ(result.exitCode, kExitRefused);
+        EXPECT_TRUE(contains(result.err, text)) << result.err;
+    };
+    expectFailure({"send", "1"}, "kavelctl: KavelBinderService is not running");
 
     startDaemon();
     const std::pair<status_t, const char*> cases[] = {
@@ -110,10 +105,8 @@ TEST_F(DaemonCall, FailuresAreTold) {
     };
     for (const auto& [status, text] : cases) {
         service->status = status;
-        EXPECT_EQ(run({"send", "1"}), kExitRefused);
-        EXPECT_NE(err.find(text), std::string::npos) << err;
-        EXPECT_EQ(run({"set", "1", "--name", "n"}), kExitRefused);
-        EXPECT_NE(err.find(text), std::string::npos) << err;
+        expectFailure({"send", "1"}, text);
+        expectFailure({"set", "1", "--name", "n"}, text);
     }
 }
 

@@ -1,44 +1,25 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <json/reader.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "platform/CommonPlxServiceManager.h"
+#include "tests/tools/RunKavelctl.h"
 #include "tests/tools/TestArchive.h"
-#include "tools/Commands.h"
 
 namespace android::kavel::tools {
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Result {
-    int exitCode;
-    std::string out;
-    std::string err;
-};
-
 Result stats(const fs::path& file, std::vector<std::string> words = {}) {
     words.insert(words.begin(), {"stats", "--file", file.string()});
-    std::ostringstream out;
-    std::ostringstream err;
-    const int exitCode = runKavelctl(words, {out, err});
-    return {exitCode, out.str(), err.str()};
-}
-
-Json::Value parseJson(const std::string& text) {
-    Json::Value json;
-    std::istringstream stream(text);
-    EXPECT_NO_THROW(stream >> json) << text;
-    return json;
+    return run(words);
 }
 
 std::string line(const std::string& event) {

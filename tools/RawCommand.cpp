@@ -1,0 +1,119 @@
+#include <cutils/sockets.h>
+
+#include <iostream>
+#include <limits>
+
+#include "dig/ControlSocket.h"
+#include "tools/Commands.h"
+#include "tools/RawEventSender.h"
+#include "tools/Text.h"
+#include "tools/Values.h"
+
+namespace android::kavel::tools {
+namespace {
+
+constexpr std::chrono::seconds kPatience{10};
+
+constexpr std::string_view kHelp =
+        "usage: kavelctl raw ID NAME TIME...\n"
+        "       kavelctl raw -\n"
+        "\n"
+        "Sends raw events to the daemon's control socket, one for each TIME, or one for each line\n"
+        "ID:NAME:TIME of standard input. A bad line is named and left out, an empty one skipped.\n"
+        "\n"
+        "  ID    raw event id; 0x100300001, 0x100300003 and 0x100300006 are matched against\n"
+        "        the events before them\n"
+        "  NAME  any text without \":\"\n"
+        "  TIME  time stamp, in the reporter's unit\n"
+        "\n"
+        "The daemon serves exactly one connection in its life: once this command has ended, it\n"
+        "takes no more raw events until it is restarted. A second connection may seem to be made\n"
+        "and be read by nobody; this command then gives up after 10 s. What was matched is in the\n"
+        "log, under the tag kavel_socket: 'accept from fd' tells that a connection is served.\n"
+        "\n"
+        "exit codes: 0 the daemon has read all records; 1 not all, or a line was refused;\n"
+        "2 wrong usage, nothing was sent\n";
+
+int64_t number(std::string_view what, std::string_view text) {
+    using Limits = std::numeric_limits<int64_t>;
+    return integerInRange(what, text, Limits::min(), Limits::max());
+}
+
+/** The record as the daemon reads it: in decimal. @throws UsageError naming the field */
+std::string makeRecord(std::string_view id, std::string_view name, std::string_view time) {
+    constexpr std::string_view kEnds(":\0", 2);
+    if (name.empty()) throw UsageError("NAME is empty");
+    if (name.find_first_of(kEnds) != std::string_view::npos) {
+        throw UsageError("NAME '" + printable(name) + "' holds a ':' or NUL, which would end it");
+    }
+    std::string record = std::to_string(number("ID", id)) + ":" + std::string(name) + ":" +
+                         std::to_string(number("TIME", time));
+    if (record.size() <= kMaxRawRecord) return record;
+    throw UsageError("the record has " + std::to_string(record.size()) + " bytes, more than " +
+                     std::to_string(kMaxRawRecord));
+}
+
+std::vector<std::string> recordsOf(const std::vector<std::string>& operands) {
+    constexpr std::string_view kNames[] = {"ID", "NAME", "TIME"};
+    if (operands.size() < std::size(kNames)) {
+        throw UsageError(std::string(kNames[operands.size()]) + " is missing");
+    }
+    std::vector<std::string> records;
+    for (size_t i = 2; i < operands.size(); ++i) {
+        records.push_back(makeRecord(operands[0], operands[1], operands[i]));
+    }
+    return records;
+}
+
+std::string recordOf(std::string_view line) {
+    const size_t first = line.find(':');
+    const size_t last = line.rfind(':');
+    if (first == last) throw UsageError("not ID:NAME:TIME");
+    return makeRecord(line.substr(0, first), line.substr(first + 1, last - first - 1),
+                      line.substr(last + 1));
+}
+
+/** Sends the good lines. @return how many are bad */
+size_t sendLines(RawEventSender& sender, const Output& output) {
+    size_t number = 0;
+    size_t bad = 0;
+    for (std::string line; std::getline(std::cin, line);) {
+        ++number;
+        if (line.empty()) continue;
+        try {
+            sender.send(recordOf(line));
+        } catch (const UsageError& error) {
+            output.note() << "line " << number << ": " << error.what() << '\n';
+            ++bad;
+        }
+    }
+    return bad;
+}
+
+void warn(const Output& output) {
+    output.note() << "the daemon serves exactly one connection in its life: once this command "
+                     "has ended, it takes no more raw events until it is restarted\n";
+}
+
+int runRaw(const Arguments& arguments, const Output& output) {
+    RawEventSender sender(std::string(ANDROID_SOCKET_DIR "/") + kControlSocketName, kPatience);
+    size_t bad = 0;
+    if (arguments.operands == std::vector<std::string>{"-"}) {
+        warn(output);
+        bad = sendLines(sender, output);
+    } else {
+        const std::vector<std::string> records = recordsOf(arguments.operands);
+        warn(output);
+        for (const std::string& record : records) sender.send(record);
+    }
+    output.out << sender.sent() << (sender.sent() == 1 ? " record" : " records")
+               << " read by the daemon\n";
+    return bad == 0 ? kExitOk : kExitRefused;
+}
+
+}  // namespace
+
+const Command kRawCommand{
+        "raw", "send raw events to the control socket", kHelp, "ID", nullptr, 0, runRaw, true};
+
+}  // namespace android::kavel::tools
