@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "dump/KavelDumpUtilThread.h"
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 #include "tests/fake/FakeLog.h"
 
 namespace fs = std::filesystem;

@@ -12,7 +12,7 @@
 #include "tests/dump/DumpBench.h"
 #include "tests/dump/FakeCaptures.h"
 #include "tests/dump/Folded.h"
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 
 namespace fs = std::filesystem;
 

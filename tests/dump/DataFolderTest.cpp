@@ -9,7 +9,7 @@
 #include "dump/LeftoverFolders.h"
 #include "dump/LogFolderName.h"
 #include "tests/dump/DumpBench.h"
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeShell.h"
 

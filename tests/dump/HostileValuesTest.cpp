@@ -14,7 +14,7 @@
 #include "dump/KavelDumpUtilThread.h"
 #include "handler/LogFolder.h"
 #include "tests/dump/DumpBench.h"
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 
 namespace fs = std::filesystem;
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/dump/DumpBench.h"
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeShell.h"
 #include "tests/fake/FakeTime.h"

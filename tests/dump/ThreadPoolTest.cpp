@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 #include "tests/fake/FakeLog.h"
 
 namespace android::kavel {

@@ -3,7 +3,7 @@
 #include "dump/KavelDumpUtilThread.h"
 #include "tests/dump/DumpBench.h"
 #include "tests/dump/Folded.h"
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 
 namespace android::kavel {
 namespace {
