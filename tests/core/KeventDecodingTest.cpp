@@ -1,7 +1,5 @@
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <regex>
 
 #include <android-base/properties.h>
 #include <android-base/stringprintf.h>
@@ -16,6 +14,7 @@
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
 #include "tests/fake/FakeShell.h"
+#include "tests/fake/Script.h"
 
 namespace android {
 
@@ -58,18 +57,6 @@ class KeventDecoding : public testing::Test {
     }
 };
 
-/** "{x*511}" as 511 times x, "\\t" and "\\n" as themselves. */
-std::string expanded(const std::string& line) {
-    static const std::regex repeated(R"(\{(.)\*(\d+)\})");
-    std::string text = line;
-    for (std::smatch found; std::regex_search(text, found, repeated);) {
-        const std::string run(std::stoul(found[2]), found.str(1)[0]);
-        text = found.prefix().str() + run + found.suffix().str();
-    }
-    return std::regex_replace(std::regex_replace(text, std::regex(R"(\\t)"), "\t"),
-                              std::regex(R"(\\n)"), "\n");
-}
-
 /** Receives the packet "TYPE EVENT PAYLOAD"; what came of it. */
 std::string resultOf(const std::string& packet) {
     const size_t eventId = packet.find(' ') + 1;
@@ -101,19 +88,10 @@ std::string resultOf(const std::string& packet) {
 // written for, a dump for a statistic that does not ask for one, and a type that is handled
 // although it has no handling.
 TEST_F(KeventDecoding, PacketsLeadToWhatTheGoldenFileSays) {
-    std::string expected;
-    std::string actual;
-    std::ifstream file(KAVEL_GOLDEN_DIR "/decoding.txt");
-    for (std::string line; std::getline(file, line);) {
-        if (line[0] != '#') line = expanded(line);
-        expected += line + "\n";
-        const bool isPacket = line.rfind("> ", 0) == 0;
-        if (isPacket || line.empty() || line[0] == '#') actual += line + "\n";
-        if (!isPacket) continue;
+    test::expectScript(KAVEL_GOLDEN_DIR "/decoding.txt", [this](const std::string& line) {
         SetUp();
-        actual += resultOf(line.substr(2));
-    }
-    EXPECT_EQ(actual, expected);
+        return resultOf(line.substr(2));
+    });
 }
 
 // Would catch a null packet that is touched, and a device without data collection that crashes.
