@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -41,18 +40,11 @@ uint32_t kernelPort() {
     return daemonPort() | 0x40000000U;  // process ids are smaller
 }
 
-sockaddr_nl port(uint32_t id, uint32_t groups = 0) {
+sockaddr_nl port(uint32_t id) {
     sockaddr_nl address = {};
     address.nl_family = AF_NETLINK;
     address.nl_pid = id;
-    address.nl_groups = groups;
     return address;
-}
-
-bool sendTo(const sockaddr_nl& address, const std::string& message) {
-    return __real_sendto(sKernel->fd.get(), message.data(), message.size(), 0,
-                         reinterpret_cast<const sockaddr*>(&address),
-                         sizeof(address)) == static_cast<ssize_t>(message.size());
 }
 
 /** The binder runtime and the properties of a whole daemon have sockets of their own. */
@@ -65,12 +57,6 @@ bool isChannel(int fd) {
 bool isAddress(const sockaddr* address, socklen_t size, uint32_t id) {
     const sockaddr_nl expected = port(id);
     return size == sizeof(expected) && memcmp(address, &expected, size) == 0;
-}
-
-/** Ends a wait that would be for ever. */
-void limitWaits(int fd) {
-    const timeval deadline{20, 0};
-    __real_setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof(deadline));
 }
 
 int fail(int error) {
@@ -91,17 +77,12 @@ ssize_t orNothingLeft(ssize_t received) {
     return received;
 }
 
-int waiting() {
-    return sKernel->blocksAtEnd ? 0 : MSG_DONTWAIT;
-}
-
 }  // namespace
 
 TestKernel::TestKernel()
       : fd(__real_socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_USERSOCK)) {
     const sockaddr_nl self = port(kernelPort());
     EXPECT_EQ(__real_bind(fd.get(), reinterpret_cast<const sockaddr*>(&self), sizeof(self)), 0);
-    limitWaits(fd.get());
     sKernel = this;
 }
 
@@ -118,13 +99,15 @@ std::optional<bool> TestKernel::run(KavelKeventThread& thread) {
 }
 
 void TestKernel::send(const std::string& message) {
-    EXPECT_TRUE(sendTo(port(daemonPort()), message)) << strerror(errno);
+    const sockaddr_nl daemon = port(daemonPort());
+    EXPECT_EQ(__real_sendto(fd.get(), message.data(), message.size(), 0,
+                            reinterpret_cast<const sockaddr*>(&daemon), sizeof(daemon)),
+              static_cast<ssize_t>(message.size()));
 }
 
-std::string TestKernel::received(bool wait) {
+std::string TestKernel::received() {
     std::array<char, 4096> buffer;
-    const ssize_t size =
-            __real_recv(fd.get(), buffer.data(), buffer.size(), wait ? 0 : MSG_DONTWAIT);
+    const ssize_t size = __real_recv(fd.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     return size > 0 ? std::string(buffer.data(), static_cast<size_t>(size)) : "";
 }
 
@@ -146,9 +129,7 @@ int __wrap_socket(int domain, int type, int protocol) {
     sKernel->protocols.push_back(protocol);
     if (sKernel->socketError != 0) return fail(sKernel->socketError);
     EXPECT_EQ(type & ~SOCK_CLOEXEC, SOCK_RAW);
-    const int fd = __real_socket(domain, type, NETLINK_USERSOCK);
-    limitWaits(fd);
-    return fd;
+    return __real_socket(domain, type, NETLINK_USERSOCK);
 }
 
 int __wrap_bind(int fd, const sockaddr* address, socklen_t size) {
@@ -157,12 +138,6 @@ int __wrap_bind(int fd, const sockaddr* address, socklen_t size) {
     EXPECT_TRUE(isAddress(address, size, daemonPort()));
     const int result = __real_bind(fd, address, size);
     for (const std::string& message : sKernel->messages) sKernel->send(message);
-    const int group = 1;
-    if (sKernel->multicastCount > 0 &&
-        __real_setsockopt(fd, SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group, sizeof(group)) == 0) {
-        // After the group, each goes to port 0 too, where nobody is: that error means nothing.
-        for (int i = 0; i < sKernel->multicastCount; ++i) sendTo(port(0, 1), sKernel->multicast);
-    }
     return result;
 }
 
@@ -199,18 +174,12 @@ ssize_t __wrap_recvfrom(int fd, void* data, size_t size, int flags, sockaddr* ad
     if (const std::optional<int> fault = nextFault(sKernel->receiveFaults)) {
         return *fault < 0 ? fail(-*fault) : 0;
     }
-    const ssize_t received =
-            orNothingLeft(__real_recvfrom(fd, data, size, waiting(), address, addressSize));
-    if (received > 0 &&
-        std::string_view(static_cast<char*>(data), static_cast<size_t>(received)) == kEnd) {
-        throw NothingLeft();
-    }
-    return received;
+    return orNothingLeft(__real_recvfrom(fd, data, size, MSG_DONTWAIT, address, addressSize));
 }
 
 ssize_t __wrap_recv(int fd, void* data, size_t size, int flags) {
     if (!isChannel(fd)) return __real_recv(fd, data, size, flags);
     sKernel->isWellAddressed &= flags == 0 && size == 1032;
-    return orNothingLeft(__real_recv(fd, data, size, waiting()));
+    return orNothingLeft(__real_recv(fd, data, size, MSG_DONTWAIT));
 }
 }

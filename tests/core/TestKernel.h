@@ -3,7 +3,6 @@
 #include <deque>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <android-base/unique_fd.h>
@@ -11,9 +10,6 @@
 #include "core/KavelKeventThread.h"
 
 namespace android::kavel::test {
-
-/** A message that ends run() in the place of an empty socket. */
-inline constexpr std::string_view kEnd = "end";
 
 /**
  * The other end of the netlink channel. The thread's socket calls are wrapped at link time: its
@@ -33,11 +29,8 @@ class TestKernel {
     int bindError = 0;                  ///< errno of bind(), or 0
     bool mayForceBuffer = true;         ///< whether SO_RCVBUFFORCE is permitted
     std::vector<std::string> messages;  ///< sent as soon as the socket is bound
-    std::string multicast;              ///< then this, to a group that the socket is made join
-    int multicastCount = 0;             ///< as often as this
     std::deque<int> sendFaults;         ///< per send: -errno, or at most that many bytes
     std::deque<int> receiveFaults;      ///< per receive: -errno, or 0
-    bool blocksAtEnd = false;           ///< whether a receive waits, for kEnd at last
 
     /**
      * threadLoop() on this thread, until nothing is left to receive. What it returned, or nothing
@@ -47,8 +40,8 @@ class TestKernel {
 
     /** Sends one message to the socket. */
     void send(const std::string& message);
-    /** The next message that arrived here, or "" once there is none. @p wait waits for it. */
-    std::string received(bool wait = false);
+    /** The next message that arrived here, or "" once there is none. */
+    std::string received();
 
     // After run():
     std::vector<int> protocols;      ///< that sockets were asked for

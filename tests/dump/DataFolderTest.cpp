@@ -5,13 +5,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "dump/KavelDumpUtilThread.h"
 #include "dump/LeftoverFolders.h"
 #include "dump/LogFolderName.h"
 #include "tests/dump/DumpBench.h"
-#include "tests/dump/TempDir.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeShell.h"
+#include "tests/fake/TempDir.h"
 
 namespace fs = std::filesystem;
 
@@ -21,36 +20,9 @@ namespace {
 using test::DumpBench;
 
 const std::string kRoot = kLogFolderRoot;
-const std::string kXlogs = kRoot + "/wxlog/xlog";
 
-// Catches a limit that is off by one, sub-folders that count, and staging that is left behind.
-TEST(PackXlog, CopiesUpToTheLimitAndDiscardsTheStaging) {
-    constexpr uintmax_t kLimit = 83'886'080;
-    const struct {
-        uintmax_t size;
-        bool isCopied;
-    } kCases[] = {{0, false}, {1, true}, {kLimit, true}, {kLimit + 1, false}};
-    for (const auto& c : kCases) {
-        DumpBench bench;
-        fs::create_directories(kXlogs + "/sub");
-        test::makeFile(kXlogs + "/sub/a", 1000);
-        test::makeFile(kXlogs + "/b", c.size);
-        KavelDumpUtilThread::packXlogForWeChat("/data/F;x");
-        const std::string copy = "cp " + kRoot + "/wxlog/xlog/* '/data/F;x'/";
-        const std::string p = "[dravo_kavel packXlogForWeChat]:";
-        EXPECT_EQ(bench.takeTranscript(),
-                  "I " + p + " start\nI " + p + " " + kRoot + "/wxlog/, " + kRoot + ", " + kXlogs +
-                          ", " + kXlogs + "/*, " + std::to_string(c.size) + ";\n" +
-                          (c.isCopied ? "I " + p + " " + copy + ";\n$ " + copy + "\nsleep 1\n"
-                                      : "I " + p + "not copy xlog\n") +
-                          "I " + p + " rm -r " + kRoot + "/wxlog/;\n$ rm -r " + kRoot +
-                          "/wxlog/\n");
-        fs::remove_all(kRoot + "/wxlog");
-    }
-}
-
-// Catches logs of a daemon that was killed and are never packed, folders of others that are, and
-// an archive without a folder that is left behind.
+// Would catch logs of a daemon that was killed and are never packed, folders of others that are,
+// and an archive without a folder that is left behind.
 TEST(LeftoverFolders, OnlyOursArePackedEmptyOnesRemoved) {
     const auto ours = [](const std::string& process) {
         return kRoot + "/" + logFolderName({"e", process, 1, "", "2024-03-07-09-05-02-007"});
@@ -77,9 +49,7 @@ TEST(LeftoverFolders, OnlyOursArePackedEmptyOnesRemoved) {
         return 0;
     });
     packLeftoverFolders();
-    while (fake::logCount("[dravo_kavel packLeftoverFolders]: done,") == 0) {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(fake::awaitLog("[dravo_kavel packLeftoverFolders]: done,"));
     EXPECT_EQ(fake::logCount("done, 3 folders, 2 archives.\n"), 1U);
     EXPECT_FALSE(fs::exists(ours("empty")));
     const auto packs = [](const std::string& f) {

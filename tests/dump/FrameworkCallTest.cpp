@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/Mutex.h"
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 
 namespace android::kavel {
 namespace {

@@ -14,7 +14,7 @@
 #include "dump/KavelDumpUtilThread.h"
 #include "handler/LogFolder.h"
 #include "tests/dump/DumpBench.h"
-#include "tests/dump/TempDir.h"
+#include "tests/fake/TempDir.h"
 
 namespace fs = std::filesystem;
 
@@ -124,7 +124,7 @@ class Workplace {
 
 class HostileValue : public testing::TestWithParam<std::string> {};
 
-// Catches a value from outside that reaches a shell as anything but itself, whichever command
+// Would catch a value from outside that reaches a shell as anything but itself, whichever command
 // carries it: the files must hold it literally, and the tools must be given it literally.
 TEST_P(HostileValue, StaysItself) {
     const std::string& value = GetParam();

@@ -18,7 +18,8 @@ std::string nameOf(const std::string& event, const std::string& process,
     return logFolderName({event, process, kTime, ota, "2024-03-07-09-05-02-007"});
 }
 
-// Catches names that other tools no longer find, and parts that leave the folder or split a line.
+// Would catch names that other tools no longer find, and parts that leave the folder or split a
+// line.
 TEST(LogFolderName, IsMadeOfItsParts) {
     EXPECT_EQ(nameOf("anr", "com.example.app"), "kavel_anr_com.example.app" + kTail);
     EXPECT_EQ(nameOf("", "system", ""), "kavel__system@831be687eb45bbc0@@2024-03-07-09-05-02-007");
@@ -26,7 +27,7 @@ TEST(LogFolderName, IsMadeOfItsParts) {
     EXPECT_EQ(logFolderName({"e", "p", -1, "", "T"}), "kavel_e_p@6b6176656bffffff@@T");
 }
 
-// Catches a catch that is lost because its archive's name is too long, and half a character.
+// Would catch a catch that is lost because its archive's name is too long, and half a character.
 TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
     const std::string accents = "\xC3\xA9\xC3\xA9\xC3\xA9";
     std::string manyAccents;
@@ -45,7 +46,7 @@ TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
     EXPECT_TRUE(isLogFolderName(both));
 }
 
-// Catches a start-up that packs, and removes, folders that are not the daemon's.
+// Would catch a start-up that packs, and removes, folders that are not the daemon's.
 TEST(LogFolderName, OursAreToldFromOthers) {
     for (const std::string& value : test::kHostileValues) {
         EXPECT_TRUE(isLogFolderName(nameOf(value, value))) << value;
@@ -73,7 +74,7 @@ TEST(LogFolderName, OursAreToldFromOthers) {
     }
 }
 
-// Catches "rm -rf" of the root.
+// Would catch "rm -rf" of the root.
 TEST(LogFolderName, EmptyPathAndRootAreNoFolders) {
     for (const char* path : {"", "/", "//"}) EXPECT_FALSE(isUsableFolder(path)) << path;
     EXPECT_TRUE(isUsableFolder("/data"));

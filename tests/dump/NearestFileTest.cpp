@@ -5,7 +5,8 @@
 namespace android::kavel {
 namespace {
 
-// Catches an offset with the wrong sign, a tie that goes to the later entry, and a choice by order.
+// Would catch an offset with the wrong sign, a tie that goes to the later entry, and a choice by
+// order.
 TEST(NearestFile, KeepsTheEntryClosestToTheOffset) {
     constexpr int64_t kEvent = 1'709'802'302;
     const struct {

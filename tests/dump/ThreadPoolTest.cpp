@@ -11,13 +11,15 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include "tests/dump/TempDir.h"
+#include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/TempDir.h"
 
 namespace android::kavel {
 namespace {
 
 using std::KavelThreadPool;
+using test::eventually;
 using testing::ElementsAre;
 using testing::IsSubsetOf;
 
@@ -37,17 +39,6 @@ std::set<std::string> liveThreads(const std::string& prefix) {
         if (name.compare(0, prefix.size(), prefix) == 0) names.insert(name);
     }
     return names;
-}
-
-/** Whether @p condition comes true within a time that only a fault can use up. */
-template <class Condition>
-bool eventually(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::yield();
-    }
-    return true;
 }
 
 /** Tasks that stay where they are until release(). */
@@ -83,8 +74,8 @@ class Burst {
     std::set<std::string> mNames GUARDED_BY(mLock);
 };
 
-// Catches a start beyond the maximum, and workers that debugging tools cannot tell apart. A name
-// too long for the kernel is not cut: the workers would all share it.
+// Would catch a start beyond the maximum, and workers that debugging tools cannot tell apart. A
+// name too long for the kernel is not cut: the workers would all share it.
 TEST(KavelThreadPool, StartsNamedWorkersUpToItsMaximum) {
     KavelThreadPool pool("kt_max", 1, 3);
     pool.addThread(0);
@@ -103,8 +94,8 @@ TEST(KavelThreadPool, StartsNamedWorkersUpToItsMaximum) {
     EXPECT_THAT(one.release(), ElementsAre(threadName()));
 }
 
-// Catches a pool that makes urgent commands wait behind slow ones, one that keeps its extra workers
-// for ever, and one whose bursts add up beyond the maximum.
+// Would catch a pool that makes urgent commands wait behind slow ones, one that keeps its extra
+// workers for ever, and one whose bursts add up beyond the maximum.
 TEST(KavelThreadPool, GrowsWhenBusyRetiresWhenIdleAndNeverPassesItsMaximum) {
     KavelThreadPool pool("kt_grow", 5, 10);
     pool.addThread(5);
@@ -132,7 +123,7 @@ TEST(KavelThreadPool, GrowsWhenBusyRetiresWhenIdleAndNeverPassesItsMaximum) {
                             "kt_grow7", "kt_grow8", "kt_grow9", "kt_grow10"}));
 }
 
-// Catches a queue that is not first in, first out, and a destructor that drops what is queued.
+// Would catch a queue that is not first in, first out, and a destructor that drops what is queued.
 TEST(KavelThreadPool, OneWorkerKeepsTheOrderAndRunsAllBeforeItIsGone) {
     std::vector<int> order;
     std::optional<KavelThreadPool> pool;
@@ -146,7 +137,7 @@ TEST(KavelThreadPool, OneWorkerKeepsTheOrderAndRunsAllBeforeItIsGone) {
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 }
 
-// Catches an exception that ends the daemon, ends the worker, or leaves no trace.
+// Would catch an exception that ends the daemon, ends the worker, or leaves no trace.
 TEST(KavelThreadPool, ExceptionIsLoggedAndTheWorkerLives) {
     fake::captureLog();
     fake::clearLog();
@@ -158,7 +149,7 @@ TEST(KavelThreadPool, ExceptionIsLoggedAndTheWorkerLives) {
     EXPECT_EQ(fake::logCount("task ended with an exception: no space"), 1U);
 }
 
-// Catches a stopping pool that drops, or deadlocks on, what its own tasks still commit.
+// Would catch a stopping pool that drops, or deadlocks on, what its own tasks still commit.
 TEST(KavelThreadPool, StoppedPoolSaysSoAndStillRunsWhatIsCommitted) {
     fake::captureLog();
     fake::clearLog();

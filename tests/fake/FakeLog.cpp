@@ -1,6 +1,7 @@
 #include "tests/fake/FakeLog.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 
 #include <android/log.h>
@@ -51,6 +52,22 @@ std::vector<LogLine> logLines() {
 void clearLog() {
     MutexLock lock(captured().lock);
     captured().lines.clear();
+}
+
+std::vector<std::string> takeLog() {
+    constexpr char kLetters[] = "??VDIWEF";
+    std::vector<std::string> taken;
+    MutexLock lock(captured().lock);
+    for (const LogLine& line : captured().lines) {
+        if (line.thread != std::this_thread::get_id()) continue;
+        const bool isTagged = line.tag != program_invocation_short_name;
+        std::string text = std::string(1, kLetters[line.priority]) + " " +
+                           (isTagged ? line.tag + ": " : "") + line.text;
+        if (text.back() == '\n') text.pop_back();
+        taken.push_back(text);
+    }
+    captured().lines.clear();
+    return taken;
 }
 
 size_t logCount(const std::string& text) {

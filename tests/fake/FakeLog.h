@@ -19,6 +19,11 @@ void captureLog();
 /** What has been logged since the last clearLog(). */
 std::vector<LogLine> logLines();
 void clearLog();
+/**
+ * What the calling thread has logged since then, each line as "I text" or "I TAG: text" and without
+ * the newline at its end; all that was logged is cleared.
+ */
+std::vector<std::string> takeLog();
 /** How many lines hold @p text. */
 size_t logCount(const std::string& text);
 /** Waits until at least @p count lines hold @p text; false where that takes too long. */

@@ -1,5 +1,4 @@
 #include <atomic>
-#include <chrono>
 #include <map>
 #include <set>
 #include <string>
@@ -7,12 +6,12 @@
 #include <vector>
 
 #include <android-base/properties.h>
-#include <android/log.h>
 #include <gtest/gtest.h>
 
 #include "dump/DumpContext.h"
 #include "event/EventIntake.h"
 #include "event/KavelTimestamp.h"
+#include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeShell.h"
 #include "tests/fake/FakeTime.h"
@@ -24,35 +23,6 @@ extern "C" const char* __tsan_default_options() {  // NOLINT(bugprone-reserved-i
 
 namespace android::kavel {
 namespace {
-
-// Would catch a malformed report that ends the daemon, leaves a record, or floods the log.
-TEST(Intake, MalformedReportIsOneErrorLine) {
-    fake::captureLog();
-    const KavelTimestamp now = generateKavelTimestamp();
-    struct {
-        long eventId;
-        const char* text;
-    } const rows[] = {
-            {0x3, ""},
-            {0x5, "processName:com.a"},
-            {0x702, "no keys in this text, but enough characters"},
-            {0x10000001, "processName:com.a,packageVersion:1"},
-    };
-    for (const auto& row : rows) {
-        eventParameters().updateEventParams(row.eventId, true, 0);
-        fake::clearLog();
-        EXPECT_FALSE(intakeKavelEvent(row.eventId, now, 0, 0, 0, row.text));
-        size_t errors = 0;
-        for (const auto& line : fake::logLines()) errors += line.priority == ANDROID_LOG_ERROR;
-        EXPECT_EQ(errors, 1u);
-        EXPECT_EQ(fake::logCount(" dropped: extra text has no "), 1u) << row.text;
-        EXPECT_EQ(fake::logCount("kavelEventHandleThread"), 0u);
-    }
-    // None of them is in the list.
-    eventParameters().updateEventParams(0x402, true, 0);
-    EXPECT_TRUE(intakeKavelEvent(0x402, now, 0, 0, 0, "ignored"));
-    EXPECT_EQ(fake::logCount("[dravo_kavel showAllKavelEvents]:"), 1u);
-}
 
 constexpr int kThreads = 8;
 constexpr int kReports = 250;  // of each thread
@@ -102,16 +72,6 @@ void storm(bool timeMoves, Counts& counts) {
     for (std::thread& thread : threads) thread.join();
 }
 
-/** Waits until no catch is in flight, a minute at most. */
-bool catchesEnd() {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (dumpContext().catches.size() != 0) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
-
 std::string between(const std::string& text, const std::string& from, const std::string& to) {
     const size_t start = text.find(from);
     if (start == std::string::npos) return "";
@@ -135,7 +95,7 @@ TEST_P(Storm, EveryCatchEnds) {
     Counts counts;
     storm(GetParam(), counts);
     fake::holdSleeps(false);
-    ASSERT_TRUE(catchesEnd()) << dumpContext().catches.size();
+    ASSERT_TRUE(test::eventually([] { return dumpContext().catches.size() == 0; }));
 
     EXPECT_EQ(fake::logCount("is Disable! value: 0"), counts.reported[kDisabled]);
     EXPECT_EQ(fake::logCount("report of eventId 0x3 dropped"), counts.reported[kMalformed]);
@@ -201,13 +161,10 @@ TEST_P(Storm, CommercialCatchesEndOrAreKept) {
             fake::logCount("[placeKavelEvent]: Event dumped since duplicate abnormal action") -
             fake::logCount(
                     "[kavelEventHandleThread]: Event dumped since duplicate abnormal action");
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     const auto packed = [] { return fake::logCount("[dravo_kavel commercialLogPack]: rm -rf "); };
-    while (packed() < actions || dumpContext().catches.size() > TechnicalCatches::kMost) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline)
-                << packed() << " of " << actions << ", " << dumpContext().catches.size();
-        std::this_thread::yield();
-    }
+    ASSERT_TRUE(test::eventually([&] {
+        return packed() >= actions && dumpContext().catches.size() <= TechnicalCatches::kMost;
+    }));
     EXPECT_GT(actions, 0u);
     EXPECT_EQ(packed(), actions);
     EXPECT_EQ(fake::commandCount("tar czf "), actions);

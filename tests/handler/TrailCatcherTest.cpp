@@ -115,12 +115,5 @@ TEST_F(TrailCatcherTest, WindowThatCannotBeOpenedIsClosed) {
     EXPECT_EQ(mDump.catches.size(), 0u);
 }
 
-// Would catch a catch without any event on the list.
-TEST_F(TrailCatcherTest, NothingWithoutAList) {
-    mCatcher.trailKavelLogCatcher(fake::event(0x1));
-    EXPECT_TRUE(fake::takeDumpThreads().empty());
-    EXPECT_TRUE(fake::commands().empty());
-}
-
 }  // namespace
 }  // namespace android::kavel

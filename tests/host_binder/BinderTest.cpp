@@ -3,19 +3,16 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <thread>
 
 namespace kavel_test {
 
 using namespace android;  // NOLINT(google-build-using-namespace)
 
-ServerProcess::ServerProcess(const std::string& name, int poolSize, bool join) {
+ServerProcess::ServerProcess(const std::string& name, int poolSize) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) abort();
     const base::unique_fd theirs(ends[1]);
@@ -24,18 +21,14 @@ ServerProcess::ServerProcess(const std::string& name, int poolSize, bool join) {
     std::string program = KAVEL_TEST_SERVER;
     std::string service = name;
     std::string size = std::to_string(poolSize);
-    std::string joinWord = "join";
-    char* arguments[] = {program.data(), service.data(), size.data(),
-                         join ? joinWord.data() : nullptr, nullptr};
+    char* arguments[] = {program.data(), service.data(), size.data(), nullptr};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, theirs.get(), STDIN_FILENO);
     if (posix_spawn(&mPid, program.c_str(), &actions, nullptr, arguments, environ) != 0) abort();
     posix_spawn_file_actions_destroy(&actions);
-}
-
-ServerProcess::~ServerProcess() {
-    kill();
+    mService = defaultServiceManager()->getService(String16(name.c_str()));
+    EXPECT_NE(mService, nullptr);
 }
 
 int32_t ServerProcess::order(Order order) {
@@ -53,28 +46,8 @@ void ServerProcess::kill() {
     mPid = -1;
 }
 
-int ServerProcess::finish() {
-    mOrders.reset();
-    int status = -1;
-    if (!becomesTrue([&] { return waitpid(mPid, &status, WNOHANG) == mPid; })) return -1;
-    mPid = -1;
-    return status;
-}
-
 BinderTest::BinderTest() {
-    char directory[] = "/tmp/kavel_binder.XXXXXX";
-    if (mkdtemp(directory) == nullptr) abort();
-    chmod(directory, 0777);
-    mDirectory = directory;
-    setenv("KAVEL_HOST_BINDER_DIR", directory, 1);
-}
-
-BinderTest::~BinderTest() {
-    std::filesystem::remove_all(mDirectory);
-}
-
-sp<IBinder> BinderTest::get(const std::string& name) {
-    return defaultServiceManager()->getService(String16(name.c_str()));
+    setenv("KAVEL_HOST_BINDER_DIR", socketPath("").c_str(), 1);
 }
 
 sp<IBinder> BinderTest::check(const std::string& name) {
@@ -87,15 +60,6 @@ status_t call(const sp<IBinder>& service, uint32_t code, const std::vector<int32
     data.writeInterfaceToken(String16(kDescriptor));
     for (const int32_t argument : arguments) data.writeInt32(argument);
     return service->transact(code, data, reply, flags);
-}
-
-bool becomesTrue(const std::function<bool()>& condition, std::chrono::seconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
 }
 
 }  // namespace kavel_test

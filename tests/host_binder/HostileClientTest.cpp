@@ -2,7 +2,6 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,6 +17,8 @@ using namespace android;     // NOLINT(google-build-using-namespace)
 using namespace kavel_test;  // NOLINT(google-build-using-namespace)
 
 namespace {
+
+using kavel::test::eventually;
 
 using base::unique_fd;
 using kavel::host::kTransactionSpace;
@@ -59,8 +60,8 @@ bool isDropped(const unique_fd& fd) {
     return count == 0 || (count < 0 && errno == ECONNRESET);
 }
 
-// Catches a receiver that waits for the rest of a frame, believes a length, reads from whatever is
-// attached to it, or lets any of that disturb others.
+// Would catch a receiver that waits for the rest of a frame, believes a length, reads from whatever
+// is attached to it, or lets any of that disturb others.
 TEST_F(HostileClientTest, DropsWhatIsNoFrame) {
     const unique_fd file(open("/proc/self/exe", O_RDONLY | O_CLOEXEC));
     const unique_fd shortMemory(memfd_create("short", MFD_CLOEXEC));
@@ -83,23 +84,19 @@ TEST_F(HostileClientTest, DropsWhatIsNoFrame) {
             {"memory too short", {kMagic, 1, 0, 70'001}, shortMemory.get()},
             {"memory with a small frame", {kMagic, 1, 0, 4, 1}, shortMemory.get()},
     };
-    ServerProcess server("target");
-    const sp<IBinder> service = get("target");
-    ASSERT_NE(service, nullptr);
+    const ServerProcess server("target");
     for (const auto& packet : packets) {
         SCOPED_TRACE(packet.name);
         const unique_fd hostile = connect("target");
         sendPacket(hostile, packet.words, packet.attachment);
-        EXPECT_EQ(call(service, CALLER), NO_ERROR);
+        EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
         EXPECT_TRUE(isDropped(hostile));
     }
 }
 
-// Catches answers that pile up, or a thread that waits, for a client that never reads.
+// Would catch answers that pile up, or a thread that waits, for a client that never reads.
 TEST_F(HostileClientTest, DropsAClientThatReadsNoAnswers) {
-    ServerProcess server("target", 1);
-    const sp<IBinder> service = get("target");
-    ASSERT_NE(service, nullptr);
+    const ServerProcess server("target", 1);
     Parcel request;
     request.writeInterfaceToken(String16(kDescriptor));
     request.writeInt32(60'000);
@@ -111,52 +108,47 @@ TEST_F(HostileClientTest, DropsAClientThatReadsNoAnswers) {
                                            request.dataSize());
         }
         EXPECT_EQ(error, EPIPE);
-        EXPECT_EQ(call(service, CALLER), NO_ERROR);
+        EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
     }
 }
 
-// Catches idle connections that use up the server's descriptors, and clients that do not survive
-// the loss of a connection the server has given up.
+// Would catch idle connections that use up the server's descriptors, and clients that do not
+// survive the loss of a connection the server has given up.
 TEST_F(HostileClientTest, OutlivesMoreConnectionsThanItHolds) {
-    ServerProcess server("target");
-    const sp<IBinder> service = get("target");
-    ASSERT_NE(service, nullptr);
+    const ServerProcess server("target");
     std::vector<unique_fd> idle;
     for (int i = 0; i < 600; ++i) {
         idle.push_back(connect("target"));
         ASSERT_TRUE(idle.back().ok());
     }
     EXPECT_TRUE(isDropped(idle.front()));
-    EXPECT_EQ(call(service, CALLER), NO_ERROR);
-    EXPECT_EQ(call(check("target"), CALLER), NO_ERROR);
+    EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
+    EXPECT_EQ(call(check("target"), ECHO), NO_ERROR);
 }
 
-// Catches a server that spins or goes deaf when it may open no further descriptor.
+// Would catch a server that spins or goes deaf when it may open no further descriptor.
 TEST_F(HostileClientTest, OutlivesTheLackOfDescriptors) {
-    ServerProcess server("target");
-    const sp<IBinder> service = get("target");
-    ASSERT_NE(service, nullptr);
+    const ServerProcess server("target");
     // A first call: sanitizers open a pipe to look at an object they see for the first time.
-    ASSERT_EQ(call(service, CALLER), NO_ERROR);
+    ASSERT_EQ(call(server.service(), ECHO), NO_ERROR);
     const rlimit few{24, 24};
     ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &few, nullptr), 0);
     std::vector<unique_fd> idle(50);
     for (unique_fd& fd : idle) fd = connect("target");
-    EXPECT_EQ(call(service, CALLER), NO_ERROR);
+    EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
     idle.clear();
-    EXPECT_TRUE(becomesTrue([&] { return call(service, CALLER) == NO_ERROR; }));
+    EXPECT_TRUE(eventually([&] { return call(server.service(), ECHO) == NO_ERROR; }));
 }
 
-// Catches a sender that hangs for ever when the server is stopped.
+// Would catch a sender that hangs for ever when the server is stopped.
 TEST_F(HostileClientTest, OneWaySenderOutlivesAStoppedServer) {
-    ServerProcess server("target");
-    const sp<IBinder> service = get("target");
-    ASSERT_NE(service, nullptr);
+    const ServerProcess server("target");
     ASSERT_EQ(kill(server.pid(), SIGSTOP), 0);
     ASSERT_EQ(waitpid(server.pid(), nullptr, WUNTRACED), server.pid());  // each thread stands still
-    EXPECT_EQ(call(service, RECORD, {1, 1}, nullptr, IBinder::FLAG_ONEWAY), FAILED_TRANSACTION);
+    EXPECT_EQ(call(server.service(), RECORD, {1, 1}, nullptr, IBinder::FLAG_ONEWAY),
+              FAILED_TRANSACTION);
     ASSERT_EQ(kill(server.pid(), SIGCONT), 0);
-    EXPECT_EQ(call(service, CALLER), NO_ERROR);
+    EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
 }
 
 }  // namespace

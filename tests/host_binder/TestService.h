@@ -11,11 +11,10 @@ namespace kavel_test {
 inline constexpr char kDescriptor[] = "kavel.test.Service";
 
 enum Code : uint32_t {
-    ECHO = android::IBinder::FIRST_CALL_TRANSACTION,  ///< every field type, there and back
-    CALLER,                                           ///< replies the caller's pid and uid
+    ECHO = android::IBinder::FIRST_CALL_TRANSACTION,  ///< replies what follows the token
     PASS_GATE,                                        ///< returns when the gate is open
     RECORD,                                           ///< keeps sender and number, two int32
-    RECORDS,  ///< replies the last RECORD's pid and uid, the count, and each sender and number
+    RECORDS,  ///< replies the count, and each sender and number
     DIE,      ///< ends the process in the middle of the call
     GROW,     ///< replies as many bytes as asked for
 };
@@ -24,8 +23,7 @@ enum Code : uint32_t {
 enum Order : char {
     CLOSE_GATE = 'c',
     OPEN_GATE = 'o',
-    AT_GATE = 'n',      ///< answers how many calls wait at the gate
-    MOST_AT_GATE = 'm'  ///< answers how many ever waited at once
+    AT_GATE = 'n',  ///< answers how many calls wait at the gate
 };
 
 }  // namespace kavel_test

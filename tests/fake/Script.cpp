@@ -1,0 +1,54 @@
+#include "tests/fake/Script.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace android::kavel::test {
+namespace {
+
+std::string expanded(std::string text) {
+    static const std::regex run(R"(\{(.)\*(\d+)\})");
+    for (std::smatch found; std::regex_search(text, found, run);) {
+        const std::string whole(std::stoul(found[2]), found.str(1)[0]);
+        text = found.prefix().str() + whole + found.suffix().str();
+    }
+    text = std::regex_replace(text, std::regex(R"(\\t)"), "\t");
+    return std::regex_replace(text, std::regex(R"(\\n)"), "\n");
+}
+
+std::string abridged(std::string text) {
+    static const std::regex run(R"((.)\1{99,})");
+    for (std::smatch found; std::regex_search(text, found, run);) {
+        text = found.prefix().str() + "{" + found.str(1) + "*" + std::to_string(found.length()) +
+               "}" + found.suffix().str();
+    }
+    return text;
+}
+
+}  // namespace
+
+void expectScript(const std::string& path,
+                  const std::function<std::string(const std::string& line)>& follow) {
+    std::string expected;
+    std::string actual;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        expected += line + "\n";
+        if (line.rfind("    ", 0) == 0) continue;
+        actual += line + "\n";
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream results(follow(expanded(line)));
+        for (std::string result; std::getline(results, result);) {
+            if (!result.empty()) actual += "    " + abridged(result) + "\n";
+        }
+    }
+    if (getenv("KAVEL_WRITE_GOLDEN") != nullptr) std::ofstream(path) << actual;
+    EXPECT_NE(actual, "") << path;
+    EXPECT_EQ(actual, expected);
+}
+
+}  // namespace android::kavel::test
