@@ -24,6 +24,7 @@ TEST(LogFolderName, IsMadeOfItsParts) {
     EXPECT_EQ(nameOf("anr", "com.example.app"), "kavel_anr_com.example.app" + kTail);
     EXPECT_EQ(nameOf("", "system", ""), "kavel__system@831be687eb45bbc0@@2024-03-07-09-05-02-007");
     EXPECT_EQ(nameOf("../a", "b/\n\x7f/c\x01"), "kavel_.._a_b____c_" + kTail);
+    EXPECT_EQ(nameOf("e", "p", "1/2\n"), "kavel_e_p@831be687eb45bbc0@1_2_@2024-03-07-09-05-02-007");
     EXPECT_EQ(logFolderName({"e", "p", -1, "", "T"}), "kavel_e_p@6b6176656bffffff@@T");
 }
 
@@ -41,9 +42,11 @@ TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
         EXPECT_EQ(process % 2, 0U) << "a character was split";
         EXPECT_EQ(name.substr(name.find('@')), kTail);
     }
-    const std::string both = nameOf(std::string(500, 'e'), std::string(500, 'p'));
-    EXPECT_EQ(both.size() + strlen(kArchiveSuffix), size_t{NAME_MAX});
-    EXPECT_TRUE(isLogFolderName(both));
+    const std::string all = std::string(500, 'x');
+    for (const std::string& name : {nameOf(all, all), nameOf(all, all, all)}) {
+        EXPECT_EQ(name.size() + strlen(kArchiveSuffix), size_t{NAME_MAX});
+        EXPECT_TRUE(isLogFolderName(name));
+    }
 }
 
 // Would catch a start-up that packs, and removes, folders that are not the daemon's.
