@@ -39,7 +39,7 @@ bench: setup ## Measure against the budgets
 format: setup ## Format the sources
 	@scripts/lint.sh --format
 
-lint: build ## Check the formatting and run clang-tidy
+lint: build ## Check the formatting, run clang-tidy, compile as the phone does
 	@scripts/lint.sh
 
 clean: ## Remove everything that was built
