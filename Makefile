@@ -6,10 +6,10 @@ PHONE := build/$(PRESET)/host/phone/phone
 JOBS ?= $(shell nproc)
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build demo test test-kernel run bench format lint clean
+.PHONY: help setup build demo test test-kernel test-arm64 run bench format lint clean
 
 help: ## List the targets
-	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-11s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
+	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-11s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
 
 setup: ## Install the Debian packages that are missing (root or sudo)
 	@sh scripts/setup.sh
@@ -24,11 +24,14 @@ demo: build ## Watch a report become an archive in the simulated phone
 run: build ## Start the simulated phone and stay up until Ctrl-C
 	@$(PHONE) run
 
-test: setup ## Run all tests: clang, kernel, gcc, ASan+UBSan, TSan, lint
+test: setup ## Run all tests: clang, gcc, ASan+UBSan, TSan, arm64, kernel, lint
 	@scripts/test.sh
 
 test-kernel: build ## Test against a real kernel in a virtual machine (part of test)
 	@scripts/test-kernel.sh build/$(PRESET)
+
+test-arm64: setup ## Build for arm64 and run the unit tests in emulation (part of test)
+	@LEGS=arm64 scripts/test.sh
 
 bench: setup ## Measure against the budgets
 	@scripts/bench.sh
@@ -36,7 +39,7 @@ bench: setup ## Measure against the budgets
 format: setup ## Format the sources
 	@scripts/lint.sh --format
 
-lint: build ## Check the formatting and run clang-tidy
+lint: build ## Check the formatting, run clang-tidy, compile as the phone does
 	@scripts/lint.sh
 
 clean: ## Remove everything that was built

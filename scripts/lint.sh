@@ -1,5 +1,5 @@
 #!/bin/sh
-# Formatting and clang-tidy over our sources. --format mends the formatting instead.
+# Formatting and clang-tidy over our sources, and the phone's compiler flags. --format mends the formatting instead.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -17,4 +17,7 @@ echo "== lint: clang-tidy"
 cmake --preset default > /dev/null
 git ls-files '*.cpp' | grep -v '^bench/' |
     xargs -P "${JOBS:-$(nproc)}" -n 4 clang-tidy --quiet -p build/default 2> build/clang-tidy.log
+echo "== lint: the phone's compiler flags"
+scripts/arm64-sysroot.sh
+scripts/check_phone.sh
 echo "== lint: clean"

@@ -1,0 +1,9 @@
+#!/bin/sh
+# arm64-program.sh SYSROOT PROGRAM: makes PROGRAM a script that runs the arm64 program PROGRAM.elf
+# beside it with qemu's user mode and the libraries of SYSROOT.
+set -eu
+cat > "$2" << END
+#!/bin/sh
+exec qemu-aarch64-static -L '$1' -0 "\$0" "\$0.elf" "\$@"
+END
+chmod +x "$2"

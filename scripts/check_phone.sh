@@ -1,0 +1,30 @@
+#!/bin/sh
+# Compiles the sources of the daemon and of kavelctl as the phone's build does: arm64, libc++, the
+# flags of Android.bp, those that Soong adds, and its integer sanitizers. Code is made and thrown away.
+# What this cannot show is bionic: the C library is Debian's.
+set -eu
+cd "$(dirname "$0")/.."
+
+sysroot=build/arm64-sysroot
+# What Soong gives to every module of a device (build/soong/cc/config), as far as this clang knows it.
+soong="-O2 -DANDROID -DNDEBUG -UDEBUG -fno-exceptions -fno-rtti -ffunction-sections -fdata-sections
+    -fstack-protector-strong -fvisibility-inlines-hidden -D_FORTIFY_SOURCE=2
+    -Waddress -Waddress-of-temporary -Wbool-operation -Wdate-time -Wformat-insufficient-args
+    -Wformat-security -Wimplicit-fallthrough -Wimplicit-int-float-conversion -Winit-self
+    -Wint-conversion -Wint-in-bool-context -Wint-to-pointer-cast -Wnon-virtual-dtor -Wpointer-arith
+    -Wpointer-to-int-cast -Wpragma-pack -Wpragma-pack-suspicious-include -Wreturn-type
+    -Wsequence-point -Wsign-promo -Wsizeof-array-div -Wstring-plus-int -Wunguarded-availability
+    -Wunreachable-code-loop-increment -Wxor-used-as-pow"
+# What "integer_overflow" and "misc_undefined" of Android.bp turn into.
+sanitizers=signed-integer-overflow,unsigned-integer-overflow
+sanitizers=$sanitizers,implicit-signed-integer-truncation,implicit-unsigned-integer-truncation
+
+module=$(sed -n '/name: "dravo_kavel_defaults"/,/^}/ {/cflags/,/]/ s/^ *"\(.*\)",.*/\1/p}' Android.bp)
+sources=$(cut -d ' ' -f 2 build/default/tests/structure/sources.txt)
+[ -n "$module" ] && [ -n "$sources" ] || { echo "check_phone.sh: nothing to compile" >&2; exit 1; }
+
+# shellcheck disable=SC2086 # lists are meant to be split
+printf '%s\n' $sources | xargs -P "${JOBS:-$(nproc)}" -I{} clang++ -c {} -o /dev/null \
+    --target=aarch64-linux-gnu --sysroot=$sysroot -stdlib=libc++ -std=c++17 -I. -isystem host/overlay \
+    -isystem $sysroot/usr/include/android -isystem $sysroot/usr/include/jsoncpp \
+    -DKAVELCTL_VERSION='"0"' $soong $module -fsanitize=$sanitizers -fsanitize-trap=$sanitizers
