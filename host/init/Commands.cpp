@@ -10,7 +10,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <utility>
 #include <vector>
 
 #include "host/init/Accounts.h"
@@ -73,30 +72,14 @@ std::string writeWhole(const std::string& path, const std::string& content) {
     return base::WriteStringToFd(content, fd.get()) ? std::string() : errnoText("write " + path);
 }
 
-std::string commandWrite(const Words& words, const CommandContext&) {
-    return writeWhole(words[1], words[2]);
-}
-
 std::string commandCopy(const Words& words, const CommandContext&) {
     std::string content;
     if (!base::ReadFileToString(words[1], &content)) return errnoText("read " + words[1]);
     return writeWhole(words[2], content);
 }
 
-std::string commandSymlink(const Words& words, const CommandContext&) {
-    if (symlink(words[1].c_str(), words[2].c_str()) == 0) return {};
-    std::string target;
-    if (errno == EEXIST && base::Readlink(words[2], &target) && target == words[1]) return {};
-    errno = EEXIST;
-    return errnoText("symlink " + words[2]);
-}
-
 std::string commandSetprop(const Words& words, const CommandContext& context) {
     return context.setProperty(words[1], words[2]);
-}
-
-std::string commandControl(const Words& words, const CommandContext& context) {
-    return context.control(words[0], words[1]) ? std::string() : "service " + words[1];
 }
 
 struct CommandRow {
@@ -106,49 +89,17 @@ struct CommandRow {
     std::string (*run)(const Words& words, const CommandContext& context);
 };
 
+// What the phone's files use.
 constexpr std::array kCommands{
         CommandRow{"chmod", 2, 2, commandChmod},     CommandRow{"chown", 2, 3, commandChown},
         CommandRow{"copy", 2, 2, commandCopy},       CommandRow{"mkdir", 1, 6, commandMkdir},
-        CommandRow{"restart", 1, 1, commandControl}, CommandRow{"setprop", 2, 2, commandSetprop},
-        CommandRow{"start", 1, 1, commandControl},   CommandRow{"stop", 1, 1, commandControl},
-        CommandRow{"symlink", 2, 2, commandSymlink}, CommandRow{"write", 2, 2, commandWrite},
+        CommandRow{"setprop", 2, 2, commandSetprop},
 };
 
 }  // namespace
 
-std::optional<std::string> expandProperties(const std::string& text,
-                                            const CommandContext& context) {
-    std::string result;
-    for (size_t pos = 0; pos < text.size();) {
-        if (text.compare(pos, 2, "$$") == 0) {
-            result += '$';
-            pos += 2;
-        } else if (text.compare(pos, 2, "${") == 0) {
-            const size_t end = text.find('}', pos);
-            if (end == std::string::npos) return std::nullopt;
-            const std::string inner = text.substr(pos + 2, end - pos - 2);
-            const size_t dash = inner.find(":-");
-            std::string value = context.getProperty(inner.substr(0, dash));
-            if (value.empty()) {
-                if (dash == std::string::npos) return std::nullopt;
-                value = inner.substr(dash + 2);
-            }
-            result += value;
-            pos = end + 1;
-        } else {
-            result += text[pos++];
-        }
-    }
-    return result;
-}
-
 std::string runCommand(const RcCommand& command, const CommandContext& context) {
-    Words words;
-    for (const std::string& word : command.words) {
-        auto expanded = expandProperties(word, context);
-        if (!expanded) return "'" + word + "' names a property that is not set";
-        words.push_back(std::move(*expanded));
-    }
+    const Words& words = command.words;
     const auto* row = std::find_if(kCommands.begin(), kCommands.end(),
                                    [&](const auto& one) { return one.name == words[0]; });
     if (row == kCommands.end()) return "unknown command";

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,11 +22,5 @@ struct CommandContext {
 
 /** Carries out one command of an action. What went wrong, or an empty text. */
 std::string runCommand(const RcCommand& command, const CommandContext& context);
-
-/**
- * @p text with ${NAME} and ${NAME:-DEFAULT} replaced by properties and $$ by "$"; none where a
- * brace is not closed, or where a property without a default is not set.
- */
-std::optional<std::string> expandProperties(const std::string& text, const CommandContext& context);
 
 }  // namespace android::kavel::host

@@ -34,17 +34,14 @@ bool keepPacket(kavel_kevent_packet* packet) {
     return packet->type == KEVENT_TYPE_EVENT;
 }
 
-/** What was logged since the last call, as "E text", without the newline at the end. */
+/** What was logged since the last call, as "E text". */
 std::vector<std::string> takeLog() {
-    constexpr char kLetters[] = "??VDIWEF";
-    std::vector<std::string> lines;
-    for (const fake::LogLine& line : fake::logLines()) {
-        EXPECT_EQ(line.tag, "kavel_kevent") << line.text;
-        std::string text = kLetters[line.priority] + (" " + line.text);
-        if (text.back() == '\n') text.pop_back();
-        lines.push_back(text);
+    const std::string tag = "kavel_kevent: ";
+    std::vector<std::string> lines = fake::takeLog();
+    for (std::string& line : lines) {
+        EXPECT_EQ(line.substr(2, tag.size()), tag);
+        line.erase(2, tag.size());
     }
-    fake::clearLog();
     return lines;
 }
 

@@ -28,17 +28,6 @@ TEST(EventParameters, TimeWindowIsInSeconds) {
     EXPECT_EQ(fake::logCount("getTimeWindow from mKavelEventTimeWindow.\n"), std::size(rows));
 }
 
-// Would catch an event type that is on without ever having been configured, or stays on.
-TEST(EventParameters, DisabledUntilConfigured) {
-    EventParameters parameters;
-    EXPECT_FALSE(parameters.isEnabled(kEvent));
-    parameters.updateEventParams(kEvent, true, 7);
-    EXPECT_TRUE(parameters.isEnabled(kEvent));
-    EXPECT_FALSE(parameters.isEnabled(-kEvent));
-    parameters.updateEventParams(kEvent, false, 0);
-    EXPECT_FALSE(parameters.isEnabled(kEvent));
-}
-
 // Would catch a recover id that 0 wipes out, and a name given together with a recover id.
 TEST(EventParameters, RecoverIdAndNameExcludeEachOther) {
     EventParameters parameters;

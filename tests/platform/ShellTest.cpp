@@ -5,8 +5,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,7 +16,9 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/TempDir.h"
 
 namespace android::kavel {
 namespace {
@@ -28,32 +28,22 @@ using std::chrono::milliseconds;
 class Shell : public testing::Test {
   protected:
     void SetUp() override {
-        char name[] = "/tmp/kavel_shell_XXXXXX";
-        mFolder = mkdtemp(name);
         prctl(PR_SET_CHILD_SUBREAPER, 1);
         fake::captureLog();
         fake::clearLog();
     }
-    void TearDown() override { std::filesystem::remove_all(mFolder); }
 
-    std::string file(const char* name) const { return mFolder + "/" + name; }
-    std::string content(const char* name) const {
-        std::ifstream stream(file(name));
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
+    std::string file(const char* name) const { return mFolder / name; }
+    std::string content(const char* name) const { return test::contentOf(file(name)); }
 
   private:
-    std::string mFolder;
+    const test::TempDir mFolder;
 };
 
-/** Waits, ten seconds at most, until no process of @p group is left; orphans are ours to reap. */
+/** Waits until no process of @p group is left; orphans are ours to reap. */
 bool groupEnds(pid_t group) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (waitpid(-group, nullptr, WNOHANG) >= 0) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::yield();
-    }
-    return errno == ECHILD;
+    return test::eventually([&] { return waitpid(-group, nullptr, WNOHANG) < 0; }) &&
+           errno == ECHILD;
 }
 
 // Would catch a result that is not a wait status.

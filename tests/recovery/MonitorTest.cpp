@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "recovery/RecoveryActions.h"
+#include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProcesses.h"
 #include "tests/fake/FakeTime.h"
@@ -65,17 +66,8 @@ class MonitorTest : public testing::Test {
     /** Lets all watches end: liblog is not to be used by a thread while the process exits. */
     void TearDown() override {
         fake::holdSleeps(false);
-        EXPECT_TRUE(eventually([this] { return threadCount() == mThreadsBefore; }));
+        EXPECT_TRUE(test::eventually([this] { return threadCount() == mThreadsBefore; }));
         fake::clearLog();  // under the log's lock: what they logged was before this
-    }
-
-    static bool eventually(const std::function<bool()>& condition) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > end) return false;
-            std::this_thread::yield();
-        }
-        return true;
     }
 
     static long threadCount() {
@@ -85,7 +77,7 @@ class MonitorTest : public testing::Test {
 
     /** Waits until all lists have these sizes. */
     bool listsBecome(size_t requested, size_t monitored, size_t cancelled) {
-        return eventually([&] {
+        return test::eventually([&] {
             const auto sizes = mMonitor.listSizes();
             return sizes.requested == requested && sizes.monitored == monitored &&
                    sizes.cancelled == cancelled;
@@ -244,21 +236,6 @@ TEST_F(MonitorTest, UnlistedWatchCancelsAllOthers) {
     fake::advance(30);
     EXPECT_TRUE(listsBecome(0, 0, 0));
     EXPECT_EQ(fake::logCount(kFailed), 0u);
-}
-
-// Would catch a process that is compared by its pid alone, or a crash on what is not there.
-TEST_F(MonitorTest, RecoveryFailsOnlyForTheSameProcess) {
-    const proc_t none = {};
-    const proc_t one = {7, 1000};
-    const proc_t otherUser = {7, 1001};
-    const proc_t root = {7, 0};
-    EXPECT_TRUE(KavelAnrRecoveryMonitor::isReboot(&one, &one));
-    EXPECT_TRUE(KavelAnrRecoveryMonitor::isReboot(&root, &root));
-    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(&one, &otherUser));
-    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(&one, &none));
-    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(&none, &none));
-    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(nullptr, &one));
-    EXPECT_FALSE(KavelAnrRecoveryMonitor::isReboot(&one, nullptr));
 }
 
 // Would catch an escalation that lets others in, or that never lets them in again.
