@@ -1,5 +1,6 @@
-#include <array>
 #include <cerrno>
+#include <cstdio>
+#include <regex>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include "tests/core/Messages.h"
 #include "tests/core/TestKernel.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/Script.h"
 
 namespace android::kavel::test {
 namespace {
@@ -43,10 +45,6 @@ std::vector<std::string> takeLog() {
         line.erase(2, tag.size());
     }
     return lines;
-}
-
-std::string fdText(int fd) {
-    return "E mEventFd " + std::to_string(fd);
 }
 
 /** The descriptor that the next socket() will get. */
@@ -116,71 +114,36 @@ TEST_F(KeventThread, RegistersAsTheKernelExpects) {
 }
 
 // Would catch a changed set-up line, priority or order, and a failure that does not end the thread.
-TEST_F(KeventThread, SetUpLines) {
-    const std::string fd = fdText(nextFd());
-    const std::string tag = "E KavelKeventThread ";
-    const std::string gki2 = "E GKI2 is true\nE mIsGki2 is true\nE GKI2 is true\n";
-    const std::string compat = "E GKI2 is false\nE mIsGki2 is false\nE GKI2 is false\n";
-    const std::string bind =
-            fd + "\n" + tag + "socket bind pid " + std::to_string(getpid()) + ".\nE bind ret ";
-    const std::string noSocket = fdText(-1) + "\nE can not create a socket -1 24\n";  // EMFILE
-    const std::string refused = tag + "send to kernel my pid failed.\n";
-    const std::string gki2Reads = "I KavelKeventThread recvKeventGki2\n";
-    const std::string compatReads = refused + "I KavelKeventThread recvKevent\n";
-    const std::string sends =
-            compat + bind +
-            "0\nI KavelKeventThread sendKevent\nI KavelKeventThread send: type=0x1,"
-            " flag=0x0, data=kavel_kevent, len=12\n";
-    const auto unknown = [&](const std::string& why) {
-        return tag + why + "\nE can not get kernel version, default treat mIsGki2 as false\n" +
-               "E mIsGki2 is false\n" + tag + why + "\n" + noSocket;
-    };
-    const std::string reply = familyReply(0x1c);  // to the look-up
-    const struct {
-        const char* release;
-        std::string reply;
-        std::array<int, 3> errors;  ///< of socket(), bind() and the registration
-        std::optional<bool> result;
-        std::string lines;
-    } cases[] = {
-            {"5.10.0", reply, {0, 0, 0}, {}, gki2 + bind + "0\n" + gki2Reads},
-            {"5.10.0", reply, {0, 0, EPERM}, {}, gki2 + bind + "0\n" + refused + gki2Reads},
-            {"5.10.0",
-             "no",
-             {0, 0, 0},
-             false,
-             gki2 + bind + "0\n" + tag + "get genl family id failed.\n"},
-            {"5.10.0",
-             "",
-             {0, EADDRINUSE, 0},
-             false,
-             gki2 + bind + "-1\n" + tag + "socket bind error.\n"},
-            {"4.19.157", "", {0, 0, 0}, {}, sends + compatReads},
-            {"4.19.157", "", {0, 0, EPERM}, {}, sends + tag + "send error -1\n" + compatReads},
-            {"4.19.157", "", {EMFILE, 0, 0}, false, compat + noSocket},
-            {"5.15",
-             "",
-             {EMFILE, 0, 0},
-             false,
-             unknown("get kerenl version from uname: 5.15 failed")},
-            {"", "", {EMFILE, 0, 0}, false, unknown("uname call failed")},
-    };
-    for (const auto& c : cases) {
+TEST_F(KeventThread, SetsUpAsInTheGoldenFile) {
+    const int firstFd = nextFd();
+    const std::string pid = std::to_string(getpid());
+    test::expectScript(KAVEL_GOLDEN_DIR "/set_up.txt", [&](const std::string& line) {
+        char release[32] = {};
+        char answer[8] = {};
+        int registration = 0;
+        EXPECT_EQ(sscanf(line.c_str(), "release %31s socket %d bind %d look-up %7s registration %d",
+                         release, &kernel.socketError, &kernel.bindError, answer, &registration),
+                  5);
+        const std::string lookUp = answer;
         thread = new KavelKeventThread(keepPacket);
-        kernel.release = c.release;
-        kernel.messages.assign(c.reply.empty() ? 0 : 1, c.reply);
-        kernel.socketError = c.errors[0];
-        kernel.bindError = c.errors[1];
+        const std::string fd = std::to_string(nextFd());
+        kernel.release = release == std::string("none") ? "" : release;
+        kernel.messages.clear();
+        if (lookUp == "known") kernel.messages = {familyReply(0x1c)};
+        if (lookUp == "unknown") kernel.messages = {"junk"};
         kernel.sendFaults.clear();
-        if (c.errors[2] != 0 && !c.reply.empty()) kernel.sendFaults = {1000};  // the look-up
-        if (c.errors[2] != 0) kernel.sendFaults.push_back(-c.errors[2]);
-        EXPECT_EQ(kernel.run(*thread), c.result) << c.release;
-        std::string log;
-        for (const std::string& line : takeLog()) log += line + "\n";
-        EXPECT_EQ(log, c.lines) << c.release;
-    }
+        if (lookUp != "none") kernel.sendFaults = {1000};
+        if (registration != 0) kernel.sendFaults.push_back(-registration);
+        const std::optional<bool> result = kernel.run(*thread);
+        std::string text;
+        for (std::string said : takeLog()) {
+            said = std::regex_replace(said, std::regex("mEventFd " + fd + "$"), "mEventFd FD");
+            text += std::regex_replace(said, std::regex("pid " + pid), "pid PID") + "\n";
+        }
+        return text + (result ? "ended, " + std::to_string(*result) : "goes on");
+    });
     thread.clear();
-    EXPECT_EQ(fdText(nextFd()), fd);  // no socket stays open
+    EXPECT_EQ(nextFd(), firstFd);  // no socket stays open
 }
 
 // Would catch a family id that is taken from the wrong place or from a reply that is none.

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/fake/FakeLog.h"
 #include "tests/handler/TestEvent.h"
 
 namespace android::kavel {
@@ -12,53 +11,8 @@ namespace {
 
 using fake::event;
 
-class EventListTest : public testing::Test {
-  protected:
-    void SetUp() override {
-        fake::captureLog();
-        fake::clearLog();
-    }
-};
-
-// Would catch a wrong limit, a sign that is ignored, and ids that are compared with each other.
-TEST_F(EventListTest, RepeatedAbnormalActionIsRefused) {
-    struct {
-        long present, added;
-        int64_t gap;
-        const char* refusal;
-    } const rows[] = {
-            {0xF01, 0xF03, 10, "difftime 10.000000.\n"},
-            {0xF01, 0xF01, 29, "difftime 29.000000.\n"},
-            {0xF05, 0xF01, -90, "difftime -90.000000.\n"},
-            {0xF02, 0xF02, 0, "difftime 0.000000.\n"},
-            {0xF01, 0xF03, 30, nullptr},
-            {0xF01, 0xF01, 31, nullptr},
-            {0xF00, 0xF01, 0, nullptr},
-            {0xF01, 0xF06, 0, nullptr},
-            {0x3, 0x3, 0, nullptr},
-    };
-    for (const auto& row : rows) {
-        fake::clearLog();
-        EventList list;
-        const auto first = event(row.present);
-        EXPECT_TRUE(list.place(first));
-        EXPECT_TRUE(list.place(event(0x3, 5)));
-        auto second = event(row.added, row.gap);
-        const std::weak_ptr<KavelEvent> released = second;
-        EXPECT_EQ(list.place(second), row.refusal == nullptr) << row.present << " " << row.gap;
-        second.reset();
-        EXPECT_EQ(released.expired(), row.refusal != nullptr);
-        EXPECT_EQ(list.records().size(), row.refusal == nullptr ? 3u : 2u);
-        EXPECT_EQ(fake::logCount("Event dumped since duplicate abnormal action, "),
-                  row.refusal == nullptr ? 0u : 1u);
-        if (row.refusal != nullptr) {
-            EXPECT_EQ(fake::logCount(row.refusal), 1u) << row.refusal;
-        }
-    }
-}
-
 // Would catch a ring that grows, loses its order, keeps what it evicts, or frees what is in use.
-TEST_F(EventListTest, KeepsTheLast31) {
+TEST(EventList, KeepsTheLast31) {
     EventList list;
     EXPECT_TRUE(list.isEmpty());
     std::vector<std::weak_ptr<KavelEvent>> placed;
@@ -80,7 +34,7 @@ TEST_F(EventListTest, KeepsTheLast31) {
 }
 
 // Would catch an id that a record outside the list, still being caught, has already.
-TEST_F(EventListTest, IdsAreUniqueAmongLiveRecords) {
+TEST(EventList, IdsAreUniqueAmongLiveRecords) {
     // The generator starts anew at each draw: within a second it offers the same numbers again.
     EventList list;
     std::vector<std::shared_ptr<KavelEvent>> held;
@@ -91,6 +45,24 @@ TEST_F(EventListTest, IdsAreUniqueAmongLiveRecords) {
         EXPECT_TRUE(ids.insert(held.back()->kavelEventId).second) << i;
         EXPECT_EQ(ids.count(list.generateKavelEventId()), 0u);
     }
+}
+
+// Would catch a ring that starts at the head, loses a record, or holds others than an evicted one.
+TEST(EventList, RingStartsAtTheMainRecord) {
+    EventList list;
+    std::vector<EventRef> records;
+    for (int i = 0; i < 33; ++i) {
+        const auto added = event(0x3, i);
+        list.place(added);
+        records.push_back(added);
+    }
+    const std::vector<EventRef> ring = list.ringFrom(records[30]);
+    ASSERT_EQ(ring.size(), 31u);
+    EXPECT_EQ(ring[0], records[30]);
+    EXPECT_EQ(ring[2], records[32]);
+    EXPECT_EQ(ring[3], records[2]);
+    EXPECT_EQ(ring[30], records[29]);
+    EXPECT_EQ(list.ringFrom(records[1]), std::vector<EventRef>{records[1]});
 }
 
 }  // namespace

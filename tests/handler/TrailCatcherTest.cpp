@@ -49,44 +49,6 @@ class TrailCatcherTest : public testing::Test {
     int mPlaced = 0;
 };
 
-// Would catch an event of the window that gets a folder or a pack of its own.
-TEST_F(TrailCatcherTest, EventsOfOneWindowShareAFolder) {
-    const auto first = placed(0x1, "one");  // no window configured: the default combines
-    const auto second = placed(0x2, "two");
-    mCatcher.trailKavelLogCatcher(first);
-    EXPECT_TRUE(mDump.combinedDumpRunning);
-    mCatcher.trailKavelLogCatcher(second);
-    EXPECT_EQ(folders(), 1u);
-    const Lines started = fake::takeDumpThreads();
-    EXPECT_EQ(started,
-              (Lines{thread("immediate", *first, *first), thread("continuous", *first, *first),
-                     thread("immediate", *second, *first)}));
-    // The window is over: the next one opens another.
-    mDump.combinedDumpRunning = false;
-    const auto third = placed(0x2, "three");
-    mCatcher.trailKavelLogCatcher(third);
-    EXPECT_EQ(fake::takeDumpThreads(),
-              (Lines{thread("immediate", *third, *third), thread("continuous", *third, *third)}));
-}
-
-// Would catch an abnormal action, or an event without a window, in another event's folder.
-TEST_F(TrailCatcherTest, EventsWithoutAWindowAreCaughtAlone) {
-    mParameters.setTimeWindow(0xF03, 30000);
-    mParameters.setTimeWindow(0x2, 999);
-    mCatcher.trailKavelLogCatcher(placed(0x1, "opens"));
-    fake::takeDumpThreads();
-    for (const long eventId : {0xF03L, 0x2L}) {
-        for (const bool running : {true, false}) {
-            mDump.combinedDumpRunning = running;
-            const auto alone = placed(eventId, "alone");
-            mCatcher.trailKavelLogCatcher(alone);
-            EXPECT_EQ(fake::takeDumpThreads(), (Lines{thread("immediate", *alone, *alone),
-                                                      thread("continuous", *alone, *alone)}));
-            EXPECT_EQ(mDump.combinedDumpRunning, running);
-        }
-    }
-}
-
 // Would catch a join that reads the folder's name before it is known.
 TEST_F(TrailCatcherTest, EventJoinsWhileTheFolderIsBeingMade) {
     const auto first = placed(0x1, "one");

@@ -70,11 +70,8 @@ TEST_F(LogcatTest, RefusesWhatItDoesNotKnow) {
         const char* reason;
     } cases[] = {
             {"logcat -d -Q", "unknown option '-Q'"},
-            {"logcat -d -v json", "'json' is no value for option '-v'"},
             {"logcat -t -1", "'-1' is no value for option '-t'"},
-            {"logcat -d -b", "option '-b' needs a value"},
             {"logcat -d tag:Q", "'tag:Q' is not TAG or TAG:PRIORITY"},
-            {"log -p q text", "unknown priority 'q'"},
             {"log", "no message"},
     };
     for (const auto& each : cases) {
