@@ -4,7 +4,6 @@
 
 #include <android-base/properties.h>
 #include <android-base/stringprintf.h>
-#include <android-base/strings.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <utils/SystemClock.h>
@@ -60,12 +59,9 @@ class KeventDecoding : public testing::Test {
     }
 };
 
-/** Receives the packet "TYPE EVENT PAYLOAD"; what came of it. */
-std::string resultOf(const std::string& packet) {
-    const size_t eventId = packet.find(' ') + 1;
-    const size_t payload = packet.find(' ', eventId) + 1;
-    EXPECT_TRUE(receive(static_cast<uint32_t>(std::stoul(packet)), packet.substr(payload),
-                        packet.substr(eventId, payload - 1 - eventId)));
+/** Receives the packet "> TYPE EVENT PAYLOAD"; what came of it. */
+std::string resultOf(const test::ScriptLine& packet) {
+    EXPECT_TRUE(receive(static_cast<uint32_t>(packet.number(1)), packet.rest(3), packet.word(2)));
     std::string result;
     EXPECT_EQ(fake::logCount("KavelRecvKeventFunc called\n"), 1U);
     for (const std::string& line : fake::takeLog()) {
@@ -95,17 +91,16 @@ std::string resultOf(const std::string& packet) {
 TEST_F(KeventDecoding, PacketsLeadToWhatTheGoldenFileSays) {
     std::string last;
     int64_t now = kNow;
-    test::expectScript(KAVEL_GOLDEN_DIR "/decoding.txt", [&](const std::string& line) {
-        const std::vector<std::string> words = base::Split(line, " ");
-        if (words[0] == "clock") {
-            now = std::stoll(words[1]);
-            last = words[2];
+    test::expectScript(KAVEL_GOLDEN_DIR "/decoding.txt", [&](const test::ScriptLine& line) {
+        if (line.verb() == "clock") {
+            now = line.number(1);
+            last = line.word(2);
             return std::string();
         }
         SetUp();
         base::SetProperty(kLastDump, std::exchange(last, ""));
         sElapsedMs = std::exchange(now, kNow);
-        return resultOf(line.substr(2));
+        return resultOf(line);
     });
 }
 

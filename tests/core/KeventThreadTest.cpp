@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <cstdio>
 #include <regex>
 
 #include <sys/socket.h>
@@ -117,17 +116,14 @@ TEST_F(KeventThread, RegistersAsTheKernelExpects) {
 TEST_F(KeventThread, SetsUpAsInTheGoldenFile) {
     const int firstFd = nextFd();
     const std::string pid = std::to_string(getpid());
-    test::expectScript(KAVEL_GOLDEN_DIR "/set_up.txt", [&](const std::string& line) {
-        char release[32] = {};
-        char answer[8] = {};
-        int registration = 0;
-        EXPECT_EQ(sscanf(line.c_str(), "release %31s socket %d bind %d look-up %7s registration %d",
-                         release, &kernel.socketError, &kernel.bindError, answer, &registration),
-                  5);
-        const std::string lookUp = answer;
+    test::expectScript(KAVEL_GOLDEN_DIR "/set_up.txt", [&](const ScriptLine& line) {
         thread = new KavelKeventThread(keepPacket);
         const std::string fd = std::to_string(nextFd());
-        kernel.release = release == std::string("none") ? "" : release;
+        const std::string lookUp = line.option("look-up");
+        const int registration = std::stoi(line.option("registration"));
+        kernel.release = line.option("release");
+        kernel.socketError = std::stoi(line.option("socket"));
+        kernel.bindError = std::stoi(line.option("bind"));
         kernel.messages.clear();
         if (lookUp == "known") kernel.messages = {familyReply(0x1c)};
         if (lookUp == "unknown") kernel.messages = {"junk"};

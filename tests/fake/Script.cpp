@@ -5,6 +5,7 @@
 #include <regex>
 #include <sstream>
 
+#include <android-base/strings.h>
 #include <gtest/gtest.h>
 
 namespace android::kavel::test {
@@ -31,8 +32,24 @@ std::string abridged(std::string text) {
 
 }  // namespace
 
+ScriptLine::ScriptLine(const std::string& text) : mWords(base::Split(text, " ")) {}
+
+std::string ScriptLine::rest(size_t i) const {
+    return i < mWords.size()
+                   ? base::Join(std::vector(mWords.begin() + static_cast<long>(i), mWords.end()),
+                                ' ')
+                   : "";
+}
+
+std::string ScriptLine::option(const std::string& name) const {
+    for (const std::string& word : mWords) {
+        if (word.rfind(name + "=", 0) == 0) return word.substr(name.size() + 1);
+    }
+    return "";
+}
+
 void expectScript(const std::string& path,
-                  const std::function<std::string(const std::string& line)>& follow) {
+                  const std::function<std::string(const ScriptLine& line)>& follow) {
     std::string expected;
     std::string actual;
     std::ifstream file(path);
@@ -41,7 +58,7 @@ void expectScript(const std::string& path,
         if (line.rfind("    ", 0) == 0) continue;
         actual += line + "\n";
         if (line.empty() || line[0] == '#') continue;
-        std::istringstream results(follow(expanded(line)));
+        std::istringstream results(follow(ScriptLine(expanded(line))));
         for (std::string result; std::getline(results, result);) {
             if (!result.empty()) actual += "    " + abridged(result) + "\n";
         }

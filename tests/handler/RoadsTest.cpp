@@ -1,8 +1,8 @@
+#include <cinttypes>
 #include <map>
 #include <memory>
 #include <regex>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <android-base/properties.h>
@@ -51,6 +51,8 @@ CommonPlxServiceManager* CommonPlxServiceManager::getDefaultCommonPlxServiceMana
 namespace kavel {
 namespace {
 
+using test::ScriptLine;
+using test::ScriptVerbs;
 using Words = std::vector<std::string>;
 
 /** The framework's side: logs what it is asked. */
@@ -92,111 +94,39 @@ class Roads : public testing::TestWithParam<std::string> {
     }
 
     /** Does what a line of the script says; what came of it. */
-    std::string follow(const std::string& text) {
-        const Line line(text);
-        const std::string& verb = line.words[0];
+    std::string follow(const ScriptLine& line) {
         fake::clearLog();
         mSays.clear();
-        if (!world(line) && !records(line)) {
-            if (verb == ">") {
-                handle(line);
-            } else if (verb == "abnormal") {
-                mHandler->commercial.commerialAbnormalActionKavelEventLogCatcher(record(line));
-            } else if (verb == "technical") {
-                mHandler->commercial.commerialTechnicalKavelEventLogCatcher(record(line));
-            } else if (verb == "trail") {
-                mHandler->trail.trailKavelLogCatcher(record(line));
-            } else {
-                ADD_FAILURE() << text;
-            }
-        }
-        return outcome(verb) + mSays;
+        const auto verb = mVerbs.find(line.verb());
+        if (verb == mVerbs.end()) return "no such verb";
+        verb->second(line);
+        return outcome(line.verb()) + mSays;
     }
 
   private:
-    /** A line's words, and those of the form NAME=VALUE. */
-    struct Line {
-        explicit Line(const std::string& text) : words(base::Split(text, " ")) {
-            for (const std::string& word : words) {
-                const size_t equals = word.find('=');
-                if (equals != std::string::npos) {
-                    values[word.substr(0, equals)] = word.substr(equals + 1);
-                }
-            }
-        }
-        long number(size_t i) const { return std::stol(words.at(i), nullptr, 0); }
-        std::string value(const std::string& name) const {
-            const auto found = values.find(name);
-            return found == values.end() ? "" : found->second;
-        }
+    using Line = const ScriptLine&;
 
-        Words words;
-        std::map<std::string, std::string> values;
-    };
-
-    bool world(const Line& line) {
-        const std::string& verb = line.words[0];
-        const std::string& last = line.words.back();
-        if (verb == "boot" || verb == "fresh") {
-            mHeld.clear();
-            mRecords.clear();
-            mHandler = std::make_unique<Handler>(mParameters);
-        } else if (verb == "set") {
-            base::SetProperty(line.words[1], line.words.size() > 2 ? last : "");
-        } else if (verb == "name") {
-            mParameters.setEventIdMap(0, line.number(1), last);
-        } else if (verb == "recover") {
-            mParameters.setRecoverId(line.number(1), line.number(2));
-        } else if (verb == "window") {
-            mParameters.setTimeWindow(line.number(1), line.number(2));
-        } else if (verb == "processes") {
-            fake::setProcesses({{50, fake::process(1000, "system")},
-                                {static_cast<int>(line.number(1)), fake::process(1000, last)}});
-        } else if (verb == "client") {
-            hasClient = last == "there";
-        } else if (verb == "panic") {
-            fake::refusePanic(last == "refused");
-        } else if (verb == "framework") {
-            mFramework->fails = last == "fails";
-            defaultServiceManager()->addService(String16("kavel"), mFramework);
-        } else {
-            return false;
-        }
-        return true;
+    void boot() {
+        mHeld.clear();
+        mRecords.clear();
+        mHandler = std::make_unique<Handler>(mParameters);
     }
-
     /** Records are known by their numbers, the first one's is 1. */
-    bool records(const Line& line) {
-        const std::string& verb = line.words[0];
-        if (verb == "record" || verb == "place") {
-            mRecords.push_back(fake::event(line.number(2), line.number(1), line.value("process"),
-                                           atoi(line.value("loginfo").c_str())));
-            mRecords.back()->kavelEventId = -static_cast<int32_t>(mRecords.size());
-            if (verb == "place" && !mHandler->events.place(mRecords.back())) mSays = "refused\n";
-        } else if (verb == "hold") {
-            mHeld[line.number(1)] = mHandler->dump.catches.add(record(line));
-        } else if (verb == "note") {
-            mHeld.at(line.number(1))->commercial.addRelatedEvent("itself");
-        } else if (verb == "bits") {
-            mHeld.at(line.number(1))->commercial.setLogInfo(static_cast<int32_t>(line.number(2)));
-        } else if (verb == "window-over") {
-            mHandler->dump.combinedDumpRunning = false;
-        } else {
-            return false;
-        }
-        return true;
-    }
-    const std::shared_ptr<KavelEvent>& record(const Line& line) {
+    const std::shared_ptr<KavelEvent>& record(Line line) {
         return mRecords.at(static_cast<size_t>(line.number(1)) - 1);
     }
-
-    void handle(const Line& line) {
-        const KavelExtraInfo extra = {line.value("process"), line.value("version"),
-                                      line.value("type")};
+    void addRecord(Line line) {
+        mRecords.push_back(fake::event(line.number(2), line.number(1), line.option("process"),
+                                       atoi(line.option("loginfo").c_str())));
+        mRecords.back()->kavelEventId = -static_cast<int32_t>(mRecords.size());
+    }
+    void handle(Line line) {
+        const KavelExtraInfo extra = {line.option("process"), line.option("version"),
+                                      line.option("type")};
         const KavelTimestamp time = fake::event(0, 100 * ++mEvents)->timestamp;
         mHandler->steps.kavelEventHandleThread(std::make_shared<KavelEvent>(
-                line.number(1), &time, 3, atoi(line.value("pid").c_str()),
-                atoi(line.value("uid").c_str()), &extra));
+                line.number(1), &time, 3, atoi(line.option("pid").c_str()),
+                atoi(line.option("uid").c_str()), &extra));
         EXPECT_EQ(fake::logCount("dravo_statistic_common kavel event upload.\n"), 1u);
         // No thread of the monitor may log during the exit.
         if (fake::logCount("insert monitor list") > 0) fake::awaitLog("read A proc failed.");
@@ -222,8 +152,8 @@ class Roads : public testing::TestWithParam<std::string> {
         for (const auto& [number, held] : mHeld) {
             if (!isCatcher) break;
             const CommercialNotes& notes = held->commercial;
-            text += base::StringPrintf("catch %ld: [%s] related %d, log-info 0x%x\n", number,
-                                       base::Join(notes.relatedEvents(), ", ").c_str(),
+            text += base::StringPrintf("catch %" PRId64 ": [%s] related %d, log-info 0x%x\n",
+                                       number, base::Join(notes.relatedEvents(), ", ").c_str(),
                                        notes.hasRelatedEvents(),
                                        static_cast<uint32_t>(notes.logInfo()));
         }
@@ -244,13 +174,61 @@ class Roads : public testing::TestWithParam<std::string> {
         return words[3].empty() ? text : text + " " + words[3];
     }
 
+    const ScriptVerbs mVerbs = {
+            // The world.
+            {"boot", [this](Line) { boot(); }},
+            {"fresh", [this](Line) { boot(); }},
+            {"set", [](Line l) { base::SetProperty(l.word(1), l.word(2)); }},
+            {"name", [this](Line l) { mParameters.setEventIdMap(0, l.number(1), l.word(2)); }},
+            {"recover", [this](Line l) { mParameters.setRecoverId(l.number(1), l.number(2)); }},
+            {"window", [this](Line l) { mParameters.setTimeWindow(l.number(1), l.number(2)); }},
+            {"processes",
+             [](Line l) {
+                 fake::setProcesses(
+                         {{50, fake::process(1000, "system")},
+                          {static_cast<int>(l.number(1)), fake::process(1000, l.word(2))}});
+             }},
+            {"client", [](Line l) { hasClient = l.word(1) == "there"; }},
+            {"panic", [](Line l) { fake::refusePanic(l.word(1) == "refused"); }},
+            {"framework",
+             [this](Line l) {
+                 mFramework->fails = l.word(1) == "fails";
+                 defaultServiceManager()->addService(String16("kavel"), mFramework);
+             }},
+            // Events and records.
+            {">", [this](Line l) { handle(l); }},
+            {"record", [this](Line l) { addRecord(l); }},
+            {"place",
+             [this](Line l) {
+                 addRecord(l);
+                 if (!mHandler->events.place(mRecords.back())) mSays = "refused\n";
+             }},
+            {"hold",
+             [this](Line l) { mHeld[l.number(1)] = mHandler->dump.catches.add(record(l)); }},
+            {"note",
+             [this](Line l) { mHeld.at(l.number(1))->commercial.addRelatedEvent("itself"); }},
+            {"bits",
+             [this](Line l) {
+                 mHeld.at(l.number(1))->commercial.setLogInfo(static_cast<int32_t>(l.number(2)));
+             }},
+            {"window-over", [this](Line) { mHandler->dump.combinedDumpRunning = false; }},
+            {"trail", [this](Line l) { mHandler->trail.trailKavelLogCatcher(record(l)); }},
+            {"abnormal",
+             [this](Line l) {
+                 mHandler->commercial.commerialAbnormalActionKavelEventLogCatcher(record(l));
+             }},
+            {"technical",
+             [this](Line l) {
+                 mHandler->commercial.commerialTechnicalKavelEventLogCatcher(record(l));
+             }},
+    };
     const test::TempDir mFolder;
     EventParameters mParameters;
     std::unique_ptr<Handler> mHandler;
     const sp<Framework> mFramework = new Framework;
     int mEvents = 0;
     std::vector<std::shared_ptr<KavelEvent>> mRecords;
-    std::map<long, CatchRef> mHeld;
+    std::map<int64_t, CatchRef> mHeld;
     std::string mSays;
 };
 
@@ -259,7 +237,7 @@ class Roads : public testing::TestWithParam<std::string> {
 // event in another event's folder, or with another selection of those around it.
 TEST_P(Roads, AreAsInTheGoldenFile) {
     test::expectScript(KAVEL_GOLDEN_DIR "/" + GetParam() + ".txt",
-                       [this](const std::string& line) { return follow(line); });
+                       [this](const ScriptLine& line) { return follow(line); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Golden, Roads, testing::Values("catchers", "roads"),
