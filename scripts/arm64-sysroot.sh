@@ -37,7 +37,7 @@ apt install -y --download-only --no-install-recommends $packages || fail "cannot
 echo "arm64: unpacking"
 mkdir -p $sysroot/usr/lib
 ln -s usr/lib $sysroot/lib
-for deb in $state/cache/archives/*.deb; do
+for deb in "$state"/cache/archives/*.deb; do
     dpkg-deb --fsys-tarfile "$deb" |
         tar -x -C $sysroot --keep-directory-symlink --no-same-owner 2>> $log || fail "cannot unpack $deb"
 done

@@ -21,7 +21,10 @@ sanitizers=$sanitizers,implicit-signed-integer-truncation,implicit-unsigned-inte
 
 module=$(sed -n '/name: "dravo_kavel_defaults"/,/^}/ {/cflags/,/]/ s/^ *"\(.*\)",.*/\1/p}' Android.bp)
 sources=$(cut -d ' ' -f 2 build/default/tests/structure/sources.txt)
-[ -n "$module" ] && [ -n "$sources" ] || { echo "check_phone.sh: nothing to compile" >&2; exit 1; }
+if [ -z "$module" ] || [ -z "$sources" ]; then
+    echo "check_phone.sh: nothing to compile" >&2
+    exit 1
+fi
 
 # shellcheck disable=SC2086 # lists are meant to be split
 printf '%s\n' $sources | xargs -P "${JOBS:-$(nproc)}" -I{} clang++ -c {} -o /dev/null \
