@@ -69,7 +69,9 @@ TEST_F(RecoveryActionsTest, MonitorReachesTheHandler) {
     KavelEventHandler::getInstance().doKavelAnrRecoverAction(
             7, 0x10000001, "com.test.kavelanrrecovery", "closeUser");
     EXPECT_TRUE(isAnrRecoveryTested());
-    EXPECT_TRUE(fake::awaitLog("read A proc failed."));  // no thread may log during the exit
+    // Neither thread of the monitor may log during the exit.
+    EXPECT_TRUE(fake::awaitLog("HandleThread::threadLoop]: new THREAD_NAME"));
+    EXPECT_TRUE(fake::awaitLog("read A proc failed."));
 }
 
 }  // namespace

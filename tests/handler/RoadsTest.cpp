@@ -123,14 +123,19 @@ class Roads : public testing::TestWithParam<std::string> {
     void handle(Line line) {
         const KavelExtraInfo extra = {line.option("process"), line.option("version"),
                                       line.option("type")};
-        const KavelTimestamp time = fake::event(0, 100 * ++mEvents)->timestamp;
+        const KavelTimestamp time = fake::event(0, int64_t{100} * ++mEvents)->timestamp;
         mHandler->steps.kavelEventHandleThread(std::make_shared<KavelEvent>(
                 line.number(1), &time, 3, atoi(line.option("pid").c_str()),
                 atoi(line.option("uid").c_str()), &extra));
         EXPECT_EQ(fake::logCount("dravo_statistic_common kavel event upload.\n"), 1u);
-        // No thread of the monitor may log during the exit.
-        if (fake::logCount("insert monitor list") > 0) fake::awaitLog("read A proc failed.");
-        if (fake::logCount("received cancel") > 0) fake::awaitLog("threadLoop]: cancel ");
+        // Neither thread of the monitor may log during the exit.
+        if (fake::logCount("insert monitor list") > 0) {
+            EXPECT_TRUE(fake::awaitLog("HandleThread::threadLoop]: new THREAD_NAME"));
+            EXPECT_TRUE(fake::awaitLog("read A proc failed."));
+        }
+        if (fake::logCount("received cancel") > 0) {
+            EXPECT_TRUE(fake::awaitLog("HandleThread::threadLoop]: cancel "));
+        }
         mHandler->dump.combinedDumpRunning = false;  // its window is over before the next one
     }
 

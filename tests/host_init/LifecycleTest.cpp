@@ -42,18 +42,18 @@ TEST(Lifecycle, WhatIsLeftAfterTheEnd) {
     const auto restart = &Lifecycle::requestRestart;
     const struct {
         const char* name;
-        bool oneshot;
         std::vector<Step (Lifecycle::*)()> requests;
         std::vector<Step> steps;
         State left;
+        bool oneshot;
     } rows[] = {
-            {"crash", false, {}, {}, State::Restarting},
-            {"oneshot", true, {}, {}, State::Stopped},
-            {"stop", false, {stop}, {Step::Kill}, State::Stopped},
-            {"restart", true, {restart}, {Step::Kill}, State::Restarting},
-            {"stop, start", false, {stop, start}, {Step::Kill, Step::Nothing}, State::Restarting},
-            {"restart, stop", false, {restart, stop}, {Step::Kill, Step::Nothing}, State::Stopped},
-            {"start", false, {start}, {Step::Nothing}, State::Restarting},
+            {"crash", {}, {}, State::Restarting, false},
+            {"oneshot", {}, {}, State::Stopped, true},
+            {"stop", {stop}, {Step::Kill}, State::Stopped, false},
+            {"restart", {restart}, {Step::Kill}, State::Restarting, true},
+            {"stop, start", {stop, start}, {Step::Kill, Step::Nothing}, State::Restarting, false},
+            {"restart, stop", {restart, stop}, {Step::Kill, Step::Nothing}, State::Stopped, false},
+            {"start", {start}, {Step::Nothing}, State::Restarting, false},
     };
     for (const auto& row : rows) {
         Lifecycle life = running(row.oneshot, BootTime(0));
