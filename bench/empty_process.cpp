@@ -1,5 +1,5 @@
-// The measure for what the daemon costs while idle: a process with the same libraries and as many
-// threads, all asleep.
+// The measure for what the daemon costs: a process with the same libraries and as many threads, all
+// asleep. bench_empty_process [THREADS [SERVICE]], where SERVICE is a name to register under.
 
 #include <cstdlib>
 #include <thread>
@@ -7,12 +7,16 @@
 #include <unistd.h>
 
 #include <android/log.h>
-#include <utils/RefBase.h>
+#include <binder/Binder.h>
+#include <binder/IServiceManager.h>
+
+using namespace android;  // NOLINT(google-build-using-namespace): a program of its own
 
 int main(int argc, char** argv) {
     const int threads = argc > 1 ? atoi(argv[1]) : 1;
     for (int i = 1; i < threads; ++i) std::thread([] { pause(); }).detach();
-    const android::sp<android::RefBase> linked;
+    const sp<BBinder> service = new BBinder;
+    if (argc > 2) defaultServiceManager()->addService(String16(argv[2]), service);
     pause();
     return 0;
 }

@@ -28,3 +28,35 @@ kill "$empty"
 
 # The commands that complain of a desktop's /proc say the same in both.
 "$bench/catch_bench" 2> /dev/null
+
+# What catches cost while their windows are open, once the commands of their first round have ended.
+catches=20
+private() { awk '/^Private_(Clean|Dirty)/ {n += $2} END {print n}' /proc/"$1"/smaps_rollup; }
+children() { cat /proc/"$daemon"/task/*/children; }
+await_round() {
+    until [ "$(ls /data/persist_log/kavel30 | wc -l)" = "$1" ]; do sleep 0.1; done
+    local quiet
+    for ((quiet = 0; quiet < 10; quiet++)); do
+        [ -z "$(children)" ] || quiet=0
+        sleep 0.05
+    done
+}
+# An abnormal action has a folder of its own, unless the list still holds another: others push it out.
+catch_on() {
+    local filler
+    kavelctl send 0xF01 --log-info 0x3 > /dev/null
+    for filler in {1..31}; do kavelctl send 0x402 > /dev/null; done
+}
+kavelctl set 0xF01 --name catch --enable --window 600000 > /dev/null
+catch_on
+await_round 1
+before=$(private "$daemon")
+for ((i = 0; i < catches; i++)); do catch_on; done
+await_round $((catches + 1))
+awk -v n=$catches -v before="$before" -v after="$(private "$daemon")" 'BEGIN {
+    printf "memory: %.1f kB for each of %d catches in flight (budget 25)\n", (after - before) / n, n}'
+
+setprop ctl.stop dravo_kavel
+while kill -0 "$daemon" 2> /dev/null; do sleep 0.1; done
+rm -rf /data/persist_log/kavel30/*
+"$bench/start_bench" "$(command -v dravo_kavel)" "$bench/bench_empty_process" 2> /dev/null

@@ -1,13 +1,18 @@
 // The task pool beside Boost.Asio's thread_pool: the cost of one small task, committed by one
-// thread and run by five.
+// thread and run by five. And a burst of commands through it, beside the same from xargs.
 
 #include <atomic>
+#include <cstdlib>
+#include <future>
+#include <string>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 
 #include "dump/KavelThreadPool.h"
+#include "platform/Shell.h"
 
 namespace {
 
@@ -40,8 +45,32 @@ void asioPool(benchmark::State& state) {
     pool.join();
 }
 
+constexpr int kBurst = 30;
+
+void kavelBurst(benchmark::State& state) {
+    std::KavelThreadPool pool("bench_tp_", kThreads, kThreads);
+    pool.addThread(kThreads);
+    for ([[maybe_unused]] auto _ : state) {
+        std::vector<std::future<void>> commands(kBurst);
+        for (std::future<void>& command : commands) {
+            command = pool.commit([] { android::kavel::runShell("true"); });
+        }
+        for (const std::future<void>& command : commands) command.wait();
+    }
+}
+
+void xargsBurst(benchmark::State& state) {
+    const std::string command = "seq " + std::to_string(kBurst) + " | xargs -n1 -P" +
+                                std::to_string(kThreads) + " sh -c true";
+    for ([[maybe_unused]] auto _ : state) {
+        if (system(command.c_str()) != 0) state.SkipWithError("no xargs");
+    }
+}
+
 BENCHMARK(kavelPool)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(asioPool)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(kavelBurst)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(xargsBurst)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -1,0 +1,94 @@
+// From exec to a registered service: the daemon beside an empty process with the same libraries and
+// as many threads. Runs inside the simulated phone while its own daemon is stopped:
+// start_bench DAEMON EMPTY_PROCESS.
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <binder/IServiceManager.h>
+
+namespace android::kavel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+constexpr int kStarts = 15;
+constexpr const char* kEmptyService = "EmptyProcessService";
+
+size_t threadsOf(pid_t pid) {
+    const std::filesystem::directory_iterator tasks("/proc/" + std::to_string(pid) + "/task");
+    return static_cast<size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+bool isRegistered(const String16& service) {
+    return defaultServiceManager()->checkService(service) != nullptr;
+}
+
+/** Starts @p arguments, ends it again; how long its @p service took, and how many threads it has.
+ */
+Milliseconds timeStart(std::vector<std::string> arguments, const char* service, size_t* threads) {
+    const String16 name(service);
+    if (isRegistered(name)) {
+        fprintf(stderr, "start_bench: %s runs already\n", service);
+        exit(1);
+    }
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+
+    pid_t pid = 0;
+    const Clock::time_point start = Clock::now();
+    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) abort();
+    while (!isRegistered(name)) std::this_thread::sleep_for(std::chrono::microseconds(100));
+    const Milliseconds taken = Clock::now() - start;
+    *threads = threadsOf(pid);
+
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    posix_spawn_file_actions_destroy(&actions);
+    while (isRegistered(name)) std::this_thread::yield();
+    return taken;
+}
+
+double median(std::vector<double> values) {
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
+
+int run(const char* daemon, const char* empty) {
+    std::vector<double> ours;
+    std::vector<double> theirs;
+    for (int i = 0; i < kStarts; ++i) {
+        size_t threads = 0;
+        ours.push_back(timeStart({daemon}, "KavelBinderService", &threads).count());
+        const std::string count = std::to_string(threads);
+        theirs.push_back(timeStart({empty, count, kEmptyService}, kEmptyService, &threads).count());
+    }
+    printf("start to service: daemon %.1f ms, empty process %.1f ms, ratio %.2f (budget 2)\n",
+           median(ours), median(theirs), median(ours) / median(theirs));
+    return 0;
+}
+
+}  // namespace
+}  // namespace android::kavel
+
+int main(int argc, char** argv) {
+    if (argc != 3) return 2;
+    return android::kavel::run(argv[1], argv[2]);
+}
