@@ -252,6 +252,7 @@ ssize_t __wrap_recvfrom(int fd, void* data, size_t size, int flags, sockaddr* ad
     const ssize_t received =
             __real_recvfrom(fd, data, size, flags | MSG_DONTWAIT, address, addressSize);
     if (received < 0 && errno == EAGAIN) throw NothingLeft();
+    reinterpret_cast<sockaddr_nl*>(address)->nl_pid = 0;  // stands for the kernel
     return received;
 }
 }

@@ -144,10 +144,11 @@ bool KavelKeventThread::registerWithKernel() {
 
 int KavelKeventThread::genlGetFamilyId(const char* name) {
     MutexLock lock(mLock);
-    // The control family answers also a request whose sending seemed to fail.
-    genlSendMsg(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, 1, CTRL_ATTR_FAMILY_NAME, name,
-                static_cast<uint16_t>(strlen(name) + 1));
-    const ssize_t received = recv(mEventFd.get(), &mMsgBuf, sizeof(mMsgBuf), 0);
+    const int result = genlSendMsg(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, 1, CTRL_ATTR_FAMILY_NAME, name,
+                                   static_cast<uint16_t>(strlen(name) + 1));
+    // The kernel answers within the send; one that failed may be waited for in vain, and for ever.
+    const int flags = result == 0 ? 0 : MSG_DONTWAIT;
+    const ssize_t received = recv(mEventFd.get(), &mMsgBuf, sizeof(mMsgBuf), flags);
     return kavel::familyIdOf(mMsgBuf, received);
 }
 
@@ -206,6 +207,14 @@ int KavelKeventThread::receiveLocked(const char* startLine) {
     const ssize_t received = recvfrom(mEventFd.get(), mRecvData.get(), kKeventDataSize, 0,
                                       reinterpret_cast<sockaddr*>(&source), &sourceSize);
     const int error = received < 0 ? errno : 0;
+    if (received > 0 && source.nl_pid != 0) {
+        // Privileged processes may send to each other's netlink ports; only the kernel is believed.
+        if (mForeignPackets.add()) {
+            LOG_SETUP("KavelKeventThread packet of port %u dropped, %" PRIu64 " so far\n",
+                      source.nl_pid, mForeignPackets.count());
+        }
+        return -EINVAL;
+    }
     if (received > 0) {
         mReceiveFailures.reset();
         return static_cast<int>(received);

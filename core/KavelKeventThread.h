@@ -64,6 +64,7 @@ class KavelKeventThread : public Thread {
     int mFamilyId = 0;
     kavel::GenlMessage mMsgBuf GUARDED_BY(mLock) = {};
     kavel::RepeatCounter mReceiveFailures GUARDED_BY(mLock);
+    kavel::RepeatCounter mForeignPackets GUARDED_BY(mLock);
 };
 
 }  // namespace android

@@ -128,7 +128,7 @@ TEST_F(KeventThread, SetsUpAsInTheGoldenFile) {
         if (lookUp == "known") kernel.messages = {familyReply(0x1c)};
         if (lookUp == "unknown") kernel.messages = {"junk"};
         kernel.sendFaults.clear();
-        if (lookUp != "none") kernel.sendFaults = {1000};
+        if (lookUp != "none") kernel.sendFaults = {lookUp == "lost" ? -ENOBUFS : 1000};
         if (registration != 0) kernel.sendFaults.push_back(-registration);
         const std::optional<bool> result = kernel.run(*thread);
         std::string text;
@@ -175,6 +175,19 @@ TEST_F(KeventThread, FamilyLookUpAnswers) {
             EXPECT_EQ(result, std::nullopt);
             EXPECT_EQ(registration.substr(4, 2), number(static_cast<uint64_t>(familyId), 2));
         }
+    }
+}
+
+// Would catch a process that passes for the kernel.
+TEST_F(KeventThread, OnlyTheKernelIsBelieved) {
+    kernel.sender = 4711;
+    runWith(std::vector<std::string>(3, genlMessage(3, packet(3, "t", "e", "p"))));
+    EXPECT_TRUE(sDelivered.empty());
+    const std::vector<std::string> log = takeLog();
+    for (const auto& [line, times] :
+         {std::pair{"E KavelKeventThread packet of port 4711 dropped, 2 so far", 1},
+          std::pair{"E KavelKeventThread packet of port 4711 dropped, 3 so far", 0}}) {
+        EXPECT_EQ(std::count(log.begin(), log.end(), line), times) << line;
     }
 }
 

@@ -174,12 +174,15 @@ ssize_t __wrap_recvfrom(int fd, void* data, size_t size, int flags, sockaddr* ad
     if (const std::optional<int> fault = nextFault(sKernel->receiveFaults)) {
         return *fault < 0 ? fail(-*fault) : 0;
     }
-    return orNothingLeft(__real_recvfrom(fd, data, size, MSG_DONTWAIT, address, addressSize));
+    const ssize_t received = __real_recvfrom(fd, data, size, MSG_DONTWAIT, address, addressSize);
+    *reinterpret_cast<sockaddr_nl*>(address) = port(sKernel->sender);
+    return orNothingLeft(received);
 }
 
 ssize_t __wrap_recv(int fd, void* data, size_t size, int flags) {
     if (!isChannel(fd)) return __real_recv(fd, data, size, flags);
-    sKernel->isWellAddressed &= flags == 0 && size == 1032;
+    sKernel->isWellAddressed &= size == 1032;
+    if (flags != 0) return __real_recv(fd, data, size, flags);
     return orNothingLeft(__real_recv(fd, data, size, MSG_DONTWAIT));
 }
 }

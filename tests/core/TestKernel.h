@@ -29,6 +29,7 @@ class TestKernel {
     int bindError = 0;                  ///< errno of bind(), or 0
     bool mayForceBuffer = true;         ///< whether SO_RCVBUFFORCE is permitted
     std::vector<std::string> messages;  ///< sent as soon as the socket is bound
+    uint32_t sender = 0;                ///< port that the packets come from; 0: the kernel's
     std::deque<int> sendFaults;         ///< per send: -errno, or at most that many bytes
     std::deque<int> receiveFaults;      ///< per receive: -errno, or 0
 
