@@ -23,7 +23,6 @@ namespace android {
 
 using base::StringPrintf;
 using kavel::CatchRef;
-using kavel::FrameworkReply;
 using kavel::TraceScan;
 
 namespace {
@@ -59,35 +58,6 @@ constexpr TraceScan kPreAnrTrace = {kAnrDirectory,
                                     "[dravo_kavel packPreAnrTrace]: ",
                                     "[dravo_kavel packPreAnrTrace]: anrTracePath not found.\n"};
 
-/** Logs the end of a request, as @p step. */
-void logReply(const char* step, const FrameworkReply& reply) {
-    using Outcome = FrameworkReply::Outcome;
-    switch (reply.outcome) {
-        case Outcome::NoService:
-            KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel %s]: binder service kavel does not exist.\n",
-                       step);
-            return;
-        case Outcome::Busy:
-            KAVEL_LOGE(KAVEL_NO_TAG,
-                       "[dravo_kavel %s]: binder service kavel is still busy with an earlier "
-                       "request, skipped.\n",
-                       step);
-            return;
-        case Outcome::Late:
-            KAVEL_LOGE(KAVEL_NO_TAG,
-                       "[dravo_kavel %s]: binder service kavel has not replied in time.\n", step);
-            return;
-        case Outcome::Answered:
-            break;
-    }
-    if (reply.status != OK) {
-        KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel %s]: binder service kavel failed with error.\n",
-                   step);
-    }
-    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel %s]: binder service kavel replied: %d.\n", step,
-               reply.value);
-}
-
 CatchRef findCatch(const char* step, int kavelEventId) {
     CatchRef running = kavel::dumpContext().catches.find(kavelEventId);
     if (running == nullptr) {
@@ -114,12 +84,14 @@ void KavelDumpUtilThread::callFrameworkDumpANRTrace(int kavelEventId) {
     const kavel::TraceSection trace("callFrameworkDumpANRTrace");
     const CatchRef running = findCatch("callFrameworkDumpANRTrace", kavelEventId);
     if (running == nullptr) return;
-    logReply("callFrameworkBinderDemo", kavel::callFramework(kDumpAnrTrace, running->event->pid));
+    kavel::logFrameworkReply("callFrameworkBinderDemo", ANDROID_LOG_INFO,
+                             kavel::callFramework(kDumpAnrTrace, {running->event->pid}));
 }
 
 void KavelDumpUtilThread::callFrameworkDumpSystrace() {
     const kavel::TraceSection trace("callFrameworkDumpSystrace");
-    logReply("callFrameworkDumpSystrace", kavel::callFramework(kDumpSystemTrace));
+    kavel::logFrameworkReply("callFrameworkDumpSystrace", ANDROID_LOG_INFO,
+                             kavel::callFramework(kDumpSystemTrace));
 }
 
 int KavelDumpUtilThread::dumpSystemServerTraces(int kavelEventId, std::string /*path*/) {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "handler/AnrNotice.h"
+#include "platform/FrameworkCall.h"
 #include "platform/Log.h"
 #include "platform/ProcFs.h"
 #include "platform/ProcText.h"
@@ -19,8 +19,10 @@ namespace {
 
 enum RecoverId : int64_t { kAnr = 1, kFrameworkRestart = 2, kKernelPanic = 3 };
 
-/** The only application whose failed recovery takes the phone down: the one that tests it. */
+/** While a recovery of this application is under way, a failed one takes the phone down. */
 constexpr const char* kTestPackage = "com.test.kavelanrrecovery";
+
+constexpr uint32_t kAnrRecoveryBegun = 8;  // of android.os.IKavelManager
 
 constexpr size_t kCmdlineSize = 4096;
 
@@ -77,7 +79,8 @@ void RecoveryActions::doKavelAnrRecoverAction(int pid, long eventId, const std::
     if (isTest) mIsKavelAnrTesting = true;
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel doKavelAnrRecoverAction]: start anr recover");
     monitor.monitor(pid, false);
-    notifyFrameworkOfAnr(pid, eventId);
+    logFrameworkReply("doKavelAnrRecoverAction", ANDROID_LOG_ERROR,
+                      callFramework(kAnrRecoveryBegun, {pid, int64_t{eventId}}));
 }
 
 int RecoveryActions::doKavelWmRebootAction() {

@@ -1,12 +1,14 @@
 #include "platform/FrameworkCall.h"
 
 #include <memory>
+#include <optional>
 #include <set>
 #include <thread>
+#include <utility>
 
+#include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
 
-#include "platform/FrameworkService.h"
 #include "platform/Mutex.h"
 
 namespace android::kavel {
@@ -52,27 +54,48 @@ struct Answer {
     std::optional<FrameworkReply> reply GUARDED_BY(lock);
 };
 
-FrameworkReply ask(uint32_t code, std::optional<int32_t> argument) {
+/** The framework's service; null where it is not there after five seconds. */
+sp<IBinder> frameworkService() {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    // The calls that replace it either give up at once, while the framework restarts, or wait for
+    // ever where there is none.
+    return defaultServiceManager()->getService(String16("kavel"));
+#pragma GCC diagnostic pop
+}
+
+void write(Parcel* data, int32_t argument) {
+    data->writeInt32(argument);
+}
+
+void write(Parcel* data, int64_t argument) {
+    data->writeInt64(argument);
+}
+
+FrameworkReply ask(uint32_t code, const std::vector<FrameworkArgument>& arguments) {
+    static const auto* const token = new String16("android.os.IKavelManager");
     const sp<IBinder> service = frameworkService();
     if (service == nullptr) return {Outcome::NoService, OK, 0};
     Parcel data;
     Parcel reply;
-    data.writeInterfaceToken(frameworkToken());
-    if (argument) data.writeInt32(*argument);
+    data.writeInterfaceToken(*token);
+    for (const FrameworkArgument& argument : arguments) {
+        std::visit([&data](auto value) { write(&data, value); }, argument);
+    }
     const status_t status = service->transact(code, data, &reply, 0);
     return {Outcome::Answered, status, reply.readInt32()};
 }
 
 }  // namespace
 
-FrameworkReply callFramework(uint32_t code, std::optional<int32_t> argument,
+FrameworkReply callFramework(uint32_t code, std::vector<FrameworkArgument> arguments,
                              std::chrono::milliseconds patience) {
     const Clock::time_point end = Clock::now() + patience;
     if (!takeLine(code, end)) return {Outcome::Busy, OK, 0};
     const auto answer = std::make_shared<Answer>();
     try {
-        std::thread([code, argument, answer] {
-            const FrameworkReply reply = ask(code, argument);
+        std::thread([code, arguments = std::move(arguments), answer] {
+            const FrameworkReply reply = ask(code, arguments);
             freeLine(code);
             MutexLock lock(answer->lock);
             answer->reply = reply;

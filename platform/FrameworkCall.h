@@ -2,24 +2,15 @@
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
+#include <variant>
+#include <vector>
 
-#include <utils/Errors.h>
+#include "platform/FrameworkReply.h"
 
 namespace android::kavel {
 
-/** How one request to the framework's "kavel" service ended. */
-struct FrameworkReply {
-    enum class Outcome {
-        Answered,   ///< status and value are valid
-        NoService,  ///< nobody to ask
-        Busy,       ///< an earlier request of this code has not come back; nothing was sent
-        Late,       ///< sent, but not answered in time
-    };
-    Outcome outcome;
-    status_t status;
-    int32_t value;  ///< 0 where the reply holds none
-};
+/** An argument of a request; its type is how it is written. */
+using FrameworkArgument = std::variant<int32_t, int64_t>;
 
 /**
  * Time that a caller gives the framework. A catch's first commands wait behind its requests, so it
@@ -28,14 +19,14 @@ struct FrameworkReply {
 inline constexpr std::chrono::milliseconds kFrameworkPatience = std::chrono::seconds(10);
 
 /**
- * Sends request @p code of android.os.IKavelManager with @p argument, where there is one, and waits
- * for the answer, at most for @p patience. A framework that hangs costs one thread for each code:
+ * Sends request @p code of android.os.IKavelManager with @p arguments and waits for the
+ * answer, at most for @p patience. A framework that hangs costs one thread for each code:
  * that thread stays with the call, and later requests of the code wait for it within their own
  * time. Any thread.
  *
  * @throws std::system_error where no thread can be had
  */
-FrameworkReply callFramework(uint32_t code, std::optional<int32_t> argument = std::nullopt,
+FrameworkReply callFramework(uint32_t code, std::vector<FrameworkArgument> arguments = {},
                              std::chrono::milliseconds patience = kFrameworkPatience);
 
 }  // namespace android::kavel

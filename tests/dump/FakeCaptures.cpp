@@ -24,9 +24,10 @@ void fake::setSignals(bool work) {
     signals = work;
 }
 
-FrameworkReply callFramework(uint32_t code, std::optional<int32_t> argument,
+FrameworkReply callFramework(uint32_t code, std::vector<FrameworkArgument> arguments,
                              std::chrono::milliseconds /*patience*/) {
-    KAVEL_LOGI(KAVEL_NO_TAG, "fake: request %u, argument %d", code, argument.value_or(-1));
+    const int32_t argument = arguments.empty() ? -1 : std::get<int32_t>(arguments[0]);
+    KAVEL_LOGI(KAVEL_NO_TAG, "fake: request %u, argument %d", code, argument);
     return framework;
 }
 

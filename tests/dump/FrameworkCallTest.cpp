@@ -68,7 +68,7 @@ TEST(FrameworkCall, HangsCostOneThreadAndNoMoreThanTheCallersPatience) {
     const sp<Framework> framework(new Framework);
     ASSERT_EQ(defaultServiceManager()->addService(String16("kavel"), framework), OK);
 
-    const FrameworkReply anr = callFramework(2, 471);
+    const FrameworkReply anr = callFramework(2, {471});
     EXPECT_EQ(anr.outcome, Outcome::Answered);
     EXPECT_EQ(anr.status, OK);
     EXPECT_EQ(anr.value, 2471);
@@ -78,10 +78,10 @@ TEST(FrameworkCall, HangsCostOneThreadAndNoMoreThanTheCallersPatience) {
     EXPECT_EQ(refused.value, 0);
 
     constexpr auto kShort = std::chrono::milliseconds(1);
-    EXPECT_EQ(callFramework(kHangs, std::nullopt, kShort).outcome, Outcome::Late);
+    EXPECT_EQ(callFramework(kHangs, {}, kShort).outcome, Outcome::Late);
     framework->awaitCalls(1);
-    EXPECT_EQ(callFramework(kHangs, std::nullopt, kShort).outcome, Outcome::Busy);
-    EXPECT_EQ(callFramework(2, 471).value, 2471) << "another request";
+    EXPECT_EQ(callFramework(kHangs, {}, kShort).outcome, Outcome::Busy);
+    EXPECT_EQ(callFramework(2, {471}).value, 2471) << "another request";
     EXPECT_EQ(framework->calls(), 1);
 
     auto waiting = std::async(std::launch::async, [] { return callFramework(kHangs); });

@@ -3,6 +3,7 @@
 #include <memory>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <android-base/properties.h>
@@ -55,17 +56,19 @@ using test::ScriptLine;
 using test::ScriptVerbs;
 using Words = std::vector<std::string>;
 
-/** The framework's side: logs what it is asked. */
+/** The framework's side: keeps what it was asked, a line each. */
 class Framework : public BBinder {
   public:
     bool fails = false;
+    std::string asked;
 
   private:
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
         const bool isOurs = data.enforceInterface(String16("android.os.IKavelManager"));
         const int32_t pid = data.readInt32();
         const auto eventId = static_cast<unsigned long>(data.readInt64());
-        KAVEL_LOGI(KAVEL_NO_TAG, "framework %d: %u %u %d %lx", isOurs, code, flags, pid, eventId);
+        asked += base::StringPrintf("framework %d: %u %u %d %lx\n", isOurs, code, flags, pid,
+                                    eventId);
         return fails ? UNKNOWN_ERROR : reply->writeInt32(42);
     }
 };
@@ -128,6 +131,7 @@ class Roads : public testing::TestWithParam<std::string> {
                 line.number(1), &time, 3, atoi(line.option("pid").c_str()),
                 atoi(line.option("uid").c_str()), &extra));
         EXPECT_EQ(fake::logCount("dravo_statistic_common kavel event upload.\n"), 1u);
+        mSays = std::exchange(mFramework->asked, "");
         // Neither thread of the monitor may log during the exit.
         if (fake::logCount("insert monitor list") > 0) {
             EXPECT_TRUE(fake::awaitLog("HandleThread::threadLoop]: new THREAD_NAME"));
