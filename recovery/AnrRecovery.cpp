@@ -33,11 +33,14 @@ bool KavelAnrRecoveryMonitor::MonitorThread::threadLoop() {
     if (mMonitor == nullptr) {
         KAVEL_LOGE(KAVEL_NO_TAG,
                    "[KavelAnrRecoveryMonitor::MonitorThread::threadLoop]: monitor err.");
-    } else if (mName == kavel::kAnrWatch) {
+        return false;
+    }
+    if (mName == kavel::kAnrWatch) {
         mMonitor->handle_anr_recovery(this, kWatchSeconds);
     } else if (mName == kavel::kUserRequestWatch) {
         mMonitor->handle_anr_recovery(this, kUserRequestSeconds);
     }
+    --mMonitor->mRunningWatches;
     return false;
 }
 
@@ -91,7 +94,8 @@ void KavelAnrRecoveryMonitor::escalateLocked() {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::handle_anr_recovery]: anr process recover failed, goto "
                "ss reboot.");
-    // Whatever the line says: only the recovery of the test package may take the phone down.
+    // Whatever the line says: only while the test package's recovery is under way may the phone be
+    // taken down.
     if (!kavel::isAnrRecoveryTested()) return;
     base::SetProperty(kBootCompleted, "0");
     kavel::restartFramework();
@@ -110,7 +114,7 @@ void KavelAnrRecoveryMonitor::retireLocked(const MonitorThread& thread) {
         KAVEL_LOGE(KAVEL_NO_TAG,
                    "[KavelAnrRecoveryMonitor::handle_anr_recovery]: monitor_list bad list!!!");
         // Every other watch that is waiting will find itself cancelled.
-        mCancelList.splice(mCancelList.end(), mMonitorList);
+        moveToCancelsLocked(mMonitorList.begin(), mMonitorList.end());
     }
     countWatchesLocked();
 }

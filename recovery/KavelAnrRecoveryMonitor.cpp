@@ -3,6 +3,7 @@
 #include "recovery/KavelAnrRecoveryMonitor.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "platform/Log.h"
 
@@ -21,6 +22,12 @@ constexpr int32_t kMonitor = 1;
 
 constexpr uint32_t kMaxPid = 0x400000;  // PID_MAX_LIMIT of the 64-bit kernel
 constexpr size_t ThreadMaxOnlineCount = 10;
+
+// Watches that were cancelled are listed no more, but wait on; reports without end must not make
+// threads without end. No more than the event list holds records.
+constexpr int kMaxWatchThreads = 31;
+// More than there can be threads to take them: what is older waits for a watch that is gone.
+constexpr size_t kMaxCancels = 64;
 
 constexpr const char* kHandleThread = "handle_thread";
 
@@ -108,10 +115,16 @@ void KavelAnrRecoveryMonitor::cancelLocked(const Message& request) {
                    request.pid);
         return;
     }
-    mCancelList.splice(mCancelList.end(), mMonitorList, watch);
-    countWatchesLocked();
+    moveToCancelsLocked(watch, std::next(watch));
     KAVEL_LOGI(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor::HandleThread::threadLoop]: cancel pid %d",
                request.pid);
+}
+
+void KavelAnrRecoveryMonitor::moveToCancelsLocked(Messages::iterator first,
+                                                  Messages::iterator last) {
+    mCancelList.splice(mCancelList.end(), mMonitorList, first, last);
+    while (mCancelList.size() > kMaxCancels) mCancelList.pop_front();
+    countWatchesLocked();
 }
 
 void KavelAnrRecoveryMonitor::startWatchLocked(const Message& request) {
@@ -129,6 +142,12 @@ void KavelAnrRecoveryMonitor::startWatchLocked(const Message& request) {
 void KavelAnrRecoveryMonitor::runMonitorThreadLocked(const Message& request,
                                                      sp<MonitorThread>* reference,
                                                      const char* kind) {
+    if (mRunningWatches >= kMaxWatchThreads) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor]: %d watches still run, none for %d",
+                   kMaxWatchThreads, request.pid);
+        return;
+    }
+    ++mRunningWatches;
     mMonitorList.push_back(request);
     const char* const name = request.monitorThreadName.c_str();
     *reference = new MonitorThread(this, name, request.pid);
@@ -136,6 +155,7 @@ void KavelAnrRecoveryMonitor::runMonitorThreadLocked(const Message& request,
     if (status != OK) {
         // Nobody would ever take the entry out again.
         mMonitorList.pop_back();
+        --mRunningWatches;
         KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor]: no thread to watch %d: %d",
                    request.pid, status);
     }

@@ -21,8 +21,9 @@ struct proc_t {
 
 /**
  * Watches processes that do not respond. A watch waits its time out and looks whether the same
- * process is still there; if so the recovery has failed, and for the test package the framework is
- * restarted, or the kernel crashed where that does not help. A cancel ends a watch quietly.
+ * process is still there; if so the recovery has failed, and while the test package's is under way
+ * the framework is restarted, or the kernel crashed where that does not help. A cancel ends a watch
+ * quietly.
  *
  * Requests are queued and served by threads that live for one run. While a failed watch is taken
  * further the lock stays held, and every other request waits: there is one escalation at a time.
@@ -100,6 +101,7 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
 
     void serveRequests() EXCLUDES(mLock);
     void cancelLocked(const Message& request) REQUIRES(mLock);
+    void moveToCancelsLocked(Messages::iterator first, Messages::iterator last) REQUIRES(mLock);
     void startWatchLocked(const Message& request) REQUIRES(mLock);
     void runMonitorThreadLocked(const Message& request, sp<MonitorThread>* reference,
                                 const char* kind) REQUIRES(mLock);
@@ -118,7 +120,8 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     sp<HandleThread> mHandleThread GUARDED_BY(mLock);
     sp<MonitorThread> mUserRequestMonitorThread GUARDED_BY(mLock);
     sp<MonitorThread> mMonitorThread GUARDED_BY(mLock);
-    std::atomic<size_t> mWatchCount{0};  // of the monitor list, for the look before the lock
+    std::atomic<size_t> mWatchCount{0};   // of the monitor list, for the look before the lock
+    std::atomic<int> mRunningWatches{0};  // threads, listed or not
 };
 
 namespace kavel {

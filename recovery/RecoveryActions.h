@@ -11,7 +11,7 @@ int restartFramework();
 /** Crashes the kernel. -1 where that is not to be had. */
 int rebootByPanic();
 
-/** Whether the recovery of the test package is under way; only that is taken further. */
+/** Whether the recovery of the test package is under way; a failed one is then taken further. */
 bool isAnrRecoveryTested();
 
 }  // namespace android::kavel

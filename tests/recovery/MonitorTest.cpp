@@ -2,6 +2,7 @@
 
 #include "recovery/KavelAnrRecoveryMonitor.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -221,6 +222,29 @@ TEST_F(MonitorTest, CancelAheadOfItsWatchIsLost) {
     mMonitor.monitor(7, false);
     ASSERT_TRUE(fake::awaitLog(kFailed));
     EXPECT_TRUE(listsBecome(0, 0, 0));
+}
+
+// Would catch threads or entries that pile up behind cancelled watches.
+TEST_F(MonitorTest, RequestsWithoutEndLeaveNeitherThreadsNorEntriesWithoutEnd) {
+    constexpr int kMaxThreads = 31;
+    for (int pid = 1; pid <= kMaxThreads; ++pid) {
+        startHeldWatches({pid});
+        mMonitor.cancel_monitor(pid);
+        ASSERT_TRUE(listsBecome(0, 0, static_cast<size_t>(pid)));
+    }
+    EXPECT_EQ(mMonitor.monitor(99, false), 0);
+    EXPECT_TRUE(fake::awaitLog("31 watches still run, none for 99"));
+    EXPECT_TRUE(listsBecome(0, 0, kMaxThreads));
+    fake::advance(30);
+    EXPECT_TRUE(listsBecome(0, 0, 0));
+
+    constexpr size_t kMaxCancels = 64;
+    for (size_t pair = 1; pair <= kMaxCancels + 2; ++pair) {
+        mMonitor.monitor(99, false);  // gone: its watch ends at once, its entry stays
+        ASSERT_TRUE(fake::awaitLog("read A proc failed.", pair));
+        mMonitor.cancel_monitor(99);
+        ASSERT_TRUE(listsBecome(0, 0, std::min(pair, kMaxCancels)));
+    }
 }
 
 // Would catch a lost entry that goes unnoticed.
