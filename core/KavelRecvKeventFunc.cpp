@@ -83,9 +83,10 @@ bool takeDumpTurn() {
 void savePlxMessageToLogPath(const std::string& payload) {
     const std::optional<std::string> logmap = kavel::extractLogmap(payload);
     if (!logmap) return;
-    kavel::runShell(base::StringPrintf("echo %s >> %s/plx.txt",
-                                       kavel::singleQuoteForEcho(*logmap).c_str(),
-                                       kStatisticDirectory));
+    kavel::runShell(
+            base::StringPrintf("echo %s >> %s/plx.txt", kavel::singleQuoteForEcho(*logmap).c_str(),
+                               kStatisticDirectory),
+            kavel::kIntakeDeadline);
     KAVEL_LOGI(KAVEL_NO_TAG, "savePlxMessageToLogPath message:%s locPath:%s/plx.txt",
                logmap->c_str(), kStatisticDirectory);
 }

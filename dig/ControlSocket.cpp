@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -48,6 +49,8 @@ int awaitControlSocket() {
         KAVEL_LOGI(KAVEL_TAG_SOCKET, "Failed to get socket %d", errno);
         kavel::sleepSeconds(kSocketRetry);
     }
+    // Init hands it over open to every program that this one starts.
+    fcntl(fd, F_SETFD, FD_CLOEXEC);
     return fd;
 }
 

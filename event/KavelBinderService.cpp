@@ -1,5 +1,6 @@
 #include "event/KavelBinderService.h"
 
+#include <exception>
 #include <string>
 
 #include <utils/String8.h>
@@ -33,11 +34,17 @@ void KavelBinderService::updateEventParams(long eventId, String16 eventName, boo
                "Bn updateEventParams eventId: 0x%lx, isEnable: %d, reportFreq: %ld,timeWindow: "
                "%ld,recoverId: %ld",
                eventId, isEnable, reportFreq, timeWindow, recoverId);
-    kavel::EventParameters& parameters = kavel::eventParameters();
-    parameters.updateEventParams(eventId, isEnable, reportFreq);
-    parameters.setTimeWindow(eventId, timeWindow);
-    parameters.setRecoverId(eventId, recoverId);
-    parameters.setEventIdMap(recoverId, eventId, String8(eventName).c_str());
+    try {
+        kavel::EventParameters& parameters = kavel::eventParameters();
+        parameters.updateEventParams(eventId, isEnable, reportFreq);
+        parameters.setTimeWindow(eventId, timeWindow);
+        parameters.setRecoverId(eventId, recoverId);
+        parameters.setEventIdMap(recoverId, eventId, String8(eventName).c_str());
+    } catch (const std::exception& e) {
+        // The binder runtime knows no exceptions: one that reached it would end the daemon.
+        KAVEL_LOGE(KAVEL_TAG_BINDER, "[updateEventParams]: settings of eventId 0x%lx dropped: %s\n",
+                   eventId, e.what());
+    }
 }
 
 }  // namespace android

@@ -24,7 +24,7 @@ std::string processPart(const KavelEvent& event) {
 }
 
 void makeDirectory(const std::string& path) {
-    runShell("mkdir " + shellQuote(path) + "\n");
+    runShell("mkdir " + shellQuote(path) + "\n", kIntakeDeadline);
 }
 
 }  // namespace

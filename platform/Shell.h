@@ -9,6 +9,8 @@ namespace android::kavel {
 inline constexpr std::chrono::milliseconds kCommandDeadline = std::chrono::seconds(180);
 /** The same for packing, which compresses whatever the other commands produced. */
 inline constexpr std::chrono::milliseconds kPackDeadline = std::chrono::seconds(600);
+/** The same for a command that a reporting thread waits for: reports queue behind it. */
+inline constexpr std::chrono::milliseconds kIntakeDeadline = std::chrono::seconds(10);
 
 /**
  * Runs @p command with `/bin/sh -c` and waits for it, with the contract of system(): the wait

@@ -1,4 +1,5 @@
 #include <atomic>
+#include <stdexcept>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -6,6 +7,8 @@
 #include "dump/CatchTable.h"
 #include "dump/DumpContext.h"
 #include "dump/DumpThreads.h"
+#include "tests/fake/Eventually.h"
+#include "tests/fake/FakeLog.h"
 
 namespace android::kavel {
 namespace {
@@ -63,6 +66,15 @@ TEST(CatchTable, ManyThreadsOneId) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(table.size(), 0U);
+}
+
+// Would catch an exception that ends the daemon with the thread.
+TEST(DumpThread, ExceptionEndsOneCatchWithALine) {
+    fake::captureLog();
+    CatchTable table;
+    startDumpThread(table.add(makeEvent(7)), [] { throw std::runtime_error("no memory"); });
+    EXPECT_TRUE(fake::awaitLog("startDumpThread]: catch of event 7 ended: no memory\n"));
+    EXPECT_TRUE(test::eventually([&] { return table.size() == 0; })) << "and is let go";
 }
 
 // Would catch two events of the same moment that both take the heavy dumps.
