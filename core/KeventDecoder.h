@@ -30,10 +30,11 @@ Statistic parseLogmap(const std::string& logmap);
 /** The value of the first pair with @p key, or null. */
 const std::string* findValue(const Statistic& statistic, std::string_view key);
 
-/** Whether the statistic asks for a system dump: a power-key record of a screen monitor. */
+/** Whether the statistic is a power-key record of a screen monitor: only those may ask for a dump.
+ */
 bool isScreenMonitor(const Statistic& statistic);
 
-/** Whether some pair says catchlog:true. */
+/** Whether the statistic asks for a system dump: some pair says catchlog:true. */
 bool asksForDump(const Statistic& statistic);
 
 /** What one token of an event's text turned out to be. */

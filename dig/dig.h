@@ -4,11 +4,10 @@
 
 #include "dig/Event.h"
 
-/**
- * The raw event matcher: finds a key event that follows an event it is related to and logs that as
- * a freeze. Its lists are process-wide and have no lock: one thread at a time.
- */
 namespace android {
+
+// The raw event matcher: finds a key event that follows an event it is related to and logs that as
+// a freeze. Its lists are process-wide and have no lock: one thread at a time.
 
 /** Sets up the patterns; before the first record. */
 void digInit();

@@ -50,9 +50,12 @@ class KavelDumpUtilThread {
     static void commercialLogPack(int kavelEventId, std::string path, std::string spare);
     /** Appends the names and versions of the event to extraInfo.txt in @p path. */
     static void packExtraInfo(const KavelEvent* event, long eventId, std::string path);
+    /** Adds the backtrace of the process that event type @p eventId is about. */
     static void packTargetBacktrace(std::string path, long eventId);
+    /** Moves the ANR traces of @p pid next to @p time into @p path, as trailLogPack() says. */
     static void packAnrStacktrace(int pid, std::string path, int needPackAnrStacktrace,
                                   unsigned long long time);
+    /** Copies the newest tombstone that is text into @p path. */
     static void packNativeTombstones(std::string path);
     /** Whether the commands of the event have reported exactly the bits that it selects. */
     static bool verifyLogIntegrity(int kavelEventId);
@@ -64,6 +67,7 @@ class KavelDumpUtilThread {
     static void callFrameworkDumpSystrace();
     /** Asks the event's process to dump its stacks; 0 where it was told. */
     static int dumpSystemServerTraces(int kavelEventId, std::string path);
+    /** Queues dumpNativeSystraceWithThread(), where the trace flags are set. */
     static void callNativeDumpSystrace(int kavelEventId);
     /** Pool task: flushes the native trace and copies its file to the collection directory. */
     static void dumpNativeSystraceWithThread(int kavelEventId);

@@ -23,8 +23,8 @@ struct LogFolderParts {
 
 /**
  * kavel_EVENT_PROCESS@ID@OTA@TIME, without a directory. "/" and control characters in the event
- * name and the process become "_", and a process part that would make the archive's name longer
- * than a file name can be is cut, so that no catch is lost to its own name.
+ * name, the process and the OTA version become "_", and where the archive's name would be longer
+ * than a file name can be they are cut, the process first: no catch is lost to its own name.
  */
 std::string logFolderName(const LogFolderParts& parts);
 

@@ -30,8 +30,8 @@ struct TraceFile {
  */
 int nearestFile(const std::vector<TraceFile>& files, int64_t target, int64_t offset);
 
-/** Whether @p name in @p directory can be looked at, and how; a line begun with @p tag where not.
- */
+/** Fills @p status with what stat() says of @p name in @p directory. False, with a line begun with
+ * @p tag, where it says nothing. */
 bool statListed(const char* tag, const char* directory, const std::string& name,
                 struct stat* status);
 

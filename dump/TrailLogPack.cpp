@@ -9,6 +9,7 @@
 #include "dump/KavelDumpUtilThread.h"
 #include "dump/LogCommands.h"
 #include "dump/LogFolderName.h"
+#include "event/ExtraInfo.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
@@ -20,24 +21,17 @@ namespace android {
 using base::StringPrintf;
 using kavel::CatchRef;
 using kavel::DumpContext;
+using kavel::ExtraTextForm;
 
 namespace {
 
 constexpr const char* kPrefix = "[dravo_kavel trailLogPack]: ";
 constexpr int64_t kQuickPackEvent = 0x402;
 
-bool hasExtraInfo(int64_t eventId) {
-    switch (eventId) {
-        case 0x3:
-        case 0x5:
-        case 0x601:
-        case 0x602:
-        case 0x701:
-        case 0x702:
-            return true;
-        default:
-            return false;
-    }
+/** Apps that crash or hang are told apart by their versions. */
+bool namesVersion(int64_t eventId) {
+    const ExtraTextForm form = kavel::extraTextForm(eventId);
+    return form == ExtraTextForm::ProcessVersion || form == ExtraTextForm::ProcessVersionType;
 }
 
 /** The messaging app's logs, which a service of the device stages for us. */
@@ -91,7 +85,7 @@ void KavelDumpUtilThread::trailLogPack(int kavelEventId, std::string path,
     }
     const KavelEvent& event = *running->event;
 
-    if (hasExtraInfo(event.eventId)) packExtraInfo(&event, event.eventId, path);
+    if (namesVersion(event.eventId)) packExtraInfo(&event, event.eventId, path);
     packTargetBacktrace(path, event.eventId);
     packAnrStacktrace(event.pid, path, needPackAnrStacktrace,
                       static_cast<unsigned long long>(event.timestamp.realtimeNs));
@@ -109,7 +103,7 @@ void KavelDumpUtilThread::trailLogPack(int kavelEventId, std::string path,
 }
 
 void KavelDumpUtilThread::packExtraInfo(const KavelEvent* event, long eventId, std::string path) {
-    const bool isAnr = eventId == 0x3 || eventId == 0x602 || eventId == 0x702;
+    const bool isAnr = kavel::extraTextForm(eventId) == ExtraTextForm::ProcessVersion;
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packExtraInfo]: pack %s ExtraInfo start.\n",
                isAnr ? "anr" : "crash");
     const std::string folder = kavel::shellQuote(path);

@@ -16,6 +16,7 @@ enum class ExtraTextForm {
     ProcessType,         ///< processName:P,eventType:T
 };
 
+/** The form that event type @p eventId's extra text has. */
 ExtraTextForm extraTextForm(int64_t eventId);
 
 /**

@@ -45,7 +45,7 @@ class KavelEvent {
 
 namespace kavel {
 
-/** A record that is no longer going to change. */
+/** A record that is complete: all that still changes is what it has collected. */
 using EventRef = std::shared_ptr<const KavelEvent>;
 
 /** Whether @p eventId is an abnormal action of the user (0xF01 to 0xF05), such as a forced reboot.

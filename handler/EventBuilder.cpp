@@ -14,10 +14,7 @@ bool buildNewKavelEvent(EventParameters& parameters, HandlingSteps& steps, const
         return false;
     }
     KAVEL_LOGI(KAVEL_TAG_BINDER, "[buildNewKavelEvent]: buildNewKavelEvent start.\n");
-    KavelExtraInfo extraInfo;
-    if (extraTextForm(report.eventId) != ExtraTextForm::Dropped) {
-        extraInfo = parseExtraInfo(report.extraInfo, report.eventId);
-    }
+    const KavelExtraInfo extraInfo = parseExtraInfo(report.extraInfo, report.eventId);
     // The record gets its id where it is inserted: drawn and taken in one, no two are the same.
     steps.kavelEventHandleThread(std::make_shared<KavelEvent>(
             report.eventId, report.timestamp, report.logInfo, report.pid, report.uid, &extraInfo));

@@ -21,6 +21,7 @@ struct Report {
  *
  * @return whether the event type is enabled
  * @throws std::out_of_range where the extra text lacks a key that the event type needs
+ * @throws std::bad_alloc, std::system_error where there is no memory or no thread to be had
  */
 bool buildNewKavelEvent(EventParameters& parameters, HandlingSteps& steps, const Report& report);
 

@@ -17,6 +17,7 @@ struct BuildProperties {
     std::string romVersion;
 };
 
+/** What they say; a build may be several of these. */
 struct BuildClass {
     bool isCommercialVersion;
     bool isReleaseVersion;
@@ -24,6 +25,7 @@ struct BuildClass {
     bool isCtaVersion;
 };
 
+/** Pure; missing properties are empty texts. */
 BuildClass classifyBuild(const BuildProperties& properties);
 
 /** Decides between field-trial and commercial handling, from system properties. Any thread. */
@@ -31,9 +33,9 @@ class VariantPolicy {
   public:
     VariantPolicy();
 
-    /** Whether the build is commercial. The misspelling is the name that others know. */
+    /** Whether the build is commercial. */
     static bool checkSystemVerion();
-    /** Reads the OTA version and does nothing with it; kept for its log line. */
+    /** Logs the OTA version, for those who read a log without its archive. */
     static void getOtaVersion();
     /** Decides anew, so that a property change takes effect with the next event. */
     void kavelVersionSwitch();

@@ -9,8 +9,8 @@ namespace android::kavel::fake {
 
 /**
  * Virtual time behind platform/Clock.h, Sleep.h and PropertyWait.h. A wait for a property that has
- * not come counts as a sleep. A sleep ends at once and moves time
- * on, unless sleeps are held: then it ends when advance() has moved time past its end.
+ * not come counts as a sleep. A sleep ends at once and moves time on, unless sleeps are held: then
+ * it ends when advance() has moved time past its end.
  */
 void resetTime(int64_t wallClockUs);
 void holdSleeps(bool hold);
