@@ -1,0 +1,60 @@
+#!/bin/sh
+# Catches a source that one of the builds forgets, names twice or gives to another program; a phone
+# that gets a stand-in of the desktop, and a build machine that gets what crashes a kernel.
+# usage: android_bp_test.sh ROOT CMAKE_SOURCES VERSION; CMAKE_SOURCES has lines of TARGET SOURCE
+
+cmake_sources=$2
+version=$3
+cd "$1" || exit 1
+failures=0
+fail() { echo "$*"; failures=1; }
+
+# Android.bp as lines of MODULE PROPERTY TEXT, one for each text.
+texts=$(LC_ALL=C awk '
+    /^ *\/\// { next }
+    /^[a-z]/ { module = $1 }
+    /^    name:/ { split($0, parts, "\""); module = parts[2] }
+    /^        android: / { where = "android." }
+    /^    }/ { where = "" }
+    /^ *[a-z_]+: / { property = where $1 }
+    { for (i = split($0, parts, "\"") - 1; i > 1; i -= 2) print module, property, parts[i] }
+' Android.bp)
+texts_of() { echo "$texts" | sed -n "s/^$1 //p"; }
+
+# Sources in the order of their names; one that is named twice comes twice.
+phone() { for module; do texts_of "$module \(android\.\)*srcs:"; done | sort; }
+cmake() { for target; do sed -n "s/^$target //p" "$cmake_sources"; done | sort; }
+
+same() {  # WHAT LEFT RIGHT
+    [ -n "$2" ] && [ "$2" = "$3" ] && return
+    fail "$1: < stands only in the first, > only in the second"
+    echo "$2" >"$work/left"
+    echo "$3" | diff "$work/left" - | grep '^[<>]'
+}
+work=$(mktemp -d) || exit 1
+trap 'rm -rf "$work"' EXIT
+
+same "libdravo_kavel and CMake" "$(phone libdravo_kavel)" "$(cmake kavel kavel_sysrq_trigger)"
+same "dravo_kavel and CMake" "$(phone dravo_kavel)" "$(cmake dravo_kavel)"
+same "libkavelctl and CMake" "$(phone libkavelctl)" "$(cmake kavelctl_lib)"
+same "kavelctl and CMake" "$(phone kavelctl)" "$(cmake kavelctl)"
+same "the daemon's modules and the disk" "$(phone libdravo_kavel dravo_kavel)" \
+    "$(for room in core dig dump event handler platform recovery; do ls $room/*.cpp; done | sort)"
+for source in $(cmake kavel_sysrq_trigger); do
+    texts_of 'libdravo_kavel android\.srcs:' | grep -qxF "$source" ||
+        fail "$source is not kept to the phone"
+done
+texts_of "[a-z_]* \(\(android\.\)*srcs\|init_rc\|corpus\|dictionary\):" >"$work/files"
+while read -r file; do
+    case $file in host/*) fail "Android.bp names $file" ;; esac
+    # shellcheck disable=SC2086  # a pattern
+    ls $file >"$work/left" 2>&1 || fail "Android.bp: there is no $file"
+done <"$work/files"
+grep -qF "cflags: [\"-DKAVELCTL_VERSION=\\\"$version\\\"\"]," Android.bp ||
+    fail "kavelctl's version in Android.bp is not $version"
+# init has to find the daemon in the partition that it is installed in.
+awk '/^}/ { module = "" } /^    name:/ { module = $2 } module == "\"dravo_kavel\"," ' Android.bp |
+    grep -qx '    system_ext_specific: true,' || fail 'dravo_kavel is in another partition'
+grep -qx 'service dravo_kavel /system_ext/bin/dravo_kavel' \
+    "$(texts_of 'dravo_kavel init_rc:')" || fail 'init does not start dravo_kavel from system_ext'
+exit $failures
