@@ -19,6 +19,11 @@ class TempDir {
     TempDir& operator=(const TempDir&) = delete;
 
     std::string operator/(const std::string& name) const { return mPath + "/" + name; }
+    /** Writes a file and returns its path. */
+    std::string write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(*this / name, std::ios::binary) << bytes;
+        return *this / name;
+    }
 
   private:
     std::string mPath;

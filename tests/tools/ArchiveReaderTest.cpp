@@ -5,6 +5,7 @@
 
 #include <optional>
 
+#include "tests/fake/TempDir.h"
 #include "tests/tools/TestArchive.h"
 
 namespace android::kavel::tools {
@@ -27,7 +28,7 @@ std::string goodTar() {
 
 // Catches files that are lost, misnamed or measured wrongly, and texts that are not read.
 TEST(ArchiveReader, ReadsASoundArchive) {
-    const TemporaryFolder folder;
+    const test::TempDir folder;
     const std::string packed = gzipBytes(goodTar());
     const ArchiveContents contents = readArchive(folder.write(kFolder + ".tar.gz", packed));
     EXPECT_EQ(contents.broken, "");
@@ -64,7 +65,7 @@ TEST(ArchiveReader, MarksWhatDoesNotReadBack) {
             {"nothing packed", gzipBytes(""), "not a sound tar archive: ", 0},
             {"tar cut", gzipBytes(tar.substr(0, tar.size() / 2)), "not a sound tar archive: ", 3},
     };
-    const TemporaryFolder folder;
+    const test::TempDir folder;
     for (const auto& each : cases) {
         const ArchiveContents contents = readArchive(folder.write(each.name, each.bytes));
         EXPECT_EQ(contents.broken.rfind(each.reason, 0), 0U)
@@ -75,11 +76,11 @@ TEST(ArchiveReader, MarksWhatDoesNotReadBack) {
 
 // Catches a reader that blocks on a FIFO or falls over what is no file.
 TEST(ArchiveReader, RefusesWhatIsNoFile) {
-    const TemporaryFolder folder;
-    ASSERT_EQ(mkfifo((folder.path() / "fifo").c_str(), 0600), 0);
-    EXPECT_EQ(readArchive(folder.path() / "fifo").broken, "not a regular file");
-    EXPECT_EQ(readArchive(folder.path()).broken, "not a regular file");
-    EXPECT_EQ(readArchive(folder.path() / "none").broken, "No such file or directory");
+    const test::TempDir folder;
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    EXPECT_EQ(readArchive(folder / "fifo").broken, "not a regular file");
+    EXPECT_EQ(readArchive(folder / "").broken, "not a regular file");
+    EXPECT_EQ(readArchive(folder / "none").broken, "No such file or directory");
 }
 
 // Catches texts and listings that grow with a hostile archive.
@@ -92,7 +93,7 @@ TEST(ArchiveReader, StaysWithinItsBounds) {
         const std::string bytes = tarBytes(kFolder, files);
         tar += part == 8 ? bytes : bytes.substr(0, bytes.find_last_not_of('\0') / 512 * 512 + 512);
     }
-    const TemporaryFolder folder;
+    const test::TempDir folder;
     const ArchiveContents contents = readArchive(folder.write("big", gzipBytes(tar)));
     EXPECT_EQ(contents.broken, "");
     EXPECT_EQ(contents.history.size(), kMaxText);

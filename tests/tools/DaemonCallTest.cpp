@@ -2,11 +2,16 @@
 #include <binder/IServiceManager.h>
 #include <utils/String8.h>
 
+#include <algorithm>
+#include <exception>
 #include <sstream>
+#include <utility>
 
+#include "event/ExtraInfo.h"
 #include "event/IKavelBinder.h"
+#include "tests/fake/Script.h"
+#include "tests/fake/TempDir.h"
 #include "tests/tools/RunKavelctl.h"
-#include "tests/tools/TestArchive.h"
 
 namespace android::kavel::tools {
 namespace {
@@ -15,7 +20,7 @@ namespace {
 class RecordingService : public BnKavelBinder {
   public:
     status_t status = NO_ERROR;
-    std::string lastCall;
+    std::ostringstream calls;
 
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
         EXPECT_NE(flags & FLAG_ONEWAY, 0U);
@@ -25,24 +30,29 @@ class RecordingService : public BnKavelBinder {
 
     void sendFrameworkEvent(long eventId, long, long logInfo, int pid, int uid,
                             String16 extraInfo) override {
-        std::ostringstream call;
-        call << "send " << eventId << ' ' << logInfo << ' ' << pid << ' ' << uid << ' '
-             << String8(extraInfo).c_str();
-        lastCall = call.str();
+        const std::string text = String8(extraInfo).c_str();
+        calls << "event " << eventId << ' ' << logInfo << ' ' << pid << ' ' << uid << " [" << text
+              << "] read as";
+        try {
+            const KavelExtraInfo read = parseExtraInfo(text, eventId);
+            calls << " [" << read.processName << "] [" << read.packageVersion << "] ["
+                  << read.eventType << "]\n";
+        } catch (const std::exception& error) {
+            calls << " nothing: " << error.what() << '\n';
+        }
     }
 
     void updateEventParams(long eventId, String16 eventName, bool isEnable, long reportFreq,
                            long logInfo, long timeWindow, long recoverId) override {
-        std::ostringstream call;
-        call << "set " << eventId << ' ' << String8(eventName).c_str() << ' ' << isEnable << ' '
-             << reportFreq << ' ' << logInfo << ' ' << timeWindow << ' ' << recoverId;
-        lastCall = call.str();
+        calls << "settings " << eventId << " [" << String8(eventName).c_str() << "] " << isEnable
+              << ' ' << reportFreq << ' ' << logInfo << ' ' << timeWindow << ' ' << recoverId
+              << '\n';
     }
 };
 
 class DaemonCall : public testing::Test {
   protected:
-    DaemonCall() { setenv("KAVEL_HOST_BINDER_DIR", folder.path().c_str(), 1); }
+    DaemonCall() { setenv("KAVEL_HOST_BINDER_DIR", (folder / "").c_str(), 1); }
 
     void startDaemon() {
         service = new RecordingService;
@@ -50,42 +60,26 @@ class DaemonCall : public testing::Test {
                   NO_ERROR);
     }
 
-    const TemporaryFolder folder;
+    const test::TempDir folder;
     sp<RecordingService> service;
 };
 
-// Catches options that reach the daemon in the wrong field, or not at all.
-TEST_F(DaemonCall, EveryOptionArrives) {
+// Catches options that reach the daemon in the wrong field or not at all, texts from which it would
+// read other fields than the user gave, wrong command lines that do something, and an explanation
+// that promises or denies a log or a wait wrongly: engineers choose masks by it.
+TEST_F(DaemonCall, CommandsLeadToWhatTheGoldenFileSays) {
     startDaemon();
-    const struct {
+    test::expectScript(KAVEL_GOLDEN_DIR "/commands.txt", [&](const test::ScriptLine& line) {
         std::vector<std::string> words;
-        const char* call;
-        bool noted;
-    } cases[] = {
-            {{"set", "0x3", "--name", "anr ä"}, "set 3 anr ä 1 0 0 180000 0", false},
-            {{"set", "5", "--name=n", "--disable", "--freq", "7", "--window", "0x1388"},
-             "set 5 n 0 7 0 5000 0",
-             false},
-            {{"set", "0x10000001", "--recover-id", "-2", "--enable"},
-             "set 268435457  1 0 0 180000 -2",
-             true},
-            {{"send", "0x101", "--process", "😀;b", "--log-info", "android|power", "--pid", "12",
-              "--uid", "34"},
-             "send 257 65 12 34 😀;b",
-             false},
-            {{"send", "-9223372036854775808"}, "send -9223372036854775808 0 0 0 ", false},
-            {{"send", "3", "--process", "p", "--version", "1", "--log-info", "-1"},
-             "send 3 -1 0 0 processName:p,packageVersion:1",
-             false},
-            {{"send", "3", "--extra", "--whole"}, "send 3 0 0 0 --whole", false},
-            {{"send", "0x402", "--extra", "x"}, "send 1026 0 0 0 x", true},
-    };
-    for (const auto& each : cases) {
-        const Result result = run(each.words);
-        EXPECT_EQ(result.exitCode, kExitOk) << result.err;
-        EXPECT_EQ(service->lastCall, each.call);
-        EXPECT_EQ(!result.err.empty(), each.noted) << result.err;
-    }
+        for (size_t i = 0; i < line.size(); ++i) {
+            words.push_back(line.word(i));
+            std::replace(words.back().begin(), words.back().end(), '~', ' ');
+        }
+        const Result result = run(words);
+        const std::string code = std::to_string(result.exitCode);
+        const std::string calls = std::exchange(service->calls, std::ostringstream()).str();
+        return (code == "0" ? "" : "exit " + code + "\n") + result.out + result.err + calls;
+    });
 }
 
 // Catches a failed call that passes for a sent one.

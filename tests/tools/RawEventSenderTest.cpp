@@ -7,8 +7,8 @@
 #include <iostream>
 #include <thread>
 
+#include "tests/fake/TempDir.h"
 #include "tests/tools/RunKavelctl.h"
-#include "tests/tools/TestArchive.h"
 
 namespace android::kavel::tools {
 namespace {
@@ -22,8 +22,8 @@ class RawEventSenderTest : public testing::Test {
                 path.c_str(), ANDROID_SOCKET_NAMESPACE_FILESYSTEM, SOCK_STREAM));
     }
 
-    const TemporaryFolder folder;
-    const std::string path = folder.path() / "s";
+    const test::TempDir folder;
+    const std::string path = folder / "s";
 };
 
 base::unique_fd acceptFrom(const base::unique_fd& server) {

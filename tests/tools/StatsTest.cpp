@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "platform/CommonPlxServiceManager.h"
+#include "tests/fake/TempDir.h"
 #include "tests/tools/RunKavelctl.h"
-#include "tests/tools/TestArchive.h"
 
 namespace android::kavel::tools {
 namespace {
@@ -30,8 +30,8 @@ std::string line(const std::string& event) {
 // Would catch a table or list that leaves out, reorders or invents statistics, a terminal that is
 // handed control characters, and a bad line that ends or hides the good ones.
 TEST(Stats, ShowsWhatIsThere) {
-    const TemporaryFolder folder;
-    const fs::path file = folder.path() / "s.jsonl";
+    const test::TempDir folder;
+    const fs::path file = folder / "s.jsonl";
     const Result missing = stats(file);
     EXPECT_EQ(missing.exitCode, kExitRefused);
     EXPECT_EQ(missing.err, "kavelctl: no statistics: cannot read " + file.string() +
@@ -58,8 +58,8 @@ TEST(Stats, ShowsWhatIsThere) {
 // Would catch a statistic that the host's client writes so that it does not read back, and a file
 // that grows without end.
 TEST(Stats, ReadsWhatTheHostsClientWrites) {
-    const TemporaryFolder folder;
-    const fs::path file = folder.path() / "PLX/statistics.jsonl";
+    const test::TempDir folder;
+    const fs::path file = folder / "PLX/statistics.jsonl";
     setenv("KAVEL_HOST_STATISTICS", file.c_str(), 1);
     EXPECT_EQ(CommonPlxServiceManager::getDefaultCommonPlxServiceManager(), nullptr);
     fs::create_directory(file.parent_path());
@@ -110,8 +110,8 @@ TEST(Stats, ReadsWhatTheHostsClientWrites) {
 // Would catch a new statistic that is not shown until the end, one that is lost or shown twice when
 // the file turns over, and a command that does not end at Ctrl-C.
 TEST(Stats, FollowsTheFile) {
-    const TemporaryFolder folder;
-    const std::string file = folder.write("s.jsonl", line("first")).string();
+    const test::TempDir folder;
+    const std::string file = folder.write("s.jsonl", line("first"));
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     int exitCode = -1;

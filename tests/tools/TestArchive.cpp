@@ -5,25 +5,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include <fstream>
-
 namespace android::kavel::tools {
-
-TemporaryFolder::TemporaryFolder() {
-    std::string form = std::filesystem::temp_directory_path() / "kavelctl_XXXXXX";
-    mPath = mkdtemp(form.data());
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(mPath, ignored);
-}
-
-std::filesystem::path TemporaryFolder::write(const std::string& name,
-                                             const std::string& bytes) const {
-    std::ofstream(mPath / name, std::ios::binary) << bytes;
-    return mPath / name;
-}
 
 std::string tarBytes(const std::string& folder, const FileTexts& files) {
     std::string bytes(1 << 20, '\0');
