@@ -14,16 +14,6 @@ namespace {
 
 using test::DumpBench;
 
-// Would catch a command on the root.
-TEST(NwatchcallTest, NoFolderIsNeverPacked) {
-    DumpBench bench;
-    for (const char* const folder : {"", "/", "//"}) {
-        packNwatchcallLog(true, folder);
-        packNwatchcallLog(false, folder);
-    }
-    EXPECT_EQ(bench.takeTranscript().find('$'), std::string::npos);
-}
-
 // Would catch a reporting thread that waits, a flood that starts threads without end, and a place
 // that is not given back.
 TEST(NwatchcallTest, AsManyWaitAsThereAreRecords) {

@@ -15,10 +15,13 @@
 #include <sys/stat.h>
 
 #include "dump/KavelDumpUtilThread.h"
+#include "dump/LeftoverFolders.h"
+#include "dump/LogFolderName.h"
 #include "handler/Nwatchcall.h"
 #include "tests/dump/DumpBench.h"
 #include "tests/dump/FakeCaptures.h"
 #include "tests/dump/Folded.h"
+#include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeTime.h"
 #include "tests/fake/Script.h"
 #include "tests/fake/TempDir.h"
@@ -66,6 +69,11 @@ class Phone {
             if (command.rfind("mkdir ", 0) == 0) {
                 fs::create_directories(command.substr(6, command.size() - 7));
             }
+            // And moved archives, which are looked for once more.
+            if (const size_t end = command.find(".tar.gz " + std::string(kArchiveDirectory));
+                end != std::string::npos) {
+                fs::remove(command.substr(3, end + 4));
+            }
             return mCommandsFail ? 256 : 0;
         });
         DumpBench::sRing = [this](const EventRef& main) {
@@ -97,6 +105,17 @@ class Phone {
                 mBench->add(line.number(2), static_cast<uint32_t>(line.number(3)),
                             {line.option("process"), line.option("version"), line.option("type")},
                             record(line));
+    }
+    /** Commands in the order of their texts: the directory's own is a matter of chance. */
+    void packLeftovers() {
+        packLeftoverFolders();
+        if (fs::exists(kLogFolderRoot)) EXPECT_TRUE(fake::awaitLog("Folders]: done,"));
+        for (const fake::LogLine& line : fake::logLines()) {
+            if (line.text.find("done,") != std::string::npos) mSays = line.text;
+        }
+        std::vector<std::string> lines = base::Split(mBench->takeTranscript(), "\n");
+        std::sort(lines.begin(), lines.end());
+        mSays += base::Join(lines, "\n") + "\n";
     }
     void showState(Line line) {
         mBench->settle();
@@ -179,6 +198,8 @@ class Phone {
              }},
             {"state", [this](Line line) { showState(line); }},
             // What the daemon does.
+            {"leftovers", [this](Line) { packLeftovers(); }},
+            {"exists", [this](Line l) { mSays = fs::exists(l.rest(1)) ? "yes\n" : "no\n"; }},
             {"immediate",
              [this](Line l) { Dump::immediateDumpThread(logInfo(l), record(l), l.word(2)); }},
             {"continuous",
@@ -195,6 +216,7 @@ class Phone {
              [this](Line l) {
                  mSays = std::to_string(Dump::totalXlogSize(l.rest(1))) + " bytes\n";
              }},
+            {"pack-nwatchcall", [](Line line) { packNwatchcallLog(true, line.rest(1)); }},
             {"nwatchcall",
              [](Line l) { packNwatchcallLog(copyNwatchcallLog(l.rest(1)), l.rest(1)); }},
     };

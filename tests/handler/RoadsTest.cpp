@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "handler/HandlingSteps.h"
+#include "handler/LogFolder.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
 #include "tests/fake/FakeLog.h"
@@ -123,6 +124,14 @@ class Roads : public testing::TestWithParam<std::string> {
                                        atoi(line.option("loginfo").c_str())));
         mRecords.back()->kavelEventId = -static_cast<int32_t>(mRecords.size());
     }
+    void makeFolder(Line line) {
+        fake::resetShell([](const std::string&) { return 256; });
+        const auto event = fake::event(line.number(1), 0, line.option("process"));
+        const KavelEvent* const given = line.word(1) == "0" ? nullptr : event.get();
+        mSays = buildLogPathFolderName(mParameters, given) + "\n";
+        for (const std::string& command : fake::commands()) mSays += "$ " + command;
+        fake::resetShell();
+    }
     void handle(Line line) {
         const KavelExtraInfo extra = {line.option("process"), line.option("version"),
                                       line.option("type")};
@@ -152,7 +161,8 @@ class Roads : public testing::TestWithParam<std::string> {
                 "kavel event upload|placeKavelEvent\\]: in ");
         std::string text;
         for (const std::string& line : fake::takeLog()) {
-            if (verb == "boot" || !std::regex_search(line, leftOut)) text += line + "\n";
+            if (verb == "boot" || verb == "make-folder" || !std::regex_search(line, leftOut))
+                text += line + "\n";
         }
         for (const std::string& thread : fake::takeDumpThreads()) text += named(thread) + "\n";
         for (const std::string& deed : fake::takeDeeds()) text += deed + "\n";
@@ -220,6 +230,7 @@ class Roads : public testing::TestWithParam<std::string> {
              [this](Line l) {
                  mHeld.at(l.number(1))->commercial.setLogInfo(static_cast<int32_t>(l.number(2)));
              }},
+            {"make-folder", [this](Line l) { makeFolder(l); }},
             {"window-over", [this](Line) { mHandler->dump.combinedDumpRunning = false; }},
             {"trail", [this](Line l) { mHandler->trail.trailKavelLogCatcher(record(l)); }},
             {"abnormal",
@@ -243,7 +254,8 @@ class Roads : public testing::TestWithParam<std::string> {
 
 // Would catch an event that is taken down another road or down two, by the wrong property or state;
 // a statistic that is lost, sent twice or with other fields; a recovery that does anything else; an
-// event in another event's folder, or with another selection of those around it.
+// event in another event's folder or in one of another name, or with another selection of those
+// around it.
 TEST_P(Roads, AreAsInTheGoldenFile) {
     test::expectScript(KAVEL_GOLDEN_DIR "/" + GetParam() + ".txt",
                        [this](const ScriptLine& line) { return follow(line); });
