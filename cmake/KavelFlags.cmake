@@ -20,7 +20,7 @@ target_link_libraries(kavel_flags INTERFACE Threads::Threads)
 if(KAVEL_SANITIZE STREQUAL "asan-ubsan")
     # An integer that does not fit ends the process on the phone; the same checks run here.
     # The standard library's own wrap-arounds are deliberate, hence the ignore list.
-    set(KAVEL_SANITIZE_FLAGS -fsanitize=address,undefined,signed-integer-overflow,implicit-unsigned-integer-truncation,implicit-signed-integer-truncation
+    set(KAVEL_SANITIZE_FLAGS -fsanitize=address,undefined,signed-integer-overflow,unsigned-integer-overflow,implicit-unsigned-integer-truncation,implicit-signed-integer-truncation
         -fno-sanitize-recover=all -fno-omit-frame-pointer
         -fsanitize-ignorelist=${CMAKE_SOURCE_DIR}/cmake/sanitize-ignore.txt)
 elseif(KAVEL_SANITIZE STREQUAL "tsan")

@@ -66,8 +66,8 @@ std::optional<LogLine> parseThreadtime(std::string_view line) {
     line.remove_prefix(2);
     const size_t end = line.find(kTagEnd);
     if (end == std::string_view::npos) return std::nullopt;
-    parsed.tag = line.substr(0, line.find_last_not_of(' ', end == 0 ? 0 : end - 1) + 1);
-    if (end == 0) parsed.tag = {};
+    parsed.tag = line.substr(0, end);
+    while (!parsed.tag.empty() && parsed.tag.back() == ' ') parsed.tag.remove_suffix(1);
     parsed.message = line.substr(end + kTagEnd.size());
     return parsed;
 }

@@ -1,12 +1,11 @@
 #include "tests/fake/FakeLog.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-
-#include <android/log.h>
+#include <filesystem>
 
 #include "platform/Mutex.h"
+#include "tests/fake/LogFunction.h"
 
 namespace android::kavel::fake {
 namespace {
@@ -30,10 +29,10 @@ size_t countIn(const std::vector<LogLine>& lines, const std::string& text) {
     }));
 }
 
-void keep(const __android_logger_data* data, const char* message) {
+void keep(const PassingLine& line) {
     MutexLock lock(captured().lock);
-    captured().lines.push_back({data->priority, data->tag == nullptr ? "(null)" : data->tag,
-                                message, std::this_thread::get_id()});
+    captured().lines.push_back({line.priority, line.tag == nullptr ? "(null)" : line.tag, line.text,
+                                std::this_thread::get_id()});
     captured().changed.notify_all();
 }
 
@@ -41,7 +40,7 @@ void keep(const __android_logger_data* data, const char* message) {
 
 void captureLog() {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-    __android_log_set_logger(keep);
+    __android_log_set_logger(LogFunction<keep>::log);
 }
 
 std::vector<LogLine> logLines() {
@@ -56,11 +55,12 @@ void clearLog() {
 
 std::vector<std::string> takeLog() {
     constexpr char kLetters[] = "??VDIWEF";
+    static const std::string program = std::filesystem::read_symlink("/proc/self/exe").filename();
     std::vector<std::string> taken;
     MutexLock lock(captured().lock);
     for (const LogLine& line : captured().lines) {
         if (line.thread != std::this_thread::get_id()) continue;
-        const bool isTagged = line.tag != program_invocation_short_name;
+        const bool isTagged = line.tag != program;
         std::string text = std::string(1, kLetters[line.priority]) + " " +
                            (isTagged ? line.tag + ": " : "") + line.text;
         if (text.back() == '\n') text.pop_back();

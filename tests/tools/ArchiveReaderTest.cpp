@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <optional>
+#include <random>
 
 #include "tests/fake/TempDir.h"
 #include "tests/tools/TestArchive.h"
@@ -16,10 +17,8 @@ const std::string kFolder = "kavel_anr_a@831be687eb45bbc0@V@2024-03-07-09-05-02-
 std::string goodTar() {
     // Text that hardly packs, so that a cut in the middle hits a file's data.
     std::string noise;
-    for (uint32_t i = 0, x = 1; i < 20000; ++i) {
-        x = x * 1664525U % 4294967291U + 1013904223U % 65536U;
-        noise += static_cast<char>('!' + x % 90);
-    }
+    std::minstd_rand random;
+    for (int i = 0; i < 20000; ++i) noise += static_cast<char>('!' + random() % 90);
     return tarBytes(kFolder, {{"kavel_history.txt", "line 1\nline 2\n"},
                               {"extraInfo.txt", ""},
                               {"android-1.txt", noise},

@@ -9,11 +9,10 @@
 #include <optional>
 #include <string>
 
-#include <android/log.h>
-
 #include "dig/RawRecord.h"
 #include "dig/dig.h"
 #include "tests/dig/PlainLists.h"
+#include "tests/fake/LogFunction.h"
 
 namespace {
 
@@ -26,8 +25,8 @@ constexpr size_t kMaxRecord = 255;
 
 std::string sFreeze;
 
-void keepFreeze(const __android_logger_data* /*data*/, const char* message) {
-    if (strncmp(message, "Kavel found", strlen("Kavel found")) == 0) sFreeze = message;
+void keepFreeze(const android::kavel::fake::PassingLine& line) {
+    if (strncmp(line.text, "Kavel found", strlen("Kavel found")) == 0) sFreeze = line.text;
 }
 
 std::string freezeLine(int64_t id, std::optional<int64_t> before) {
@@ -60,7 +59,7 @@ void sendBoth(std::string record, PlainLists& plain) {
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-    __android_log_set_logger(keepFreeze);
+    __android_log_set_logger(android::kavel::fake::LogFunction<keepFreeze>::log);
     return freopen("/dev/null", "w", stdout) == nullptr ? 1 : 0;  // a line for each event
 }
 
