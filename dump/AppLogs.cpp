@@ -30,9 +30,9 @@ constexpr const char* kPrefix = "[dravo_kavel packXlogForWeChat]: ";
 void KavelDumpUtilThread::packXlogForWeChat(std::string path) {
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packXlogForWeChat]: start");
     const std::string root = kavel::kLogFolderRoot;
-    const std::string staging = root + "/wxlog/";
-    const std::string xlogs = root + "/wxlog/xlog";
-    const std::string pattern = root + "/wxlog/xlog/*";
+    const std::string staging = std::string(kavel::kXlogStaging) + "/";
+    const std::string xlogs = staging + "xlog";
+    const std::string pattern = xlogs + "/*";
     const int64_t size = totalXlogSize(xlogs);
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%s%s, %s, %s, %s, %" PRId64 ";", kPrefix,
                 staging.c_str(), root.c_str(), xlogs.c_str(), pattern.c_str(), size);

@@ -79,7 +79,10 @@ void KavelDumpUtilThread::commercialLogPack(int kavelEventId, std::string path,
         kavel::awaitCollected(*record);
         // A folder does not go into itself; the attempt marks each related event in the log.
         kavel::logAndRun(kPrefix, StringPrintf("mv %s %s/", folder.c_str(), folder.c_str()));
-        joinFolder(claimed[record], path);
+        // One that came as this pack began was in the list before it had its folder.
+        CatchRef& technical = claimed[record];
+        if (technical == nullptr) technical = context.technical.claim(record);
+        joinFolder(technical, path);
     }
     kavel::packFolder(kPrefix, path);
 }

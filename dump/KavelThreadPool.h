@@ -40,8 +40,9 @@ class KavelThreadPool {
 
     /**
      * Queues f(args...), with copies of the arguments. Starts another worker where none is idle and
-     * the maximum is not reached; where no thread can be had, those that there are do it. A pool that is being destroyed still runs the task. An exception
-     * of the task is logged and kept in the future.
+     * the maximum is not reached; where no thread can be had, those that there are do it. A pool
+     * that is being destroyed still runs the task. An exception of the task is logged and kept in
+     * the future.
      */
     template <class F, class... Args>
     future<void> commit(F&& f, Args&&... args) {

@@ -64,6 +64,9 @@ void pack(const Leftovers& leftovers) {
 }  // namespace
 
 void packLeftoverFolders() {
+    // Staged for a pack that is gone: it must not get into the archive of a later event.
+    std::error_code error;
+    fs::remove_all(kXlogStaging, error);
     Leftovers leftovers = findLeftovers();
     if (leftovers.empty()) return;
     std::thread([leftovers = std::move(leftovers)] { pack(leftovers); }).detach();

@@ -8,6 +8,8 @@ namespace android::kavel {
 
 /** Where the log folders of running catches stand. */
 inline constexpr const char* kLogFolderRoot = "/data/persist_log/kavel30";
+/** Where a service of the device stages the messaging app's logs for the pack. */
+inline constexpr const char* kXlogStaging = "/data/persist_log/kavel30/wxlog";
 /** The collection directory, which takes the finished archives. */
 inline constexpr const char* kArchiveDirectory = "/data/persist_log/PLX/de/kavel";
 inline constexpr const char* kArchiveSuffix = ".tar.gz";

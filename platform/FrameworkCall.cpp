@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -101,9 +102,9 @@ FrameworkReply callFramework(uint32_t code, std::vector<FrameworkArgument> argum
             answer->reply = reply;
             answer->given.notify_all();
         }).detach();
-    } catch (...) {
+    } catch (const std::system_error&) {
         freeLine(code);
-        throw;
+        return {Outcome::NoThread, OK, 0};
     }
     MutexLock lock(answer->lock);
     while (!answer->reply && lock.waitUntil(answer->given, end)) {

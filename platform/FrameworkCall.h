@@ -23,8 +23,6 @@ inline constexpr std::chrono::milliseconds kFrameworkPatience = std::chrono::sec
  * answer, at most for @p patience. A framework that hangs costs one thread for each code:
  * that thread stays with the call, and later requests of the code wait for it within their own
  * time. Any thread.
- *
- * @throws std::system_error where no thread can be had
  */
 FrameworkReply callFramework(uint32_t code, std::vector<FrameworkArgument> arguments = {},
                              std::chrono::milliseconds patience = kFrameworkPatience);

@@ -22,6 +22,10 @@ void logFrameworkReply(const char* step, android_LogPriority priority,
             KAVEL_LOGE(KAVEL_NO_TAG,
                        "[dravo_kavel %s]: binder service kavel has not replied in time.\n", step);
             return;
+        case Outcome::NoThread:
+            KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel %s]: no thread to ask binder service kavel.\n",
+                       step);
+            return;
         case Outcome::Answered:
             break;
     }

@@ -14,6 +14,7 @@ struct FrameworkReply {
         NoService,  ///< nobody to ask
         Busy,       ///< an earlier request of this code has not come back; nothing was sent
         Late,       ///< sent, but not answered in time
+        NoThread,   ///< nobody to send it; nothing was sent
     };
     Outcome outcome;
     status_t status;
@@ -22,7 +23,7 @@ struct FrameworkReply {
 
 /**
  * Logs the end of a request, as @p step. A service that is not there or refuses is logged with
- * @p priority, one that hangs always as an error. Any thread.
+ * @p priority, all else that goes wrong as an error. Any thread.
  */
 void logFrameworkReply(const char* step, android_LogPriority priority, const FrameworkReply& reply);
 
