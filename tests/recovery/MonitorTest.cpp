@@ -232,6 +232,7 @@ TEST_F(MonitorTest, RequestsWithoutEndLeaveNeitherThreadsNorEntriesWithoutEnd) {
         mMonitor.cancel_monitor(pid);
         ASSERT_TRUE(listsBecome(0, 0, static_cast<size_t>(pid)));
     }
+    fake::awaitSleepers(kMaxThreads);
     EXPECT_EQ(mMonitor.monitor(99, false), 0);
     EXPECT_TRUE(fake::awaitLog("31 watches still run, none for 99"));
     EXPECT_TRUE(listsBecome(0, 0, kMaxThreads));
