@@ -4,24 +4,12 @@
 
 #include "dump/KavelDumpUtilThread.h"
 #include "tests/dump/DumpBench.h"
-#include "tests/dump/HostileValues.h"
 #include "tests/fake/FakeLog.h"
 
 namespace android::kavel {
 namespace {
 
 using test::DumpBench;
-
-// Would catch a row that the shell cannot parse, and a folder name that ends its quotes.
-TEST(LogCommands, AllAreValidShellForAnyFolder) {
-    for (const std::string& name : test::kHostileValues) {
-        std::string script;
-        for (const LogCommand& command : kLogCommands) {
-            script += commandText(command, "/data/" + name) + "2024.txt\n";
-        }
-        EXPECT_EQ(test::runRealShell(script, {"-n"}), 0) << name;
-    }
-}
 
 // Would catch a row whose tag bit was "mended", and trace bits that someone makes count as
 // collected.
