@@ -84,45 +84,6 @@ TEST_F(Matcher, LogsWhatRecordsMean) {
     EXPECT_EQ(takeLines(), Lines{"I kavel_socket Kavel sendRawEvent has Null Buff"});
 }
 
-// Would catch pruning that starts too early or too late, or that looks behind a young event.
-TEST_F(Matcher, PrunesAFullListFromItsFront) {
-    struct {
-        int64_t related;   // time of the related event, first in the list
-        int64_t arriving;  // time of an event that prunes
-        int events;        // ordinary ones behind the related one
-        bool isKept;
-    } const rows[] = {
-            {0, 10000, 39, true},
-            {0, 10001, 39, false},
-            {0, 10001, 38, true},
-            {5000, 10001, 60, true},
-    };
-    for (const auto& row : rows) {
-        send("4298113026:a:" + std::to_string(row.related));
-        for (int i = 0; i < row.events; ++i) send("1:a:0");
-        send("1:a:" + std::to_string(row.arriving));
-        takeLines();
-        // Stamped early, so that only pruning can have put the related event out of reach.
-        send("4298113025:b:0");
-        EXPECT_EQ(!takeLines().empty(), row.isKept) << row.related << " " << row.events;
-        digExit();
-        digInit();
-    }
-}
-
-// Would catch patterns that outlive the connection, and live events that do.
-TEST_F(Matcher, ForgetsAllAtTheEnd) {
-    send("4298113030:x:1");
-    digExit();
-    send("4298113030:x:1");
-    EXPECT_EQ(takeLines(), Lines{kOrdinary});
-    EXPECT_TRUE(data2Event(0x100300001, 1, "a").related.empty());
-    digExit();
-    digInit();
-    send("4298113030:x:1");
-    EXPECT_EQ(takeLines(), Lines{});
-}
-
 // Would catch a copy that goes without its line, and live events that outlast the patterns.
 TEST(EventLine, IsPrintedForEachCopy) {
     const test::StdoutText out;

@@ -11,14 +11,4 @@ namespace android::kavel::test {
  */
 extern const std::vector<std::string> kHostileValues;
 
-/** Where runRealShell() works: a directory and a PATH, or what this process has. */
-struct ShellPlace {
-    std::string directory = ".";
-    std::vector<std::string> environment;
-};
-
-/** Runs the real /bin/sh, its own complaints discarded; the wait status. Any thread. */
-int runRealShell(const std::string& script, const std::vector<std::string>& options,
-                 const ShellPlace& place = {});
-
 }  // namespace android::kavel::test

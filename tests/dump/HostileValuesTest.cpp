@@ -46,38 +46,32 @@ const std::vector<std::string> kHostileValues = {
         "",
 };
 
-int runRealShell(const std::string& script, const std::vector<std::string>& options,
-                 const ShellPlace& place) {
-    std::vector<std::string> words = {"sh"};
-    words.insert(words.end(), options.begin(), options.end());
-    words.insert(words.end(), {"-c", script});
-    std::vector<std::string> environment = place.environment;
-    const auto pointers = [](std::vector<std::string>& texts) {
-        std::vector<char*> result;
-        for (std::string& text : texts) result.push_back(text.data());
-        result.push_back(nullptr);
-        return result;
-    };
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addchdir_np(&actions, place.directory.c_str());
-    pid_t pid = -1;
-    int status = -1;
-    if (posix_spawn(&pid, "/bin/sh", &actions, nullptr, pointers(words).data(),
-                    pointers(environment).data()) == 0) {
-        waitpid(pid, &status, 0);
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    return status;
-}
-
 }  // namespace test
 
 namespace {
 
 using test::DumpBench;
 using testing::HasSubstr;
+
+/** Runs the real /bin/sh, its own complaints discarded; the wait status. Any thread. */
+int runRealShell(std::string script, const std::string& directory, std::string path,
+                 std::string notes) {
+    std::string shell = "sh";
+    std::string option = "-c";
+    char* words[] = {shell.data(), option.data(), script.data(), nullptr};
+    char* environment[] = {path.data(), notes.data(), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
+    pid_t pid = -1;
+    int status = -1;
+    if (posix_spawn(&pid, "/bin/sh", &actions, nullptr, words, environment) == 0) {
+        waitpid(pid, &status, 0);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    return status;
+}
 
 /** An empty working directory, a folder beside it, and a PATH of tools that only take notes. */
 class Workplace {
@@ -99,9 +93,8 @@ class Workplace {
     }
 
     int run(const std::string& command) const {
-        return test::runRealShell(
-                command, {},
-                {mTop / "empty", {"PATH=" + (mTop / "tools"), "NOTES=" + (mTop / "notes")}});
+        return runRealShell(command, mTop / "empty", "PATH=" + (mTop / "tools"),
+                            "NOTES=" + (mTop / "notes"));
     }
     std::string notes() const { return test::contentOf(mTop / "notes"); }
     size_t canaries() const {

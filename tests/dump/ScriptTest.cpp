@@ -17,6 +17,7 @@
 #include "dump/KavelDumpUtilThread.h"
 #include "dump/LeftoverFolders.h"
 #include "dump/LogFolderName.h"
+#include "dump/NearestFile.h"
 #include "handler/Nwatchcall.h"
 #include "tests/dump/DumpBench.h"
 #include "tests/dump/FakeCaptures.h"
@@ -117,6 +118,12 @@ class Phone {
         std::sort(lines.begin(), lines.end());
         mSays += base::Join(lines, "\n") + "\n";
     }
+    /** The place, from 0 on, of the file that is nearest to an offset, or -1. */
+    void findNearest(Line line) {
+        std::vector<TraceFile> files;
+        for (size_t i = 3; i < line.size(); ++i) files.push_back({"f", line.number(i)});
+        mSays = std::to_string(nearestFile(files, line.number(1), line.number(2))) + "\n";
+    }
     void showState(Line line) {
         mBench->settle();
         mSays = StringPrintf("collected 0x%x, %s; captures 0x%x; window %s; xlog %s\n",
@@ -198,6 +205,7 @@ class Phone {
              }},
             {"state", [this](Line line) { showState(line); }},
             // What the daemon does.
+            {"nearest", [this](Line line) { findNearest(line); }},
             {"leftovers", [this](Line) { packLeftovers(); }},
             {"exists", [this](Line l) { mSays = fs::exists(l.rest(1)) ? "yes\n" : "no\n"; }},
             {"immediate",

@@ -207,6 +207,17 @@ class Roads : public testing::TestWithParam<std::string> {
                          {{50, fake::process(1000, "system")},
                           {static_cast<int>(l.number(1)), fake::process(1000, l.word(2))}});
              }},
+            {"process",
+             [](Line l) {
+                 const bool isReadable = l.word(2) != "unreadable";
+                 fake::setProcess(static_cast<int>(l.number(1)),
+                                  {"", isReadable ? std::optional(l.rest(2)) : std::nullopt});
+             }},
+            {"proc", [](Line l) { fake::closeProc(l.word(1) == "closed"); }},
+            {"pid-of",
+             [this](Line l) {
+                 mSays = std::to_string(RecoveryActions::getPidForCommand(l.rest(1))) + "\n";
+             }},
             {"client", [](Line l) { hasClient = l.word(1) == "there"; }},
             {"panic", [](Line l) { fake::refusePanic(l.word(1) == "refused"); }},
             {"framework",

@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,8 +16,6 @@ using namespace android;     // NOLINT(google-build-using-namespace)
 using namespace kavel_test;  // NOLINT(google-build-using-namespace)
 
 namespace {
-
-using kavel::test::eventually;
 
 using base::unique_fd;
 using kavel::host::kTransactionSpace;
@@ -110,34 +107,6 @@ TEST_F(HostileClientTest, DropsAClientThatReadsNoAnswers) {
         EXPECT_EQ(error, EPIPE);
         EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
     }
-}
-
-// Would catch idle connections that use up the server's descriptors, and clients that do not
-// survive the loss of a connection the server has given up.
-TEST_F(HostileClientTest, OutlivesMoreConnectionsThanItHolds) {
-    const ServerProcess server("target");
-    std::vector<unique_fd> idle;
-    for (int i = 0; i < 600; ++i) {
-        idle.push_back(connect("target"));
-        ASSERT_TRUE(idle.back().ok());
-    }
-    EXPECT_TRUE(isDropped(idle.front()));
-    EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
-    EXPECT_EQ(call(check("target"), ECHO), NO_ERROR);
-}
-
-// Would catch a server that spins or goes deaf when it may open no further descriptor.
-TEST_F(HostileClientTest, OutlivesTheLackOfDescriptors) {
-    const ServerProcess server("target");
-    // A first call: sanitizers open a pipe to look at an object they see for the first time.
-    ASSERT_EQ(call(server.service(), ECHO), NO_ERROR);
-    const rlimit few{24, 24};
-    ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &few, nullptr), 0);
-    std::vector<unique_fd> idle(50);
-    for (unique_fd& fd : idle) fd = connect("target");
-    EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
-    idle.clear();
-    EXPECT_TRUE(eventually([&] { return call(server.service(), ECHO) == NO_ERROR; }));
 }
 
 // Would catch a sender that hangs for ever when the server is stopped.

@@ -63,23 +63,5 @@ TEST_F(LogcatTest, ShowsWhatWasLogged) {
     EXPECT_THAT(output("logcat -d -b radio"), HasSubstr("elsewhere"));
 }
 
-// Would catch a wrong command line that is taken for a right one.
-TEST_F(LogcatTest, RefusesWhatItDoesNotKnow) {
-    const struct {
-        const char* words;
-        const char* reason;
-    } cases[] = {
-            {"logcat -d -Q", "unknown option '-Q'"},
-            {"logcat -t -1", "'-1' is no value for option '-t'"},
-            {"logcat -d tag:Q", "'tag:Q' is not TAG or TAG:PRIORITY"},
-            {"log", "no message"},
-    };
-    for (const auto& each : cases) {
-        const std::string text = output(each.words);
-        EXPECT_EQ(text.rfind("failed: ", 0), 0u) << each.words;
-        EXPECT_THAT(text, HasSubstr(each.reason)) << each.words;
-    }
-}
-
 }  // namespace
 }  // namespace android::kavel::host

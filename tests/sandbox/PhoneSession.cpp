@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -59,15 +58,6 @@ void sendEvent(const std::string& id, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"kavelctl", "send", id});
     const Result sent = run(arguments);
     EXPECT_EQ(sent.status, 0) << sent.output;
-}
-
-bool eventually(const std::function<bool()>& condition, std::chrono::seconds deadline) {
-    const auto end = std::chrono::steady_clock::now() + deadline;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
 }
 
 bool daemonIsUp() {

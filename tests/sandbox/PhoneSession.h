@@ -1,10 +1,9 @@
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "tests/fake/Eventually.h"
 #include "tools/ArchiveReader.h"
 
 namespace android::kavel::test {
@@ -22,10 +21,6 @@ Result run(const std::vector<std::string>& arguments);
 /** `kavelctl set` and `kavelctl send` for event type @p id; a failure is the test's. */
 void configureEvent(const std::string& id, std::vector<std::string> arguments);
 void sendEvent(const std::string& id, std::vector<std::string> arguments);
-
-/** Looks every few milliseconds until @p condition holds; false where it never did. */
-bool eventually(const std::function<bool()>& condition,
-                std::chrono::seconds deadline = std::chrono::seconds(60));
 
 /** Waits until the daemon answers, so that the reports of a test find it. */
 bool daemonIsUp();
