@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <regex>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -11,7 +10,6 @@
 #include "tests/core/Messages.h"
 #include "tests/core/TestKernel.h"
 #include "tests/fake/FakeLog.h"
-#include "tests/fake/Script.h"
 
 namespace android::kavel::test {
 namespace {
@@ -44,13 +42,6 @@ std::vector<std::string> takeLog() {
         line.erase(2, tag.size());
     }
     return lines;
-}
-
-/** The descriptor that the next socket() will get. */
-int nextFd() {
-    const int fd = dup(0);
-    close(fd);
-    return fd;
 }
 
 class KeventThread : public testing::Test {
@@ -110,36 +101,6 @@ TEST_F(KeventThread, RegistersAsTheKernelExpects) {
     EXPECT_EQ(kernel.received(), "");
     EXPECT_THAT(kernel.protocols, ElementsAre(16, 43));
     EXPECT_TRUE(kernel.isWellAddressed);
-}
-
-// Would catch a changed set-up line, priority or order, and a failure that does not end the thread.
-TEST_F(KeventThread, SetsUpAsInTheGoldenFile) {
-    const int firstFd = nextFd();
-    const std::string pid = std::to_string(getpid());
-    test::expectScript(KAVEL_GOLDEN_DIR "/set_up.txt", [&](const ScriptLine& line) {
-        thread = new KavelKeventThread(keepPacket);
-        const std::string fd = std::to_string(nextFd());
-        const std::string lookUp = line.option("look-up");
-        const int registration = std::stoi(line.option("registration"));
-        kernel.release = line.option("release");
-        kernel.socketError = std::stoi(line.option("socket"));
-        kernel.bindError = std::stoi(line.option("bind"));
-        kernel.messages.clear();
-        if (lookUp == "known") kernel.messages = {familyReply(0x1c)};
-        if (lookUp == "unknown") kernel.messages = {"junk"};
-        kernel.sendFaults.clear();
-        if (lookUp != "none") kernel.sendFaults = {lookUp == "lost" ? -ENOBUFS : 1000};
-        if (registration != 0) kernel.sendFaults.push_back(-registration);
-        const std::optional<bool> result = kernel.run(*thread);
-        std::string text;
-        for (std::string said : takeLog()) {
-            said = std::regex_replace(said, std::regex("mEventFd " + fd + "$"), "mEventFd FD");
-            text += std::regex_replace(said, std::regex("pid " + pid), "pid PID") + "\n";
-        }
-        return text + (result ? "ended, " + std::to_string(*result) : "goes on");
-    });
-    thread.clear();
-    EXPECT_EQ(nextFd(), firstFd);  // no socket stays open
 }
 
 // Would catch a family id that is taken from the wrong place or from a reply that is none.
