@@ -1,9 +1,10 @@
 #include "dig/Event.h"
 
-#include <charconv>
 #include <cstdio>
 #include <limits>
 #include <string_view>
+
+#include "dig/LineText.h"
 
 namespace android {
 namespace {
@@ -12,19 +13,13 @@ constexpr int64_t kMaxAge = 10'000;
 
 }  // namespace
 
-// Put together by hand: two lines for each record would otherwise cost as much as the matching.
 Event::~Event() {
-    constexpr std::string_view kId = "zuvek id ";
-    constexpr std::string_view kTime = "  time ";  // both blanks on purpose
-    constexpr size_t kMaxDigits = 20;              // of an int64, with its sign
-    char line[kId.size() + kTime.size() + 2 * kMaxDigits + 1];
-    char* const limit = line + sizeof(line);
-    char* end = line + kId.copy(line, kId.size());
-    end = std::to_chars(end, limit, id).ptr;
-    end += kTime.copy(end, kTime.size());
-    end = std::to_chars(end, limit, time).ptr;
-    *end++ = '\n';
-    fwrite(line, 1, static_cast<size_t>(end - line), stdout);
+    kavel::LineText line;
+    line << "zuvek id ";
+    line.decimal(id) << "  time ";  // both blanks on purpose
+    line.decimal(time) << "\n";
+    const std::string_view text = line.text();
+    fwrite(text.data(), 1, text.size(), stdout);
 }
 
 namespace kavel {

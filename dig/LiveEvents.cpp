@@ -24,7 +24,10 @@ void LiveEvents::queue(const Event& event) {
         mOlder.add(mNewest.front().id, mNewest.front().time);
         mNewest.pop_front();
     }
-    mNewest.push_back(event);
+    // All that a live event is asked for; the rest of a copy would cost more than these.
+    Event& live = mNewest.emplace_back();
+    live.id = event.id;
+    live.time = event.time;
 }
 
 void LiveEvents::prune(int64_t now) {

@@ -33,7 +33,7 @@ class LiveEvents {
      */
     std::optional<int64_t> findRelated(const Event& now) const;
 
-    /** Prunes where the list is full, then appends a copy of @p event. */
+    /** Prunes where the list is full, then appends @p event: its id and its time. */
     void queue(const Event& event);
 
     void clear();

@@ -1,23 +1,33 @@
 #include "dig/RawRecord.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
-#include <utility>
+#include <string_view>
 
 namespace android {
 namespace {
 
-constexpr const char* kSeparator = ":";
-constexpr size_t kMinFields = 3;
+constexpr std::string_view kSeparator = ":";
 
-/** As std::stoll() reads it, with no value in place of its exceptions. */
-std::optional<int64_t> toNumber(const std::string& text) {
+/** Takes the next token off @p rest; an empty one where there is none. */
+std::string_view takeToken(std::string_view* rest, std::string_view separators) {
+    rest->remove_prefix(std::min(rest->find_first_not_of(separators), rest->size()));
+    const std::string_view token = rest->substr(0, rest->find_first_of(separators));
+    rest->remove_prefix(token.size());
+    return token;
+}
+
+/**
+ * As std::stoll() reads it, with no value in place of its exceptions. What stands behind @p token
+ * ends a number: a separator or the text's NUL.
+ */
+std::optional<int64_t> toNumber(std::string_view token) {
     char* end = nullptr;
     errno = 0;
-    const int64_t number = strtoll(text.c_str(), &end, 10);
-    if (end == text.c_str() || errno == ERANGE) return std::nullopt;
+    const int64_t number = strtoll(token.data(), &end, 10);
+    if (end == token.data() || errno == ERANGE) return std::nullopt;
     return number;
 }
 
@@ -26,25 +36,26 @@ std::optional<int64_t> toNumber(const std::string& text) {
 // NOLINTNEXTLINE(performance-unnecessary-value-param): callers know it by this signature
 std::vector<std::string> split(char* text, std::string separators) {
     std::vector<std::string> tokens;
-    tokens.reserve(kMinFields);
-    const char* const ends = separators.c_str();
-    for (char* token = text + strspn(text, ends); *token != '\0'; token += strspn(token, ends)) {
-        const size_t length = strcspn(token, ends);
-        tokens.emplace_back(token, length);
-        token += length;
+    std::string_view rest = text;
+    while (true) {
+        const std::string_view token = takeToken(&rest, separators);
+        if (token.empty()) return tokens;
+        tokens.emplace_back(token);
     }
-    return tokens;
 }
 
 namespace kavel {
 
-RawRecord parseRawRecord(char* text) {
-    std::vector<std::string> fields = split(text, kSeparator);
-    if (fields.size() < kMinFields) return {RecordFault::TooFewFields, 0, 0, ""};
-    const std::optional<int64_t> id = toNumber(fields[0]);
-    const std::optional<int64_t> time = toNumber(fields[2]);
+RawRecord parseRawRecord(const char* text) {
+    std::string_view rest = text;
+    const std::string_view idField = takeToken(&rest, kSeparator);
+    const std::string_view name = takeToken(&rest, kSeparator);
+    const std::string_view timeField = takeToken(&rest, kSeparator);
+    if (timeField.empty()) return {RecordFault::TooFewFields, 0, 0, ""};
+    const std::optional<int64_t> id = toNumber(idField);
+    const std::optional<int64_t> time = toNumber(timeField);
     if (!id || !time) return {RecordFault::NotANumber, 0, 0, ""};
-    return {RecordFault::None, *id, *time, std::move(fields[1])};
+    return {RecordFault::None, *id, *time, std::string(name)};
 }
 
 }  // namespace kavel

@@ -25,7 +25,7 @@ struct RawRecord {
 };
 
 /** Fields beyond the third are ignored, as is what follows the digits of a number. */
-RawRecord parseRawRecord(char* text);
+RawRecord parseRawRecord(const char* text);
 
 }  // namespace kavel
 }  // namespace android

@@ -1,11 +1,11 @@
 #include "dig/dig.h"
 
 #include <algorithm>
-#include <cinttypes>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "dig/LineText.h"
 #include "dig/LiveEvents.h"
 #include "dig/RawRecord.h"
 #include "dig/Tag.h"
@@ -111,8 +111,11 @@ void matchEvent(Event& now) {
     const std::optional<int64_t> before = liveEvents().findRelated(now);
     if (!before) return;
     logLine(ANDROID_LOG_DEBUG, "found");
-    KAVEL_LOGI(KAVEL_TAG_SOCKET, "Kavel found freezen event0 %" PRIx64 " event1 %" PRIx64 " ",
-               now.id, *before);
+    kavel::LineText line;
+    line << "Kavel found freezen event0 ";
+    line.hex(now.id) << " event1 ";
+    line.hex(*before) << " ";
+    logLine(ANDROID_LOG_INFO, line.text().data());
 }
 
 void queueLiveEvents(Event& event) {

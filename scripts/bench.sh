@@ -12,7 +12,8 @@ cmake --build $build -j "${JOBS:-$(nproc)}"
 # ratio PROGRAM COLUMN OURS PEER BUDGET: COLUMN is real_time or cpu_time
 ratio() {
     "$build/bench/$1" --benchmark_filter="^($3|$4)(/(real|manual)_time)?$" \
-        --benchmark_repetitions=7 --benchmark_report_aggregates_only --benchmark_format=csv \
+        --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true \
+        --benchmark_report_aggregates_only --benchmark_format=csv \
         2> /dev/null |
         awk -F, -v column="$2" -v ours="$3" -v peer="$4" -v budget="$5" '
             /^name,/ {for (i = 1; i <= NF; i++) if ($i == column) c = i}
