@@ -1,9 +1,9 @@
 #pragma once
 
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <type_traits>
 
 namespace android::kavel {
 

@@ -42,11 +42,18 @@ TEST_F(CaptureTest, NoFocusWindowTakesEveryTraceAlong) {
     }
 }
 
-// A native trace that is lost though tracing is on.
-TEST_F(CaptureTest, NativeTraceIsTakenWhileTracingIsOn) {
+// A native trace that is taken though tracing is off, or lost though it is on.
+TEST_F(CaptureTest, NativeTraceFollowsTheTraceFlags) {
     ASSERT_EQ(run({"setprop", "debug.atrace.tags.enableflags", "16"}).status, 0);
     report("0x301", "traced", {});
     EXPECT_TRUE(holds(awaitArchive("kavel_traced_system@"), "dravo-trace_dravo_kavel_"));
+
+    ASSERT_EQ(run({"setprop", "debug.atrace.tags.enableflags", "0"}).status, 0);
+    report("0x301", "untraced", {});
+    const tools::ArchiveContents untraced = awaitArchive("kavel_untraced_system@");
+    EXPECT_EQ(untraced.broken, "");
+    EXPECT_FALSE(holds(untraced, "dravo-trace"));
+    EXPECT_EQ(logCount("[dravo_kavel callNativeDumpSystrace]: Systrace status is off."), 1U);
 }
 
 // A staging service that is not started, logs that are lost, and staging that stays.
