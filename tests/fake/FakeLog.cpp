@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 
 #include "platform/Mutex.h"
 #include "tests/fake/LogFunction.h"
@@ -36,11 +35,24 @@ void keep(const PassingLine& line) {
     captured().changed.notify_all();
 }
 
+/** What liblog puts where a line has no tag: the program's name, as it finds it. */
+const std::string& defaultTag() {
+    static const std::string tag = [] {
+        __android_log_write(ANDROID_LOG_INFO, nullptr, "");
+        MutexLock lock(captured().lock);
+        const std::string found = captured().lines.back().tag;
+        captured().lines.pop_back();
+        return found;
+    }();
+    return tag;
+}
+
 }  // namespace
 
 void captureLog() {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
     __android_log_set_logger(LogFunction<keep>::log);
+    defaultTag();  // before other threads log
 }
 
 std::vector<LogLine> logLines() {
@@ -55,12 +67,11 @@ void clearLog() {
 
 std::vector<std::string> takeLog() {
     constexpr char kLetters[] = "??VDIWEF";
-    static const std::string program = std::filesystem::read_symlink("/proc/self/exe").filename();
     std::vector<std::string> taken;
     MutexLock lock(captured().lock);
     for (const LogLine& line : captured().lines) {
         if (line.thread != std::this_thread::get_id()) continue;
-        const bool isTagged = line.tag != program;
+        const bool isTagged = line.tag != defaultTag();
         std::string text = std::string(1, kLetters[line.priority]) + " " +
                            (isTagged ? line.tag + ": " : "") + line.text;
         if (text.back() == '\n') text.pop_back();
