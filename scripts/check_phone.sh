@@ -20,7 +20,7 @@ sanitizers=signed-integer-overflow,unsigned-integer-overflow
 sanitizers=$sanitizers,implicit-signed-integer-truncation,implicit-unsigned-integer-truncation
 
 module=$(sed -n '/name: "dravo_kavel_defaults"/,/^}/ {/cflags/,/]/ s/^ *"\(.*\)",.*/\1/p}' Android.bp)
-sources=$(cut -d ' ' -f 2 build/default/tests/structure/sources.txt)
+sources=$(cut -d ' ' -f 2 build/default/tests/structure/sources.txt | grep -v '^tests/' | sort -u)
 if [ -z "$module" ] || [ -z "$sources" ]; then
     echo "check_phone.sh: nothing to compile" >&2
     exit 1
