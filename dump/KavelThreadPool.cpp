@@ -105,14 +105,13 @@ void KavelThreadPool::enqueue(packaged_task<void()> task) {
         mTasks.push(std::move(task));
         wake = mWaiting > 0;  // a worker that is awake looks at the queue before it sleeps
     }
-    if (wake) mTaskSignal.notify_one();
-    if (mIdleCount >= 1 || mCreated >= mMaxSize) return;
     try {
-        addThread(1);
+        if (mIdleCount < 1 && mCreated < mMaxSize) addThread(1);
     } catch (const system_error& e) {
         // The task is queued, and the workers that there are will come to it.
         KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel commit]: no further thread: %s\n", e.what());
     }
+    if (wake) mTaskSignal.notify_one();
 }
 
 void KavelThreadPool::logException(const exception& e) {

@@ -35,7 +35,7 @@ class VariantPolicy {
 
     /** Whether the build is commercial. */
     static bool checkSystemVerion();
-    /** Logs the OTA version, for those who read a log without its archive. */
+    /** Leaves its line in the log; what it reads goes nowhere. */
     static void getOtaVersion();
     /** Decides anew, so that a property change takes effect with the next event. */
     void kavelVersionSwitch();
