@@ -60,6 +60,12 @@ bool isLogFolderName(std::string_view name) {
     return name.size() <= NAME_MAX && std::regex_match(name.begin(), name.end(), kForm);
 }
 
+std::string archiveName(std::string_view folderName, int sequence) {
+    std::string name(folderName);
+    if (sequence > 1) name += "." + std::to_string(sequence);
+    return name + kArchiveSuffix;
+}
+
 bool isUsableFolder(std::string_view path) {
     return path.find_first_not_of('/') != std::string_view::npos;
 }

@@ -30,6 +30,12 @@ struct LogFolderParts {
  */
 std::string logFolderName(const LogFolderParts& parts);
 
+/**
+ * Name of the archive of a folder of that name. @p sequence tells archives of one folder apart: 1 for
+ * the first, which has no number in its name.
+ */
+std::string archiveName(std::string_view folderName, int sequence);
+
 /** Whether @p name, without a directory, is one that logFolderName() makes. */
 bool isLogFolderName(std::string_view name);
 

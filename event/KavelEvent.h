@@ -52,6 +52,9 @@ using EventRef = std::shared_ptr<const KavelEvent>;
  */
 bool isAbnormalAction(int64_t eventId);
 
+/** "event 0xTYPE (record ID)", for log lines of our own. */
+std::string eventText(const KavelEvent& event);
+
 /** The SurfaceFlinger hang warning, which gets the nwatchcall log and nothing else. */
 inline constexpr int64_t KAVEL_EVENT_SF_HANG_WARNING = 0x401;
 

@@ -2,8 +2,6 @@
 
 #include <exception>
 
-#include "dump/DumpContext.h"
-#include "dump/HandlerSeams.h"
 #include "event/EventIntake.h"
 #include "handler/KavelEventHandler.h"
 #include "platform/Log.h"
@@ -13,18 +11,6 @@ namespace android::kavel {
 
 EventParameters& eventParameters() {
     return KavelEventHandler::getInstance().parameters();
-}
-
-DumpContext& dumpContext() {
-    return KavelEventHandler::getInstance().dump();
-}
-
-std::string makeLogFolder(const KavelEvent& event) {
-    return KavelEventHandler::getInstance().buildLogPathFolderName(&event);
-}
-
-std::vector<EventRef> eventRing(const EventRef& main) {
-    return KavelEventHandler::getInstance().events().ringFrom(main);
 }
 
 int restartFramework() {
