@@ -29,6 +29,16 @@ TEST(Commands, ExplainsInJson) {
     EXPECT_EQ(json["neverCollected"].asString(), "0x40");
     EXPECT_EQ(json["event"]["frameworkTrace"].asString(), "0x10004001");
     EXPECT_EQ(json["bits"].size(), 2U);
+    const auto commercial = [](std::vector<std::string> words) {
+        words.insert(words.begin(), {"explain", "0x3", "--json"});
+        const Json::Value part = parseJson(run(words).out)["commercial"];
+        return part["part"].asString() + " " + part["secondRound"].asString() + " " +
+               part["waitSeconds"].asString();
+    };
+    EXPECT_EQ(commercial({}), "  ");
+    EXPECT_EQ(commercial({"--event", "0xf05"}), "action 0x3 0");
+    EXPECT_EQ(commercial({"--event", "0xf06"}), "neighbour 0x0 15");
+    EXPECT_EQ(commercial({"--event", "0xe01"}), "none 0x0 0");
 }
 
 class CollectionCommands : public testing::Test {
