@@ -35,6 +35,7 @@ constexpr std::string_view kListHelp =
         "                 time       YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
         "                 folderId   hexadecimal text\n"
         "                 ota        text\n"
+        "                 sequence   1, or N for NAME.N.tar.gz, a further archive of the folder\n"
         "                 size       of the archive, in bytes\n"
         "                 fileCount  number\n"
         "                 broken     text why it does not read back, or null\n";
@@ -48,10 +49,15 @@ void printList(std::ostream& out, const std::vector<Archive>& archives) {
     for (size_t i = 0; i < archives.size(); ++i) {
         const Archive& archive = archives[i];
         const ArchiveContents& contents = archive.contents;
-        rows.push_back({"-" + std::to_string(i + 1), archive.name->readableTime(' '),
+        std::string mark;
+        if (archive.name->sequence > 1) {
+            mark += "  (archive " + std::to_string(archive.name->sequence) + " of its folder)";
+        }
+        if (!contents.broken.empty()) mark += "  BROKEN: " + printable(contents.broken);
+        rows.push_back({"-" + std::to_string(i + 1), readableTime(*archive.name, ' '),
                         sizeText(contents.archiveSize), std::to_string(contents.fileCount),
                         printable(archive.subject.event), printable(archive.subject.process),
-                        contents.broken.empty() ? "" : "  BROKEN: " + printable(contents.broken)});
+                        mark});
     }
     for (const Row& row : rows) eventWidth = std::max(eventWidth, row.event.size());
     for (const Row& row : rows) {
@@ -109,7 +115,7 @@ constexpr std::string_view kShowHelp =
         "\n"
         "  --dir DIR  another directory than /data/persist_log/PLX/de/kavel\n"
         "  --json     one JSON document: the keys path to broken of 'kavelctl list --json' (event\n"
-        "             to ota are null where the file's name is not an archive's), and\n"
+        "             to sequence are null if the file's name is not an archive's), and\n"
         "               history    list of {event, time, logInfo: hexadecimal text, recordId}\n"
         "               extraInfo  text, or null where the archive has none\n"
         "               files      list of {name, size in bytes}, 4096 at most\n";

@@ -87,6 +87,13 @@ std::string readText(archive* reader) {
     return text;
 }
 
+/** Name of the folder that @p archive was made of, as far as its name tells. */
+std::string folderOf(const std::filesystem::path& archive) {
+    const std::string fileName = archive.filename().string();
+    if (const auto name = parseArchiveName(fileName)) return name->folder;
+    return fileName.substr(0, fileName.size() - std::min(fileName.size(), strlen(kArchiveSuffix)));
+}
+
 /** Name of @p entry below the folder @p folder; the whole name where it is not in there. */
 std::string nameBelow(archive_entry* entry, const std::string& folder) {
     const char* pathname = archive_entry_pathname(entry);
@@ -156,10 +163,8 @@ ArchiveContents readArchive(const std::filesystem::path& path) {
     }
     contents.archiveSize = static_cast<uint64_t>(status.st_size);
 
-    const std::string fileName = path.filename().string();
-    const size_t folderLength = fileName.size() - std::min(fileName.size(), strlen(kArchiveSuffix));
     const auto stream = std::make_unique<GzipStream>(fd);
-    const std::string tarError = readEntries(*stream, fileName.substr(0, folderLength), contents);
+    const std::string tarError = readEntries(*stream, folderOf(path), contents);
     stream->drain();
     contents.broken = stream->error();
     if (contents.broken.empty()) contents.broken = tarError;

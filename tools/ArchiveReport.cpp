@@ -31,14 +31,15 @@ void printField(std::ostream& out, const char* name, const std::string& value) {
 }  // namespace
 
 Json::Value archiveSummary(const Archive& archive) {
-    const ArchiveName name = archive.name.value_or(ArchiveName{});
+    const LogName name = archive.name.value_or(LogName{});
     Json::Value json;
     json["path"] = archive.path.string();
     json["event"] = archive.name ? Json::Value(archive.subject.event) : Json::Value();
     json["process"] = archive.name ? Json::Value(archive.subject.process) : Json::Value();
-    json["time"] = archive.name ? Json::Value(name.readableTime('T')) : Json::Value();
+    json["time"] = archive.name ? Json::Value(readableTime(name, 'T')) : Json::Value();
     json["folderId"] = textOrNull(name.folderId);
-    json["ota"] = archive.name ? Json::Value(name.ota) : Json::Value();
+    json["ota"] = archive.name ? Json::Value(name.otaVersion) : Json::Value();
+    json["sequence"] = archive.name ? Json::Value(name.sequence) : Json::Value();
     json["size"] = Json::UInt64{archive.contents.archiveSize};
     json["fileCount"] = Json::UInt64{archive.contents.fileCount};
     json["broken"] = textOrNull(archive.contents.broken);
@@ -74,9 +75,12 @@ void printArchive(std::ostream& out, const Archive& archive) {
     if (archive.name) {
         printField(out, "event", archive.subject.event);
         printField(out, "process", archive.subject.process);
-        printField(out, "time", archive.name->readableTime(' '));
+        printField(out, "time", readableTime(*archive.name, ' '));
         printField(out, "folder", archive.name->folderId);
-        printField(out, "ota", archive.name->ota);
+        printField(out, "ota", archive.name->otaVersion);
+        if (archive.name->sequence > 1) {
+            printField(out, "number", std::to_string(archive.name->sequence) + " of this folder");
+        }
     }
     printField(out, "size", sizeText(contents.archiveSize));
     if (!contents.history.empty()) printText(out, "history", contents.history);

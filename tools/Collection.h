@@ -19,8 +19,8 @@ struct Collection {
 /** One archive: what its name says and what it holds. */
 struct Archive {
     std::filesystem::path path;
-    std::optional<ArchiveName> name;  ///< nothing for a file called otherwise
-    Subject subject;                  ///< empty where there is no name
+    std::optional<LogName> name;  ///< nullopt for a file called otherwise
+    Subject subject;              ///< empty if there is no name
     std::vector<HistoryLine> history;
     ArchiveContents contents;
 };

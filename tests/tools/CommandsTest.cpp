@@ -66,7 +66,10 @@ TEST_F(CollectionCommands, ListsNewestFirst) {
          {{"kavel_history.txt",
            "EventType:black_screen,Timestamp:2024-03-07-09-05-03-007,loginfo:3,eventID:9\n"},
           {"b.txt", "2"}});
-    folder.write(name("cut_x\x1b[2J", "02") + ".tar.gz", "junk");
+    const std::string clearScreen =
+            "\xc2\x9b"
+            "2J";
+    folder.write(name("cut_x" + clearScreen, "02") + ".tar.gz", "junk");
     folder.write("dravo-trace", "foreign");
     std::filesystem::create_directory(folder / (name("a_directory", "09") + ".tar.gz"));
 
@@ -81,13 +84,13 @@ TEST_F(CollectionCommands, ListsNewestFirst) {
     EXPECT_EQ(archives[0]["process"].asString(), "system");
     EXPECT_EQ(archives[0]["fileCount"].asInt(), 2);
     EXPECT_TRUE(archives[0]["broken"].isNull());
-    EXPECT_EQ(archives[1]["process"].asString(), "x\x1b[2J");
+    EXPECT_EQ(archives[1]["process"].asString(), "x" + clearScreen);
     EXPECT_EQ(archives[1]["broken"].asString(), "not a gzip file");
     EXPECT_EQ(archives[2]["time"].asString(), "2024-03-07T09:05:01.007");
 
     const Result text = runHere({"list"});
     EXPECT_EQ(text.exitCode, kExitOk);
-    EXPECT_TRUE(contains(text.out, "x\\x1b[2J  BROKEN: not a gzip file")) << text.out;
+    EXPECT_TRUE(contains(text.out, "x\\xc2\\x9b2J  BROKEN: not a gzip file")) << text.out;
     EXPECT_TRUE(contains(text.out, "3 archives in ")) << text.out;
     EXPECT_TRUE(contains(text.out, "2 other entries passed over")) << text.out;
 }
