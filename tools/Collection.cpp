@@ -53,12 +53,13 @@ Collection scanCollection(const fs::path& directory) {
     return collection;
 }
 
-Archive loadArchive(const fs::path& path) {
+Archive loadArchive(const fs::path& path, uint64_t limit) {
     Archive archive;
     archive.path = path;
     archive.name = parseArchiveName(path.filename().string());
-    archive.contents = readArchive(path);
+    archive.contents = readArchive(path, limit);
     archive.history = parseHistory(archive.contents.history);
+    archive.events = parseEventLines(archive.contents.events);
     if (archive.name) archive.subject = splitSubject(*archive.name, archive.history);
     return archive;
 }
