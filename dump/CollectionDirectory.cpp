@@ -12,9 +12,6 @@ namespace fs = std::filesystem;
 namespace android::kavel {
 namespace {
 
-/** Maximum number of archives of one name. More than a few mean that something repeats for ever. */
-constexpr int kMaxSequence = 1000;
-
 bool isThere(const fs::path& path) {
     std::error_code gone;
     return fs::exists(fs::symlink_status(path, gone));
@@ -34,7 +31,7 @@ bool ensureDirectory() {
  */
 std::optional<std::string> freePlace(const std::string& name) {
     if (!isThere(fs::path(kArchiveDirectory) / archiveName(name, 1))) return kArchiveDirectory;
-    for (int sequence = 2; sequence <= kMaxSequence; ++sequence) {
+    for (uint32_t sequence = 2; sequence <= kMaxArchiveSequence; ++sequence) {
         const fs::path place = fs::path(kArchiveDirectory) / archiveName(name, sequence);
         if (!isThere(place)) return place;
     }

@@ -31,7 +31,7 @@ std::vector<TraceFile> listCandidates(const TraceScan& scan, DIR* directory) {
         const bool fits = std::all_of(
                 scan.markers.begin(), scan.markers.end(),
                 [&](const char* marker) { return name.find(marker) != std::string::npos; });
-        if (!fits || isLogFolderName(name.substr(0, name.find(kArchiveSuffix)))) continue;
+        if (!fits || parseArchiveName(name)) continue;
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%s%s scanned.\n", scan.tag, name.c_str());
         struct stat status = {};
         if (statListed(scan.tag, scan.directory, name, &status)) {
