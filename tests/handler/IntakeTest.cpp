@@ -29,7 +29,7 @@ constexpr int kReports = 250;  // of each thread
 
 constexpr long kCombined = 0x1;
 constexpr long kAlone = 0x2;
-constexpr long kMalformed = 0x3;  // its text lacks the keys
+constexpr long kMalformed = 0x3;  // its text is too short for its keys
 constexpr long kNoLog = 0x402;
 constexpr long kAbnormal = 0xF01;
 constexpr long kDisabled = 0x777;
