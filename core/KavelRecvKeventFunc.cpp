@@ -11,7 +11,6 @@
 
 #include "core/KeventDecoder.h"
 #include "event/EventIntake.h"
-#include "event/KavelTimestamp.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
 #include "platform/Shell.h"
@@ -159,8 +158,7 @@ void handleKernelSendKavelEvent(const std::string& message) {
     for (const kavel::EventToken& token : event.tokens) logToken(token);
     if (event.isBad) return;
     constexpr int kKernelUid = 0;
-    kavel::intakeKavelEvent(event.eventId, kavel::generateKavelTimestamp(), event.logInfo,
-                            event.pid, kKernelUid, event.extraInfo);
+    kavel::intakeKavelEvent(event.eventId, event.logInfo, event.pid, kKernelUid, event.extraInfo);
 }
 
 }  // namespace

@@ -14,7 +14,8 @@ constexpr int32_t kAfterEventType = 10;
 constexpr int32_t kProcessNameFrame = 13;
 constexpr int32_t kPackageVersionFrame = 16;
 
-/** Where @p key begins; -1 if it is not there. The cuts count from -1 as from any other position. */
+/** Where @p key begins; -1 if it is not there. The cuts count from -1 as from any other position.
+ */
 int32_t find(const std::string& text, std::string_view key) {
     const size_t position = text.find(key);
     return position == std::string::npos ? -1 : static_cast<int32_t>(position);

@@ -65,9 +65,22 @@ std::string readByTheRule(const std::string& text, int64_t id) {
 
 // Would catch a text that is read in another way than the rule says, whatever it holds.
 TEST(ExtraInfo, FollowsTheRuleForAnyText) {
-    const std::string parts[] = {"processName:", "packageVersion:", "eventType:", "processName",
-                                 "packageVersion", "eventType", "process", "Version", "event",
-                                 ",", ":", "", "com.a", "1.2", "x,y", std::string(9, 'z')};
+    const std::string parts[] = {"processName:",
+                                 "packageVersion:",
+                                 "eventType:",
+                                 "processName",
+                                 "packageVersion",
+                                 "eventType",
+                                 "process",
+                                 "Version",
+                                 "event",
+                                 ",",
+                                 ":",
+                                 "",
+                                 "com.a",
+                                 "1.2",
+                                 "x,y",
+                                 std::string(9, 'z')};
     const int64_t ids[] = {0x3, 0x602, 0x702, 0x5, 0x601, 0x701, 0x10000001, 0x1, 0x106, 0x402};
     std::minstd_rand random(1);
     std::string text;
