@@ -96,13 +96,49 @@ TEST_F(KavelBinder, SettingsGoToTheirTables) {
     EXPECT_TRUE(mParameters.hasRecoverId(0x21));
     EXPECT_EQ(mParameters.eventName(0x21), "");
 
-    Parcel cut;
-    request(&cut, {0x21})->writeString16(String16("named"));
-    EXPECT_EQ(transact(kUpdate, cut), NO_ERROR);
-    EXPECT_FALSE(mParameters.isEnabled(0x21));
-    EXPECT_EQ(mParameters.getTimeWindow(0x21), 0);
-    EXPECT_TRUE(mParameters.hasRecoverId(0x21));
-    EXPECT_EQ(mParameters.eventName(0x21), "named");
+    // A null name is an empty one.
+    Parcel unnamed;
+    request(&unnamed, {0x22})->writeInt32(-1);
+    for (const int32_t word : {1, 0, 0, 0, 0, 7000, 0, 0, 0}) unnamed.writeInt32(word);
+    EXPECT_EQ(transact(kUpdate, unnamed), NO_ERROR);
+    EXPECT_TRUE(mParameters.isEnabled(0x22));
+    EXPECT_EQ(mParameters.getTimeWindow(0x22), 7);
+    EXPECT_EQ(mParameters.eventName(0x22), "");
+}
+
+// Would catch settings that replace good ones though some of them are missing or no settings.
+TEST_F(KavelBinder, SettingsThatAreCutShortChangeNothing) {
+    mParameters.updateEventParams(0x31, true, 1);
+    mParameters.setTimeWindow(0x31, 9000);
+    Parcel whole;
+    const size_t start = request(&whole, {})->dataSize();
+    whole.writeInt64(0x31);
+    whole.writeString16(String16("other"));
+    const size_t nameEnd = whole.dataSize();
+    whole.writeBool(false);
+    for (const int64_t number : {1, 2, 3, 4}) whole.writeInt64(number);
+    const auto expectRefused = [&](const Parcel& data) {
+        kavel::fake::clearLog();
+        EXPECT_EQ(transact(kUpdate, data), NOT_ENOUGH_DATA);
+        EXPECT_EQ(kavel::fake::logCount("refused: the request is cut short"), 1U);
+        EXPECT_TRUE(mParameters.isEnabled(0x31));
+        EXPECT_FALSE(mParameters.isEnabled(0));
+        EXPECT_EQ(mParameters.getTimeWindow(0x31), 9);
+        EXPECT_EQ(mParameters.findEventName(0x31), std::nullopt);
+    };
+    for (size_t size = start; size < whole.dataSize(); size += 4) {
+        Parcel cut;
+        cut.appendFrom(&whole, 0, size);
+        expectRefused(cut);
+    }
+    // Names that end elsewhere than they say.
+    for (const int32_t length : {0, 3, 40, 1 << 20, INT32_MAX}) {
+        Parcel garbled;
+        garbled.appendFrom(&whole, 0, whole.dataSize());
+        garbled.setDataPosition(nameEnd - 16);
+        garbled.writeInt32(length);
+        expectRefused(garbled);
+    }
 }
 
 // Would catch a request for another interface that is let in, and a lost code.
