@@ -196,11 +196,10 @@ int KavelKeventThread::sendKeventComp(int type, int flag, const char* data) {
     return -1;
 }
 
-/** The bytes received into mRecvData, or -EINVAL. A failure that repeats at once is logged thinly.
- */
+/** The bytes received into mRecvData, or -EINVAL. Failures that repeat are logged thinly. */
 int KavelKeventThread::receiveLocked(const char* startLine) {
-    const bool isRepeat = mReceiveFailures.count() > 0;
-    if (!isRepeat) LOG_INFO("%s", startLine);
+    // One failure is no run yet: the receive after it is logged like any other.
+    if (mReceiveFailures.count() < 2) LOG_INFO("%s", startLine);
     memset(mRecvData.get(), 0, kKeventDataSize);
     sockaddr_nl source = netlinkAddress(0);
     socklen_t sourceSize = sizeof(source);
@@ -221,7 +220,7 @@ int KavelKeventThread::receiveLocked(const char* startLine) {
     }
     if (mReceiveFailures.add()) {
         LOG_SETUP("KavelKeventThread receive from kernel failed\n");
-        if (isRepeat) {
+        if (mReceiveFailures.count() > 1) {
             LOG_SETUP("KavelKeventThread receive failed %" PRIu64 " times in a row, errno %d\n",
                       mReceiveFailures.count(), error);
         }
