@@ -208,7 +208,8 @@ TEST_F(KeventThread, FailedReceivesTurnAtOnceAndAreThinned) {
     EXPECT_EQ(sDelivered.size(), 1U);
     EXPECT_EQ(fake::logCount("receive from kernel failed"), 10U);  // 1, 2, 4 ... 512
     EXPECT_EQ(fake::logCount("receive failed 512 times in a row, errno 105"), 1U);
-    EXPECT_EQ(fake::logCount("recvKeventGki2"), 3U);  // the first two and, after the packet, the last
+    EXPECT_EQ(fake::logCount("recvKeventGki2"),
+              3U);  // the first two and, after the packet, the last
 }
 
 // Would catch a receive without its line after a single failure.
