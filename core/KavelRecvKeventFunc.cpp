@@ -10,6 +10,7 @@
 #include <utils/SystemClock.h>
 
 #include "core/KeventDecoder.h"
+#include "core/PlxFile.h"
 #include "event/EventIntake.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
@@ -84,6 +85,7 @@ bool takeDumpTurn() {
 void savePlxMessageToLogPath(const std::string& payload) {
     const std::optional<std::string> logmap = kavel::extractLogmap(payload);
     if (!logmap) return;
+    kavel::trimPlxFile(base::StringPrintf("%s/plx.txt", kStatisticDirectory));
     kavel::runShell(
             base::StringPrintf("echo %s >> %s/plx.txt", kavel::singleQuoteForEcho(*logmap).c_str(),
                                kStatisticDirectory),
