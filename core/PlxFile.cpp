@@ -36,8 +36,7 @@ bool writeNewFile(const std::string& path, const std::string& text, mode_t mode)
 }  // namespace
 
 void trimPlxFile(const std::string& path) {
-    const base::unique_fd file(
-            open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const base::unique_fd file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat info = {};
     if (!file.ok() || fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode) ||
         info.st_size <= kMaxPlxFile) {

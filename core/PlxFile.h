@@ -10,9 +10,9 @@ namespace android::kavel {
 inline constexpr off_t kMaxPlxFile = off_t{1024} * 1024;
 
 /**
- * Cuts the file at @p path down to its newest lines, half of kMaxPlxFile of them, if it is larger than
- * kMaxPlxFile. The file is replaced in one step: a failure leaves it as it was and gets one line.
- * Anything but a regular file is left alone.
+ * Cuts the file at @p path down to its newest lines, half of kMaxPlxFile of them, if it is larger
+ * than kMaxPlxFile. The file is replaced in one step: a failure leaves it as it was and gets one
+ * line. Anything but a regular file is left alone.
  */
 void trimPlxFile(const std::string& path);
 
