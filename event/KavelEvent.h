@@ -23,8 +23,8 @@ struct KavelExtraInfo {
 
 /**
  * One report of an abnormal situation. Shared: the event list, look-ups and a running dump each
- * keep a record alive. After it has been placed in the list only `next` changes, under the list's
- * lock, and `collected`.
+ * keep a record alive. After it has been placed in the list two members change: `next`, under the
+ * list's lock, and `collected`.
  */
 class KavelEvent {
   public:

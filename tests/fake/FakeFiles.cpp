@@ -1,7 +1,5 @@
 #include "tests/fake/FakeFiles.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -60,10 +58,6 @@ int redirect(const fs::path& file) {
 }  // namespace
 
 int carryOut(const std::string& command) {
-    if (getenv("KAVEL_OWN_DATA") == nullptr) {
-        static_cast<void>(fprintf(stderr, "this test changes /data: run it by ctest\n"));
-        abort();
-    }
     const std::vector<std::string> words = wordsOf(command);
     std::error_code error;
     if (words[0] == "mkdir") {
