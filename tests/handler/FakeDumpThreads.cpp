@@ -4,6 +4,8 @@
 #include <system_error>
 #include <utility>
 
+#include <gtest/gtest.h>
+
 #include "dump/DumpThread.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "platform/Mutex.h"
@@ -43,7 +45,9 @@ void startDumpThread(CatchRef /*running*/, std::function<void()> body) {
 }  // namespace kavel
 
 void KavelDumpUtilThread::immediateDumpThread(const kavel::CatchRef& running,
-                                              kavel::LogFolder::Work /*work*/) {
+                                              kavel::LogFolder::Work work) {
+    // Else a pack that begins before the thread does not wait for it.
+    EXPECT_EQ(work == nullptr, running->commercial.isCommercial());
     kavel::note("immediate", running);
 }
 

@@ -84,7 +84,7 @@ tools::ArchiveContents awaitArchive(const std::string& prefix) {
         const std::vector<std::string> names = archives(prefix);
         contents.broken = std::to_string(names.size()) + " archives of " + prefix;
         if (names.size() != 1 || !stagedFolders(prefix).empty()) return false;
-        contents = tools::readArchive(fs::path(kArchiveDirectory) / names.front());
+        contents = tools::readArchive(fs::path(kArchiveDirectory) / names.front(), UINT64_MAX);
         return contents.broken.empty();
     });
     return contents;

@@ -51,11 +51,11 @@ TEST_F(ReportTest, ArchiveHoldsWhatTheMaskSelects) {
     }
     EXPECT_EQ(anr.extraInfo, "[PackageName]:com.example.app\n[PackageVersion]:1.2.3\n");
 
-    const auto name = tools::parseArchiveName(archives("kavel_anr_").front());
+    const auto name = parseArchiveName(archives("kavel_anr_").front());
     const std::vector<tools::HistoryLine> history = tools::parseHistory(anr.history);
     ASSERT_EQ(history.size(), 1U) << anr.history;
     EXPECT_EQ(history[0].eventName, "anr");
-    EXPECT_EQ(history[0].time, name->time);
+    EXPECT_EQ(history[0].time, name->timeText);
     EXPECT_EQ(history[0].logInfo, kMask);
 }
 

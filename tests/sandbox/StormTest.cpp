@@ -1,0 +1,166 @@
+// Windows that others join in their last moment, a tool that is slow, and a daemon that is killed
+// again and again: no archive that was once complete is ever another one, no folder is left, and no
+// report is lost but those that the daemon died with.
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <set>
+#include <thread>
+
+#include <binder/IServiceManager.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "dump/LogFolderName.h"
+#include "event/IKavelBinder.h"
+#include "tests/fake/TempDir.h"
+#include "tests/sandbox/PhoneSession.h"
+
+namespace fs = std::filesystem;
+
+namespace android::kavel::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr const char* kSlowFile = "/data/system/packages.xml";
+constexpr int64_t kStormEvent = 0x1;
+constexpr uint32_t kMask = 0xA0002;  // kernel log, properties, and the file above
+/** A report that comes so shortly before the daemon dies may die with it. */
+constexpr milliseconds kMayDie(300);
+
+/** Runs @p step in a thread of its own until the end of the scope. */
+class Repeated {
+  public:
+    explicit Repeated(std::function<void()> step)
+          : mThread([this, step = std::move(step)] {
+                while (!mIsOver) step();
+            }) {}
+    ~Repeated() {
+        mIsOver = true;
+        mThread.join();
+    }
+
+  private:
+    std::atomic<bool> mIsOver{false};
+    std::thread mThread;
+};
+
+/** The command that reads the file is as slow as its writer. */
+void feedSlowFile() {
+    std::this_thread::sleep_for(milliseconds(250));
+    const int fd = open(kSlowFile, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return;  // nobody reads
+    static_cast<void>(!write(fd, "x\n", 2));
+    close(fd);
+}
+
+/** What each archive was when it was first complete. */
+class Archives {
+  public:
+    void look() {
+        for (const std::string& name : archives("kavel_storm_")) {
+            const fs::path path = fs::path(kArchiveDirectory) / name;
+            const std::string content = contentOf(path);
+            const auto known = mComplete.find(name);
+            if (known != mComplete.end()) {
+                EXPECT_TRUE(known->second == content) << name << " has been replaced";
+            } else if (tools::readArchive(path, UINT64_MAX).broken.empty()) {
+                mComplete[name] = content;
+            }
+        }
+    }
+    /** The text of all events files. */
+    std::string events() const {
+        std::string all;
+        for (const auto& [name, content] : mComplete) {
+            all += tools::readArchive(fs::path(kArchiveDirectory) / name, UINT64_MAX).events;
+        }
+        return all;
+    }
+    size_t count() const { return mComplete.size(); }
+
+  private:
+    std::map<std::string, std::string> mComplete;
+};
+
+bool report(const std::string& process) {
+    const sp<IKavelBinder> service = IKavelBinder::asInterface(
+            defaultServiceManager()->checkService(String16(KAVEL_BINDER_SERVICE_NAME)));
+    if (service == nullptr) return false;
+    service->sendFrameworkEvent(kStormEvent, 0, kMask, 1, 1, String16(process.c_str()));
+    return true;
+}
+
+/** What the daemon logs as it comes to the phase in which it is killed; empty: in no phase. */
+constexpr const char* kPhases[] = {"", "trailLogPack]: tar czf ", "trailLogPack]: mv ",
+                                   "trailLogPack]: rm -rf ", "trailLogPack]: mv "};
+
+/** Waits for the next line of the log with @p text, and loses no time over it. */
+void awaitNewLine(const std::string& text) {
+    std::ifstream log("/dev/log/main");
+    log.seekg(0, std::ios::end);
+    for (std::string line; line.find(text) == std::string::npos;) {
+        if (!std::getline(log, line)) log.clear();
+    }
+}
+
+void configure() {
+    ASSERT_TRUE(daemonIsUp());
+    configureEvent("0x1", {"--name", "storm", "--window", "20000"});
+}
+
+TEST(StormTest, NoArchiveIsReplacedAndNoReportIsLost) {
+    fs::remove(kSlowFile);
+    ASSERT_EQ(mkfifo(kSlowFile, 0666), 0);
+    const Repeated slowFile(feedSlowFile);
+    configure();
+
+    std::map<std::string, Clock::time_point> sent;
+    std::vector<Clock::time_point> kills;
+    Archives found;
+    int life = 0;
+    for (const std::string phase : kPhases) {
+        const auto end = Clock::now() + milliseconds(2500);
+        for (int i = 0; Clock::now() < end; ++i) {
+            const std::string process = std::to_string(life) + "." + std::to_string(i) + ".app";
+            if (report(process)) sent[process] = Clock::now();
+            found.look();
+            std::this_thread::sleep_for(milliseconds(40));
+        }
+        const int pid = daemonPid();
+        if (!phase.empty()) awaitNewLine(phase);
+        ASSERT_EQ(kill(pid, SIGKILL), 0);
+        kills.push_back(Clock::now());
+        ASSERT_TRUE(eventually([&] {
+            found.look();
+            const int now = daemonPid();
+            return now != pid && now != 0;
+        }));
+        configure();
+        ++life;
+    }
+    EXPECT_TRUE(eventually([] { return stagedFolders("").empty(); }));
+    for (const std::string& left : stagedFolders("")) ADD_FAILURE() << left;
+    found.look();
+    EXPECT_GT(found.count(), std::size(kPhases));
+
+    const std::string events = found.events();
+    for (const auto& [process, time] : sent) {
+        if (events.find("\"" + process + "\"") != std::string::npos) continue;
+        const auto mayDie = [moment = time](Clock::time_point death) {
+            return moment <= death && death - moment < kMayDie;
+        };
+        EXPECT_TRUE(std::any_of(kills.begin(), kills.end(), mayDie)) << process << " is lost";
+    }
+}
+
+}  // namespace
+}  // namespace android::kavel::test
