@@ -84,14 +84,13 @@ void KavelDumpUtilThread::callFrameworkDumpANRTrace(int kavelEventId) {
     const kavel::TraceSection trace("callFrameworkDumpANRTrace");
     const CatchRef running = findCatch("callFrameworkDumpANRTrace", kavelEventId);
     if (running == nullptr) return;
-    kavel::logFrameworkReply("callFrameworkBinderDemo", ANDROID_LOG_INFO,
-                             kavel::callFramework(kDumpAnrTrace, {running->event->pid}));
+    kavel::callFramework("callFrameworkBinderDemo", ANDROID_LOG_INFO, kDumpAnrTrace,
+                         {running->event->pid});
 }
 
 void KavelDumpUtilThread::callFrameworkDumpSystrace() {
     const kavel::TraceSection trace("callFrameworkDumpSystrace");
-    kavel::logFrameworkReply("callFrameworkDumpSystrace", ANDROID_LOG_INFO,
-                             kavel::callFramework(kDumpSystemTrace));
+    kavel::callFramework("callFrameworkDumpSystrace", ANDROID_LOG_INFO, kDumpSystemTrace);
 }
 
 int KavelDumpUtilThread::dumpSystemServerTraces(int kavelEventId, std::string /*path*/) {
@@ -124,9 +123,13 @@ void KavelDumpUtilThread::callNativeDumpSystrace(int kavelEventId) {
 void KavelDumpUtilThread::dumpNativeSystraceWithThread(int kavelEventId) {
     constexpr const char* kPrefix = "[dravo_kavel dumpNativeSystraceWithThread]: ";
     if (TraceNativeUtils* const utils = TraceNativeUtils::getInstance()) {
-        utils->stopDravoTracing(kSession, true, true);
-        KAVEL_LOGI(KAVEL_NO_TAG, "%sKavelNativeSystrace stop and restart.\n", kPrefix);
+        const kavel::CallLine::Outcome outcome = utils->stopDravoTracing(kSession, true, true);
+        if (outcome != kavel::CallLine::Outcome::Returned) {
+            KAVEL_LOGE(KAVEL_NO_TAG, "%sflush for event %d: %s.\n", kPrefix, kavelEventId,
+                       kavel::outcomeText(outcome));
+        }
     }
+    KAVEL_LOGI(KAVEL_NO_TAG, "%sKavelNativeSystrace stop and restart.\n", kPrefix);
     const std::string name = getLatestNativeSystraceFilePath(kavelEventId);
     if (name.empty()) {
         KAVEL_LOGI(KAVEL_NO_TAG, "%sthe latest trace file is not exist", kPrefix);

@@ -22,6 +22,7 @@
 #include "tests/dump/DumpBench.h"
 #include "tests/dump/FakeCaptures.h"
 #include "tests/dump/Folded.h"
+#include "tests/fake/FakeCallLine.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeTime.h"
 #include "tests/fake/Script.h"
@@ -61,7 +62,7 @@ class Phone {
         for (const fs::directory_entry& entry : fs::directory_iterator("/data")) {
             fs::remove_all(entry.path());
         }
-        fake::setFramework({FrameworkReply::Outcome::NoService, OK, 0});
+        fake::setFramework({false, OK, 0});
         fake::setSignals(true);
         mCommandsFail = false;
         mRing.clear();
@@ -94,10 +95,7 @@ class Phone {
         EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
     }
     static void setFramework(Line line) {
-        using Outcome = FrameworkReply::Outcome;
-        const std::map<std::string, Outcome> outcomes = {
-                {"answers", Outcome::Answered}, {"late", Outcome::Late}, {"busy", Outcome::Busy}};
-        fake::setFramework({outcomes.at(line.word(1)), static_cast<status_t>(line.number(2)),
+        fake::setFramework({true, static_cast<status_t>(line.number(2)),
                             static_cast<int32_t>(line.number(3))});
     }
     void addEvent(Line line) {
@@ -167,6 +165,12 @@ class Phone {
             {"remove", [](Line line) { fs::remove_all(line.rest(1)); }},
             // The world.
             {"framework", setFramework},
+            {"trace-utility",
+             [](Line line) {
+                 using Outcome = CallLine::Outcome;
+                 fake::setTraceUtility(line.word(1) != "gone");
+                 fake::setCallOutcome(line.word(1) == "hangs" ? Outcome::Late : Outcome::Returned);
+             }},
             {"signals-fail", [](Line) { fake::setSignals(false); }},
             {"commands-fail", [this](Line) { mCommandsFail = true; }},
             {"set", [](Line line) { base::SetProperty(line.word(1), line.word(2)); }},
@@ -216,6 +220,7 @@ class Phone {
              [](Line l) { Dump::commercialContinuousDumpThread(record(l), l.word(2)); }},
             {"collect",
              [](Line l) { Dump::collectLog(static_cast<int>(l.number(2)), "/data/F", record(l)); }},
+            {"native-trace", [](Line l) { Dump::dumpNativeSystraceWithThread(record(l)); }},
             {"pack", [](Line l) { Dump::trailLogPack(record(l), l.word(2), 0); }},
             {"pack-commercial", [](Line l) { Dump::commercialLogPack(record(l), l.word(2), ""); }},
             {"history", [](Line l) { Dump::generateKavelHistoryLog(record(l), l.word(2)); }},
