@@ -70,14 +70,12 @@ void moveNearest(const TraceScan& scan, uint64_t time, const std::string& target
 
 void callFrameworkDumpANRTrace(const KavelEvent& event) {
     const TraceSection trace("callFrameworkDumpANRTrace");
-    logFrameworkReply("callFrameworkBinderDemo", ANDROID_LOG_INFO,
-                      callFramework(kDumpAnrTrace, {event.pid}));
+    callFramework("callFrameworkBinderDemo", ANDROID_LOG_INFO, kDumpAnrTrace, {event.pid});
 }
 
 void callFrameworkDumpSystrace() {
     const TraceSection trace("callFrameworkDumpSystrace");
-    logFrameworkReply("callFrameworkDumpSystrace", ANDROID_LOG_INFO,
-                      callFramework(kDumpSystemTrace));
+    callFramework("callFrameworkDumpSystrace", ANDROID_LOG_INFO, kDumpSystemTrace);
 }
 
 int dumpSystemServerTraces(const KavelEvent& event) {
@@ -105,7 +103,11 @@ void callNativeDumpSystrace(const CatchRef& running) {
 void dumpNativeSystraceWithThread(const KavelEvent& event) {
     constexpr const char* kPrefix = "[dravo_kavel dumpNativeSystraceWithThread]: ";
     if (TraceNativeUtils* const utils = TraceNativeUtils::getInstance()) {
-        utils->stopDravoTracing(kSession, true, true);
+        const CallLine::Outcome outcome = utils->stopDravoTracing(kSession, true, true);
+        if (outcome != CallLine::Outcome::Returned) {
+            KAVEL_LOGE(KAVEL_NO_TAG, "%sflush for %s: %s.\n", kPrefix, eventText(event).c_str(),
+                       outcomeText(outcome));
+        }
     }
     KAVEL_LOGI(KAVEL_NO_TAG, "%sKavelNativeSystrace stop and restart.\n", kPrefix);
     const std::string name = getLatestNativeSystraceFilePath(event);

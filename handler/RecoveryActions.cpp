@@ -79,8 +79,8 @@ void RecoveryActions::doKavelAnrRecoverAction(int pid, long eventId, const std::
     if (isTest) mIsKavelAnrTesting = true;
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel doKavelAnrRecoverAction]: start anr recover");
     monitor.monitor(pid, false);
-    logFrameworkReply("doKavelAnrRecoverAction", ANDROID_LOG_ERROR,
-                      callFramework(kAnrRecoveryBegun, {pid, int64_t{eventId}}));
+    callFramework("doKavelAnrRecoverAction", ANDROID_LOG_ERROR, kAnrRecoveryBegun,
+                  {pid, int64_t{eventId}});
 }
 
 int RecoveryActions::doKavelWmRebootAction() {

@@ -16,9 +16,9 @@ CommonPlxServiceManager::Pairs statisticPairs(const KavelEvent& event,
 bool isRepeatedStatistic(const KavelEvent& event);
 
 /**
- * Uploads one statistic about @p event, on the calling thread.
+ * Uploads one statistic about @p event (sendToPlxFromCommonPlx()).
  *
- * @return 0 when it was handed to the service, else -1 after one line that says why not
+ * @return 0 when it was handed to the client, else -1 after one line that says why not
  */
 int dravo_statistic_common(const EventParameters& parameters, const KavelEvent& event);
 

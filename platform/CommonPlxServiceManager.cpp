@@ -18,17 +18,17 @@ class AdapterClient : public CommonPlxServiceManager {
   public:
     explicit AdapterClient(SendFunction send) : mSend(send) {}
 
-    int sendToPlxFromCommonPlx(std::string tag, std::string eventId, const Pairs& data) override {
+  private:
+    void upload(const std::string& tag, const std::string& eventId, const Pairs& data) override {
         std::vector<const char*> keys;
         std::vector<const char*> values;
         for (const auto& [key, value] : data) {
             keys.push_back(key.c_str());
             values.push_back(value.c_str());
         }
-        return mSend(tag.c_str(), eventId.c_str(), keys.data(), values.data(), data.size());
+        mSend(tag.c_str(), eventId.c_str(), keys.data(), values.data(), data.size());
     }
 
-  private:
     const SendFunction mSend;
 };
 

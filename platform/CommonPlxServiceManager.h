@@ -15,10 +15,16 @@ class CommonPlxServiceManager {
      */
     static CommonPlxServiceManager* getDefaultCommonPlxServiceManager();
 
-    /** Uploads one statistic. What comes back says nothing that a caller could act on. */
-    virtual int sendToPlxFromCommonPlx(std::string tag, std::string eventId, const Pairs& data) = 0;
+    /**
+     * Uploads one statistic: one after the other, on a thread of its own, and the caller waits ten
+     * seconds at most (CallLine). Up to 64 are kept for a service that hangs; one that finds no
+     * room is lost, with an error line that names it. Any thread.
+     */
+    void sendToPlxFromCommonPlx(std::string tag, std::string eventId, const Pairs& data);
 
   protected:
+    /** Hands one statistic to the service, and returns when that is done. */
+    virtual void upload(const std::string& tag, const std::string& eventId, const Pairs& data) = 0;
     virtual ~CommonPlxServiceManager() = default;
 };
 

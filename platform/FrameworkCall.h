@@ -19,12 +19,16 @@ using FrameworkArgument = std::variant<int32_t, int64_t>;
 inline constexpr std::chrono::milliseconds kFrameworkPatience = std::chrono::seconds(10);
 
 /**
- * Sends request @p code of android.os.IKavelManager with @p arguments and waits for the
- * answer, at most for @p patience. A framework that hangs costs one thread for each code:
- * that thread stays with the call, and later requests of the code wait for it within their own
- * time. Any thread.
+ * Sends request @p code of android.os.IKavelManager with @p arguments, and logs the reply when it
+ * comes (logFrameworkReply()). The caller waits for that: for @p patience at most, and not at all
+ * while an earlier request of the same code has been without a reply for that long. A caller that
+ * goes on without the reply logs one error line, and so does a request that is not sent because
+ * eight of its code are without a reply. Any thread.
+ *
+ * @param step  a literal
  */
-FrameworkReply callFramework(uint32_t code, std::vector<FrameworkArgument> arguments = {},
-                             std::chrono::milliseconds patience = kFrameworkPatience);
+void callFramework(const char* step, android_LogPriority priority, uint32_t code,
+                   std::vector<FrameworkArgument> arguments = {},
+                   std::chrono::milliseconds patience = kFrameworkPatience);
 
 }  // namespace android::kavel

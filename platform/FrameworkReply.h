@@ -7,23 +7,16 @@
 
 namespace android::kavel {
 
-/** How one request to the framework's "kavel" service ended. */
+/** What came of a request to the framework's "kavel" service. */
 struct FrameworkReply {
-    enum class Outcome {
-        Answered,   ///< status and value are valid
-        NoService,  ///< nobody to ask
-        Busy,       ///< an earlier request of this code has not come back; nothing was sent
-        Late,       ///< sent, but not answered in time
-        NoThread,   ///< nobody to send it; nothing was sent
-    };
-    Outcome outcome;
+    bool hasService;  ///< if there is none, the rest is not set
     status_t status;
-    int32_t value;  ///< 0 where the reply holds none
+    int32_t value;  ///< 0 if the reply holds none
 };
 
 /**
- * Logs the end of a request, as @p step. A service that is not there or refuses is logged with
- * @p priority, all else that goes wrong as an error. Any thread.
+ * Logs @p reply under the name @p step. A service that is not there or refuses is logged with
+ * @p priority. Any thread.
  */
 void logFrameworkReply(const char* step, android_LogPriority priority, const FrameworkReply& reply);
 

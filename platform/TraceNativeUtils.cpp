@@ -16,11 +16,11 @@ class AdapterUtils : public TraceNativeUtils {
   public:
     explicit AdapterUtils(StopFunction stop) : mStop(stop) {}
 
-    void stopDravoTracing(const char* session, bool stop, bool restart) override {
-        mStop(session, stop, restart);
+  private:
+    void flush(const std::string& session, bool stop, bool restart) override {
+        mStop(session.c_str(), stop, restart);
     }
 
-  private:
     const StopFunction mStop;
 };
 

@@ -40,7 +40,7 @@ bool KavelAnrRecoveryMonitor::MonitorThread::threadLoop() {
     } else if (mName == kavel::kUserRequestWatch) {
         mMonitor->handle_anr_recovery(this, kUserRequestSeconds);
     }
-    --mMonitor->mRunningWatches;
+    mMonitor->endWatch(*this);
     return false;
 }
 

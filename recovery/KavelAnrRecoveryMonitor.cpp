@@ -23,18 +23,18 @@ constexpr int32_t kMonitor = 1;
 constexpr uint32_t kMaxPid = 0x400000;  // PID_MAX_LIMIT of the 64-bit kernel
 constexpr size_t ThreadMaxOnlineCount = 10;
 
-// Watches that were cancelled are listed no more, but wait on; reports without end must not make
-// threads without end. No more than the event list holds records.
-constexpr int kMaxWatchThreads = 31;
-// More than there can be threads to take them: what is older waits for a watch that is gone.
-constexpr size_t kMaxCancels = 64;
+// Cancelled watches are no longer listed, but still wait. Reports without end must not make threads
+// without end. No more than the event list holds records.
+constexpr size_t kMaxWatchThreads = 31;
 
 constexpr const char* kHandleThread = "handle_thread";
 
-/** A thread that does not start leaves the request to the next one. */
-void runHandleThread(const sp<KavelAnrRecoveryMonitor::HandleThread>& thread) {
+/** If the thread does not start, the request waits for the next one. */
+void runHandleThread(const sp<KavelAnrRecoveryMonitor::HandleThread>& thread, const char* method) {
     const status_t status = thread->run(kHandleThread, 0, 0);
-    if (status != OK) KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor]: no thread: %d", status);
+    if (status != OK) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor::%s]: no thread: %d", method, status);
+    }
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ int KavelAnrRecoveryMonitor::monitor(int pid, bool userRequest) {
     MutexLock lock(mLock);
     mRequestList.push_back(message);
     mHandleThread = new HandleThread(this, kHandleThread);
-    runHandleThread(mHandleThread);
+    runHandleThread(mHandleThread, "monitor");
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::monitor]:process(%d) insert monitor list, type:%s!", pid,
                message.monitorThreadName.c_str());
@@ -82,7 +82,7 @@ int KavelAnrRecoveryMonitor::cancel_monitor(int pid) {
                "[KavelAnrRecoveryMonitor::cancel_monitor]: received cancel pid(%d) monitor", pid);
     // Started outside the lock; only the reference is kept under it.
     sp<HandleThread> thread = new HandleThread(this, kHandleThread);
-    runHandleThread(thread);
+    runHandleThread(thread, "cancel_monitor");
     MutexLock lock(mLock);
     mHandleThread = thread;
     return 0;
@@ -123,8 +123,25 @@ void KavelAnrRecoveryMonitor::cancelLocked(const Message& request) {
 void KavelAnrRecoveryMonitor::moveToCancelsLocked(Messages::iterator first,
                                                   Messages::iterator last) {
     mCancelList.splice(mCancelList.end(), mMonitorList, first, last);
-    while (mCancelList.size() > kMaxCancels) mCancelList.pop_front();
+    dropSurplusCancelsLocked();
     countWatchesLocked();
+}
+
+void KavelAnrRecoveryMonitor::dropSurplusCancelsLocked() {
+    auto free = mRunningWatches;
+    mCancelList.remove_if([&free](const Message& cancel) {
+        const auto watch = free.find({cancel.pid, cancel.monitorThreadName});
+        if (watch == free.end()) return true;
+        free.erase(watch);
+        return false;
+    });
+}
+
+void KavelAnrRecoveryMonitor::endWatch(const MonitorThread& thread) {
+    MutexLock lock(mLock);
+    const auto watch = mRunningWatches.find({thread.pid(), thread.name()});
+    if (watch != mRunningWatches.end()) mRunningWatches.erase(watch);
+    dropSurplusCancelsLocked();
 }
 
 void KavelAnrRecoveryMonitor::startWatchLocked(const Message& request) {
@@ -142,23 +159,25 @@ void KavelAnrRecoveryMonitor::startWatchLocked(const Message& request) {
 void KavelAnrRecoveryMonitor::runMonitorThreadLocked(const Message& request,
                                                      sp<MonitorThread>* reference,
                                                      const char* kind) {
-    if (mRunningWatches >= kMaxWatchThreads) {
-        KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor]: %d watches still run, none for %d",
+    if (mRunningWatches.size() >= kMaxWatchThreads) {
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::HandleThread::threadLoop]: %zu watches still run, "
+                   "none for %d",
                    kMaxWatchThreads, request.pid);
         return;
     }
-    ++mRunningWatches;
-    mMonitorList.push_back(request);
     const char* const name = request.monitorThreadName.c_str();
     *reference = new MonitorThread(this, name, request.pid);
     const status_t status = (*reference)->run(name, 0, 0);
     if (status != OK) {
-        // Nobody would ever take the entry out again.
-        mMonitorList.pop_back();
-        --mRunningWatches;
-        KAVEL_LOGE(KAVEL_NO_TAG, "[KavelAnrRecoveryMonitor]: no thread to watch %d: %d",
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[KavelAnrRecoveryMonitor::HandleThread::threadLoop]: no thread to watch %d: %d",
                    request.pid, status);
+        return;
     }
+    // The thread looks at these under the lock, so it finds itself there.
+    mRunningWatches.insert({request.pid, request.monitorThreadName});
+    mMonitorList.push_back(request);
     countWatchesLocked();
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::HandleThread::threadLoop]: new %s for %d, monitor_list "

@@ -3,7 +3,9 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
+#include <set>
 #include <string>
+#include <utility>
 
 #include <utils/RefBase.h>
 #include <utils/Singleton.h>
@@ -102,6 +104,9 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     void serveRequests() EXCLUDES(mLock);
     void cancelLocked(const Message& request) REQUIRES(mLock);
     void moveToCancelsLocked(Messages::iterator first, Messages::iterator last) REQUIRES(mLock);
+    /** Drops the cancels that no running watch will take: they would end a later one. */
+    void dropSurplusCancelsLocked() REQUIRES(mLock);
+    void endWatch(const MonitorThread& thread) EXCLUDES(mLock);
     void startWatchLocked(const Message& request) REQUIRES(mLock);
     void runMonitorThreadLocked(const Message& request, sp<MonitorThread>* reference,
                                 const char* kind) REQUIRES(mLock);
@@ -120,8 +125,9 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     sp<HandleThread> mHandleThread GUARDED_BY(mLock);
     sp<MonitorThread> mUserRequestMonitorThread GUARDED_BY(mLock);
     sp<MonitorThread> mMonitorThread GUARDED_BY(mLock);
-    std::atomic<size_t> mWatchCount{0};   // of the monitor list, for the look before the lock
-    std::atomic<int> mRunningWatches{0};  // threads, listed or not
+    std::atomic<size_t> mWatchCount{0};  // of the monitor list, for the look before the lock
+    /** Pid and name of each watch whose thread runs, listed or cancelled. */
+    std::multiset<std::pair<int32_t, std::string>> mRunningWatches GUARDED_BY(mLock);
 };
 
 namespace kavel {

@@ -82,7 +82,8 @@ class FileClient : public CommonPlxServiceManager {
         return stat(directory.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
     }
 
-    int sendToPlxFromCommonPlx(std::string tag, std::string eventId, const Pairs& data) override {
+  private:
+    void upload(const std::string& tag, const std::string& eventId, const Pairs& data) override {
         std::string line = "{\"time\":\"" + timeNow() + "\",\"tag\":";
         appendJsonString(line, tag);
         line += ",\"event\":";
@@ -96,22 +97,21 @@ class FileClient : public CommonPlxServiceManager {
             line += ']';
         }
         line += "]}\n";
-        return append(line) ? 0 : -1;
+        append(line);
     }
 
-  private:
-    bool append(const std::string& line) {
+    void append(const std::string& line) {
         const std::lock_guard<std::mutex> lock(mLock);
         constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
         const base::unique_fd fd(open(mPath.c_str(), kFlags, kFileMode));
         // One write: a reader never sees half a line, and a second writer none of it.
         if (!fd.ok() ||
             write(fd.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
-            return false;
+            return;
         }
         struct stat info {};
-        if (fstat(fd.get(), &info) != 0 || info.st_size < kFileLimit) return true;
-        return rename(mPath.c_str(), (mPath + ".1").c_str()) == 0;
+        if (fstat(fd.get(), &info) != 0 || info.st_size < kFileLimit) return;
+        static_cast<void>(rename(mPath.c_str(), (mPath + ".1").c_str()));
     }
 
     const std::string mPath;

@@ -14,10 +14,8 @@ std::vector<Intake> sIntakes;
 bool sHasService = true;
 
 class Client : public CommonPlxServiceManager {
-  public:
-    int sendToPlxFromCommonPlx(std::string tag, std::string eventId, const Pairs& data) override {
-        sUploads.push_back({std::move(tag), std::move(eventId), data});
-        return 0;
+    void upload(const std::string& tag, const std::string& eventId, const Pairs& data) override {
+        sUploads.push_back({tag, eventId, data});
     }
 };
 

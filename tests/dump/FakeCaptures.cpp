@@ -11,8 +11,9 @@ namespace android {
 namespace kavel {
 namespace {
 
-FrameworkReply framework = {FrameworkReply::Outcome::NoService, OK, 0};
+FrameworkReply framework = {false, OK, 0};
 std::atomic<bool> signals{true};
+std::atomic<bool> hasUtility{true};
 
 }  // namespace
 
@@ -20,15 +21,20 @@ void fake::setFramework(const FrameworkReply& reply) {
     framework = reply;
 }
 
+void fake::setTraceUtility(bool isThere) {
+    hasUtility = isThere;
+}
+
 void fake::setSignals(bool work) {
     signals = work;
 }
 
-FrameworkReply callFramework(uint32_t code, std::vector<FrameworkArgument> arguments,
-                             std::chrono::milliseconds /*patience*/) {
+void callFramework(const char* step, android_LogPriority priority, uint32_t code,
+                   std::vector<FrameworkArgument> arguments,
+                   std::chrono::milliseconds /*patience*/) {
     const int32_t argument = arguments.empty() ? -1 : std::get<int32_t>(arguments[0]);
     KAVEL_LOGI(KAVEL_NO_TAG, "fake: request %u, argument %d", code, argument);
-    return framework;
+    logFrameworkReply(step, priority, framework);
 }
 
 int queueSignal(pid_t pid, int signal) {
@@ -42,9 +48,8 @@ int queueSignal(pid_t pid, int signal) {
 namespace {
 
 class Utils : public TraceNativeUtils {
-  public:
-    void stopDravoTracing(const char* session, bool stop, bool restart) override {
-        KAVEL_LOGI(KAVEL_NO_TAG, "fake: flush %s %d %d", session, stop, restart);
+    void flush(const std::string& session, bool stop, bool restart) override {
+        KAVEL_LOGI(KAVEL_NO_TAG, "fake: flush %s %d %d", session.c_str(), stop, restart);
     }
 };
 
@@ -52,7 +57,7 @@ class Utils : public TraceNativeUtils {
 
 TraceNativeUtils* TraceNativeUtils::getInstance() {
     static Utils utils;
-    return &utils;
+    return kavel::hasUtility ? &utils : nullptr;
 }
 
 }  // namespace android

@@ -9,6 +9,8 @@ namespace android::kavel::fake {
 
 /** How every request to the framework ends from now on; at first there is no service. */
 void setFramework(const FrameworkReply& reply);
+/** Whether there is a trace utility; at first there is. */
+void setTraceUtility(bool isThere);
 /** Whether signals can be sent; at first they can. */
 void setSignals(bool work);
 

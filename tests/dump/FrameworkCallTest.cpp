@@ -1,9 +1,7 @@
 #include "platform/FrameworkCall.h"
 
 #include <cstdlib>
-#include <future>
-#include <thread>
-#include <vector>
+#include <string>
 
 #include <binder/Binder.h>
 #include <binder/IServiceManager.h>
@@ -11,12 +9,12 @@
 #include <gtest/gtest.h>
 
 #include "platform/Mutex.h"
+#include "tests/fake/Eventually.h"
+#include "tests/fake/FakeLog.h"
 #include "tests/fake/TempDir.h"
 
 namespace android::kavel {
 namespace {
-
-using Outcome = FrameworkReply::Outcome;
 
 constexpr uint32_t kHangs = 7;
 constexpr uint32_t kRefuses = 9;
@@ -27,11 +25,7 @@ class Framework : public BBinder {
     void letGo() {
         MutexLock lock(mLock);
         mHangs = false;
-        mChanged.notify_all();
-    }
-    void awaitCalls(int count) {
-        MutexLock lock(mLock);
-        while (mCalls < count) lock.wait(mChanged);
+        mReleased.notify_all();
     }
     int calls() {
         MutexLock lock(mLock);
@@ -47,46 +41,63 @@ class Framework : public BBinder {
         if (code == kHangs) {
             MutexLock lock(mLock);
             ++mCalls;
-            mChanged.notify_all();
-            while (mHangs) lock.wait(mChanged);
+            while (mHangs) lock.wait(mReleased);
         }
         const int32_t argument = data.dataAvail() > 0 ? data.readInt32() : 0;
         return reply->writeInt32(static_cast<int32_t>(code) * 1000 + argument);
     }
 
     Mutex mLock;
-    std::condition_variable mChanged;
+    std::condition_variable mReleased;
     bool mHangs GUARDED_BY(mLock) = true;
     int mCalls GUARDED_BY(mLock) = 0;
 };
 
-// Would catch a wrong token, argument or flag, a caller that waits as long as the framework hangs,
-// threads that pile up behind it, and a request that stays barred once the framework is back.
-TEST(FrameworkCall, HangsCostOneThreadAndNoMoreThanTheCallersPatience) {
+// Would catch a wrong token, argument or flag, a caller that goes on before its reply is logged or
+// waits for a framework that hangs, a request or a reply that is lost although fewer than eight are
+// outstanding, threads without end, and a code that stays barred once the framework is back.
+TEST(FrameworkCall, SendsWhateverHangsAndLogsTheReplyWheneverItComes) {
     const test::TempDir directory;
     setenv("KAVEL_HOST_BINDER_DIR", (directory / "").c_str(), 1);
+    fake::captureLog();
     const sp<Framework> framework(new Framework);
     ASSERT_EQ(defaultServiceManager()->addService(String16("kavel"), framework), OK);
 
-    const FrameworkReply anr = callFramework(2, {471});
-    EXPECT_EQ(anr.outcome, Outcome::Answered);
-    EXPECT_EQ(anr.status, OK);
-    EXPECT_EQ(anr.value, 2471);
-    const FrameworkReply refused = callFramework(kRefuses);
-    EXPECT_EQ(refused.outcome, Outcome::Answered);
-    EXPECT_EQ(refused.status, INVALID_OPERATION);
-    EXPECT_EQ(refused.value, 0);
+    callFramework("anr", ANDROID_LOG_INFO, 2, {471, int64_t{1} << 40});
+    EXPECT_EQ(fake::logCount("[dravo_kavel anr]: binder service kavel replied: 2471.\n"), 1u);
+    callFramework("refused", ANDROID_LOG_WARN, kRefuses);
+    ASSERT_EQ(fake::logLines().size(), 3u);
+    EXPECT_EQ(fake::logLines()[1].text,
+              "[dravo_kavel refused]: binder service kavel failed with error.\n");
+    EXPECT_EQ(fake::logLines()[1].priority, ANDROID_LOG_WARN);
+    EXPECT_EQ(fake::logCount("[dravo_kavel refused]: binder service kavel replied: 0.\n"), 1u);
 
-    constexpr auto kShort = std::chrono::milliseconds(1);
-    EXPECT_EQ(callFramework(kHangs, {}, kShort).outcome, Outcome::Late);
-    framework->awaitCalls(1);
-    EXPECT_EQ(callFramework(kHangs, {}, kShort).outcome, Outcome::Busy);
-    EXPECT_EQ(callFramework(2, {471}).value, 2471) << "another request";
-    EXPECT_EQ(framework->calls(), 1);
+    constexpr auto kShort = std::chrono::milliseconds(20);
+    constexpr int kMaxOutstanding = 8;
+    for (int pid = 1; pid <= kMaxOutstanding + 1; ++pid) {
+        callFramework("hangs", ANDROID_LOG_INFO, kHangs, {pid}, kShort);
+    }
+    EXPECT_TRUE(test::eventually([&] { return framework->calls() == kMaxOutstanding; }));
+    const std::string request = "[dravo_kavel hangs]: request 7 ";
+    EXPECT_EQ(fake::logCount(request + "1 to binder service kavel: has not returned in time.\n"),
+              1u);
+    EXPECT_EQ(fake::logCount("not waited for, an earlier call is overdue.\n"), 7u);
+    EXPECT_EQ(fake::logCount(request + "9 to binder service kavel: dropped, too many calls"), 1u);
+    callFramework("anr", ANDROID_LOG_INFO, 2, {472});
+    EXPECT_EQ(fake::logCount("[dravo_kavel anr]: binder service kavel replied: 2472.\n"), 1u)
+            << "another code";
 
-    auto waiting = std::async(std::launch::async, [] { return callFramework(kHangs); });
     framework->letGo();
-    EXPECT_EQ(waiting.get().value, 7000);
+    for (int pid = 1; pid <= kMaxOutstanding; ++pid) {
+        EXPECT_TRUE(fake::awaitLog("[dravo_kavel hangs]: binder service kavel replied: " +
+                                   std::to_string(7000 + pid)));
+    }
+    EXPECT_EQ(framework->calls(), kMaxOutstanding);
+    EXPECT_TRUE(test::eventually([] {  // the threads of those may not have ended yet
+        callFramework("back", ANDROID_LOG_INFO, kHangs, {10});
+        return fake::logLines().back().text ==
+               "[dravo_kavel back]: binder service kavel replied: 7010.\n";
+    }));
 }
 
 }  // namespace

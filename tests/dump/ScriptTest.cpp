@@ -24,10 +24,12 @@
 #include "dump/NearestFile.h"
 #include "dump/Nwatchcall.h"
 #include "dump/Pack.h"
+#include "dump/TraceCapture.h"
 #include "dump/TrailLogPack.h"
 #include "tests/dump/DumpBench.h"
 #include "tests/dump/FakeCaptures.h"
 #include "tests/dump/Folded.h"
+#include "tests/fake/FakeCallLine.h"
 #include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeTime.h"
@@ -65,7 +67,7 @@ class Phone {
         for (const fs::directory_entry& entry : fs::directory_iterator("/data")) {
             fs::remove_all(entry.path());
         }
-        fake::setFramework({FrameworkReply::Outcome::NoService, OK, 0});
+        fake::setFramework({false, OK, 0});
         fake::setSignals(true);
         mRing.clear();
         mFolders.clear();
@@ -97,10 +99,7 @@ class Phone {
         EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
     }
     static void setFramework(Line line) {
-        using Outcome = FrameworkReply::Outcome;
-        const std::map<std::string, Outcome> outcomes = {
-                {"answers", Outcome::Answered}, {"late", Outcome::Late}, {"busy", Outcome::Busy}};
-        fake::setFramework({outcomes.at(line.word(1)), static_cast<status_t>(line.number(2)),
+        fake::setFramework({true, static_cast<status_t>(line.number(2)),
                             static_cast<int32_t>(line.number(3))});
     }
     void addEvent(Line line) {
@@ -204,6 +203,12 @@ class Phone {
             {"remove", [](Line line) { fs::remove_all(line.rest(1)); }},
             // The world.
             {"framework", setFramework},
+            {"trace-utility",
+             [](Line line) {
+                 using Outcome = CallLine::Outcome;
+                 fake::setTraceUtility(line.word(1) != "gone");
+                 fake::setCallOutcome(line.word(1) == "hangs" ? Outcome::Late : Outcome::Returned);
+             }},
             {"signals-fail", [](Line) { fake::setSignals(false); }},
             // Commands that begin with a text end with a status, undone or done.
             {"fail", [this](Line l) { fail(l, false); }},
@@ -244,6 +249,8 @@ class Phone {
                  const bool isKept = context().technical.claim(running(line).event) != nullptr;
                  mSays = isKept ? "kept\n" : "not kept\n";
              }},
+            {"closed",
+             [this](Line l) { mSays = running(l).folder()->isClosed() ? "yes\n" : "no\n"; }},
             {"state", [this](Line line) { showState(line); }},
             // What the daemon does.
             {"nearest", [this](Line line) { findNearest(line); }},
@@ -267,6 +274,8 @@ class Phone {
              [this](Line l) {
                  collectLog(static_cast<uint32_t>(l.number(2)), inFolder(l, "/data/F"));
              }},
+            {"native-trace",
+             [this](Line l) { dumpNativeSystraceWithThread(*running(l).event); }},
             {"pack-stacks",
              [this](Line l) { packAnrStacktrace(4711, inFolder(l)->folder()->path(), 2, 0); }},
             {"pack", [this](Line l) { trailLogPack(inFolder(l), 0); }},

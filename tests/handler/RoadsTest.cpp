@@ -19,6 +19,7 @@
 #include "handler/HandlingSteps.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
+#include "tests/fake/FakeCallLine.h"
 #include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProcesses.h"
@@ -35,12 +36,10 @@ bool hasClient = true;
 
 /** Takes the place of the maker's client, and logs what it is sent. */
 class Client : public CommonPlxServiceManager {
-  public:
-    int sendToPlxFromCommonPlx(std::string tag, std::string eventId, const Pairs& data) override {
+    void upload(const std::string& tag, const std::string& eventId, const Pairs& data) override {
         std::string text = "upload " + tag + "/" + eventId;
         for (const auto& [key, value] : data) text.append(" " + key + "=" + value);
         KAVEL_LOGI(KAVEL_NO_TAG, "%s", text.c_str());
-        return -5;
     }
 };
 
@@ -160,9 +159,9 @@ class Roads : public testing::TestWithParam<std::string> {
 
     /** What happened, a line each, and what is so then. */
     std::string outcome(const std::string& verb) {
-        // Said anew for each event, whatever its road.
+        // Said anew for each event, whatever its road; and what the binder library says.
         static const std::regex leftOut(
-                "showAllKavelEvents|checkSystemVerion|getOtaVersion|getTimeWindow|"
+                "^[IW] binder: |showAllKavelEvents|checkSystemVerion|getOtaVersion|getTimeWindow|"
                 "buildLogPathFolderName|"
                 "kavel event upload|placeKavelEvent\\]: in ");
         std::string text;
@@ -225,6 +224,12 @@ class Roads : public testing::TestWithParam<std::string> {
                  mSays = std::to_string(RecoveryActions::getPidForCommand(l.rest(1))) + "\n";
              }},
             {"client", [](Line l) { hasClient = l.word(1) == "there"; }},
+            {"calls",
+             [](Line l) {
+                 using Outcome = CallLine::Outcome;
+                 const bool areDropped = l.word(1) == "dropped";
+                 fake::setCallOutcome(areDropped ? Outcome::Full : Outcome::Returned);
+             }},
             {"panic", [](Line l) { fake::refusePanic(l.word(1) == "refused"); }},
             {"framework",
              [this](Line l) {

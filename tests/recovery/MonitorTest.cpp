@@ -1,9 +1,7 @@
-// Each case is a process of its own, and so has a monitor of its own: that lives as long as the
-// process.
+// The monitor lives as long as the process: each case leaves its lists empty for the next one.
 
 #include "recovery/KavelAnrRecoveryMonitor.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -32,6 +30,7 @@ namespace {
 std::atomic<int> sRestarts{0};
 std::atomic<int> sPanics{0};
 std::atomic<bool> sTested{false};
+std::atomic<const char*> sRefusedThread{""};  // threads of this name do not start
 
 }  // namespace
 
@@ -51,6 +50,15 @@ bool isAnrRecoveryTested() {
     return sTested;
 }
 
+// Takes the place of Thread::run(): the linker wraps the symbol.
+extern "C" status_t __real__ZN7android6Thread3runEPKcim(Thread* self, const char* name,
+                                                        int32_t priority, size_t stack);
+extern "C" status_t __wrap__ZN7android6Thread3runEPKcim(Thread* self, const char* name,
+                                                        int32_t priority, size_t stack) {
+    if (name == std::string(sRefusedThread)) return NO_MEMORY;
+    return __real__ZN7android6Thread3runEPKcim(self, name, priority, stack);
+}
+
 namespace {
 
 constexpr const char* kBootCompleted = "sys.dravo.boot_completed";
@@ -59,12 +67,15 @@ constexpr const char* kFailed = "anr process recover failed, goto ss reboot.";
 class MonitorTest : public testing::Test {
   protected:
     void SetUp() override {
-        static bool sIsUsed = false;
-        mIsAlone = !std::exchange(sIsUsed, true);
-        ASSERT_TRUE(mIsAlone) << "a case needs a process of its own: run ctest -R MonitorTest, or "
-                                 "name one case in --gtest_filter";
         fake::captureLog();
+        fake::resetTime(0);
+        fake::onSleep(nullptr);
+        fake::onPropertyWait(nullptr);
+        fake::setProcesses({});
         base::SetProperty(kBootCompleted, "1");
+        sRestarts = 0;
+        sPanics = 0;
+        sTested = false;
         // A sanitizer starts a thread of its own along with the first of ours. Counted in that one:
         // a joined thread may still be seen for a moment.
         std::thread([this] { mThreadsBefore = threadCount() - 1; }).join();
@@ -72,9 +83,12 @@ class MonitorTest : public testing::Test {
 
     /** Lets all watches end: liblog is not to be used by a thread while the process exits. */
     void TearDown() override {
-        if (!mIsAlone) return;
         fake::holdSleeps(false);
         EXPECT_TRUE(test::eventually([this] { return threadCount() == mThreadsBefore; }));
+        EXPECT_TRUE(listsBecome(0, 0, 0));
+        for (const fake::LogLine& line : fake::logLines()) {
+            EXPECT_EQ(line.text.rfind("[KavelAnrRecoveryMonitor::", 0), 0u) << line.text;
+        }
         fake::clearLog();  // under the log's lock: what they logged was before this
     }
 
@@ -95,15 +109,14 @@ class MonitorTest : public testing::Test {
     /** Asks for watches of the processes @p pids, which then wait. */
     void startHeldWatches(const std::vector<int>& pids, bool userRequest = false) {
         fake::holdSleeps(true);
-        int waiting = static_cast<int>(mMonitor.listSizes().monitored);
         for (const int pid : pids) {
+            const size_t sleeps = fake::sleeps().size();
             fake::setProcess(pid, fake::process(10000 + pid));
             EXPECT_EQ(mMonitor.monitor(pid, userRequest), 0);
-            fake::awaitSleepers(++waiting);
+            EXPECT_TRUE(test::eventually([&] { return fake::sleeps().size() == sleeps + 1; }));
         }
     }
 
-    bool mIsAlone = false;
     long mThreadsBefore = 0;
     KavelAnrRecoveryMonitor& mMonitor = KavelAnrRecoveryMonitor::getInstance();
 };
@@ -191,7 +204,8 @@ TEST_F(MonitorTest, WatchEndsAsItsProcessDoes) {
     }
 }
 
-// Would catch a watch of a process that was never there, and an entry that a cancel cannot find.
+// Would catch a watch of a process that was never there, an entry that a cancel cannot find, and a
+// cancel that outlives its watch and ends the next one of that process.
 TEST_F(MonitorTest, WatchOfAnUnreadableProcessStaysListedUntilCancelled) {
     fake::setProcesses({{1, {std::nullopt, std::nullopt}}, {2, {"Name:\tx\n", std::nullopt}}});
     for (const int pid : {1, 2, 3}) mMonitor.monitor(pid, false);
@@ -200,8 +214,13 @@ TEST_F(MonitorTest, WatchOfAnUnreadableProcessStaysListedUntilCancelled) {
     EXPECT_EQ(fake::logCount("Unable to open /proc/3/status"), 1u);
     EXPECT_TRUE(listsBecome(0, 3, 0));
     EXPECT_TRUE(fake::sleeps().empty());
-    mMonitor.cancel_monitor(2);
-    EXPECT_TRUE(listsBecome(0, 2, 1));
+    for (const int pid : {1, 2, 3}) mMonitor.cancel_monitor(pid);
+    ASSERT_TRUE(fake::awaitLog("HandleThread::threadLoop]: cancel pid ", 3));
+    EXPECT_TRUE(listsBecome(0, 0, 0));
+
+    startHeldWatches({2});
+    fake::advance(30);
+    EXPECT_TRUE(fake::awaitLog(kFailed));
 }
 
 // Would catch a cancelled watch that is taken further, and a cancel that compares more than pids.
@@ -222,6 +241,71 @@ TEST_F(MonitorTest, CancelInTimeEndsTheWatchQuietly) {
     EXPECT_EQ(sRestarts, 0);
 }
 
+// Would catch an end that is applied to the wrong watch of its process, or to both.
+TEST_F(MonitorTest, EndCancelsTheEarlierOfTwoWatches) {
+    startHeldWatches({7});
+    startHeldWatches({7}, true);
+    mMonitor.cancel_monitor(7);
+    EXPECT_TRUE(listsBecome(0, 1, 1));
+    fake::advance(5);
+    ASSERT_TRUE(fake::awaitLog(kFailed));
+    EXPECT_TRUE(listsBecome(0, 0, 1));
+    fake::advance(25);
+    EXPECT_TRUE(fake::awaitLog("cancelled pid(7),name(KavelAnrRecoveryMonitor)."));
+    EXPECT_EQ(fake::logCount(kFailed), 1u);
+}
+
+// Would catch a cancelled watch that counts as listed, and a cancel that is lost among others.
+TEST_F(MonitorTest, ElevenCancelledWatchesLeaveRoomForATwelfth) {
+    for (int pid = 1; pid <= 12; ++pid) {
+        startHeldWatches({pid});
+        mMonitor.cancel_monitor(pid);
+        ASSERT_TRUE(listsBecome(0, 0, static_cast<size_t>(pid)));
+    }
+    EXPECT_EQ(fake::logCount("new THREAD_NAME for 12, monitor_list size:1"), 1u);
+    fake::advance(30);
+    EXPECT_TRUE(fake::awaitLog("monitoring has been cancelled pid(", 12));
+    EXPECT_EQ(fake::logCount(kFailed), 0u);
+}
+
+// Would catch a live cancel that makes room for cancels of watches that are gone.
+TEST_F(MonitorTest, FloodOfOtherCancelsLeavesALiveOneAlone) {
+    startHeldWatches({7});
+    mMonitor.cancel_monitor(7);
+    for (size_t pair = 1; pair <= 100; ++pair) {
+        mMonitor.cancel_monitor(98);
+        mMonitor.monitor(99, false);  // gone: its watch ends at once, its entry stays
+        ASSERT_TRUE(fake::awaitLog("read A proc failed.", pair));
+        mMonitor.cancel_monitor(99);
+        ASSERT_TRUE(listsBecome(0, 0, 1));
+    }
+    fake::advance(30);
+    EXPECT_TRUE(fake::awaitLog("monitoring has been cancelled pid(7)"));
+    EXPECT_EQ(fake::logCount(kFailed), 0u);
+}
+
+// Would catch a watch that is said to run, or stays listed, without a thread, a request that is
+// lost with the thread that was to serve it, and a cancel that outlives its watch.
+TEST_F(MonitorTest, NoThread) {
+    fake::holdSleeps(true);
+    fake::setProcess(7, fake::process(10007));
+    sRefusedThread = kAnrWatch;
+    mMonitor.monitor(7, false);
+    EXPECT_TRUE(fake::awaitLog("HandleThread::threadLoop]: no thread to watch 7: "));
+    EXPECT_TRUE(listsBecome(0, 0, 0));
+    EXPECT_EQ(fake::logCount("new THREAD_NAME"), 0u);
+
+    for (const int pid : {7, 99}) {  // 99 is gone: its watch ends with the cancel in the list
+        sRefusedThread = "handle_thread";
+        mMonitor.monitor(pid, false);
+        EXPECT_TRUE(listsBecome(1, 0, pid == 7 ? 0 : 1));
+        sRefusedThread = "";
+        mMonitor.cancel_monitor(pid);
+        EXPECT_TRUE(listsBecome(0, 0, 1));
+    }
+    EXPECT_EQ(fake::logCount("[KavelAnrRecoveryMonitor::monitor]: no thread"), 2u);
+}
+
 // Would catch a cancel that is kept for a later watch.
 TEST_F(MonitorTest, CancelAheadOfItsWatchIsLost) {
     mMonitor.cancel_monitor(7);
@@ -232,28 +316,19 @@ TEST_F(MonitorTest, CancelAheadOfItsWatchIsLost) {
     EXPECT_TRUE(listsBecome(0, 0, 0));
 }
 
-// Would catch threads or entries that pile up behind cancelled watches.
-TEST_F(MonitorTest, RequestsWithoutEndLeaveNeitherThreadsNorEntriesWithoutEnd) {
+// Would catch threads that pile up behind cancelled watches.
+TEST_F(MonitorTest, RequestsWithoutEndMakeNoThreadsWithoutEnd) {
     constexpr int kMaxThreads = 31;
     for (int pid = 1; pid <= kMaxThreads; ++pid) {
         startHeldWatches({pid});
         mMonitor.cancel_monitor(pid);
         ASSERT_TRUE(listsBecome(0, 0, static_cast<size_t>(pid)));
     }
-    fake::awaitSleepers(kMaxThreads);
     EXPECT_EQ(mMonitor.monitor(99, false), 0);
     EXPECT_TRUE(fake::awaitLog("31 watches still run, none for 99"));
     EXPECT_TRUE(listsBecome(0, 0, kMaxThreads));
     fake::advance(30);
     EXPECT_TRUE(listsBecome(0, 0, 0));
-
-    constexpr size_t kMaxCancels = 64;
-    for (size_t pair = 1; pair <= kMaxCancels + 2; ++pair) {
-        mMonitor.monitor(99, false);  // gone: its watch ends at once, its entry stays
-        ASSERT_TRUE(fake::awaitLog("read A proc failed.", pair));
-        mMonitor.cancel_monitor(99);
-        ASSERT_TRUE(listsBecome(0, 0, std::min(pair, kMaxCancels)));
-    }
 }
 
 // Would catch a lost entry that goes unnoticed.

@@ -1,0 +1,77 @@
+#include "platform/CallLine.h"
+
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace android::kavel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/** How long a thread waits for another call: a burst of calls costs one thread, not many. */
+constexpr std::chrono::seconds kIdleTime(1);
+
+}  // namespace
+
+CallLine::Outcome CallLine::call(std::function<void()> body, std::chrono::milliseconds patience) {
+    MutexLock lock(mLock);
+    if (mOutstanding.size() >= mLimit) return Outcome::Full;
+    const Clock::time_point now = Clock::now();
+    const bool isOverdue = !mOutstanding.empty() && now - mOutstanding.front()->since >= patience;
+    const auto call = std::make_shared<Call>(Call{std::move(body), now});
+    mQueue.push_back(call);
+    if (mIdle >= mQueue.size()) {
+        mQueued.notify_one();
+    } else if (mThreads < mAtOnce && !startThreadLocked() && mThreads == 0) {
+        mQueue.pop_back();
+        return Outcome::NoThread;
+    }
+    mOutstanding.push_back(call);
+    if (isOverdue) return Outcome::NotAwaited;
+    while (call->isOutstanding && lock.waitUntil(mReturned, now + patience)) {
+    }
+    return call->isOutstanding ? Outcome::Late : Outcome::Returned;
+}
+
+bool CallLine::startThreadLocked() {
+    try {
+        std::thread([this] { serve(); }).detach();
+    } catch (const std::system_error&) {
+        return false;
+    }
+    ++mThreads;
+    return true;
+}
+
+void CallLine::serve() {
+    while (const CallRef call = next()) {
+        call->body();
+        finish(call);
+    }
+}
+
+CallLine::CallRef CallLine::next() {
+    const Clock::time_point end = Clock::now() + kIdleTime;
+    MutexLock lock(mLock);
+    ++mIdle;
+    while (mQueue.empty() && lock.waitUntil(mQueued, end)) {
+    }
+    --mIdle;
+    if (mQueue.empty()) {
+        --mThreads;
+        return nullptr;
+    }
+    CallRef call = std::move(mQueue.front());
+    mQueue.pop_front();
+    return call;
+}
+
+void CallLine::finish(const CallRef& call) {
+    MutexLock lock(mLock);
+    call->isOutstanding = false;
+    mOutstanding.remove(call);
+    mReturned.notify_all();
+}
+
+}  // namespace android::kavel

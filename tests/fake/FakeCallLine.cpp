@@ -1,0 +1,24 @@
+#include "tests/fake/FakeCallLine.h"
+
+#include <atomic>
+
+namespace android::kavel {
+namespace {
+
+using Outcome = CallLine::Outcome;
+
+std::atomic<Outcome> sOutcome{Outcome::Returned};
+
+}  // namespace
+
+void fake::setCallOutcome(Outcome outcome) {
+    sOutcome = outcome;
+}
+
+Outcome CallLine::call(std::function<void()> body, std::chrono::milliseconds /*patience*/) {
+    const Outcome outcome = sOutcome;
+    if (outcome != Outcome::Full && outcome != Outcome::NoThread) body();
+    return outcome;
+}
+
+}  // namespace android::kavel
