@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include <android-base/properties.h>
 #include <android-base/stringprintf.h>
 #include <android-base/strings.h>
 #include <fcntl.h>
@@ -23,6 +22,7 @@
 #include "tests/dump/FakeCaptures.h"
 #include "tests/dump/Folded.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeProperties.h"
 #include "tests/fake/FakeTime.h"
 #include "tests/fake/Script.h"
 #include "tests/fake/TempDir.h"
@@ -169,7 +169,7 @@ class Phone {
             {"framework", setFramework},
             {"signals-fail", [](Line) { fake::setSignals(false); }},
             {"commands-fail", [this](Line) { mCommandsFail = true; }},
-            {"set", [](Line line) { base::SetProperty(line.word(1), line.word(2)); }},
+            {"set", [](Line line) { fake::setProperty(line.word(1), line.word(2)); }},
             {"window",
              [](Line l) { context().parameters.setTimeWindow(l.number(1), l.number(2)); }},
             {"name", [](Line l) { context().parameters.setEventIdMap(0, l.number(1), l.rest(2)); }},
