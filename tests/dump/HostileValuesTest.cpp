@@ -54,16 +54,16 @@ using test::DumpBench;
 using testing::HasSubstr;
 
 /** Runs the real /bin/sh, its own complaints discarded; the wait status. Any thread. */
-int runRealShell(std::string script, const std::string& directory, std::string path,
-                 std::string notes) {
+int runRealShell(std::string script, std::string directory, std::string path, std::string notes) {
     std::string shell = "sh";
     std::string option = "-c";
-    char* words[] = {shell.data(), option.data(), script.data(), nullptr};
+    std::string start = "cd \"$1\" && exec /bin/sh -c \"$0\"";
+    char* words[] = {shell.data(),  option.data(),    start.data(),
+                     script.data(), directory.data(), nullptr};
     char* environment[] = {path.data(), notes.data(), nullptr};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
     pid_t pid = -1;
     int status = -1;
     if (posix_spawn(&pid, "/bin/sh", &actions, nullptr, words, environment) == 0) {
