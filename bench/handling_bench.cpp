@@ -52,7 +52,7 @@ void writeOut(const __android_logger_data* data, const char* message) {
 void discard(const __android_logger_data* /*data*/, const char* /*message*/) {}
 
 void handleOne() {
-    intakeKavelEvent(kEventWithoutLogs, generateKavelTimestamp(), 0, 1, 1, "");
+    intakeKavelEvent(kEventWithoutLogs, 0, 1, 1, "");
 }
 
 void fillList() {

@@ -10,8 +10,8 @@
 #include <utils/SystemClock.h>
 
 #include "core/KeventDecoder.h"
+#include "core/PlxFile.h"
 #include "event/EventIntake.h"
-#include "event/KavelTimestamp.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
 #include "platform/Shell.h"
@@ -19,7 +19,7 @@
 
 namespace android {
 
-using kavel::Statistic;
+using kavel::PlxMsg;
 
 namespace {
 
@@ -40,28 +40,30 @@ std::string fieldText(const char* name, const char (&field)[N]) {
     return std::string(field, length);
 }
 
-/** The statistic in the payload, or nothing, and a line that says why. */
-std::optional<Statistic> getPlxMsgFromKevent(const std::string& payload) {
+/** The statistic that the packet holds; nullopt, and a line that says why, if it holds none. */
+std::optional<PlxMsg> getPlxMsgFromKevent(const kavel_kevent_packet& packet) {
+    KAVEL_LOGI(KAVEL_NO_TAG, "getPlxMsgFromKevent\n");
+    PlxMsg msg = {fieldText("tag", packet.tag), fieldText("event_id", packet.event_id), {}};
+    const std::string payload = packet.payload;
     const std::optional<std::string> logmap = kavel::extractLogmap(payload);
     if (!logmap) {
         KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent parse error, data:%s\n", payload.c_str());
         return std::nullopt;
     }
-    Statistic statistic = kavel::parseLogmap(*logmap);
-    for (const auto& [key, value] : statistic.data) {
+    const std::optional<std::string> badToken = kavel::parseLogmap(*logmap, &msg);
+    for (const auto& [key, value] : msg.data) {
         KAVEL_LOGI(KAVEL_NO_TAG, "getPlxMsgFromKevent push plxdata logmap key:%s value:%s\n",
                    key.c_str(), value.c_str());
     }
-    if (statistic.badToken) {
-        KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent parse error, param:%s\n",
-                   statistic.badToken->c_str());
+    if (badToken) {
+        KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent parse error, param:%s\n", badToken->c_str());
         return std::nullopt;
     }
-    if (statistic.data.empty()) {
+    if (msg.data.empty()) {
         KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent, no plx data to be send\n");
         return std::nullopt;
     }
-    return statistic;
+    return msg;
 }
 
 /** Whether a system dump is due, by a limit that outlives the daemon; notes the time if so. */
@@ -83,6 +85,7 @@ bool takeDumpTurn() {
 void savePlxMessageToLogPath(const std::string& payload) {
     const std::optional<std::string> logmap = kavel::extractLogmap(payload);
     if (!logmap) return;
+    kavel::trimPlxFile(base::StringPrintf("%s/plx.txt", kStatisticDirectory));
     kavel::runShell(
             base::StringPrintf("echo %s >> %s/plx.txt", kavel::singleQuoteForEcho(*logmap).c_str(),
                                kStatisticDirectory),
@@ -91,22 +94,22 @@ void savePlxMessageToLogPath(const std::string& payload) {
                logmap->c_str(), kStatisticDirectory);
 }
 
-std::string getErrorId(const Statistic& statistic) {
-    const std::string* const errorId = kavel::findValue(statistic, "error_id");
+std::string get_error_id(const PlxMsg& msg) {
+    const std::string* const errorId = kavel::findValue(msg, "error_id");
     if (errorId == nullptr) return "";
     KAVEL_LOGI(KAVEL_NO_TAG, "get_error_id error_id:%s", errorId->c_str());
     return *errorId;
 }
 
 /** A power-key statistic may start a system dump. Whatever comes of it, the upload follows. */
-void processBeforePlxMsgSend(const Statistic& statistic, const std::string& payload) {
-    if (!kavel::isScreenMonitor(statistic)) return;
-    const bool catchLog = kavel::asksForDump(statistic);
+void processBeforePlxMsgSend(const PlxMsg& msg, const std::string& payload) {
+    if (!kavel::isScreenMonitor(msg)) return;
+    const bool catchLog = kavel::asksForDump(msg);
     KAVEL_LOGI(KAVEL_NO_TAG, "processBeforePlxMsgSend kavel pwkey catchlog:%s\n",
                catchLog ? "true" : "false");
     if (!catchLog || !takeDumpTurn()) return;
     savePlxMessageToLogPath(payload);
-    const std::string errorId = getErrorId(statistic);
+    const std::string errorId = get_error_id(msg);
     property_set("sys.kavel.pwkey_errorid", errorId.c_str());
     property_set("sys.kavel.log_type", "8");
     property_set("ctl.restart", "dumpstate_kavel");
@@ -114,25 +117,24 @@ void processBeforePlxMsgSend(const Statistic& statistic, const std::string& payl
                errorId.c_str());
 }
 
-void handleStatistic(const kavel_kevent_packet& packet) {
-    KAVEL_LOGI(KAVEL_NO_TAG, "getPlxMsgFromKevent\n");
-    const std::string tag = fieldText("tag", packet.tag);
-    const std::string eventId = fieldText("event_id", packet.event_id);
-    const std::string payload = packet.payload;
-    const std::optional<Statistic> statistic = getPlxMsgFromKevent(payload);
-    if (!statistic) {
-        KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent failed\n");
-        return;
-    }
-    if (eventId == "Kavel") processBeforePlxMsgSend(*statistic, payload);
-
+void sendPlxMsg(const PlxMsg& msg) {
     CommonPlxServiceManager* const manager =
             CommonPlxServiceManager::getDefaultCommonPlxServiceManager();
     if (manager == nullptr) {
         KAVEL_LOGW(KAVEL_NO_TAG, "sendPlxMsg, manager is null\n");
         return;
     }
-    manager->sendToPlxFromCommonPlx(tag, eventId, statistic->data);
+    manager->sendToPlxFromCommonPlx(msg.tag, msg.eventId, msg.data);
+}
+
+void handleStatistic(const kavel_kevent_packet& packet) {
+    const std::optional<PlxMsg> msg = getPlxMsgFromKevent(packet);
+    if (!msg) {
+        KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent failed\n");
+        return;
+    }
+    if (msg->eventId == "Kavel") processBeforePlxMsgSend(*msg, packet.payload);
+    sendPlxMsg(*msg);
 }
 
 void logToken(const kavel::EventToken& token) {
@@ -152,15 +154,18 @@ void logToken(const kavel::EventToken& token) {
     }
 }
 
-void handleKernelSendKavelEvent(const std::string& message) {
-    KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel handleKernelSendKavelEvent\n");
+void handleKernelSendEvent(const std::string& message) {
     KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel handleKernelSendEvent got message:%s\n", message.c_str());
     const kavel::EventText event = kavel::parseEventText(message);
     for (const kavel::EventToken& token : event.tokens) logToken(token);
     if (event.isBad) return;
     constexpr int kKernelUid = 0;
-    kavel::intakeKavelEvent(event.eventId, kavel::generateKavelTimestamp(), event.logInfo,
-                            event.pid, kKernelUid, event.extraInfo);
+    kavel::intakeKavelEvent(event.eventId, event.logInfo, event.pid, kKernelUid, event.extraInfo);
+}
+
+void handleKernelSendKavelEvent(const kavel_kevent_packet& packet) {
+    KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel handleKernelSendKavelEvent\n");
+    handleKernelSendEvent(packet.payload);
 }
 
 }  // namespace
@@ -180,7 +185,7 @@ bool KavelRecvKeventFunc(kavel_kevent_packet* packet) {
             handleStatistic(*packet);
             break;
         case KEVENT_TYPE_EVENT:
-            handleKernelSendKavelEvent(packet->payload);
+            handleKernelSendKavelEvent(*packet);
             break;
         default:
             break;

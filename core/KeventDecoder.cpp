@@ -87,8 +87,7 @@ std::optional<std::string> extractLogmap(const std::string& payload) {
     return std::string(logmap);
 }
 
-Statistic parseLogmap(const std::string& logmap) {
-    Statistic statistic;
+std::optional<std::string> parseLogmap(const std::string& logmap, PlxMsg* msg) {
     std::string_view rest = logmap;
     std::string_view token;
     for (bool more = true; nextToken(rest, more, ';', token);) {
@@ -98,30 +97,29 @@ Statistic parseLogmap(const std::string& logmap) {
         const std::string_view value = nextWord(behind);
         if (key.empty() || value.empty() || key.size() > kMaxTokenPart ||
             value.size() > kMaxTokenPart) {
-            statistic.badToken = token;
-            return statistic;
+            return std::string(token);
         }
-        statistic.data.emplace_back(key, value);
+        msg->data.emplace_back(key, value);
     }
-    return statistic;
+    return std::nullopt;
 }
 
-const std::string* findValue(const Statistic& statistic, std::string_view key) {
-    for (const auto& [name, value] : statistic.data) {
+const std::string* findValue(const PlxMsg& msg, std::string_view key) {
+    for (const auto& [name, value] : msg.data) {
         if (name == key) return &value;
     }
     return nullptr;
 }
 
-bool isScreenMonitor(const Statistic& statistic) {
-    return std::any_of(statistic.data.begin(), statistic.data.end(), [](const auto& pair) {
+bool isScreenMonitor(const PlxMsg& msg) {
+    return std::any_of(msg.data.begin(), msg.data.end(), [](const auto& pair) {
         return pair.first == "logType" &&
                (pair.second == "black_screen_monitor" || pair.second == "bright_screen_monitor");
     });
 }
 
-bool asksForDump(const Statistic& statistic) {
-    return std::any_of(statistic.data.begin(), statistic.data.end(), [](const auto& pair) {
+bool asksForDump(const PlxMsg& msg) {
+    return std::any_of(msg.data.begin(), msg.data.end(), [](const auto& pair) {
         return pair.first == "catchlog" && pair.second == "true";
     });
 }

@@ -14,28 +14,33 @@ namespace android::kavel {
 /** Longest key or value of a token, in characters. A longer one is malformed. */
 inline constexpr size_t kMaxTokenPart = 511;
 
-/** What stands in a payload between "logmap{" and the first "}", or the end; nothing where the
- * payload is no statistic. */
+/** The text of a payload between "logmap{" and the first "}", or the end; nullopt if the payload is
+ * no statistic. */
 std::optional<std::string> extractLogmap(const std::string& payload);
 
-/** The pairs of a statistic in their order, duplicates kept. */
-struct Statistic {
-    std::vector<std::pair<std::string, std::string>> data;
-    std::optional<std::string> badToken;  ///< where parsing ended; the pairs then count for nothing
+/** A statistic of the kernel, as it is uploaded. */
+struct PlxMsg {
+    std::string tag;
+    std::string eventId;
+    std::vector<std::pair<std::string, std::string>> data;  ///< in their order, duplicates kept
 };
 
-/** Parses key:value tokens separated by ";". */
-Statistic parseLogmap(const std::string& logmap);
+/**
+ * Appends the key:value tokens of @p logmap, separated by ";", to the data of @p msg.
+ *
+ * @return the token that is no pair, at which parsing ended; nullopt if there is none
+ */
+std::optional<std::string> parseLogmap(const std::string& logmap, PlxMsg* msg);
 
 /** The value of the first pair with @p key, or null. */
-const std::string* findValue(const Statistic& statistic, std::string_view key);
+const std::string* findValue(const PlxMsg& msg, std::string_view key);
 
 /** Whether the statistic is a power-key record of a screen monitor: only those may ask for a dump.
  */
-bool isScreenMonitor(const Statistic& statistic);
+bool isScreenMonitor(const PlxMsg& msg);
 
 /** Whether the statistic asks for a system dump: some pair says catchlog:true. */
-bool asksForDump(const Statistic& statistic);
+bool asksForDump(const PlxMsg& msg);
 
 /** What one token of an event's text turned out to be. */
 struct EventToken {

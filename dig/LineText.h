@@ -1,6 +1,5 @@
 #pragma once
 
-#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -19,9 +18,12 @@ class LineText {
         mEnd += text.copy(mEnd, static_cast<size_t>(mText + kSize - mEnd));
         return *this;
     }
-    LineText& decimal(int64_t number) { return put(number, 10); }
+    LineText& decimal(int64_t number) {
+        if (number >= 0) return put<10>(static_cast<uint64_t>(number));
+        return (*this << "-").put<10>(~static_cast<uint64_t>(number) + 1);
+    }
     /** As %llx does: without a sign. */
-    LineText& hex(int64_t number) { return put(static_cast<uint64_t>(number), 16); }
+    LineText& hex(int64_t number) { return put<16>(static_cast<uint64_t>(number)); }
 
     /** What there is so far, with a NUL behind it. */
     std::string_view text() {
@@ -30,10 +32,16 @@ class LineText {
     }
 
   private:
-    template <class Number>
-    LineText& put(Number number, int base) {
-        mEnd = std::to_chars(mEnd, mText + kSize, number, base).ptr;
-        return *this;
+    /** Not std::to_chars: that of Android 14 writes zeros before some numbers from 10^8 up. */
+    template <unsigned base>
+    LineText& put(uint64_t number) {
+        char digits[20];  // of 2^64 - 1
+        size_t start = sizeof(digits);
+        do {
+            digits[--start] = "0123456789abcdef"[number % base];
+            number /= base;
+        } while (number != 0);
+        return *this << std::string_view(digits + start, sizeof(digits) - start);
     }
 
     char mText[kSize + 1];

@@ -1,4 +1,4 @@
-// The messaging app's own logs, staged by an init service and taken along where they fit.
+#include "dump/AppLogs.h"
 
 #include <cinttypes>
 #include <filesystem>
@@ -7,8 +7,8 @@
 
 #include <android-base/stringprintf.h>
 
-#include "dump/KavelDumpUtilThread.h"
 #include "dump/LogFolderName.h"
+#include "dump/Pack.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
@@ -27,7 +27,7 @@ constexpr const char* kPrefix = "[dravo_kavel packXlogForWeChat]: ";
 
 }  // namespace
 
-void KavelDumpUtilThread::packXlogForWeChat(std::string path) {
+void packXlogForWeChat(const std::string& path) {
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packXlogForWeChat]: start");
     const std::string root = kavel::kLogFolderRoot;
     const std::string staging = std::string(kavel::kXlogStaging) + "/";
@@ -48,7 +48,7 @@ void KavelDumpUtilThread::packXlogForWeChat(std::string path) {
     kavel::logAndRun(kPrefix, "rm -r " + staging, ";");
 }
 
-int64_t KavelDumpUtilThread::totalXlogSize(std::string path) {
+int64_t totalXlogSize(const std::string& path) {
     if (path.empty()) {
         KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel totalXlogSize]: path is empty");
         return 0;
@@ -70,7 +70,7 @@ int64_t KavelDumpUtilThread::totalXlogSize(std::string path) {
     return total;
 }
 
-bool checkPathIsDir(std::string& path) {
+bool checkPathIsDir(const std::string& path) {
     std::error_code error;
     const fs::file_type type = fs::status(path, error).type();
     if (type == fs::file_type::none || type == fs::file_type::not_found) {

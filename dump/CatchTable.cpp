@@ -3,7 +3,7 @@
 namespace android::kavel {
 
 CatchRef CatchTable::add(const EventRef& event) {
-    CatchRef added(new Catch(event), [this](Catch* ended) {
+    CatchRef added(new Catch(event, mContext), [this](Catch* ended) {
         // The record is alive until the entry is gone, so its id has not been given to another.
         remove(*ended);
         delete ended;

@@ -5,20 +5,39 @@
 #include <memory>
 
 #include "dump/CommercialNotes.h"
+#include "dump/LogFolder.h"
 #include "event/KavelEvent.h"
 #include "platform/Mutex.h"
 
 namespace android::kavel {
+
+struct DumpContext;
 
 /**
  * One event on its way to an archive. Lives as long as any thread or command of the catch holds it.
  */
 class Catch {
   public:
-    explicit Catch(EventRef record) : event(std::move(record)) {}
+    Catch(EventRef record, DumpContext& dumpContext)
+          : event(std::move(record)), context(dumpContext) {}
 
     const EventRef event;
+    DumpContext& context;
     CommercialNotes commercial;
+
+    /** Where the logs of the catch go. Null until a folder is made for it. */
+    LogFolderRef folder() const {
+        MutexLock lock(mLock);
+        return mFolder;
+    }
+    void setFolder(LogFolderRef folder) {
+        MutexLock lock(mLock);
+        mFolder = std::move(folder);
+    }
+
+  private:
+    mutable Mutex mLock;
+    LogFolderRef mFolder GUARDED_BY(mLock);
 };
 
 using CatchRef = std::shared_ptr<Catch>;
@@ -29,6 +48,9 @@ using CatchRef = std::shared_ptr<Catch>;
  */
 class CatchTable {
   public:
+    /** @param context  of the catches; must outlive them */
+    explicit CatchTable(DumpContext& context) : mContext(context) {}
+
     /** Makes @p event reachable by its id. The same record twice shares one catch. */
     CatchRef add(const EventRef& event);
     /** The catch of that record, or null. */
@@ -38,6 +60,7 @@ class CatchTable {
   private:
     void remove(const Catch& ended);
 
+    DumpContext& mContext;
     mutable Mutex mLock;
     std::map<int32_t, std::weak_ptr<Catch>> mCatches GUARDED_BY(mLock);
 };

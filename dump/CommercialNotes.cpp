@@ -55,14 +55,4 @@ int32_t CommercialNotes::logInfo() const {
     return mCommercialLogInfo.value_or(0);
 }
 
-std::string CommercialNotes::ownFolder() const {
-    MutexLock lock(mLock);
-    return mOwnFolder;
-}
-
-void CommercialNotes::setOwnFolder(const std::string& folder) {
-    MutexLock lock(mLock);
-    mOwnFolder = folder;
-}
-
 }  // namespace android::kavel

@@ -34,17 +34,12 @@ class CommercialNotes {
     /** The log-selection bits that the pack must honour; 0 where none were ever set. */
     int32_t logInfo() const;
 
-    /** The catch's own folder, once a thread of the catch has made one; before that empty. */
-    std::string ownFolder() const;
-    void setOwnFolder(const std::string& folder);
-
   private:
     mutable Mutex mLock;
     bool mIsCommercial GUARDED_BY(mLock) = false;
     bool mHasRelatedEvents GUARDED_BY(mLock) = false;
     std::optional<std::vector<std::string>> mRelatedEvents GUARDED_BY(mLock);
     std::optional<int32_t> mCommercialLogInfo GUARDED_BY(mLock);
-    std::string mOwnFolder GUARDED_BY(mLock);
 };
 
 }  // namespace android::kavel

@@ -41,12 +41,12 @@ class HeavyDumpLimit {
     std::atomic<uint64_t> mLastNs{0};
 };
 
-/** Everything that the dump threads share. One in the process, owned by the handler. */
+/** Everything that the dump threads share. Owned by the handler. */
 struct DumpContext {
     explicit DumpContext(EventParameters& eventParameters);
 
     EventParameters& parameters;
-    CatchTable catches;
+    CatchTable catches{*this};
     TechnicalCatches technical;  // holds catches, so it ends before their table
     PendingCaptures captures;
     HeavyDumpLimit heavyDumps;
@@ -60,8 +60,5 @@ struct DumpContext {
     std::KavelThreadPool logcatPool;
     std::KavelThreadPool historyPool;  // given no work; its threads are part of the daemon's face
 };
-
-/** The process's context. Defined by the handler, which owns it. */
-DumpContext& dumpContext();
 
 }  // namespace android::kavel

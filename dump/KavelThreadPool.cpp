@@ -1,7 +1,9 @@
 #include "dump/KavelThreadPool.h"
 
+#include <chrono>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include <pthread.h>
 
@@ -14,10 +16,13 @@ using android::kavel::MutexLock;
 namespace {
 
 /**
- * So often a worker looks for a task before it sleeps. The next task of a burst is often just being
- * queued, and to sleep and be woken costs more than several small tasks.
+ * Number of times a worker polls the queue before it sleeps. The next task of a burst is often just
+ * being queued, and to sleep and be woken costs more than several small tasks.
  */
 constexpr int kLooks = 4;
+
+/** Time without a free worker after which waiting tasks get another one. */
+constexpr chrono::seconds kStall(3);
 
 }  // namespace
 
@@ -30,14 +35,16 @@ KavelThreadPool::~KavelThreadPool() {
         _run = false;
     }
     mTaskSignal.notify_all();
+    mStopSignal.notify_all();
     vector<thread> threads;
     {
         MutexLock lock(mGrowLock);
         threads.swap(mThreads);
+        threads.push_back(std::move(mWatch));
     }
-    // Not under the grow lock: a task that commits another one may ask for it.
-    for (thread& worker : threads) {
-        if (worker.joinable()) worker.join();
+    // Not under the grow lock: the watch, or a task that commits another one, may ask for it.
+    for (thread& each : threads) {
+        if (each.joinable()) each.join();
     }
 }
 
@@ -83,6 +90,7 @@ void KavelThreadPool::work() {
             --mIdleCount;
             task = std::move(mTasks.front());
             mTasks.pop();
+            ++mTaken;
         }
         task();
         task = {};  // what it holds must not live until the next task comes
@@ -100,18 +108,60 @@ void KavelThreadPool::enqueue(packaged_task<void()> task) {
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel commit]: KavelThreadPool _run is false.\n");
     }
     bool wake = false;
+    bool needsWatch = false;
     {
         MutexLock lock(mTaskLock);
         mTasks.push(std::move(task));
         wake = mWaiting > 0;  // a worker that is awake looks at the queue before it sleeps
+        // A burst is queued before the idle count falls, so it may outnumber the workers.
+        const bool waits = mIdleCount < 0 || mTasks.size() > static_cast<size_t>(mIdleCount);
+        needsWatch = _run && waits && mCreated < mMaxSize && !exchange(mIsWatched, true);
     }
     try {
         if (mIdleCount < 1 && mCreated < mMaxSize) addThread(1);
+        if (needsWatch) startWatch();
     } catch (const system_error& e) {
-        // The task is queued, and the workers that there are will come to it.
-        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel commit]: no further thread: %s\n", e.what());
+        // The task is queued, and the existing workers will come to it.
+        logNoThread(e);
+        MutexLock lock(mTaskLock);
+        if (needsWatch) mIsWatched = false;
     }
     if (wake) mTaskSignal.notify_one();
+}
+
+void KavelThreadPool::startWatch() {
+    MutexLock grow(mGrowLock);
+    if (!_run) return;
+    if (mWatch.joinable()) mWatch.join();  // it has ended, or is about to
+    mWatch = thread([this] { watch(); });
+}
+
+/** Adds a worker whenever tasks have waited too long. Ends when none waits. */
+void KavelThreadPool::watch() {
+    pthread_setname_np(pthread_self(), "kavel_tp_watch");
+    while (true) {
+        {
+            MutexLock lock(mTaskLock);
+            const uint64_t taken = mTaken;
+            const auto end = chrono::steady_clock::now() + kStall;
+            while (_run && lock.waitUntil(mStopSignal, end)) {
+            }
+            if (!_run || mTasks.empty() || mCreated >= mMaxSize) {
+                mIsWatched = false;
+                return;
+            }
+            if (mTaken != taken) continue;
+        }
+        try {
+            addThread(1);
+        } catch (const system_error& e) {
+            logNoThread(e);
+        }
+    }
+}
+
+void KavelThreadPool::logNoThread(const system_error& e) {
+    KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel commit]: no further thread: %s\n", e.what());
 }
 
 void KavelThreadPool::logException(const exception& e) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <future>
 #include <queue>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -26,8 +27,8 @@ class KavelThreadPool {
     /**
      * @param namePrefix  workers are called prefix + 1, 2, ...; must outlive the pool. A name over
      *                    the kernel's 15 characters leaves the thread with the name it inherits.
-     * @param coreSize    so many workers never retire
-     * @param maxSize     so many are ever started
+     * @param coreSize    number of workers that never retire
+     * @param maxSize     number of workers that are ever started
      */
     KavelThreadPool(const char* namePrefix, uint16_t coreSize, uint16_t maxSize);
     /** Runs every task that is queued, then joins the workers. */
@@ -39,10 +40,10 @@ class KavelThreadPool {
     void addThread(uint16_t count);
 
     /**
-     * Queues f(args...), with copies of the arguments. Starts another worker where none is idle and
-     * the maximum is not reached; where no thread can be had, those that there are do it. A pool
-     * that is being destroyed still runs the task. An exception of the task is logged and kept in
-     * the future.
+     * Queues f(args...), with copies of the arguments. Starts another worker if none is idle and the
+     * maximum is not reached; if no thread can be created, the existing workers run the task. So does
+     * a task that waits while no worker has become free for three seconds. A pool that is being
+     * destroyed still runs the task. An exception of the task is logged and kept in the future.
      */
     template <class F, class... Args>
     future<void> commit(F&& f, Args&&... args) {
@@ -62,8 +63,11 @@ class KavelThreadPool {
 
   private:
     static void logException(const exception& e);
+    static void logNoThread(const system_error& e);
     void enqueue(packaged_task<void()> task);
     void work();
+    void startWatch();
+    void watch();
     bool maySpareOneLocked() const REQUIRES(mTaskLock);
 
     const char* const mNamePrefix;
@@ -77,7 +81,11 @@ class KavelThreadPool {
     queue<packaged_task<void()>> mTasks GUARDED_BY(mTaskLock);
     int mWaiting GUARDED_BY(mTaskLock) = 0;  // workers asleep on the signal
     int mLive GUARDED_BY(mTaskLock) = 0;     // workers that have not retired
+    uint64_t mTaken GUARDED_BY(mTaskLock) = 0;  // tasks that workers have taken so far
+    bool mIsWatched GUARDED_BY(mTaskLock) = false;
+    thread mWatch GUARDED_BY(mGrowLock);  // the last one, ended or not
     condition_variable mTaskSignal;
+    condition_variable mStopSignal;  // for the watch
     atomic<int32_t> mThreadSequence{0};
     atomic<uint16_t> mCreated{0};  // entries of mThreads, for readers without the grow lock
     atomic<bool> _run{true};

@@ -1,18 +1,28 @@
 #include "dump/LeftoverFolders.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <vector>
 
-#include <android-base/stringprintf.h>
+#include <android-base/file.h>
 #include <android-base/strings.h>
+#include <fcntl.h>
+#include <log/log.h>
+#include <unistd.h>
 
-#include "dump/KavelDumpUtilThread.h"
+#include <android-base/unique_fd.h>
+
+#include "dump/CollectionDirectory.h"
+#include "dump/LogFolder.h"
 #include "dump/LogFolderName.h"
+#include "dump/Nwatchcall.h"
+#include "dump/Pack.h"
+#include "platform/KavelPrint.h"
 #include "platform/Log.h"
-#include "platform/ShellQuote.h"
 
 namespace fs = std::filesystem;
 
@@ -20,42 +30,104 @@ namespace android::kavel {
 namespace {
 
 constexpr const char* kPrefix = "[dravo_kavel packLeftoverFolders]: ";
+/** Maximum number of folders that are kept after their tar failed. */
+constexpr size_t kMaxKept = 31;
+/** Maximum number of starts that try to pack a folder. */
+constexpr uintmax_t kMaxAttempts = 10;
+/** File of such a folder, one byte long for each start that failed. */
+constexpr const char* kAttemptsFile = ".pack_attempts";
 
-/** What stands in the staging directory under a name of ours. */
+/** What an earlier life of the daemon left in the staging directory. */
 struct Leftovers {
-    std::vector<std::string> folders;
-    std::vector<std::string> archives;
+    std::vector<std::string> folders;  ///< oldest first
+    std::vector<std::string> archives;  ///< paths of their folders, which need not be there
     bool empty() const { return folders.empty() && archives.empty(); }
 };
 
+/** Also removes what was being removed. */
 Leftovers findLeftovers() {
     Leftovers found;
     std::error_code error;
     for (fs::directory_iterator entry(kLogFolderRoot, error), end; !error && entry != end;
          entry.increment(error)) {
-        const std::string name = entry->path().filename();
-        std::string_view stem = name;
-        const bool isArchive = base::ConsumeSuffix(&stem, kArchiveSuffix);
-        if (!isLogFolderName(stem)) continue;
+        const std::string path = entry->path();
         std::error_code gone;
+        if (base::StartsWith(entry->path().filename().native(), kRemainsPrefix)) {
+            fs::remove_all(path, gone);
+        }
+        std::string_view folder = path;
+        const bool isArchive = base::ConsumeSuffix(&folder, kArchiveSuffix);
+        if (!isLogFolderName(folder.substr(folder.rfind('/') + 1))) continue;
         const fs::file_type type = entry->symlink_status(gone).type();
-        if (isArchive && type == fs::file_type::regular) found.archives.push_back(entry->path());
-        if (!isArchive && type == fs::file_type::directory) found.folders.push_back(entry->path());
+        if (isArchive && type == fs::file_type::regular) found.archives.emplace_back(folder);
+        if (!isArchive && type == fs::file_type::directory) found.folders.push_back(path);
     }
+    std::sort(found.folders.begin(), found.folders.end(),
+              [](const std::string& left, const std::string& right) {
+                  std::error_code gone;
+                  return fs::last_write_time(left, gone) < fs::last_write_time(right, gone);
+              });
     return found;
 }
 
-void pack(const Leftovers& leftovers) {
-    for (const std::string& folder : leftovers.folders) {
-        std::error_code notEmpty;
-        if (!fs::remove(folder, notEmpty) && notEmpty) packFolder(kPrefix, folder);
+/** Notes one more failure to pack @p folder. Returns how many there are, or 0 if that is unknown. */
+uintmax_t countAttempt(const std::string& folder) {
+    const std::string file = folder + "/" + kAttemptsFile;
+    const base::unique_fd fd(open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
+    if (!fd.ok() || !base::WriteStringToFd(".", fd.get())) return 0;
+    std::error_code error;
+    const uintmax_t size = fs::file_size(file, error);
+    return error ? 0 : size;
+}
+
+void giveUp(const std::string& folder, const char* reason) {
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "%s%s, its logs are lost: %s\n", kPrefix, reason,
+                folder.c_str());
+    removeFolder(kPrefix, folder);
+}
+
+bool isHangWarning(const std::string& folder) {
+    std::error_code error;
+    return fs::exists(folder + "/" + kHangWarningMarker, error);
+}
+
+/** Packs the folders. Those whose tar fails stay for the next start, within bounds. */
+void packFolders(const std::vector<std::string>& folders) {
+    std::vector<std::string> kept;
+    for (const std::string& path : folders) {
+        std::error_code error;
+        if (isHangWarning(path)) continue;
+        LogFolder folder(path);
+        if (!folder.hasContent()) {
+            fs::remove_all(path, error);
+            continue;
+        }
+        if (packFolder({kPrefix, "leftover folder", /*keepsFolder=*/true}, folder)) continue;
+        if (countAttempt(path) >= kMaxAttempts) {
+            giveUp(path, "too many starts have failed to pack a folder");
+        } else {
+            kept.push_back(path);
+        }
     }
-    // An archive beside its folder was cut short, and has been written anew by now.
-    for (const std::string& archive : leftovers.archives) {
+    for (size_t i = 0; i + kMaxKept < kept.size(); ++i) {
+        giveUp(kept[i], "too many folders could not be packed");
+    }
+}
+
+void pack(const Leftovers& leftovers) {
+    packFolders(leftovers.folders);
+    for (const std::string& folder : leftovers.archives) {
         std::error_code gone;
-        if (!fs::exists(archive, gone)) continue;
-        logAndRun(kPrefix,
-                  base::StringPrintf("mv %s %s", shellQuote(archive).c_str(), kArchiveDirectory));
+        // An archive beside its folder was not finished; the folder has been packed again.
+        if (!fs::exists(folder + kArchiveSuffix, gone)) continue;
+        const std::string problem = moveToCollection(kPrefix, folder);
+        if (problem.empty()) continue;
+        kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "%s%s, the archive stays: %s\n", kPrefix,
+                    problem.c_str(), folder.c_str());
+    }
+    // Last, because each waits for its files again.
+    for (const std::string& folder : leftovers.folders) {
+        if (isHangWarning(folder)) packNwatchcallLog(copyNwatchcallLog(folder), folder);
     }
     KAVEL_LOGI(KAVEL_NO_TAG, "%sdone, %zu folders, %zu archives.\n", kPrefix,
                leftovers.folders.size(), leftovers.archives.size());
@@ -69,7 +141,11 @@ void packLeftoverFolders() {
     fs::remove_all(kXlogStaging, error);
     Leftovers leftovers = findLeftovers();
     if (leftovers.empty()) return;
-    std::thread([leftovers = std::move(leftovers)] { pack(leftovers); }).detach();
+    try {
+        std::thread([leftovers = std::move(leftovers)] { pack(leftovers); }).detach();
+    } catch (const std::system_error& e) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "%sno thread, left for the next start: %s\n", kPrefix, e.what());
+    }
 }
 
 }  // namespace android::kavel

@@ -5,7 +5,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <regex>
 
 namespace android::kavel {
 namespace {
@@ -13,11 +12,16 @@ namespace {
 /** The letters of "kavel" in the five top bytes: tells our folder ids from any other number. */
 constexpr uint64_t kFolderIdBase = 0x6B6176656C000000;
 
+constexpr std::string_view kPrefix = "kavel_";
+constexpr size_t kFolderIdDigits = 16;
+
+/** A part of a name never holds these. */
+bool isReplaced(char c) {
+    return c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+}
+
 std::string withoutPathCharacters(std::string part) {
-    std::replace_if(
-            part.begin(), part.end(),
-            [](char c) { return c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7f; },
-            '_');
+    std::replace_if(part.begin(), part.end(), isReplaced, '_');
     return part;
 }
 
@@ -28,6 +32,56 @@ void shorten(std::string& part, size_t excess) {
         --end;
     }
     part.resize(end);
+}
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool isHexDigit(char c) {
+    return isDigit(c) || (c >= 'a' && c <= 'f');
+}
+
+/** Whether @p text is a time as kavelTimeStampToString() writes it, with a year of any length. */
+bool isTimeText(std::string_view text) {
+    constexpr std::string_view kBehindYear = "-00-00-00-00-00-000";
+    if (text.size() <= kBehindYear.size()) return false;
+    const size_t year = text.size() - kBehindYear.size();
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char form = i < year ? '0' : kBehindYear[i - year];
+        if (form == '0' ? !isDigit(text[i]) : text[i] != form) return false;
+    }
+    return true;
+}
+
+/**
+ * Where the last "@ID@" of @p text begins. Process names may hold "@" (a service called
+ * android.hardware.power@1.0-service), so only an id of its full width counts.
+ */
+size_t findFolderId(std::string_view text) {
+    for (size_t end = text.rfind('@'); end != std::string_view::npos && end > kFolderIdDigits;
+         end = text.rfind('@', end - 1)) {
+        const size_t start = end - kFolderIdDigits - 1;
+        const std::string_view id = text.substr(start + 1, kFolderIdDigits);
+        if (text[start] == '@' && std::all_of(id.begin(), id.end(), isHexDigit)) return start;
+    }
+    return std::string_view::npos;
+}
+
+/** Cuts ".N" off the end of @p stem, as archiveName() writes it; 1 if there is none. */
+uint32_t takeSequence(std::string_view& stem) {
+    constexpr size_t kMaxDigits = 3;
+    const size_t dot = stem.rfind('.');
+    const std::string_view digits =
+            dot == std::string_view::npos ? std::string_view() : stem.substr(dot + 1);
+    if (digits.empty() || digits.size() > kMaxDigits || digits[0] == '0' ||
+        !std::all_of(digits.begin(), digits.end(), isDigit)) {
+        return 1;
+    }
+    uint32_t number = 0;
+    for (const char digit : digits) number = number * 10 + static_cast<uint32_t>(digit - '0');
+    if (number > 1) stem.remove_suffix(digits.size() + 1);
+    return number;
 }
 
 }  // namespace
@@ -46,18 +100,52 @@ std::string logFolderName(const LogFolderParts& parts) {
     const auto excess = [&] {
         const size_t length = strlen("kavel__@@@") + event.size() + process.size() +
                               strlen(folderId) + version.size() + parts.timeText.size() +
-                              strlen(kArchiveSuffix);
+                              strlen(".999") + strlen(kArchiveSuffix);
         return length > NAME_MAX ? length - NAME_MAX : 0;
     };
     shorten(process, excess());
     shorten(event, excess());
     shorten(version, excess());
-    return "kavel_" + event + "_" + process + "@" + folderId + "@" + version + "@" + parts.timeText;
+    return std::string(kPrefix) + event + "_" + process + "@" + folderId + "@" + version + "@" +
+           parts.timeText;
+}
+
+std::string archiveName(std::string_view folderName, uint32_t sequence) {
+    std::string name(folderName);
+    if (sequence > 1) name += "." + std::to_string(sequence);
+    return name + kArchiveSuffix;
+}
+
+std::optional<LogName> parseLogFolderName(std::string_view name) {
+    if (name.size() > NAME_MAX || std::any_of(name.begin(), name.end(), isReplaced)) return {};
+    if (name.substr(0, kPrefix.size()) != kPrefix) return {};
+    // From the right: the subject and the OTA version may hold anything, "@" too.
+    const size_t beforeTime = name.rfind('@');
+    if (beforeTime == std::string_view::npos) return {};
+    const std::string_view time = name.substr(beforeTime + 1);
+    const std::string_view front = name.substr(0, beforeTime);
+    const size_t idStart = findFolderId(front);
+    if (idStart == std::string_view::npos || !isTimeText(time)) return {};
+    const std::string_view subject = front.substr(kPrefix.size(), idStart - kPrefix.size());
+    if (subject.find('_') == std::string_view::npos) return {};
+    return LogName{std::string(name), std::string(subject),
+                   std::string(front.substr(idStart + 1, kFolderIdDigits)),
+                   std::string(front.substr(idStart + 1 + kFolderIdDigits + 1)), std::string(time)};
+}
+
+std::optional<LogName> parseArchiveName(std::string_view fileName) {
+    const std::string_view suffix = kArchiveSuffix;
+    if (fileName.size() < suffix.size() || fileName.size() > NAME_MAX) return {};
+    std::string_view stem = fileName.substr(0, fileName.size() - suffix.size());
+    if (fileName.substr(stem.size()) != suffix) return {};
+    const uint32_t sequence = takeSequence(stem);
+    std::optional<LogName> name = parseLogFolderName(stem);
+    if (name) name->sequence = sequence;
+    return name;
 }
 
 bool isLogFolderName(std::string_view name) {
-    static const std::regex kForm("kavel_.*_.*@[0-9a-f]{1,16}@.*@[0-9]+(-[0-9]{2}){5}-[0-9]{3}");
-    return name.size() <= NAME_MAX && std::regex_match(name.begin(), name.end(), kForm);
+    return parseLogFolderName(name).has_value();
 }
 
 bool isUsableFolder(std::string_view path) {

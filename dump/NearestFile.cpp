@@ -10,6 +10,7 @@
 #include <log/log.h>
 #include <sys/stat.h>
 
+#include "dump/LogFolderName.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
 
@@ -19,7 +20,10 @@ namespace {
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 constexpr size_t kMaxPath = 256;  // the terminating NUL included
 
-/** The candidates in directory order, with a line for each. */
+/**
+ * The candidates in directory order, with a line for each. Archives are none, whatever process they
+ * are named after.
+ */
 std::vector<TraceFile> listCandidates(const TraceScan& scan, DIR* directory) {
     std::vector<TraceFile> files;
     while (const dirent* entry = readdir(directory)) {
@@ -27,7 +31,7 @@ std::vector<TraceFile> listCandidates(const TraceScan& scan, DIR* directory) {
         const bool fits = std::all_of(
                 scan.markers.begin(), scan.markers.end(),
                 [&](const char* marker) { return name.find(marker) != std::string::npos; });
-        if (!fits) continue;
+        if (!fits || parseArchiveName(name)) continue;
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%s%s scanned.\n", scan.tag, name.c_str());
         struct stat status = {};
         if (statListed(scan.tag, scan.directory, name, &status)) {
@@ -43,10 +47,14 @@ bool statListed(const char* tag, const char* directory, const std::string& name,
                 struct stat* status) {
     char path[kMaxPath];
     snprintf(path, sizeof(path), "%s/%s", directory, name.c_str());
-    if (stat(path, status) == 0) return true;
-    const int error = errno;  // logging may change it
-    kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%sstat %s failed with errno %d.\n", tag, path,
-                error);
+    if (lstat(path, status) != 0) {
+        const int error = errno;  // logging may change it
+        kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%sstat %s failed with errno %d.\n", tag, path,
+                    error);
+        return false;
+    }
+    if (S_ISREG(status->st_mode)) return true;
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_WARN, "%s%s is not a regular file, skipped.\n", tag, path);
     return false;
 }
 

@@ -30,8 +30,10 @@ struct TraceFile {
  */
 int nearestFile(const std::vector<TraceFile>& files, int64_t target, int64_t offset);
 
-/** Fills @p status with what stat() says of @p name in @p directory. False, with a line begun with
- * @p tag, where it says nothing. */
+/**
+ * Fills @p status for the file @p name in @p directory. False, with a line begun with @p tag, if it
+ * is gone or not a regular file: a link may lead to any file, and a FIFO makes its reader wait.
+ */
 bool statListed(const char* tag, const char* directory, const std::string& name,
                 struct stat* status);
 

@@ -1,6 +1,4 @@
-// Captures that are not plain commands: traces asked of the framework, of a process by signal, and
-// of the platform's trace utility. Their files appear outside the log folder; the pack looks for
-// those that fit the event's time best.
+#include "dump/TraceCapture.h"
 
 #include <csignal>
 
@@ -8,10 +6,10 @@
 #include <android-base/stringprintf.h>
 
 #include "dump/DumpContext.h"
-#include "dump/KavelDumpUtilThread.h"
 #include "dump/LogCommands.h"
 #include "dump/LogFolderName.h"
 #include "dump/NearestFile.h"
+#include "dump/Pack.h"
 #include "platform/FrameworkCall.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
@@ -19,11 +17,9 @@
 #include "platform/TraceNativeUtils.h"
 #include "platform/TraceSection.h"
 
-namespace android {
+namespace android::kavel {
 
 using base::StringPrintf;
-using kavel::CatchRef;
-using kavel::TraceScan;
 
 namespace {
 
@@ -41,7 +37,7 @@ constexpr TraceScan kNativeTrace = {
         10,
         "[dravo_kavel callNativeDumpSystrace]: ",
         "[dravo_kavel getLatestNativeSystraceFilePath]: tracePath not found.\n"};
-constexpr TraceScan kSystemTrace = {kavel::kArchiveDirectory,
+constexpr TraceScan kSystemTrace = {kArchiveDirectory,
                                     {"dravo-trace", ""},
                                     10,
                                     "[dravo_kavel packSystraceLog]: ",
@@ -58,48 +54,36 @@ constexpr TraceScan kPreAnrTrace = {kAnrDirectory,
                                     "[dravo_kavel packPreAnrTrace]: ",
                                     "[dravo_kavel packPreAnrTrace]: anrTracePath not found.\n"};
 
-CatchRef findCatch(const char* step, int kavelEventId) {
-    CatchRef running = kavel::dumpContext().catches.find(kavelEventId);
-    if (running == nullptr) {
-        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel %s]: no event %d.\n", step, kavelEventId);
-    }
-    return running;
-}
-
 /** Runs @p verb on the file @p name of the scan's directory, with @p target as it stands. */
 void runOnTrace(const char* prefix, const char* verb, const TraceScan& scan,
                 const std::string& name, const std::string& target) {
-    const std::string file = kavel::shellQuote(std::string(scan.directory) + "/" + name);
-    kavel::logAndRun(prefix, StringPrintf("%s %s %s", verb, file.c_str(), target.c_str()));
+    const std::string file = shellQuote(std::string(scan.directory) + "/" + name);
+    logAndRun(prefix, StringPrintf("%s %s %s", verb, file.c_str(), target.c_str()));
 }
 
 void moveNearest(const TraceScan& scan, uint64_t time, const std::string& target) {
-    const std::string name = kavel::scanForTrace(scan, time);
+    const std::string name = scanForTrace(scan, time);
     if (!name.empty()) runOnTrace(scan.tag, "mv", scan, name, target);
 }
 
 }  // namespace
 
-void KavelDumpUtilThread::callFrameworkDumpANRTrace(int kavelEventId) {
-    const kavel::TraceSection trace("callFrameworkDumpANRTrace");
-    const CatchRef running = findCatch("callFrameworkDumpANRTrace", kavelEventId);
-    if (running == nullptr) return;
-    kavel::logFrameworkReply("callFrameworkBinderDemo", ANDROID_LOG_INFO,
-                             kavel::callFramework(kDumpAnrTrace, {running->event->pid}));
+void callFrameworkDumpANRTrace(const KavelEvent& event) {
+    const TraceSection trace("callFrameworkDumpANRTrace");
+    logFrameworkReply("callFrameworkBinderDemo", ANDROID_LOG_INFO,
+                      callFramework(kDumpAnrTrace, {event.pid}));
 }
 
-void KavelDumpUtilThread::callFrameworkDumpSystrace() {
-    const kavel::TraceSection trace("callFrameworkDumpSystrace");
-    kavel::logFrameworkReply("callFrameworkDumpSystrace", ANDROID_LOG_INFO,
-                             kavel::callFramework(kDumpSystemTrace));
+void callFrameworkDumpSystrace() {
+    const TraceSection trace("callFrameworkDumpSystrace");
+    logFrameworkReply("callFrameworkDumpSystrace", ANDROID_LOG_INFO,
+                      callFramework(kDumpSystemTrace));
 }
 
-int KavelDumpUtilThread::dumpSystemServerTraces(int kavelEventId, std::string /*path*/) {
+int dumpSystemServerTraces(const KavelEvent& event) {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel dumpSystemServerTraces]: dumpSystemServerTraces start.\n");
-    const CatchRef running = findCatch("dumpSystemServerTraces", kavelEventId);
-    if (running == nullptr) return -1;
-    const int result = kavel::queueSignal(running->event->pid, SIGQUIT);
+    const int result = queueSignal(event.pid, SIGQUIT);
     if (result != 0) {
         // The line ends where a pid could follow: its readers look for the whole of it.
         KAVEL_LOGE(KAVEL_NO_TAG, "dumpSystemServerTraces: dump fail,failed to send signal to ");
@@ -107,56 +91,50 @@ int KavelDumpUtilThread::dumpSystemServerTraces(int kavelEventId, std::string /*
     return result;
 }
 
-void KavelDumpUtilThread::callNativeDumpSystrace(int kavelEventId) {
-    const CatchRef running = findCatch("callNativeDumpSystrace", kavelEventId);
-    if (running == nullptr) return;
-    const kavel::TraceEvent* const row = kavel::findNativeTraceEvent(running->event->eventId);
+void callNativeDumpSystrace(const CatchRef& running) {
+    const TraceEvent* const row = findNativeTraceEvent(running->event->eventId);
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel callNativeDumpSystrace]: callNativeDumpSystrace:%ld",
                row == nullptr ? 0L : static_cast<long>(row->traceCode));
     if (base::GetIntProperty<int64_t>("debug.atrace.tags.enableflags", 0) == 0) {
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel callNativeDumpSystrace]: Systrace status is off.\n");
         return;
     }
-    kavel::dumpContext().cmdPool.commit(
-            [running] { dumpNativeSystraceWithThread(running->event->kavelEventId); });
+    running->context.cmdPool.commit([running] { dumpNativeSystraceWithThread(*running->event); });
 }
 
-void KavelDumpUtilThread::dumpNativeSystraceWithThread(int kavelEventId) {
+void dumpNativeSystraceWithThread(const KavelEvent& event) {
     constexpr const char* kPrefix = "[dravo_kavel dumpNativeSystraceWithThread]: ";
     if (TraceNativeUtils* const utils = TraceNativeUtils::getInstance()) {
         utils->stopDravoTracing(kSession, true, true);
-        KAVEL_LOGI(KAVEL_NO_TAG, "%sKavelNativeSystrace stop and restart.\n", kPrefix);
     }
-    const std::string name = getLatestNativeSystraceFilePath(kavelEventId);
+    KAVEL_LOGI(KAVEL_NO_TAG, "%sKavelNativeSystrace stop and restart.\n", kPrefix);
+    const std::string name = getLatestNativeSystraceFilePath(event);
     if (name.empty()) {
         KAVEL_LOGI(KAVEL_NO_TAG, "%sthe latest trace file is not exist", kPrefix);
         return;
     }
-    runOnTrace(kPrefix, "cp", kNativeTrace, name, kavel::kArchiveDirectory);
+    runOnTrace(kPrefix, "cp", kNativeTrace, name, kArchiveDirectory);
 }
 
-std::string KavelDumpUtilThread::getLatestNativeSystraceFilePath(int kavelEventId) {
-    const CatchRef running = findCatch("getLatestNativeSystraceFilePath", kavelEventId);
-    if (running == nullptr) return "";
-    const int64_t time = running->event->timestamp.realtimeNs;
-    return kavel::scanForTrace(kNativeTrace, static_cast<uint64_t>(time));
+std::string getLatestNativeSystraceFilePath(const KavelEvent& event) {
+    return scanForTrace(kNativeTrace, static_cast<uint64_t>(event.timestamp.realtimeNs));
 }
 
-void KavelDumpUtilThread::packSystraceLog(std::string path, unsigned long long time) {
-    const kavel::TraceSection trace("packSystraceLog");
+void packSystraceLog(const std::string& path, uint64_t timeNs) {
+    const TraceSection trace("packSystraceLog");
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packSystraceLog]: packSystraceLog start.\n");
-    moveNearest(kSystemTrace, time, kavel::shellQuote(path));
+    moveNearest(kSystemTrace, timeNs, shellQuote(path));
 }
 
-void KavelDumpUtilThread::packSystemServerTraceLog(std::string path, unsigned long long time) {
+void packSystemServerTraceLog(const std::string& path, uint64_t timeNs) {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel packSystemServerTraceLog]: packSystemServerTraceLog start.\n");
-    moveNearest(kSystemServerTrace, time, kavel::shellQuote(path) + "/");
+    moveNearest(kSystemServerTrace, timeNs, shellQuote(path) + "/");
 }
 
-void KavelDumpUtilThread::packPreAnrTrace(std::string path, unsigned long long time) {
+void packPreAnrTrace(const std::string& path, uint64_t timeNs) {
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packPreAnrTrace]: packPreAnrTrace start.\n");
-    moveNearest(kPreAnrTrace, time, kavel::shellQuote(path) + "/");
+    moveNearest(kPreAnrTrace, timeNs, shellQuote(path) + "/");
 }
 
-}  // namespace android
+}  // namespace android::kavel

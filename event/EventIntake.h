@@ -13,12 +13,13 @@ namespace android::kavel {
 EventParameters& eventParameters();
 
 /**
- * Builds a record of one report and handles it, on the calling thread, which is blocked until the
- * handling returns. No exception leaves: a report that cannot be built ends with one error line.
+ * Takes the time of arrival, builds a record of one report and handles it, on the calling thread,
+ * which is blocked until the handling returns. No exception leaves: a report that cannot be built
+ * ends with one error line.
  *
+ * @param logInfo  log-selection bits; a value outside int32 ends the process
  * @return whether the event type is enabled and the report could be handled
  */
-bool intakeKavelEvent(long eventId, const KavelTimestamp& timestamp, int logInfo, int pid, int uid,
-                      const std::string& extraInfo);
+bool intakeKavelEvent(long eventId, long logInfo, int pid, int uid, const std::string& extraInfo);
 
 }  // namespace android::kavel

@@ -6,10 +6,6 @@
 namespace android::kavel {
 namespace {
 
-constexpr std::string_view kProcessName = "processName";
-constexpr std::string_view kPackageVersion = "packageVersion";
-constexpr std::string_view kEventType = "eventType";
-
 // Distances from the start of a key to what follows it: the key and its colon, and, for the end of
 // the text in front of it, also the comma that parts two fields.
 constexpr int32_t kAfterProcessName = 12;
@@ -18,18 +14,18 @@ constexpr int32_t kAfterEventType = 10;
 constexpr int32_t kProcessNameFrame = 13;
 constexpr int32_t kPackageVersionFrame = 16;
 
+/** Where @p key begins; -1 if it is not there. The cuts count from -1 as from any other position.
+ */
 int32_t find(const std::string& text, std::string_view key) {
     const size_t position = text.find(key);
     return position == std::string::npos ? -1 : static_cast<int32_t>(position);
 }
 
-int32_t require(int32_t position, std::string_view key) {
-    if (position < 0) throw std::out_of_range("extra text has no " + std::string(key));
-    return position;
-}
-
 /** A negative length is, as an unsigned count, longer than any text: up to the end. */
 std::string cut(const std::string& text, int32_t start, int32_t length) {
+    if (static_cast<size_t>(start) > text.size()) {
+        throw std::out_of_range("the extra text is too short for its keys");
+    }
     return text.substr(static_cast<size_t>(start), static_cast<size_t>(int64_t{length}));
 }
 
@@ -62,42 +58,35 @@ ExtraTextForm extraTextForm(int64_t eventId) {
 }
 
 KavelExtraInfo parseExtraInfo(const std::string& text, int64_t eventId) {
-    const int32_t process = find(text, kProcessName);
-    const int32_t version = find(text, kPackageVersion);
-    const int32_t type = find(text, kEventType);
+    const int32_t process = find(text, "processName");
+    const int32_t version = find(text, "packageVersion");
+    const int32_t type = find(text, "eventType");
 
-    KavelExtraInfo info;
     // The length of the process name is counted from the start of the text, not from its key, and
     // always up to the version's key. Every reporter opens the text with the process name, so the
     // two agree; reporters rely on the arithmetic as it is.
     const auto processName = [&] {
-        return cut(text, require(process, kProcessName) + kAfterProcessName,
-                   version - kProcessNameFrame);
+        return cut(text, process + kAfterProcessName, version - kProcessNameFrame);
     };
+    const auto packageVersion = [&](int32_t length) {
+        return cut(text, version + kAfterPackageVersion, length);
+    };
+    const auto eventType = [&] { return cut(text, type + kAfterEventType, kToTheEnd); };
+
     switch (extraTextForm(eventId)) {
         case ExtraTextForm::Whole:
-            info.processName = text;
-            break;
+            return {text, "", ""};
         case ExtraTextForm::ProcessVersion:
-            info.packageVersion =
-                    cut(text, require(version, kPackageVersion) + kAfterPackageVersion, kToTheEnd);
-            info.processName = processName();
-            break;
+            return {processName(), packageVersion(kToTheEnd), ""};
         case ExtraTextForm::ProcessVersionType:
-            info.packageVersion =
-                    cut(text, require(version, kPackageVersion) + kAfterPackageVersion,
-                        require(type, kEventType) - version - kPackageVersionFrame);
-            info.processName = processName();
-            info.eventType = cut(text, type + kAfterEventType, kToTheEnd);
-            break;
+            return {processName(), packageVersion(type - version - kPackageVersionFrame),
+                    eventType()};
         case ExtraTextForm::ProcessType:
-            info.eventType = cut(text, require(type, kEventType) + kAfterEventType, kToTheEnd);
-            info.processName = processName();
-            break;
+            return {processName(), "", eventType()};
         case ExtraTextForm::Dropped:
             break;
     }
-    return info;
+    return {};
 }
 
 }  // namespace android::kavel

@@ -20,9 +20,9 @@ enum class ExtraTextForm {
 ExtraTextForm extraTextForm(int64_t eventId);
 
 /**
- * Splits @p text as its event type demands.
+ * Splits @p text as its event type demands. A key that is missing counts as one at position -1.
  *
- * @throws std::out_of_range where a key that the event type needs is missing
+ * @throws std::out_of_range if a value would start behind the end of the text
  */
 KavelExtraInfo parseExtraInfo(const std::string& text, int64_t eventId);
 

@@ -87,26 +87,66 @@ void BpKavelBinder::updateEventParams(long eventId, String16 eventName, bool isE
     remote()->transact(UPDATE_EVENT_PARAMS, data, &reply, IBinder::FLAG_ONEWAY);
 }
 
+namespace {
+
+/** What a request to configure an event type carries, in its order. */
+struct EventSettings {
+    int64_t eventId = 0;
+    String16 eventName;
+    bool isEnable = false;
+    int64_t reportFreq = 0;
+    int64_t logInfo = 0;
+    int64_t timeWindow = 0;
+    int64_t recoverId = 0;
+};
+
+/** Reads a text; one that is null is empty. */
+status_t readText(const Parcel& data, String16* text) {
+    const size_t start = data.dataPosition();
+    int32_t length = 0;
+    const status_t status = data.readInt32(&length);
+    if (status != NO_ERROR || length < 0) return status;
+    data.setDataPosition(start);
+    return data.readString16(text);
+}
+
+/** Whether @p data holds all of the settings. */
+bool readSettings(const Parcel& data, EventSettings* settings) {
+    return data.readInt64(&settings->eventId) == NO_ERROR &&
+           readText(data, &settings->eventName) == NO_ERROR &&
+           data.readBool(&settings->isEnable) == NO_ERROR &&
+           data.readInt64(&settings->reportFreq) == NO_ERROR &&
+           data.readInt64(&settings->logInfo) == NO_ERROR &&
+           data.readInt64(&settings->timeWindow) == NO_ERROR &&
+           data.readInt64(&settings->recoverId) == NO_ERROR;
+}
+
+}  // namespace
+
 status_t BnKavelBinder::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                    uint32_t flags) {
     CHECK_INTERFACE(IKavelBinder, data, reply);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn onTransaction code:%d", static_cast<int>(code));
-    // What a short parcel does not hold reads as zero. The fields are read into named values
-    // because the order in which call arguments are evaluated is the compiler's.
     switch (code) {
         case UPDATE_EVENT_PARAMS: {
-            const int64_t eventId = data.readInt64();
-            const String16 eventName = data.readString16();
-            const bool isEnable = data.readBool();
-            const int64_t reportFreq = data.readInt64();
-            const int64_t logInfo = data.readInt64();
-            const int64_t timeWindow = data.readInt64();
-            const int64_t recoverId = data.readInt64();
-            updateEventParams(eventId, eventName, isEnable, reportFreq, logInfo, timeWindow,
-                              recoverId);
+            EventSettings settings;
+            if (!readSettings(data, &settings)) {
+                // Zeros in place of what is missing would disable the event type.
+                KAVEL_LOGE(KAVEL_TAG_BINDER,
+                           "[updateEventParams]: settings of eventId 0x%lx refused: the request is "
+                           "cut short\n",
+                           static_cast<long>(settings.eventId));
+                return NOT_ENOUGH_DATA;
+            }
+            updateEventParams(settings.eventId, settings.eventName, settings.isEnable,
+                              settings.reportFreq, settings.logInfo, settings.timeWindow,
+                              settings.recoverId);
             return NO_ERROR;
         }
         case SEND_FRAMEWORK_EVENT: {
+            // A report is worth handling even if some of it is missing: that reads as zero. The
+            // fields are read into named values because the order in which call arguments are
+            // evaluated is the compiler's.
             const int64_t eventId = data.readInt64();
             const int64_t timestamp = data.readInt64();
             const int64_t logInfo = data.readInt64();

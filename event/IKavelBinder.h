@@ -69,7 +69,10 @@ class BpKavelBinder : public BpInterface<IKavelBinder> {
                            long logInfo, long timeWindow, long recoverId) override;
 };
 
-/** Server side: checks the token, reads the parcel and calls the object. */
+/**
+ * Server side: checks the token, reads the parcel and calls the object. What a short report does
+ * not hold is zero; short settings are refused with a line, and NOT_ENOUGH_DATA.
+ */
 class BnKavelBinder : public BnInterface<IKavelBinder> {
   public:
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override;

@@ -6,8 +6,6 @@
 #include <utils/String8.h>
 
 #include "event/EventIntake.h"
-#include "event/KavelTimestamp.h"
-#include "platform/CheckedCast.h"
 #include "platform/Log.h"
 
 namespace android {
@@ -22,9 +20,7 @@ void KavelBinderService::sendFrameworkEvent(long eventId, long timestamp, long l
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent uid: %d", uid);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent extraInfo: %s", extraText.c_str());
 
-    const KavelTimestamp arrival = kavel::generateKavelTimestamp();
-    kavel::intakeKavelEvent(eventId, arrival, kavel::checkedInt32("logInfo", logInfo), pid, uid,
-                            extraText);
+    kavel::intakeKavelEvent(eventId, logInfo, pid, uid, extraText);
 }
 
 void KavelBinderService::updateEventParams(long eventId, String16 eventName, bool isEnable,

@@ -1,5 +1,9 @@
 #include "event/KavelEvent.h"
 
+#include <cinttypes>
+
+#include <android-base/stringprintf.h>
+
 namespace android {
 
 KavelEvent::KavelEvent(long eventId, const KavelTimestamp* timestamp, int logInfo, int pid, int uid,
@@ -15,6 +19,11 @@ namespace kavel {
 
 bool isAbnormalAction(int64_t eventId) {
     return eventId >= 0xF01 && eventId <= 0xF05;
+}
+
+std::string eventText(const KavelEvent& event) {
+    return base::StringPrintf("event 0x%" PRIx64 " (record %d)",
+                              static_cast<uint64_t>(event.eventId), event.kavelEventId);
 }
 
 }  // namespace kavel

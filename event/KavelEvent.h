@@ -23,8 +23,8 @@ struct KavelExtraInfo {
 
 /**
  * One report of an abnormal situation. Shared: the event list, look-ups and a running dump each
- * keep a record alive. After it has been placed in the list only `next` changes, under the list's
- * lock, and `collected`.
+ * keep a record alive. After it has been placed in the list two members change: `next`, under the
+ * list's lock, and `collected`.
  */
 class KavelEvent {
   public:
@@ -51,6 +51,9 @@ using EventRef = std::shared_ptr<const KavelEvent>;
 /** Whether @p eventId is an abnormal action of the user (0xF01 to 0xF05), such as a forced reboot.
  */
 bool isAbnormalAction(int64_t eventId);
+
+/** "event 0xTYPE (record ID)", for log lines of our own. */
+std::string eventText(const KavelEvent& event);
 
 /** The SurfaceFlinger hang warning, which gets the nwatchcall log and nothing else. */
 inline constexpr int64_t KAVEL_EVENT_SF_HANG_WARNING = 0x401;

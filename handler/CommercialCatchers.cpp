@@ -1,13 +1,17 @@
 #include "handler/CommercialCatchers.h"
 
-#include "dump/DumpThreads.h"
+#include "dump/DumpThread.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "event/KavelTimestamp.h"
-#include "handler/ImmediateDump.h"
 #include "platform/Log.h"
 
 namespace android::kavel {
 namespace {
+
+void startImmediateDump(const CatchRef& running) {
+    startDumpThread(running,
+                    [running] { KavelDumpUtilThread::immediateDumpThread(running, nullptr); });
+}
 
 /** Only what is older than the incident counts as its history. */
 bool isHistory(const KavelEvent& record, const KavelEvent& event) {
@@ -37,10 +41,11 @@ void CommercialCatchers::commerialAbnormalActionKavelEventLogCatcher(const Event
     int32_t logInfo = 0;
     if (!noteRelatedEvents(records, event, notes, &logInfo)) return;
 
-    const std::string folder = mTrailCatcher.combinedLogFolder();
-    startImmediateDump(running, folder);
-    startDumpThread(running, [id = event->kavelEventId, folder] {
-        KavelDumpUtilThread::commercialContinuousDumpThread(id, folder);
+    running->setFolder(mTrailCatcher.combinedLogFolder());
+    startImmediateDump(running);
+    startDumpThread(running, [running, &events = mEvents] {
+        KavelDumpUtilThread::commercialContinuousDumpThread(
+                running, [&] { return events.ringFrom(running->event); });
     });
     // After the threads: an event that comes while they start finds no anchor here yet.
     notes.setLogInfo(logInfo);
@@ -78,7 +83,8 @@ void CommercialCatchers::commerialTechnicalKavelEventLogCatcher(const EventRef& 
     const CatchRef running = mDump.catches.add(event);
     running->commercial.begin();
     if (joinOlderEvents(records, event)) running->commercial.setHasRelatedEvents(true);
-    startImmediateDump(running, mTrailCatcher.combinedLogFolder());
+    running->setFolder(mTrailCatcher.combinedLogFolder());
+    startImmediateDump(running);
 }
 
 bool CommercialCatchers::joinOlderEvents(const std::vector<EventRef>& records,

@@ -20,7 +20,7 @@ struct Report {
  * Turns @p report into a record and takes that through @p steps, on the calling thread.
  *
  * @return whether the event type is enabled
- * @throws std::out_of_range where the extra text lacks a key that the event type needs
+ * @throws std::out_of_range if the extra text is too short for the keys of the event type
  * @throws std::bad_alloc, std::system_error where there is no memory or no thread to be had
  */
 bool buildNewKavelEvent(EventParameters& parameters, HandlingSteps& steps, const Report& report);

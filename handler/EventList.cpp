@@ -137,8 +137,11 @@ std::vector<EventRef> EventList::records() const {
 std::vector<EventRef> EventList::ringFrom(const EventRef& main) const {
     std::vector<EventRef> ring = records();
     const auto first = std::find(ring.begin(), ring.end(), main);
-    if (first == ring.end()) return {main};
-    std::rotate(ring.begin(), first, ring.end());
+    if (first == ring.end()) {
+        ring.insert(ring.begin(), main);
+    } else {
+        std::rotate(ring.begin(), first, ring.end());
+    }
     return ring;
 }
 

@@ -40,7 +40,7 @@ class EventList {
 
     /** The records, oldest first. */
     std::vector<EventRef> records() const;
-    /** The same, turned so that @p main comes first; @p main alone where it has left the list. */
+    /** @p main, then the other records, from the one after it. All of them if it has left the list. */
     std::vector<EventRef> ringFrom(const EventRef& main) const;
     bool isEmpty() const;
 

@@ -90,7 +90,7 @@ HandlingSteps::Next HandlingSteps::collectNwatchcallLog(const EventRef& event) {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel kavelEventHandleThread]: KAVEL_EVENT_SF_HANG_WARNING, don't catch any "
                "kavel log, just catch nwatchall log.\n");
-    mNwatchcall.collect(event);
+    mHangWarnings.collect(event);
     return Next::Stop;
 }
 

@@ -7,7 +7,7 @@
 #include "event/KavelEvent.h"
 #include "handler/CommercialCatchers.h"
 #include "handler/EventList.h"
-#include "handler/Nwatchcall.h"
+#include "handler/HangWarnings.h"
 #include "handler/RecoveryActions.h"
 #include "handler/TrailCatcher.h"
 #include "handler/VariantPolicy.h"
@@ -29,7 +29,7 @@ class HandlingSteps {
             mVariant(variant),
             mTrailCatcher(trailCatcher),
             mCommercialCatchers(commercialCatchers),
-            mNwatchcall(dump),
+            mHangWarnings(dump),
             mRecovery(recovery) {}
 
     /** Places @p event in the list and takes it through the steps. A refused one is released. */
@@ -56,7 +56,7 @@ class HandlingSteps {
     VariantPolicy& mVariant;
     TrailCatcher& mTrailCatcher;
     CommercialCatchers& mCommercialCatchers;
-    NwatchcallCollector mNwatchcall;
+    HangWarnings mHangWarnings;
     RecoveryActions& mRecovery;
 };
 

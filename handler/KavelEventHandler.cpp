@@ -1,10 +1,9 @@
 #include "handler/KavelEventHandler.h"
 
+#include "dump/LogPath.h"
 #include "event/ExtraInfo.h"
 #include "event/KavelTimestamp.h"
 #include "handler/EventBuilder.h"
-#include "handler/LogFolder.h"
-#include "handler/Nwatchcall.h"
 #include "handler/StatisticUpload.h"
 
 namespace android {
@@ -95,14 +94,6 @@ void KavelEventHandler::commerialAbnormalActionKavelEventLogCatcher(const kavel:
 
 void KavelEventHandler::commerialTechnicalKavelEventLogCatcher(const kavel::EventRef& event) {
     mCommercialCatchers.commerialTechnicalKavelEventLogCatcher(event);
-}
-
-bool KavelEventHandler::copyNwatchcallLog(const std::string& folder) {
-    return kavel::copyNwatchcallLog(folder);
-}
-
-void KavelEventHandler::packNwatchcallLog(bool found, const std::string& folder) {
-    kavel::packNwatchcallLog(found, folder);
 }
 
 std::string KavelEventHandler::buildLogPathFolderName(const KavelEvent* event) {

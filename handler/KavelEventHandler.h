@@ -54,9 +54,6 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     void trailKavelLogCatcher(const kavel::EventRef& event);
     void commerialAbnormalActionKavelEventLogCatcher(const kavel::EventRef& event);
     void commerialTechnicalKavelEventLogCatcher(const kavel::EventRef& event);
-    /** Sleeps five minutes first. */
-    bool copyNwatchcallLog(const std::string& folder);
-    void packNwatchcallLog(bool found, const std::string& folder);
     std::string buildLogPathFolderName(const KavelEvent* event);
 
     // Recovery.
@@ -71,9 +68,7 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
 
     /** For the seams through which the lower rooms reach what the handler owns. */
     kavel::EventParameters& parameters() { return mParameters; }
-    kavel::DumpContext& dump() { return mDump; }
     const kavel::RecoveryActions& recovery() const { return mRecovery; }
-    const kavel::EventList& events() const { return mEvents; }
 
   private:
     friend class Singleton<KavelEventHandler>;

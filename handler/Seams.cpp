@@ -1,30 +1,34 @@
 // What the lower rooms declare and the handler, which owns it, defines.
 
+#include <cinttypes>
 #include <exception>
 
-#include "dump/DumpContext.h"
-#include "dump/HandlerSeams.h"
+#include "event/ClockWatch.h"
 #include "event/EventIntake.h"
 #include "handler/KavelEventHandler.h"
+#include "platform/CheckedCast.h"
+#include "platform/Clock.h"
 #include "platform/Log.h"
+#include "platform/OneLine.h"
 #include "recovery/RecoveryActions.h"
 
 namespace android::kavel {
+namespace {
+
+/** Time windows, duplicates and names go by the wall clock: a step back explains odd ones. */
+void logStepBack(const KavelTimestamp& arrival) {
+    static auto* const watch = new ClockWatch;  // reports may come in while the process exits
+    const int64_t back = watch->steppedBack(arrival.realtimeNs, monotonicNs());
+    if (back == 0) return;
+    KAVEL_LOGW(KAVEL_TAG_BINDER,
+               "[intakeKavelEvent]: the wall clock was set back, by at least %" PRId64 " ms.\n",
+               back / 1'000'000);
+}
+
+}  // namespace
 
 EventParameters& eventParameters() {
     return KavelEventHandler::getInstance().parameters();
-}
-
-DumpContext& dumpContext() {
-    return KavelEventHandler::getInstance().dump();
-}
-
-std::string makeLogFolder(const KavelEvent& event) {
-    return KavelEventHandler::getInstance().buildLogPathFolderName(&event);
-}
-
-std::vector<EventRef> eventRing(const EventRef& main) {
-    return KavelEventHandler::getInstance().events().ringFrom(main);
 }
 
 int restartFramework() {
@@ -39,15 +43,21 @@ bool isAnrRecoveryTested() {
     return KavelEventHandler::getInstance().recovery().isAnrTesting();
 }
 
-bool intakeKavelEvent(long eventId, const KavelTimestamp& timestamp, int logInfo, int pid, int uid,
-                      const std::string& extraInfo) {
+bool intakeKavelEvent(long eventId, long logInfo, int pid, int uid, const std::string& extraInfo) {
     try {
-        return KavelEventHandler::getInstance().buildNewKavelEvent(eventId, &timestamp, logInfo,
-                                                                   pid, uid, extraInfo.c_str());
+        // The first report makes the handler, whose lines come ahead of the time of arrival.
+        KavelEventHandler& handler = KavelEventHandler::getInstance();
+        const KavelTimestamp arrival = handler.generateKavelTimestamp();
+        logStepBack(arrival);
+        return handler.buildNewKavelEvent(eventId, &arrival, checkedInt32("logInfo", logInfo), pid,
+                                          uid, extraInfo.c_str());
     } catch (const std::exception& e) {
         // A report must never end the daemon, whoever sent it.
-        KAVEL_LOGE(KAVEL_TAG_BINDER, "[buildNewKavelEvent]: report of eventId 0x%lx dropped: %s\n",
-                   eventId, e.what());
+        KAVEL_LOGE(
+                KAVEL_TAG_BINDER,
+                "[buildNewKavelEvent]: report of eventId 0x%lx dropped: %s; pid %d, uid %d, extra "
+                "text: %s\n",
+                eventId, e.what(), pid, uid, oneLine(extraInfo).c_str());
         return false;
     }
 }

@@ -1,21 +1,27 @@
 #include "handler/TrailCatcher.h"
 
-#include "dump/DumpThreads.h"
+#include <log/log.h>
+
+#include "dump/DumpThread.h"
 #include "dump/KavelDumpUtilThread.h"
-#include "handler/ImmediateDump.h"
-#include "handler/LogFolder.h"
+#include "dump/LogCollector.h"
+#include "dump/LogPath.h"
+#include "platform/KavelPrint.h"
 #include "platform/Log.h"
 #include "platform/TraceSection.h"
 
 namespace android::kavel {
 namespace {
 
-void startBoth(const CatchRef& running, const std::string& folder) {
-    startImmediateDump(running, folder);
-    const KavelEvent& event = *running->event;
-    startDumpThread(running, [logInfo = event.logInfo, id = event.kavelEventId, folder] {
-        KavelDumpUtilThread::trailContinuousDumpThread(logInfo, id, folder);
+void startImmediateDump(const CatchRef& running, LogFolder::Work work) {
+    startDumpThread(running, [running, work = std::move(work)] {
+        KavelDumpUtilThread::immediateDumpThread(running, work);
     });
+}
+
+void startBoth(const CatchRef& running) {
+    startImmediateDump(running, running->folder()->beginWork(kFirstRound));
+    startDumpThread(running, [running] { KavelDumpUtilThread::trailContinuousDumpThread(running); });
 }
 
 }  // namespace
@@ -30,21 +36,15 @@ void TrailCatcher::trailKavelLogCatcher(const EventRef& event) {
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel trailKavelLogCatcher]: trailKavelLogCatcher event not "
                    "combined.\n");
-        catchAlone(event, running);
+        catchAlone(running);
         return;
     }
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel trailKavelLogCatcher]: trailKavelLogCatcher event combined.\n");
-    if (!mDump.combinedDumpRunning) {
-        openWindow(event, running);
-        return;
-    }
-    // The folder is empty only where the event that opened the window failed to make one.
-    const std::string folder = awaitCombinedFolder();
-    if (folder.empty()) {
-        catchAlone(event, running);
-    } else {
-        startImmediateDump(running, folder);
+    if (claimWindow()) {
+        openWindow(running);
+    } else if (!joinWindow(running)) {
+        catchAlone(running);
     }
 }
 
@@ -52,29 +52,38 @@ bool TrailCatcher::isCombined(const KavelEvent& event) const {
     return !isAbnormalAction(event.eventId) && mDump.parameters.getTimeWindow(event.eventId) != 0;
 }
 
-void TrailCatcher::catchAlone(const EventRef& event, const CatchRef& running) {
-    startBoth(running, buildLogPathFolderName(mDump.parameters, event.get()));
+bool TrailCatcher::claimWindow() {
+    MutexLock lock(mLock);
+    if (mDump.combinedDumpRunning) return false;
+    mDump.combinedDumpRunning = true;
+    ++mNaming;
+    return true;
 }
 
-void TrailCatcher::openWindow(const EventRef& event, const CatchRef& running) {
-    {
-        MutexLock lock(mLock);
-        ++mNaming;
-    }
-    // A load and then a store, not one exchange: two events at the very same time open a window
-    // each, and each gets its archive.
-    mDump.combinedDumpRunning = true;
-    std::string folder;
+LogFolderRef TrailCatcher::makeFolder(const CatchRef& running, LogFolder::Kind kind) const {
+    auto folder = std::make_shared<LogFolder>(
+            buildLogPathFolderName(mDump.parameters, running->event.get()), kind);
+    running->setFolder(folder);
+    return folder;
+}
+
+void TrailCatcher::catchAlone(const CatchRef& running) {
+    makeFolder(running, LogFolder::Kind::Own);
+    startBoth(running);
+}
+
+void TrailCatcher::openWindow(const CatchRef& running) {
+    LogFolderRef folder;
     try {
-        folder = buildLogPathFolderName(mDump.parameters, event.get());
-        publishCombinedFolder(folder);
+        folder = makeFolder(running, LogFolder::Kind::Window);
     } catch (...) {
         mDump.combinedDumpRunning = false;
-        publishCombinedFolder("");
+        publishCombinedFolder(nullptr);
         throw;
     }
+    publishCombinedFolder(folder);
     try {
-        startBoth(running, folder);
+        startBoth(running);
     } catch (...) {
         // Without its second thread nobody would ever close the window.
         mDump.combinedDumpRunning = false;
@@ -82,19 +91,36 @@ void TrailCatcher::openWindow(const EventRef& event, const CatchRef& running) {
     }
 }
 
-void TrailCatcher::publishCombinedFolder(const std::string& folder) {
+bool TrailCatcher::joinWindow(const CatchRef& running) {
+    const LogFolderRef folder = awaitCombinedFolder();
+    // The folder is null only if the event that opened the window failed to make one.
+    LogFolder::Work work = folder == nullptr ? nullptr : folder->beginWork(kFirstRound);
+    if (work == nullptr || !folder->isOpen()) {
+        kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
+                    "[dravo_kavel trailKavelLogCatcher]: %s is caught alone, the folder of the "
+                    "window is gone: '%s'\n",
+                    eventText(*running->event).c_str(),
+                    folder == nullptr ? "" : folder->path().c_str());
+        return false;
+    }
+    running->setFolder(folder);
+    startImmediateDump(running, std::move(work));
+    return true;
+}
+
+void TrailCatcher::publishCombinedFolder(LogFolderRef folder) {
     MutexLock lock(mLock);
-    mCombinedLogFolder = folder;
+    mCombinedLogFolder = std::move(folder);
     --mNaming;
     mNamed.notify_all();
 }
 
-std::string TrailCatcher::combinedLogFolder() {
+LogFolderRef TrailCatcher::combinedLogFolder() {
     MutexLock lock(mLock);
     return mCombinedLogFolder;
 }
 
-std::string TrailCatcher::awaitCombinedFolder() {
+LogFolderRef TrailCatcher::awaitCombinedFolder() {
     MutexLock lock(mLock);
     while (mNaming > 0) lock.wait(mNamed);
     return mCombinedLogFolder;

@@ -21,28 +21,33 @@ class TrailCatcher {
     /**
      * Returns as soon as the threads are started.
      *
-     * @throws std::system_error where no thread can be had
+     * @throws std::system_error if no thread can be created
      */
     void trailKavelLogCatcher(const EventRef& event);
 
-    /** The folder that was last shared, gone or not; empty where there never was one. */
-    std::string combinedLogFolder() EXCLUDES(mLock);
+    /** The folder that was last shared, packed or not; null if there never was one. */
+    LogFolderRef combinedLogFolder() EXCLUDES(mLock);
 
   private:
     bool isCombined(const KavelEvent& event) const;
-    void openWindow(const EventRef& event, const CatchRef& running);
-    void catchAlone(const EventRef& event, const CatchRef& running);
-    std::string awaitCombinedFolder() EXCLUDES(mLock);
-    void publishCombinedFolder(const std::string& folder) EXCLUDES(mLock);
+    /** Whether the caller has to open a window. If so, later callers wait for its folder. */
+    bool claimWindow() EXCLUDES(mLock);
+    void openWindow(const CatchRef& running);
+    /** Starts the first round in the folder of the open window. False if that cannot be used. */
+    bool joinWindow(const CatchRef& running);
+    void catchAlone(const CatchRef& running);
+    LogFolderRef makeFolder(const CatchRef& running, LogFolder::Kind kind) const;
+    LogFolderRef awaitCombinedFolder() EXCLUDES(mLock);
+    void publishCombinedFolder(LogFolderRef folder) EXCLUDES(mLock);
 
     const EventList& mEvents;
     DumpContext& mDump;
 
     Mutex mLock;
     std::condition_variable mNamed;
-    int mNaming GUARDED_BY(mLock) =
-            0;  // windows that are open but whose folder is still being made
-    std::string mCombinedLogFolder GUARDED_BY(mLock);
+    // Windows that are open but whose folder is still being made.
+    int mNaming GUARDED_BY(mLock) = 0;
+    LogFolderRef mCombinedLogFolder GUARDED_BY(mLock);
 };
 
 }  // namespace android::kavel

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <vector>
 
-#include <linux/close_range.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/syscall.h>
@@ -18,70 +17,152 @@
 #include "platform/KavelPrint.h"
 #include "platform/Mutex.h"
 
+// Newer than the headers of some builds. Numbers of the generic system call table
+// (asm-generic/unistd.h), the same on arm64 and x86-64; flag of linux/close_range.h.
+#ifndef SYS_pidfd_open
+#define SYS_pidfd_open 434
+#endif
+#ifndef SYS_close_range
+#define SYS_close_range 436
+#endif
+#ifndef CLOSE_RANGE_CLOEXEC
+#define CLOSE_RANGE_CLOEXEC (1U << 2)
+#endif
+// Makes Android's C library use vfork(), so that the call returns after exec, or after its failure.
+// Other C libraries always do.
+#ifndef POSIX_SPAWN_USEVFORK
+#define POSIX_SPAWN_USEVFORK 0
+#endif
+
 namespace android::kavel {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+constexpr const char* kShell = "/bin/sh";
 constexpr milliseconds kGrace = std::chrono::seconds(5);
+/** Time for which a shell that cannot be started is tried again. */
+constexpr milliseconds kStartPatience = std::chrono::seconds(5);
+constexpr milliseconds kStartPause(100);
+constexpr int kNotFound = 127;        // exit status of a child whose exec failed (posix_spawn(3))
+constexpr uint64_t kFileBlock = 512;  // unit of the shell's `ulimit -f` (POSIX)
 
-/** Starts the shell in a process group of its own. The child's pid, or -1 with errno set. */
+void pause(milliseconds time) {
+    poll(nullptr, 0, static_cast<int>(time.count()));
+}
+
+/** Starts the shell in a process group of its own. Returns its pid, or -1 with errno set. */
 pid_t spawnShell(const std::string& command) {
-    // Nothing that this process has open may reach a command. Marking the descriptors here, rather
-    // than closing them in the child, needs no help from posix_spawn; kernels before 5.11 refuse,
-    // and then the O_CLOEXEC at each opening has to do.
+    // No descriptor of this process may reach a command. They are marked here, and not closed in
+    // the child, because posix_spawn() has no portable action for that. Kernels before 5.11 refuse;
+    // then the O_CLOEXEC at each opening has to do.
     syscall(SYS_close_range, 3, ~0U, CLOSE_RANGE_CLOEXEC);
 
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t none;
-    sigset_t all;
+    sigset_t defaults;
     sigemptyset(&none);
-    sigfillset(&all);
+    sigfillset(&defaults);
+    // These two cannot be set, and Android's C library ends the child if one of the set fails.
+    sigdelset(&defaults, SIGKILL);
+    sigdelset(&defaults, SIGSTOP);
     posix_spawnattr_setpgroup(&attributes, 0);
     posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setflags(
-            &attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK |
+                                                  POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_USEVFORK);
 
     std::string shell = "sh";
     std::string option = "-c";
     std::string text = command;
     char* const argv[] = {shell.data(), option.data(), text.data(), nullptr};
     pid_t pid = -1;
-    const int error = posix_spawn(&pid, "/bin/sh", nullptr, &attributes, argv, environ);
+    const int error = posix_spawn(&pid, kShell, nullptr, &attributes, argv, environ);
     posix_spawnattr_destroy(&attributes);
     if (error != 0) {
         errno = error;
         return -1;
     }
+    // The child does this too, but a C library may return before it has. The deadline needs the
+    // group. It fails after the exec, when the group is set.
+    setpgid(pid, pid);
     return pid;
 }
 
-/** True once @p pid, a child, has ended; it stays a zombie, so its group id stays its own. */
+/** Tries again for a while if the system is out of processes or memory. */
+pid_t startShell(const std::string& command) {
+    const Clock::time_point end = Clock::now() + kStartPatience;
+    pid_t pid = spawnShell(command);
+    while (pid < 0 && (errno == EAGAIN || errno == ENOMEM) && Clock::now() < end) {
+        pause(kStartPause);
+        pid = spawnShell(command);
+    }
+    return pid;
+}
+
+/** Whether @p pid, a child, has ended. It stays a zombie, so its pid and group id stay taken. */
 bool hasEnded(pid_t pid) {
     siginfo_t info = {};
     return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
            info.si_pid != 0;
 }
 
-/** Waits until the child has ended or @p deadline has come. False for the latter. */
-bool waitUntilEnded(pid_t pid, int pidfd, Clock::time_point deadline) {
-    milliseconds nap(1);
-    while (!hasEnded(pid)) {
-        const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-        if (left <= milliseconds(0)) return false;
-        // Without pidfds (kernels before 5.3) look again after a nap.
-        const milliseconds pause = pidfd >= 0 ? left : std::min(left, nap);
-        pollfd ended = {pidfd, POLLIN, 0};
-        poll(&ended, 1, static_cast<int>(pause.count()));
-        nap = std::min(nap * 2, milliseconds(50));
-    }
-    return true;
+/** Whether no process of the group is left. Its leader must be reaped: a zombie counts. */
+bool isEmptyGroup(pid_t group) {
+    return kill(-group, 0) != 0 && errno == ESRCH;
 }
 
-/** Children that not even SIGKILL could end; collected by later calls once the kernel lets go. */
+/** A started command: its shell, a child of ours that leads the group, and the rest of the group.
+ */
+class Command {
+  public:
+    explicit Command(pid_t pid)
+          : mPid(pid), mPidfd(static_cast<int>(syscall(SYS_pidfd_open, pid, 0))) {}
+
+    /** Waits until the whole group has ended or @p deadline has come. False for the latter. */
+    bool waitUntilEnded(Clock::time_point deadline) {
+        milliseconds nap(1);
+        while (!isOver()) {
+            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+            if (left <= milliseconds(0)) return false;
+            // Only the shell's end can be waited for, and only on kernels with pidfds (5.3). For
+            // anything else look again after a nap.
+            const bool canWait = !mIsReaped && mPidfd.ok();
+            pollfd ended = {canWait ? mPidfd.get() : -1, POLLIN, 0};
+            poll(&ended, 1, static_cast<int>((canWait ? left : std::min(left, nap)).count()));
+            nap = std::min(nap * 2, milliseconds(50));
+        }
+        return true;
+    }
+
+    void signalGroup(int signal) const { kill(-mPid, signal); }
+    bool isReaped() const { return mIsReaped; }
+    /** Wait status of the shell; -1 until it is reaped. */
+    int status() const { return mStatus; }
+
+  private:
+    bool isOver() {
+        if (!mIsReaped && hasEnded(mPid)) reap();
+        return mIsReaped && isEmptyGroup(mPid);
+    }
+    void reap() {
+        mIsReaped = true;
+        while (waitpid(mPid, &mStatus, 0) < 0) {
+            if (errno == EINTR) continue;
+            mStatus = -1;
+            return;
+        }
+    }
+
+    const pid_t mPid;
+    const base::unique_fd mPidfd;
+    bool mIsReaped = false;
+    int mStatus = -1;
+};
+
+/** Children that not even SIGKILL could end. Later calls reap them once the kernel lets go. */
 class AbandonedChildren {
   public:
     void add(pid_t pid) {
@@ -105,43 +186,46 @@ AbandonedChildren& abandonedChildren() {
     return *children;
 }
 
-int reap(pid_t pid) {
-    int status = -1;
-    while (waitpid(pid, &status, 0) < 0) {
-        if (errno != EINTR) return -1;
-    }
-    return status;
+bool isShellMissing(int status) {
+    return WIFEXITED(status) && WEXITSTATUS(status) == kNotFound && access(kShell, X_OK) != 0;
+}
+
+void logNoShell(int error, const std::string& command) {
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "[dravo_kavel runShell]: no shell, errno %d: %s",
+                error, command.c_str());
 }
 
 }  // namespace
 
-int runShell(const std::string& command, milliseconds deadline) {
+int runShell(const std::string& command, milliseconds deadline, uint64_t fileLimit) {
     abandonedChildren().reap();
     const Clock::time_point start = Clock::now();
-    const pid_t pid = spawnShell(command);
+    const pid_t pid = startShell(fileLimit == kNoFileLimit
+                                         ? command
+                                         : "ulimit -f " + std::to_string(fileLimit / kFileBlock) +
+                                                   " 2>/dev/null; " + command);
     if (pid < 0) {
-        kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
-                    "[dravo_kavel runShell]: no shell, errno %d: %s", errno, command.c_str());
+        logNoShell(errno, command);
         return -1;
     }
-    const base::unique_fd pidfd(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
-    if (waitUntilEnded(pid, pidfd, start + deadline)) return reap(pid);
-
-    kill(-pid, SIGTERM);
-    waitUntilEnded(pid, pidfd, Clock::now() + kGrace);
-    // The leader may be gone while others of its group are not.
-    kill(-pid, SIGKILL);
-    int status = -1;
-    if (waitUntilEnded(pid, pidfd, Clock::now() + kGrace)) {
-        status = reap(pid);
-    } else {
-        abandonedChildren().add(pid);
+    Command running(pid);
+    if (running.waitUntilEnded(start + deadline)) {
+        if (!isShellMissing(running.status())) return running.status();
+        logNoShell(ENOENT, command);
+        return -1;
     }
+
+    running.signalGroup(SIGTERM);
+    if (!running.waitUntilEnded(Clock::now() + kGrace)) {
+        running.signalGroup(SIGKILL);
+        running.waitUntilEnded(Clock::now() + kGrace);
+    }
+    if (!running.isReaped()) abandonedChildren().add(pid);
     const auto took = std::chrono::duration_cast<milliseconds>(Clock::now() - start);
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
                 "[dravo_kavel runShell]: terminated after %lld ms, status is: %d: %s",
-                static_cast<long long>(took.count()), status, command.c_str());
-    return status;
+                static_cast<long long>(took.count()), running.status(), command.c_str());
+    return running.status();
 }
 
 }  // namespace android::kavel

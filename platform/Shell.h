@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 
 namespace android::kavel {
@@ -12,15 +13,24 @@ inline constexpr std::chrono::milliseconds kPackDeadline = std::chrono::seconds(
 /** The same for a command that a reporting thread waits for: reports queue behind it. */
 inline constexpr std::chrono::milliseconds kIntakeDeadline = std::chrono::seconds(10);
 
+/** Maximum size in bytes of a file that a collecting command writes. */
+inline constexpr uint64_t kCollectedFileLimit = 512ULL * 1024 * 1024;
+inline constexpr uint64_t kNoFileLimit = 0;
+
 /**
- * Runs @p command with `/bin/sh -c` and waits for it, with the contract of system(): the wait
- * status comes back, or -1 where the shell could not be started or would not die.
+ * Runs @p command with `/bin/sh -c` and waits for it, with the contract of system(): returns the
+ * wait status, or -1 if the shell could not be started or could not be killed. A shell that cannot
+ * be started for want of processes or memory is tried again for five seconds.
  *
- * The command has a process group of its own and only descriptors 0 to 2. Past @p deadline the
- * group gets SIGTERM, and SIGKILL once its leader has ended, five seconds later at the latest; the
- * status and the duration are then logged.
+ * The command has a process group of its own, only descriptors 0 to 2, and default signals. It has
+ * ended when its group is empty: toybox tar does not wait for the gzip that writes its archive.
+ * Past
+ * @p deadline the group gets SIGTERM, and SIGKILL five seconds later; the status and the duration
+ * are then logged. A process of the command that writes more than @p fileLimit bytes into one file
+ * gets SIGXFSZ.
  * Any thread; several may run commands at once.
  */
-int runShell(const std::string& command, std::chrono::milliseconds deadline = kCommandDeadline);
+int runShell(const std::string& command, std::chrono::milliseconds deadline = kCommandDeadline,
+             uint64_t fileLimit = kNoFileLimit);
 
 }  // namespace android::kavel

@@ -4,19 +4,23 @@ namespace android::kavel {
 namespace {
 
 // Characters that neither mksh nor dash treat specially inside a word. Bytes above 0x7f are parts
-// of UTF-8 text. '~', '#' and '!' mean something at the start of a word only; '{', '[' and '*' are
-// left out because brace and file-name expansion would see them.
-bool isLiteral(char c, size_t index) {
+// of UTF-8 text. '#' and '!' mean something at the start of a word only, '~' also after '=' and
+// ':', where mksh expands it in any word. '{', '[' and '*' are left out because brace and file-name
+// expansion would see them.
+bool isLiteral(char c, char before) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte >= 0x80) return true;
     if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) return true;
-    if (c == '~' || c == '#' || c == '!') return index > 0;
+    if (c == '#' || c == '!') return before != '\0';
+    if (c == '~') return before != '\0' && before != '=' && before != ':';
     return std::string_view("_./:@%+,=-^").find(c) != std::string_view::npos;
 }
 
 bool isLiteralWord(std::string_view value) {
-    for (size_t i = 0; i < value.size(); ++i) {
-        if (!isLiteral(value[i], i)) return false;
+    char before = '\0';
+    for (const char c : value) {
+        if (!isLiteral(c, before)) return false;
+        before = c;
     }
     return true;
 }
@@ -53,7 +57,11 @@ std::string shellQuoteForEcho(std::string_view value) {
 }
 
 std::string singleQuoteForEcho(std::string_view value) {
-    return singleQuote(doubleBackslashes(value));
+    std::string text = doubleBackslashes(value);
+    // mksh takes "-n" and "-e" for options, quoted or not, and dash "-n". Both shells turn this
+    // sequence back into "-".
+    if (!text.empty() && text.front() == '-') text.replace(0, 1, "\\0055");
+    return singleQuote(text);
 }
 
 }  // namespace android::kavel

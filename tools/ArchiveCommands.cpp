@@ -12,6 +12,11 @@ namespace {
 
 constexpr Option kOptions[] = {{"dir", true}, {"json", false}};
 
+// Unpacked bytes of an archive that are read. A list reads many archives, one of which may unpack
+// to a thousand times its size.
+constexpr uint64_t kListLimit = uint64_t{64} << 20;
+constexpr uint64_t kShowLimit = uint64_t{4} << 30;
+
 std::filesystem::path directoryOf(const Arguments& arguments) {
     return arguments.value("dir").value_or(kArchiveDirectory);
 }
@@ -21,7 +26,9 @@ constexpr std::string_view kListHelp =
         "\n"
         "Lists the archives of the collection directory, the newest first. The number in front\n"
         "(-1 is the newest) can be given to 'kavelctl show'. Archives that do not read back are\n"
-        "marked broken; the exit code is 0 all the same. Other files are counted only.\n"
+        "marked broken; the exit code is 0 all the same. Other files are counted only. Of each\n"
+        "archive the first 64 MiB of its unpacked content are read: a count such as 12+ says that\n"
+        "there is more, which 'kavelctl show' reads.\n"
         "\n"
         "  --dir DIR  another directory than /data/persist_log/PLX/de/kavel\n"
         "  --json     one JSON document:\n"
@@ -35,30 +42,40 @@ constexpr std::string_view kListHelp =
         "                 time       YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
         "                 folderId   hexadecimal text\n"
         "                 ota        text\n"
+        "                 sequence   1, or N for NAME.N.tar.gz, a further archive of the folder\n"
         "                 size       of the archive, in bytes\n"
         "                 fileCount  number\n"
-        "                 broken     text why it does not read back, or null\n";
+        "                 partial    true if there is more than was read\n"
+        "                 broken     text why it does not read back, or null\n"
+        "                 events     list of the objects in kavel_events.txt; empty without one\n"
+        "                 malformedEvents  its lines that are no objects of that form\n"
+        "                 moreEvents  true if there are more lines than are read\n";
 
 void printList(std::ostream& out, const std::vector<Archive>& archives) {
     struct Row {
-        std::string number, time, size, files, event, process, mark;
+        std::string number, time, size, files, event, processes, mark;
     };
     std::vector<Row> rows{{"#", "TIME", "SIZE", "FILES", "EVENT", "PROCESS", ""}};
     size_t eventWidth = 0;
     for (size_t i = 0; i < archives.size(); ++i) {
         const Archive& archive = archives[i];
         const ArchiveContents& contents = archive.contents;
-        rows.push_back({"-" + std::to_string(i + 1), archive.name->readableTime(' '),
-                        sizeText(contents.archiveSize), std::to_string(contents.fileCount),
-                        printable(archive.subject.event), printable(archive.subject.process),
-                        contents.broken.empty() ? "" : "  BROKEN: " + printable(contents.broken)});
+        std::string mark;
+        if (archive.name->sequence > 1) {
+            mark += "  (archive " + std::to_string(archive.name->sequence) + " of its folder)";
+        }
+        if (!contents.broken.empty()) mark += "  BROKEN: " + printable(contents.broken);
+        rows.push_back({"-" + std::to_string(i + 1), readableTime(*archive.name, ' '),
+                        sizeText(contents.archiveSize),
+                        std::to_string(contents.fileCount) + (contents.isPartial ? "+" : ""),
+                        printable(archive.subject.event), printable(processesText(archive)), mark});
     }
     for (const Row& row : rows) eventWidth = std::max(eventWidth, row.event.size());
     for (const Row& row : rows) {
         out << std::right << std::setw(5) << row.number << "  " << std::left << std::setw(23)
             << row.time << std::right << std::setw(11) << row.size << std::setw(7) << row.files
             << "  " << std::left << std::setw(static_cast<int>(eventWidth)) << row.event << "  "
-            << row.process << row.mark << '\n';
+            << row.processes << row.mark << '\n';
     }
 }
 
@@ -67,10 +84,11 @@ int runList(const Arguments& arguments, const Output& output) {
     const Collection collection = scanCollection(directory);
     std::vector<Archive> archives;
     for (const auto& path : collection.archives) {
-        Archive archive = loadArchive(path);
+        Archive archive = loadArchive(path, kListLimit);
         // There may be many archives, and a list shows nothing of these.
         archive.contents.files = {};
         archive.contents.history = {};
+        archive.contents.events = {};
         archive.contents.extraInfo = {};
         archives.push_back(std::move(archive));
     }
@@ -95,6 +113,10 @@ int runList(const Arguments& arguments, const Output& output) {
         output.out << "; " << collection.passedOver << " other "
                    << (collection.passedOver == 1 ? "entry" : "entries") << " passed over";
     }
+    const bool hasPartial = std::any_of(archives.begin(), archives.end(), [](const Archive& each) {
+        return each.contents.isPartial;
+    });
+    if (hasPartial) output.out << "; N+ files: 'kavelctl show' reads the whole archive";
     output.out << '\n';
     return kExitOk;
 }
@@ -102,21 +124,21 @@ int runList(const Arguments& arguments, const Output& output) {
 constexpr std::string_view kShowHelp =
         "usage: kavelctl show ARCHIVE | -N [--dir DIR] [--json]\n"
         "\n"
-        "Shows one archive: what its name says, its history lines, its extraInfo.txt, its files.\n"
-        "-N is the Nth newest of the collection directory, -1 the newest. ARCHIVE is a file name\n"
-        "in there or a path, with or without .tar.gz. Of a broken archive it shows what could be\n"
-        "read, and exits with 1.\n"
+        "Shows one archive: what its name says, its history lines and events, its extraInfo.txt,\n"
+        "its files. -N is the Nth newest of the collection directory, -1 the newest. ARCHIVE is\n"
+        "a file name in there or a path, with or without .tar.gz. Of a broken archive it shows\n"
+        "what could be read, and exits with 1.\n"
         "\n"
         "  --dir DIR  another directory than /data/persist_log/PLX/de/kavel\n"
-        "  --json     one JSON document: the keys path to broken of 'kavelctl list --json' (event\n"
-        "             to ota are null where the file's name is not an archive's), and\n"
+        "  --json     one JSON document: what 'kavelctl list --json' has of an archive but index\n"
+        "             (event to sequence are null if the file's name is not an archive's), and\n"
         "               history    list of {event, time, logInfo: hexadecimal text, recordId}\n"
         "               extraInfo  text, or null where the archive has none\n"
         "               files      list of {name, size in bytes}, 4096 at most\n";
 
 int runShow(const Arguments& arguments, const Output& output) {
-    const Archive archive =
-            loadArchive(findArchive(arguments.operands.front(), directoryOf(arguments)));
+    const Archive archive = loadArchive(
+            findArchive(arguments.operands.front(), directoryOf(arguments)), kShowLimit);
     if (arguments.has("json")) {
         writeJson(output.out, archiveDetails(archive));
     } else {

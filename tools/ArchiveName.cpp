@@ -1,9 +1,7 @@
 #include "tools/ArchiveName.h"
 
 #include <charconv>
-#include <regex>
 
-#include "dump/LogFolderName.h"
 #include "tools/Values.h"
 
 namespace android::kavel::tools {
@@ -29,28 +27,14 @@ bool takeLast(std::string_view& rest, std::string_view key, std::string_view& va
 
 }  // namespace
 
-std::string ArchiveName::readableTime(char separator) const {
-    const size_t afterDay = time.size() - std::string_view("-HH-MM-SS-mmm").size();
-    std::string text = time;
+std::string readableTime(const LogName& name, char separator) {
+    std::string text = name.timeText;
+    const size_t afterDay = text.size() - std::string_view("-HH-MM-SS-mmm").size();
     text[afterDay] = separator;
     text[afterDay + 3] = ':';
     text[afterDay + 6] = ':';
     text[afterDay + 9] = '.';
     return text;
-}
-
-std::optional<ArchiveName> parseArchiveName(std::string_view fileName) {
-    const std::string_view suffix = kArchiveSuffix;
-    if (fileName.size() < suffix.size()) return std::nullopt;
-    const std::string_view folder = fileName.substr(0, fileName.size() - suffix.size());
-    if (fileName.substr(folder.size()) != suffix || !isLogFolderName(folder)) return std::nullopt;
-
-    // Process names may hold "@" (android.hardware.power@1.0-service), so the id is the last part
-    // of its full width; the base that the daemon adds to the clock keeps it at 16 digits.
-    static const std::regex kForm(R"(kavel_([\s\S]*)@([0-9a-f]{16})@([\s\S]*)@([-0-9]+))");
-    std::match_results<std::string_view::const_iterator> parts;
-    if (!std::regex_match(folder.begin(), folder.end(), parts, kForm)) return std::nullopt;
-    return ArchiveName{parts.str(1), parts.str(2), parts.str(3), parts.str(4)};
 }
 
 std::optional<HistoryLine> parseHistoryLine(std::string_view line) {
@@ -87,10 +71,10 @@ std::vector<HistoryLine> parseHistory(std::string_view text) {
     return lines;
 }
 
-Subject splitSubject(const ArchiveName& name, const std::vector<HistoryLine>& history) {
+Subject splitSubject(const LogName& name, const std::vector<HistoryLine>& history) {
     size_t eventEnd = name.subject.find('_');
     for (const HistoryLine& line : history) {
-        if (line.time != name.time) continue;
+        if (line.time != name.timeText) continue;
         const std::string start = subjectStart(line.eventName);
         if (name.subject.rfind(start, 0) != 0) continue;
         eventEnd = start.size() - 1;

@@ -28,20 +28,74 @@ void printField(std::ostream& out, const char* name, const std::string& value) {
     out << std::left << std::setw(9) << name << printable(value) << '\n';
 }
 
+/** Prints one row for each event, in columns, and the lines that are none. */
+void printEvents(std::ostream& out, const Archive& archive) {
+    const EventLines& lines = archive.events;
+    out << "events (" << lines.events.size() << "):\n";
+    std::vector<std::string> rows(lines.events.empty() ? 0 : lines.events.size() + 1);
+    for (const EventKey& key : kEventKeys) {
+        if (key.column == nullptr || rows.empty()) continue;
+        std::vector<std::string> cells{key.column};
+        for (const Json::Value& event : lines.events) {
+            cells.push_back(printable(event[key.name].asString()));
+        }
+        size_t width = 0;
+        for (const std::string& cell : cells) width = std::max(width, cell.size());
+        for (size_t i = 0; i < rows.size(); ++i) {
+            rows[i] += "  " + cells[i] + std::string(width - cells[i].size(), ' ');
+        }
+    }
+    for (const std::string& row : rows) {
+        out << row.substr(0, row.find_last_not_of(' ') + 1) << '\n';
+    }
+    for (const std::string& line : lines.malformed) {
+        out << "  malformed: " << printable(line) << '\n';
+    }
+    if (archive.contents.hasMoreEvents) out << "  ... and more\n";
+}
+
 }  // namespace
 
+std::string processesText(const Archive& archive) {
+    constexpr size_t kMaxNames = 4;
+    std::vector<std::string> names;
+    const auto add = [&](const std::string& name) {
+        if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+    };
+    for (const Json::Value& event : archive.events.events) {
+        const std::string process = event["process"].asString();
+        add(process.empty() ? archive.subject.process : process);
+    }
+    if (names.empty()) add(archive.subject.process);
+    std::string text;
+    for (size_t i = 0; i < std::min(names.size(), kMaxNames); ++i) {
+        text += (i == 0 ? "" : ", ") + names[i];
+    }
+    if (names.size() > kMaxNames) {
+        text += " and " + std::to_string(names.size() - kMaxNames) + " more";
+    }
+    return text;
+}
+
 Json::Value archiveSummary(const Archive& archive) {
-    const ArchiveName name = archive.name.value_or(ArchiveName{});
+    const LogName name = archive.name.value_or(LogName{});
     Json::Value json;
     json["path"] = archive.path.string();
     json["event"] = archive.name ? Json::Value(archive.subject.event) : Json::Value();
     json["process"] = archive.name ? Json::Value(archive.subject.process) : Json::Value();
-    json["time"] = archive.name ? Json::Value(name.readableTime('T')) : Json::Value();
+    json["time"] = archive.name ? Json::Value(readableTime(name, 'T')) : Json::Value();
     json["folderId"] = textOrNull(name.folderId);
-    json["ota"] = archive.name ? Json::Value(name.ota) : Json::Value();
+    json["ota"] = archive.name ? Json::Value(name.otaVersion) : Json::Value();
+    json["sequence"] = archive.name ? Json::Value(name.sequence) : Json::Value();
     json["size"] = Json::UInt64{archive.contents.archiveSize};
     json["fileCount"] = Json::UInt64{archive.contents.fileCount};
+    json["partial"] = archive.contents.isPartial;
     json["broken"] = textOrNull(archive.contents.broken);
+    Json::Value& events = json["events"] = Json::arrayValue;
+    for (const Json::Value& event : archive.events.events) events.append(event);
+    Json::Value& malformed = json["malformedEvents"] = Json::arrayValue;
+    for (const std::string& line : archive.events.malformed) malformed.append(line);
+    json["moreEvents"] = archive.contents.hasMoreEvents;
     return json;
 }
 
@@ -74,12 +128,16 @@ void printArchive(std::ostream& out, const Archive& archive) {
     if (archive.name) {
         printField(out, "event", archive.subject.event);
         printField(out, "process", archive.subject.process);
-        printField(out, "time", archive.name->readableTime(' '));
+        printField(out, "time", readableTime(*archive.name, ' '));
         printField(out, "folder", archive.name->folderId);
-        printField(out, "ota", archive.name->ota);
+        printField(out, "ota", archive.name->otaVersion);
+        if (archive.name->sequence > 1) {
+            printField(out, "number", std::to_string(archive.name->sequence) + " of this folder");
+        }
     }
     printField(out, "size", sizeText(contents.archiveSize));
     if (!contents.history.empty()) printText(out, "history", contents.history);
+    if (!contents.events.empty()) printEvents(out, archive);
     if (contents.hasExtraInfo) printText(out, "extraInfo.txt", contents.extraInfo);
 
     out << "files (" << contents.fileCount << "):\n";
@@ -90,6 +148,7 @@ void printArchive(std::ostream& out, const Archive& archive) {
     if (contents.fileCount > contents.files.size()) {
         out << "  ... and " << contents.fileCount - contents.files.size() << " more\n";
     }
+    if (contents.isPartial) out << "too large: what is shown is what its first 4 GiB hold\n";
     if (!contents.broken.empty()) {
         out << "broken: " << printable(contents.broken)
             << "; what is shown is what could be read\n";

@@ -3,6 +3,7 @@
 #include <json/value.h>
 
 #include <ostream>
+#include <string>
 
 #include "tools/Collection.h"
 
@@ -14,7 +15,10 @@ Json::Value archiveSummary(const Archive& archive);
 /** archiveSummary(), with what show adds: history, extra info and files. */
 Json::Value archiveDetails(const Archive& archive);
 
-/** The same for people. */
+/** The processes of the archive's events, the first ones by name: "com.a, com.b and 2 more". */
+std::string processesText(const Archive& archive);
+
+/** What archiveDetails() has, for people. */
 void printArchive(std::ostream& out, const Archive& archive);
 
 }  // namespace android::kavel::tools

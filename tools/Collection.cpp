@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <system_error>
+#include <tuple>
 
 #include "dump/LogFolderName.h"
 #include "tools/CommandLine.h"
@@ -25,7 +26,7 @@ bool isRegularFile(const fs::path& path) {
 
 Collection scanCollection(const fs::path& directory) {
     struct Found {
-        std::string time;
+        LogName name;
         fs::path path;
     };
     Collection collection;
@@ -33,9 +34,9 @@ Collection scanCollection(const fs::path& directory) {
     std::error_code error;
     fs::directory_iterator entry(directory, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        const auto name = parseArchiveName(entry->path().filename().string());
+        auto name = parseArchiveName(entry->path().filename().string());
         if (name && isRegularFile(entry->path())) {
-            found.push_back({name->time, entry->path()});
+            found.push_back({std::move(*name), entry->path()});
         } else {
             ++collection.passedOver;
         }
@@ -43,18 +44,22 @@ Collection scanCollection(const fs::path& directory) {
     if (error) cannotRead(directory, error);
 
     std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
-        return a.time != b.time ? a.time > b.time : a.path > b.path;
+        const auto key = [](const LogName& name) {
+            return std::tie(name.timeText, name.folderId, name.sequence, name.folder);
+        };
+        return key(a.name) > key(b.name);
     });
     for (Found& archive : found) collection.archives.push_back(std::move(archive.path));
     return collection;
 }
 
-Archive loadArchive(const fs::path& path) {
+Archive loadArchive(const fs::path& path, uint64_t limit) {
     Archive archive;
     archive.path = path;
     archive.name = parseArchiveName(path.filename().string());
-    archive.contents = readArchive(path);
+    archive.contents = readArchive(path, limit);
     archive.history = parseHistory(archive.contents.history);
+    archive.events = parseEventLines(archive.contents.events);
     if (archive.name) archive.subject = splitSubject(*archive.name, archive.history);
     return archive;
 }

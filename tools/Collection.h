@@ -7,6 +7,7 @@
 
 #include "tools/ArchiveName.h"
 #include "tools/ArchiveReader.h"
+#include "tools/EventLines.h"
 
 namespace android::kavel::tools {
 
@@ -19,16 +20,18 @@ struct Collection {
 /** One archive: what its name says and what it holds. */
 struct Archive {
     std::filesystem::path path;
-    std::optional<ArchiveName> name;  ///< nothing for a file called otherwise
-    Subject subject;                  ///< empty where there is no name
+    std::optional<LogName> name;  ///< nullopt for a file called otherwise
+    Subject subject;              ///< empty if there is no name
     std::vector<HistoryLine> history;
+    EventLines events;
     ArchiveContents contents;
 };
 
 /** @throws CommandError where @p directory cannot be read */
 Collection scanCollection(const std::filesystem::path& directory);
 
-Archive loadArchive(const std::filesystem::path& path);
+/** @param limit  how many bytes of the unpacked archive are read at most */
+Archive loadArchive(const std::filesystem::path& path, uint64_t limit);
 
 /**
  * The archive that the user means: "-N" is the Nth newest of @p directory, anything else a file

@@ -1,5 +1,6 @@
 #include "tools/Explain.h"
 
+#include "event/KavelEvent.h"
 #include "tools/Text.h"
 #include "tools/Values.h"
 
@@ -75,6 +76,13 @@ ExplainedBit explainBit(uint32_t bit, const Explanation& whole) {
     return result;
 }
 
+CommercialPart commercialPart(std::optional<int64_t> eventId) {
+    constexpr int64_t kNeverPacked = 0xE01;
+    if (!eventId) return CommercialPart::Unknown;
+    if (isAbnormalAction(*eventId)) return CommercialPart::Action;
+    return *eventId == kNeverPacked ? CommercialPart::None : CommercialPart::Neighbour;
+}
+
 }  // namespace
 
 Explanation explainMask(uint32_t mask, std::optional<int64_t> eventId) {
@@ -86,6 +94,7 @@ Explanation explainMask(uint32_t mask, std::optional<int64_t> eventId) {
     result.secondRound = mask & KAVEL_LOGINFO_CONTINUOUS;
     result.collected = collectableBits(mask);
     result.neverCollected = mask & ~result.collected;
+    result.commercial = commercialPart(eventId);
     result.notAskedFor = result.collected & ~mask;
 
     uint32_t shown = mask;

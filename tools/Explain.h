@@ -26,6 +26,14 @@ struct ExplainedBit {
     bool taken;           ///< false where nothing is started for the bit in this mask
 };
 
+/** What an event is to the archives of a commercial build. */
+enum class CommercialPart {
+    Unknown,    ///< no event type is given
+    Action,     ///< an abnormal action, which has an archive of its own
+    Neighbour,  ///< goes into the archive of the abnormal action next to it
+    None,       ///< goes into no archive
+};
+
 /** What a log-info mask makes a catch do, from the daemon's own tables. */
 struct Explanation {
     uint32_t mask;
@@ -38,13 +46,18 @@ struct Explanation {
     uint32_t neverCollected;           ///< bits of the mask that no command records
     uint32_t notAskedFor;              ///< bits recorded that are not in the mask
     bool hasHeavy;
+    CommercialPart commercial;
 
     /** The pack waits until the recorded bits equal the mask; where they cannot, its full time. */
     bool waitsFullTime() const { return collected != mask; }
 };
 
-/** Seconds that a pack waits where the recorded bits never equal the mask: 15 checks and 2 s. */
+/** Seconds that the pack of a field-trial build waits if the recorded bits never equal the mask: 15
+ * checks and 2 s. */
 inline constexpr int kFullPackWaitSeconds = 17;
+
+/** The same for the pack of a commercial build, for each event beside the abnormal action. */
+inline constexpr int kCommercialWaitSeconds = 15;
 
 Explanation explainMask(uint32_t mask, std::optional<int64_t> eventId);
 

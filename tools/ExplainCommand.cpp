@@ -13,7 +13,8 @@ constexpr std::string_view kHelp =
         "\n"
         "Shows what a log-info mask makes a catch do: for each bit the exact commands (FOLDER and\n"
         "TIME stand for what only a catch knows), what the second round takes again, and whether\n"
-        "all bits can be recorded as collected: where they cannot, the pack waits its full 17 s.\n"
+        "all bits can be recorded as collected: if they cannot, the pack waits its full 17 s. All\n"
+        "that is for a field-trial build; what differs on a commercial build comes last.\n"
         "Reads the daemon's own tables; the daemon need not run. Whether an event type catches\n"
         "logs at all is not the mask's business and not shown.\n"
         "\n"
@@ -37,7 +38,13 @@ constexpr std::string_view kHelp =
         "                neverCollected  bits of the mask that are never recorded\n"
         "                notAskedFor     bits recorded that are not in the mask\n"
         "                waitsFullTime   true where the pack waits its full time\n"
-        "                waitSeconds     that time, in seconds\n";
+        "                waitSeconds     that time, in seconds\n"
+        "                commercial      what differs on a commercial build; values are null\n"
+        "                                without --event:\n"
+        "                  part          \"action\": the event has an archive of its own;\n"
+        "                                \"neighbour\": it is part of that of an action; \"none\"\n"
+        "                  secondRound   bits taken again 30 s after the event\n"
+        "                  waitSeconds   the longest that the pack waits for the bits\n";
 
 const char* poolName(CommandPool pool) {
     return pool == CommandPool::Logcat ? "logcat" : "cmd";
@@ -75,6 +82,20 @@ Json::Value bitJson(const ExplainedBit& bit) {
     return json;
 }
 
+Json::Value commercialJson(const Explanation& explanation) {
+    const bool isAction = explanation.commercial == CommercialPart::Action;
+    const bool isNeighbour = explanation.commercial == CommercialPart::Neighbour;
+    Json::Value json;
+    json["part"] = Json::nullValue;
+    json["secondRound"] = Json::nullValue;
+    json["waitSeconds"] = Json::nullValue;
+    if (explanation.commercial == CommercialPart::Unknown) return json;
+    json["part"] = isAction ? "action" : isNeighbour ? "neighbour" : "none";
+    json["secondRound"] = hexText(isAction ? explanation.secondRound : 0);
+    json["waitSeconds"] = isNeighbour ? kCommercialWaitSeconds : 0;
+    return json;
+}
+
 Json::Value explanationJson(const Explanation& explanation) {
     Json::Value json;
     json["mask"] = hexText(explanation.mask);
@@ -92,6 +113,7 @@ Json::Value explanationJson(const Explanation& explanation) {
     json["notAskedFor"] = hexText(explanation.notAskedFor);
     json["waitsFullTime"] = explanation.waitsFullTime();
     json["waitSeconds"] = kFullPackWaitSeconds;
+    json["commercial"] = commercialJson(explanation);
     return json;
 }
 
@@ -126,6 +148,43 @@ void printEvent(std::ostream& out, const Explanation& explanation) {
     }
 }
 
+/** Only abnormal actions are packed there, and by rules of their own. */
+void printCommercial(std::ostream& out, const Explanation& explanation) {
+    const CommercialPart part = explanation.commercial;
+    const bool mayBeAction = part == CommercialPart::Unknown || part == CommercialPart::Action;
+    const bool mayBeNeighbour =
+            part == CommercialPart::Unknown || part == CommercialPart::Neighbour;
+    uint32_t taken = 0;
+    for (const ExplainedBit& bit : explanation.bits) taken |= bit.taken ? bit.bit : 0;
+    constexpr uint32_t kSystemTraces = KAVEL_LOGINFO_NATIVE_SYSTRACE |
+                                       KAVEL_LOGINFO_FRAMEWORK_SYSTRACE |
+                                       KAVEL_LOGINFO_SYSTEM_SERVER_TRACES;
+    constexpr uint32_t kAnrTraces = KAVEL_LOGINFO_ANR_TRACE | KAVEL_LOGINFO_ANR_STACKTRACE;
+
+    out << "\non a commercial build:\n";
+    if (mayBeAction) {
+        out << "    abnormal action (0xf01 to 0xf05): has an archive; the second round comes 30 s "
+               "after the event, the pack at once after it\n";
+    }
+    if (mayBeNeighbour) {
+        out << "    other event type: no second round; packed with the abnormal action next to it, "
+               "which waits for the bits, "
+            << kCommercialWaitSeconds << " s "
+            << (explanation.waitsFullTime() ? "here: they never equal the mask" : "at most")
+            << '\n';
+    }
+    if (part == CommercialPart::None) {
+        out << "    this event type is in no archive\n";
+        return;
+    }
+    if ((taken & kSystemTraces) != 0) out << "    system traces are not packed\n";
+    if ((taken & kAnrTraces) == 0) return;
+    if (mayBeAction) out << "    abnormal action: its ANR traces are not packed\n";
+    if (mayBeNeighbour) {
+        out << "    other event type: the ANR traces are those of the abnormal action's process\n";
+    }
+}
+
 void printExplanation(std::ostream& out, const Explanation& explanation) {
     out << "mask " << hexText(explanation.mask) << '\n';
     if (explanation.eventId) printEvent(out, explanation);
@@ -144,13 +203,15 @@ void printExplanation(std::ostream& out, const Explanation& explanation) {
     if (explanation.waitsFullTime()) {
         out << "The recorded bits never equal the mask: the pack waits its full "
             << kFullPackWaitSeconds << " s.\n";
-        return;
+    } else {
+        out << "The pack goes on 2 s after all commands have ended.\n";
+        if (explanation.hasHeavy) {
+            out << "A heavy dump that its limit skips is not recorded: then the pack waits its "
+                   "full "
+                << kFullPackWaitSeconds << " s.\n";
+        }
     }
-    out << "The pack goes on 2 s after all commands have ended.\n";
-    if (explanation.hasHeavy) {
-        out << "A heavy dump that its limit skips is not recorded: then the pack waits its full "
-            << kFullPackWaitSeconds << " s.\n";
-    }
+    printCommercial(out, explanation);
 }
 
 int runExplain(const Arguments& arguments, const Output& output) {

@@ -1,14 +1,14 @@
 #include "tools/StatisticFile.h"
 
 #include <fcntl.h>
-#include <json/reader.h>
 #include <json/value.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
+
+#include "tools/JsonLine.h"
 
 namespace android::kavel::tools {
 namespace {
@@ -25,22 +25,6 @@ bool isSameFile(const base::unique_fd& one, const base::unique_fd& other) {
            first.st_dev == second.st_dev;
 }
 
-std::optional<Json::Value> parseJson(const std::string& line) {
-    static const Json::CharReaderBuilder kStrict = [] {
-        Json::CharReaderBuilder builder;
-        Json::CharReaderBuilder::strictMode(&builder.settings_);
-        return builder;
-    }();
-    const std::unique_ptr<Json::CharReader> reader(kStrict.newCharReader());
-    Json::Value json;
-    try {
-        if (!reader->parse(line.data(), line.data() + line.size(), &json, nullptr)) return {};
-    } catch (const Json::Exception&) {  // nested too deeply
-        return {};
-    }
-    return json;
-}
-
 bool isPair(const Json::Value& json) {
     return json.isArray() && json.size() == 2 && json[0].isString() && json[1].isString();
 }
@@ -48,8 +32,8 @@ bool isPair(const Json::Value& json) {
 }  // namespace
 
 std::optional<Statistic> parseStatistic(const std::string& line) {
-    const std::optional<Json::Value> json = parseJson(line);
-    if (!json || !json->isObject()) return std::nullopt;
+    const std::optional<Json::Value> json = parseJsonObject(line);
+    if (!json) return std::nullopt;
     const Json::Value& data = (*json)["data"];
     for (const char* const key : {"time", "tag", "event"}) {
         if (!(*json)[key].isString()) return std::nullopt;

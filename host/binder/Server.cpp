@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <thread>
 #include <utility>
@@ -26,6 +27,7 @@ using base::unique_fd;
 // Far from the usual limit of 1024 descriptors; beyond it the connection unused for longest goes,
 // and its client connects anew when it needs to.
 constexpr size_t kMaxConnections = 256;
+constexpr std::chrono::milliseconds kPause(20);
 
 unique_fd openReserve() {
     return unique_fd(open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -103,16 +105,9 @@ void Server::run() {
 
 void Server::acceptOn(const Listener& listener) {
     unique_fd fd = acceptClient(listener.fd.get());
-    if (!fd.ok() && (errno == EMFILE || errno == ENFILE)) {
-        // Turned away, or the waiting client would wake this thread for ever; it tries again.
-        ALOGW("no descriptor left for a client of '%s'", listener.name.c_str());
-        mReserve.reset();
-        acceptClient(listener.fd.get()).reset();
-        dropLeastUsed();
-        mReserve = openReserve();
-        return;
-    }
+    if (!fd.ok() && (errno == EMFILE || errno == ENFILE)) return turnAway(listener);
     if (!fd.ok()) return;
+    mIsShort = false;
     if (mConnections.size() >= kMaxConnections && !dropLeastUsed()) {
         ALOGW("too many clients in a call: one of '%s' is turned away", listener.name.c_str());
         return;
@@ -132,6 +127,19 @@ void Server::acceptOn(const Listener& listener) {
     event.data.fd = connection->fd.get();
     if (epoll_ctl(mEpoll.get(), EPOLL_CTL_ADD, connection->fd.get(), &event) != 0) return;
     mConnections[connection->fd.get()] = connection;
+}
+
+void Server::turnAway(const Listener& listener) {
+    // The waiting client would wake this thread for ever; it tries again.
+    if (!std::exchange(mIsShort, true)) {
+        ALOGW("no descriptor left for a client of '%s'", listener.name.c_str());
+    }
+    mReserve.reset();
+    acceptClient(listener.fd.get()).reset();
+    dropLeastUsed();
+    mReserve = openReserve();
+    // There is nothing left to give up: the client stays, and wakes this thread again at once.
+    if (!mReserve.ok()) std::this_thread::sleep_for(kPause);
 }
 
 bool Server::dropLeastUsed() {

@@ -54,6 +54,7 @@ class Server {
     Server();
     void run();
     void acceptOn(const Listener& listener);
+    void turnAway(const Listener& listener);
     void receiveFrom(const std::shared_ptr<Connection>& connection);
     void rearm(const Connection& connection);
     bool dropLeastUsed();
@@ -61,6 +62,7 @@ class Server {
 
     const base::unique_fd mEpoll;
     base::unique_fd mReserve;  ///< given up to turn a client away when no descriptor is left
+    bool mIsShort = false;     ///< the last client was turned away
     uint64_t mUses = 0;
     std::map<int, std::shared_ptr<Connection>> mConnections;  ///< the receiving thread's own
 

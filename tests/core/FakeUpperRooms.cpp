@@ -37,8 +37,7 @@ void setStatisticService(bool isThere) {
 
 }  // namespace fake
 
-bool intakeKavelEvent(long eventId, const KavelTimestamp& /*timestamp*/, int logInfo, int pid,
-                      int uid, const std::string& extraInfo) {
+bool intakeKavelEvent(long eventId, long logInfo, int pid, int uid, const std::string& extraInfo) {
     fake::sIntakes.push_back({eventId, logInfo, pid, uid, extraInfo});
     return true;
 }

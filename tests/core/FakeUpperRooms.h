@@ -17,7 +17,7 @@ struct Upload {
 
 struct Intake {
     long eventId;
-    int logInfo;
+    long logInfo;
     int pid;
     int uid;
     std::string extraInfo;

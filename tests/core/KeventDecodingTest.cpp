@@ -74,7 +74,7 @@ std::string resultOf(const test::ScriptLine& packet) {
         result += "\n";
     }
     for (const fake::Intake& event : fake::takeIntakes()) {
-        result += base::StringPrintf("event %ld %d %d %d [%s]\n", event.eventId, event.logInfo,
+        result += base::StringPrintf("event %ld %ld %d %d [%s]\n", event.eventId, event.logInfo,
                                      event.pid, event.uid, event.extraInfo.c_str());
     }
     for (const auto& [name, value] : fake::takePropertySets()) {

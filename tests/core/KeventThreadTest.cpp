@@ -208,7 +208,17 @@ TEST_F(KeventThread, FailedReceivesTurnAtOnceAndAreThinned) {
     EXPECT_EQ(sDelivered.size(), 1U);
     EXPECT_EQ(fake::logCount("receive from kernel failed"), 10U);  // 1, 2, 4 ... 512
     EXPECT_EQ(fake::logCount("receive failed 512 times in a row, errno 105"), 1U);
-    EXPECT_EQ(fake::logCount("recvKeventGki2"), 2U);  // the first and, after the packet, the last
+    EXPECT_EQ(fake::logCount("recvKeventGki2"),
+              3U);  // the first two and, after the packet, the last
+}
+
+// Would catch a receive without its line after a single failure.
+TEST_F(KeventThread, SingleFailedReceiveLeavesTheNextLine) {
+    kernel.receiveFaults = {-ENOBUFS};
+    runWith({genlMessage(3, packet(3, "t", "e", "p"))});
+    EXPECT_EQ(fake::logCount("receive from kernel failed"), 1U);
+    EXPECT_EQ(fake::logCount("times in a row"), 0U);
+    EXPECT_EQ(fake::logCount("KavelKeventThread recvKeventGki2"), 3U);
 }
 
 // Would catch a buffer that is raised before the bind, not at all, or with a line.

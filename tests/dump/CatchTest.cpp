@@ -6,7 +6,7 @@
 
 #include "dump/CatchTable.h"
 #include "dump/DumpContext.h"
-#include "dump/DumpThreads.h"
+#include "dump/DumpThread.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
 
@@ -24,7 +24,9 @@ std::shared_ptr<KavelEvent> makeEvent(int32_t recordId) {
 // Would catch memory that is kept for every catch ever made, and a look-up of a record already
 // gone.
 TEST(CatchTable, EntryGoesWithItsLastHolder) {
-    CatchTable table;
+    EventParameters parameters;
+    DumpContext context(parameters);
+    CatchTable& table = context.catches;
     EXPECT_EQ(table.find(7), nullptr);
     EXPECT_EQ(table.size(), 0U) << "a look-up leaves nothing behind";
     const auto event = makeEvent(7);
@@ -42,7 +44,9 @@ TEST(CatchTable, EntryGoesWithItsLastHolder) {
 
 // Would catch a catch that ends and takes the entry of a later record with the same id with it.
 TEST(CatchTable, EvictedRecordDoesNotTakeItsSuccessorAlong) {
-    CatchTable table;
+    EventParameters parameters;
+    DumpContext context(parameters);
+    CatchTable& table = context.catches;
     CatchRef old = table.add(makeEvent(7));
     const CatchRef successor = table.add(makeEvent(7));
     EXPECT_NE(old, successor);
@@ -52,7 +56,9 @@ TEST(CatchTable, EvictedRecordDoesNotTakeItsSuccessorAlong) {
 
 // Would catch a race between the last holder and a look-up or a second add.
 TEST(CatchTable, ManyThreadsOneId) {
-    CatchTable table;
+    EventParameters parameters;
+    DumpContext context(parameters);
+    CatchTable& table = context.catches;
     const auto event = makeEvent(7);
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
@@ -71,7 +77,9 @@ TEST(CatchTable, ManyThreadsOneId) {
 // Would catch an exception that ends the daemon with the thread.
 TEST(DumpThread, ExceptionEndsOneCatchWithALine) {
     fake::captureLog();
-    CatchTable table;
+    EventParameters parameters;
+    DumpContext context(parameters);
+    CatchTable& table = context.catches;
     startDumpThread(table.add(makeEvent(7)), [] { throw std::runtime_error("no memory"); });
     EXPECT_TRUE(fake::awaitLog("startDumpThread]: catch of event 7 ended: no memory\n"));
     EXPECT_TRUE(test::eventually([&] { return table.size() == 0; })) << "and is let go";

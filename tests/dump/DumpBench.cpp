@@ -4,9 +4,7 @@
 
 #include <android/log.h>
 
-#include "dump/HandlerSeams.h"
 #include "event/KavelTimestamp.h"
-#include "handler/LogFolder.h"
 #include "platform/Log.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
@@ -14,25 +12,6 @@
 #include "tests/fake/FakeTime.h"
 
 namespace android::kavel {
-namespace {
-
-DumpContext* gContext = nullptr;
-
-}  // namespace
-
-DumpContext& dumpContext() {
-    return *gContext;
-}
-
-std::string makeLogFolder(const KavelEvent& event) {
-    return buildLogPathFolderName(gContext->parameters, &event);
-}
-
-std::vector<EventRef> eventRing(const EventRef& main) {
-    return test::DumpBench::sRing == nullptr ? std::vector<EventRef>{main}
-                                             : test::DumpBench::sRing(main);
-}
-
 namespace test {
 
 DumpBench::DumpBench(std::function<int(const std::string&)> run) : mRun(std::move(run)) {
@@ -43,7 +22,6 @@ DumpBench::DumpBench(std::function<int(const std::string&)> run) : mRun(std::mov
     fake::resetShell([this](const std::string& command) { return onCommand(command); });
     fake::onSleep([this](uint64_t seconds) { onSleep(seconds); });
     mContext = std::make_unique<DumpContext>(mParameters);
-    gContext = mContext.get();
     mContext->logcatPool.commit([this] { mLogcatWorker = std::this_thread::get_id(); }).wait();
     const std::shared_future<void> release = mRelease.get_future().share();
     for (int worker = 1; worker < 10; ++worker) {
@@ -61,18 +39,19 @@ DumpBench::DumpBench(std::function<int(const std::string&)> run) : mRun(std::mov
 DumpBench::~DumpBench() {
     mRelease.set_value();
     mContext = nullptr;  // runs what is still queued
-    gContext = nullptr;
     fake::resetShell();
     fake::onSleep(nullptr);
 }
 
 CatchRef DumpBench::add(int64_t eventId, uint32_t logInfo, const KavelExtraInfo& extra,
-                        int32_t recordId) {
+                        int32_t recordId, const std::string& folder) {
     const KavelTimestamp now = generateKavelTimestamp();
     const auto event = std::make_shared<KavelEvent>(eventId, &now, static_cast<int>(logInfo), 4711,
                                                     10042, &extra);
     event->kavelEventId = recordId;
-    return mContext->catches.add(event);
+    CatchRef added = mContext->catches.add(event);
+    if (!folder.empty()) added->setFolder(std::make_shared<LogFolder>(folder));
+    return added;
 }
 
 void DumpBench::settle() {
@@ -116,7 +95,10 @@ void DumpBench::copyLogLocked() {
         // The place of a pool task's lines among these is a matter of chance; the event
         // builder's lines come from the bench's own time stamps.
         if (line.thread != mCaller || line.tag == KAVEL_TAG_BINDER) continue;
-        mTranscript += (line.priority == ANDROID_LOG_INFO ? "I " : "E ") + line.text;
+        mTranscript += (line.priority == ANDROID_LOG_INFO   ? "I "
+                        : line.priority == ANDROID_LOG_WARN ? "W "
+                                                            : "E ") +
+                       line.text;
         if (mTranscript.back() != '\n') mTranscript += '\n';
     }
     fake::clearLog();

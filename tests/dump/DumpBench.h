@@ -12,7 +12,7 @@
 namespace android::kavel::test {
 
 /**
- * A fresh dump context behind dumpContext(), with fake shell and time, and a transcript of what
+ * A fresh dump context with fake shell and time, and a transcript of what
  * the calling thread and the pools do. One at a time.
  *
  * All cmd workers but one are kept busy, so that the pool runs its tasks one by one in the order of
@@ -22,8 +22,6 @@ namespace android::kavel::test {
 class DumpBench {
   public:
     static constexpr int32_t kRecordId = 77;
-    /** What eventRing() answers; by default the record alone. */
-    static inline std::function<std::vector<EventRef>(const EventRef&)> sRing;
     static constexpr int64_t kStartUs = 1'709'802'302'007'000;  // 2024-03-07 09:05:02.007 UTC
 
     /** @param run  carries a command out and returns its wait status; by default nothing runs */
@@ -33,13 +31,13 @@ class DumpBench {
     DumpBench& operator=(const DumpBench&) = delete;
 
     DumpContext& context() { return *mContext; }
-    /** A catch of an event that arrived now, of process 4711. */
+    /** A catch of an event that arrived now, of process 4711, in @p folder if that is given. */
     CatchRef add(int64_t eventId, uint32_t logInfo, const KavelExtraInfo& extra = {},
-                 int32_t recordId = kRecordId);
+                 int32_t recordId = kRecordId, const std::string& folder = "");
     /** Waits until every task that was committed has ended. */
     void settle();
     /**
-     * Settles; then what has happened since the last call, a line each: "I " or "E " and a log
+     * Settles; then what has happened since the last call, a line each: "I ", "W " or "E " and a log
      * line of the calling thread, "property NAME=VALUE", "$ " and a command of it, "sleep N",
      * "logcat-pool$ " and "cmd-pool$ " and a command of that pool.
      */

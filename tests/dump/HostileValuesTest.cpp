@@ -12,55 +12,28 @@
 #include <gtest/gtest.h>
 
 #include "dump/KavelDumpUtilThread.h"
-#include "handler/LogFolder.h"
+#include "dump/LogPath.h"
+#include "dump/TrailLogPack.h"
 #include "tests/dump/DumpBench.h"
 #include "tests/fake/TempDir.h"
 
 namespace fs = std::filesystem;
 
 namespace android::kavel {
-namespace test {
-
-const std::vector<std::string> kHostileValues = {
-        "a;touch CANARY;b",
-        "$(touch CANARY)",
-        "`touch CANARY`",
-        "a&&touch CANARY||touch CANARY&",
-        "a|touch CANARY #",
-        "x>CANARY",
-        "x\n>CANARY\ntouch CANARY\n",
-        "'; >CANARY; '",
-        "\"; >CANARY; \"",
-        "\\'; >CANARY; \\'",
-        "$HOME ${PATH} $((1+1)) $'\\n'",
-        "*",
-        "?[a-z]*",
-        "~",
-        "-rf",
-        "-n",
-        "{a,b} {1..3}",
-        "a\\nb\\c\\\\d\\0101\\",
-        " two  blanks ",
-        "#!",
-        "\xE5\xBA\x94\xE7\x94\xA8\xEF\xBC\x8C\xFF",
-        "",
-};
-
-}  // namespace test
-
 namespace {
 
 using test::DumpBench;
 using testing::HasSubstr;
 
 /** Runs the real /bin/sh, its own complaints discarded; the wait status. Any thread. */
-int runRealShell(std::string script, std::string directory, std::string path, std::string notes) {
+int runRealShell(std::string script, std::string directory, std::string path, std::string notes,
+                 std::string kept) {
     std::string shell = "sh";
     std::string option = "-c";
     std::string start = "cd \"$1\" && exec /bin/sh -c \"$0\"";
     char* words[] = {shell.data(),  option.data(),    start.data(),
                      script.data(), directory.data(), nullptr};
-    char* environment[] = {path.data(), notes.data(), nullptr};
+    char* environment[] = {path.data(), notes.data(), kept.data(), nullptr};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
@@ -87,15 +60,20 @@ class Workplace {
                                    "line=${0##*/}\n"
                                    "for word; do line=\"$line [$word]\"; done\n"
                                    "printf '%s\\n' \"$line\" >>\"$NOTES\"\n"
-                                   "[ ${0##*/} != touch ] || >CANARY\n";
+                                   "case ${0##*/} in\n"
+                                   "touch) >CANARY ;;\n"
+                                   "tar) >\"$2\"; /bin/cp -r \"${2%.tar.gz}\" \"$KEPT\" ;;\n"
+                                   "esac\n";
             fs::permissions(path, fs::perms::owner_all);
         }
     }
 
     int run(const std::string& command) const {
         return runRealShell(command, mTop / "empty", "PATH=" + (mTop / "tools"),
-                            "NOTES=" + (mTop / "notes"));
+                            "NOTES=" + (mTop / "notes"), "KEPT=" + kept());
     }
+    /** Where tar puts a copy of the folder, which is gone once it is packed. */
+    std::string kept() const { return mTop / "kept"; }
     std::string notes() const { return test::contentOf(mTop / "notes"); }
     size_t canaries() const {
         const fs::recursive_directory_iterator everything(mTop / "");
@@ -121,32 +99,34 @@ class HostileValue : public testing::TestWithParam<std::string> {};
 // carries it: the files must hold it literally, and the tools must be given it literally.
 TEST_P(HostileValue, StaysItself) {
     const std::string& value = GetParam();
-    const Workplace place(value);
+    const Workplace place(value.empty() ? "F" : value);
     const std::string& folder = place.folder;
     DumpBench bench([&](const std::string& command) { return place.run(command); });
     EventParameters& parameters = bench.context().parameters;
     parameters.setEventIdMap(0, 0x5, value);
     parameters.setTimeWindow(0x5, 10'000);
-    const CatchRef running = bench.add(0x5, 0x4D000000, {value, value, value});
+    const CatchRef running = bench.add(0x5, 0x0DFFFFFF, {value, value, value},
+                                       DumpBench::kRecordId, folder);
 
-    KavelDumpUtilThread::immediateDumpThread(0x0DFFFFFF, DumpBench::kRecordId, folder);
-    KavelDumpUtilThread::packTargetBacktrace(folder, 0x101);
-    KavelDumpUtilThread::packAnrStacktrace(1, folder, 2, 0);
-    KavelDumpUtilThread::packNativeTombstones(folder);
-    KavelDumpUtilThread::trailContinuousDumpThread(0x0DFFFFFF, DumpBench::kRecordId, folder);
+    KavelDumpUtilThread::immediateDumpThread(running, nullptr);
+    packTargetBacktrace(folder, 0x101);
+    packAnrStacktrace(1, folder, 2, 0);
+    packNativeTombstones(folder);
+    KavelDumpUtilThread::trailContinuousDumpThread(running);
     const std::string own = buildLogPathFolderName(parameters, running->event.get());
     bench.settle();
 
     EXPECT_EQ(place.canaries(), 0U);
     EXPECT_EQ(place.strays(), 0U) << "a file in the working directory";
-    EXPECT_EQ(test::contentOf(folder + "/kavel_history.txt"),
+    EXPECT_EQ(test::contentOf(place.kept() + "/kavel_history.txt"),
               "EventType:" + value +
-                      ",Timestamp:2024-03-07-09-05-02-007,loginfo:4d000000,eventID:77\n");
-    EXPECT_EQ(test::contentOf(folder + "/extraInfo.txt"), "[PackageName]:" + value +
+                      ",Timestamp:2024-03-07-09-05-02-007,loginfo:dffffff,eventID:77\n");
+    EXPECT_EQ(test::contentOf(place.kept() + "/extraInfo.txt"), "[PackageName]:" + value +
                                                                   "\n[PackageVersion]:" + value +
                                                                   "\n[eventType]:" + value + "\n");
-    // 31 logs, four of them twice, and the two files above.
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 37);
+    // 31 logs, four of them twice, the two files above and the events file.
+    EXPECT_EQ(std::distance(fs::directory_iterator(place.kept()), {}), 38);
+    EXPECT_FALSE(fs::exists(folder));
 
     const std::string notes = place.notes();
     for (const std::string& call : {

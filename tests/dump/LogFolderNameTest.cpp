@@ -28,6 +28,16 @@ TEST(LogFolderName, IsMadeOfItsParts) {
     EXPECT_EQ(logFolderName({"e", "p", -1, "", "T"}), "kavel_e_p@6b6176656bffffff@@T");
 }
 
+// Would catch an archive that takes the name of another one, and a name that is not found again.
+TEST(LogFolderName, FurtherArchivesOfAFolderAreNumbered) {
+    EXPECT_EQ(archiveName("kavel_e_p" + kTail, 1), "kavel_e_p" + kTail + ".tar.gz");
+    EXPECT_EQ(archiveName("kavel_e_p" + kTail, 12), "kavel_e_p" + kTail + ".12.tar.gz");
+    const auto name = parseArchiveName("kavel_e_p" + kTail + ".12.tar.gz");
+    ASSERT_TRUE(name.has_value());
+    EXPECT_EQ(name->sequence, 12U);
+    EXPECT_EQ(name->folder, "kavel_e_p" + kTail);
+}
+
 // Would catch a catch that is lost because its archive's name is too long, and half a character.
 TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
     const std::string accents = "\xC3\xA9\xC3\xA9\xC3\xA9";
@@ -36,7 +46,7 @@ TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
     for (size_t extra = 0; extra < 4; ++extra) {
         const std::string event = std::string(extra, 'e');
         const std::string name = nameOf(event, manyAccents);
-        const size_t length = name.size() + strlen(kArchiveSuffix);
+        const size_t length = archiveName(name, kMaxArchiveSequence).size();
         EXPECT_TRUE(length == NAME_MAX || length == NAME_MAX - 1) << length;
         const size_t process = name.find('@') - strlen("kavel_") - extra - 1;
         EXPECT_EQ(process % 2, 0U) << "a character was split";
@@ -44,7 +54,7 @@ TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
     }
     const std::string all = std::string(500, 'x');
     for (const std::string& name : {nameOf(all, all), nameOf(all, all, all)}) {
-        EXPECT_EQ(name.size() + strlen(kArchiveSuffix), size_t{NAME_MAX});
+        EXPECT_EQ(archiveName(name, kMaxArchiveSequence).size(), size_t{NAME_MAX});
         EXPECT_TRUE(isLogFolderName(name));
     }
 }
@@ -57,11 +67,20 @@ TEST(LogFolderName, OursAreToldFromOthers) {
     EXPECT_TRUE(isLogFolderName(nameOf("a@b_c", "d@e@f", "")));
     const std::string good = "kavel_anr_p" + kTail;
     ASSERT_TRUE(isLogFolderName(good));
+    std::string repeated = "kavel_" + std::string(80, '_');
+    for (int i = 0; i < 50; ++i) repeated += "@a@";
     const std::vector<std::string> kForeign = {
+            repeated + "x",
+            "kavel_a_\n@831be687eb45bbc0@V@2024-03-07-09-05-02-007",
+            good + ".2",
             "",
             "wxlog",
             "kavel_",
             "kavel_a_b@1@@",
+            "kavel_@831be687eb45bbc0@V@2024-03-07-09-05-02-007",
+            "@831be687eb45bbc0@V@2024-03-07-09-05-02-007",
+            "kavel_a_b@831be687eb45bbc0@2024-03-07-09-05-02-007",
+            "kavel_a_b@831be687eb45bbc0@V@-03-07-09-05-02-007",
             good + ".tar.gz",
             good + "0",
             "x" + good,

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,14 +14,20 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "dump/AppLogs.h"
+#include "dump/CommercialLogPack.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "dump/LeftoverFolders.h"
+#include "dump/LogCollector.h"
 #include "dump/LogFolderName.h"
 #include "dump/NearestFile.h"
-#include "handler/Nwatchcall.h"
+#include "dump/Nwatchcall.h"
+#include "dump/Pack.h"
+#include "dump/TrailLogPack.h"
 #include "tests/dump/DumpBench.h"
 #include "tests/dump/FakeCaptures.h"
 #include "tests/dump/Folded.h"
+#include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
 #include "tests/fake/FakeTime.h"
@@ -36,13 +43,10 @@ using base::StringPrintf;
 using test::DumpBench;
 using test::ScriptLine;
 using test::ScriptVerbs;
-using Dump = KavelDumpUtilThread;
 
 /** What a script's lines do. Events are known by the ids of their records. */
 class Phone {
   public:
-    ~Phone() { DumpBench::sRing = nullptr; }
-
     std::string follow(const ScriptLine& line) {
         const auto verb = mVerbs.find(line.verb());
         if (verb == mVerbs.end()) return "no such verb";
@@ -63,25 +67,24 @@ class Phone {
         }
         fake::setFramework({FrameworkReply::Outcome::NoService, OK, 0});
         fake::setSignals(true);
-        mCommandsFail = false;
         mRing.clear();
-        mBench = std::make_unique<DumpBench>([this](const std::string& command) {
-            // Directories are the one thing that commands really make.
-            if (command.rfind("mkdir ", 0) == 0) {
-                fs::create_directories(command.substr(6, command.size() - 7));
-            }
-            // And moved archives, which are looked for once more.
-            if (const size_t end = command.find(".tar.gz " + std::string(kArchiveDirectory));
-                end != std::string::npos) {
-                fs::remove(command.substr(3, end + 4));
-            }
-            return mCommandsFail ? 256 : 0;
+        mFolders.clear();
+        mFailures.clear();
+        mLateWriter.clear();
+        mBench = std::make_unique<DumpBench>(
+                [this](const std::string& command) { return run(command); });
+    }
+    int run(const std::string& command) {
+        const auto failure = std::find_if(mFailures.begin(), mFailures.end(), [&](const auto& f) {
+            return command.rfind(f.start, 0) == 0;
         });
-        DumpBench::sRing = [this](const EventRef& main) {
-            std::vector<EventRef> ring = {main};
-            ring.insert(ring.end(), mRing.begin(), mRing.end());
-            return ring;
-        };
+        if (failure != mFailures.end() && !failure->isDone) return failure->status;
+        const int status = fake::carryOut(command);
+        if (!mLateWriter.empty() && command.rfind("rm -rf ", 0) == 0) makeFile(mLateWriter, 0);
+        return failure == mFailures.end() ? status : failure->status;
+    }
+    void fail(Line line, bool isDone) {
+        mFailures.push_back({line.rest(2), static_cast<int>(line.number(1)), isDone});
     }
     static void makeFile(const std::string& path, int64_t size) {
         fs::create_directories(fs::path(path).parent_path());
@@ -107,8 +110,33 @@ class Phone {
                             {line.option("process"), line.option("version"), line.option("type")},
                             record(line));
     }
+    /**
+     * The catch of the line's event, in the folder that its third word names, if any. One below
+     * /data/F is made, with something to pack in it; one called shared is of a window.
+     */
+    const CatchRef& inFolder(Line line, const std::string& path) {
+        const CatchRef& found = mCatches.at(record(line));
+        if (path.empty() && found->commercial.isCommercial()) return found;
+        LogFolderRef& folder = mFolders[path];
+        const bool isFilled = path.rfind("/data/F", 0) == 0;
+        if (folder == nullptr || (isFilled && folder->isClosed())) {
+            const bool isWindow = path.find("shared") != std::string::npos;
+            folder = std::make_shared<LogFolder>(
+                    path, isWindow ? LogFolder::Kind::Window : LogFolder::Kind::Own);
+        }
+        if (isFilled) makeFile(path + "/x", 0);
+        found->setFolder(folder);
+        return found;
+    }
+    const CatchRef& inFolder(Line line) { return inFolder(line, line.word(2)); }
+    std::vector<EventRef> ring(const CatchRef& main) const {
+        std::vector<EventRef> ring = {main->event};
+        ring.insert(ring.end(), mRing.begin(), mRing.end());
+        return ring;
+    }
     /** Commands in the order of their texts: the directory's own is a matter of chance. */
     void packLeftovers() {
+        mBench->takeTranscript();
         packLeftoverFolders();
         EXPECT_TRUE(!fs::exists(kLogFolderRoot) || fake::awaitLog("Folders]: done,"));
         for (const fake::LogLine& line : fake::logLines()) {
@@ -124,11 +152,25 @@ class Phone {
         for (size_t i = 3; i < line.size(); ++i) files.push_back({"f", line.number(i)});
         mSays = std::to_string(nearestFile(files, line.number(1), line.number(2))) + "\n";
     }
+    /** What is in a folder and, for archives, what was packed. */
+    void list(const std::string& folder) {
+        std::set<std::string> names;
+        for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+            std::string name = entry.path().lexically_relative(folder);
+            if (entry.is_regular_file() && entry.path().extension() == ".gz") {
+                std::string packed = test::contentOf(entry.path());
+                std::replace(packed.begin(), packed.end(), '\n', ' ');
+                name += ": " + packed;
+            }
+            names.insert(name);
+        }
+        mSays = base::Join(names, "\n") + "\n";
+    }
     void showState(Line line) {
         mBench->settle();
         mSays = StringPrintf("collected 0x%x, %s; captures 0x%x; window %s; xlog %s\n",
                              running(line).event->collected.load(),
-                             Dump::verifyLogIntegrity(record(line)) ? "complete" : "incomplete",
+                             verifyLogIntegrity(*running(line).event) ? "complete" : "incomplete",
                              context().captures.mask(),
                              context().combinedDumpRunning ? "open" : "closed",
                              context().xlogRequested ? "wanted" : "not wanted");
@@ -148,14 +190,9 @@ class Phone {
         return base::Join(lines, "\n");
     }
 
-    static DumpContext& context() { return dumpContext(); }
+    DumpContext& context() { return mBench->context(); }
     static int record(Line line) { return static_cast<int>(line.number(1)); }
     Catch& running(Line line) { return *mCatches.at(record(line)); }
-    int logInfo(Line line) const {
-        const auto found = mCatches.find(record(line));
-        return found == mCatches.end() ? 3 : found->second->event->logInfo;
-    }
-
     const ScriptVerbs mVerbs = {
             {"fresh", [this](Line) { refresh(); }},
             // Files: how many bytes or, for a trace, how many seconds after the event it was
@@ -168,12 +205,16 @@ class Phone {
             // The world.
             {"framework", setFramework},
             {"signals-fail", [](Line) { fake::setSignals(false); }},
-            {"commands-fail", [this](Line) { mCommandsFail = true; }},
+            // Commands that begin with a text end with a status, undone or done.
+            {"fail", [this](Line l) { fail(l, false); }},
+            {"fail-late", [this](Line l) { fail(l, true); }},
+            // A file that is made as the folder around it is being removed.
+            {"late-writer", [this](Line l) { mLateWriter = l.rest(1); }},
             {"set", [](Line line) { fake::setProperty(line.word(1), line.word(2)); }},
             {"window",
-             [](Line l) { context().parameters.setTimeWindow(l.number(1), l.number(2)); }},
-            {"name", [](Line l) { context().parameters.setEventIdMap(0, l.number(1), l.rest(2)); }},
-            {"xlog-wanted", [](Line) { context().xlogRequested = true; }},
+             [this](Line l) { context().parameters.setTimeWindow(l.number(1), l.number(2)); }},
+            {"name", [this](Line l) { context().parameters.setEventIdMap(0, l.number(1), l.rest(2)); }},
+            {"xlog-wanted", [this](Line) { context().xlogRequested = true; }},
             {"at", [](Line line) { fake::resetTime(DumpBench::kStartUs + line.number(1)); }},
             {"advance", [](Line line) { fake::advance(line.number(1)); }},
             // Events and their catches.
@@ -206,32 +247,58 @@ class Phone {
             {"state", [this](Line line) { showState(line); }},
             // What the daemon does.
             {"nearest", [this](Line line) { findNearest(line); }},
-            {"leftovers", [this](Line) { packLeftovers(); }},
+            {"leftovers",
+             [this](Line l) {
+                 for (int64_t i = l.size() > 1 ? l.number(1) : 1; i > 0; --i) packLeftovers();
+             }},
+            {"list", [this](Line l) { list(l.rest(1)); }},
             {"exists", [this](Line l) { mSays = fs::exists(l.rest(1)) ? "yes\n" : "no\n"; }},
             {"immediate",
-             [this](Line l) { Dump::immediateDumpThread(logInfo(l), record(l), l.word(2)); }},
+             [this](Line l) { KavelDumpUtilThread::immediateDumpThread(inFolder(l), nullptr); }},
             {"continuous",
-             [this](Line l) { Dump::trailContinuousDumpThread(logInfo(l), record(l), l.word(2)); }},
+             [this](Line l) { KavelDumpUtilThread::trailContinuousDumpThread(inFolder(l)); }},
             {"conclude",
-             [](Line l) { Dump::commercialContinuousDumpThread(record(l), l.word(2)); }},
+             [this](Line l) {
+                 const CatchRef& main = inFolder(l);
+                 KavelDumpUtilThread::commercialContinuousDumpThread(main,
+                                                                     [&] { return ring(main); });
+             }},
             {"collect",
-             [](Line l) { Dump::collectLog(static_cast<int>(l.number(2)), "/data/F", record(l)); }},
-            {"pack", [](Line l) { Dump::trailLogPack(record(l), l.word(2), 0); }},
-            {"pack-commercial", [](Line l) { Dump::commercialLogPack(record(l), l.word(2), ""); }},
-            {"history", [](Line l) { Dump::generateKavelHistoryLog(record(l), l.word(2)); }},
-            {"pack-xlog", [](Line line) { Dump::packXlogForWeChat(line.rest(1)); }},
+             [this](Line l) {
+                 collectLog(static_cast<uint32_t>(l.number(2)), inFolder(l, "/data/F"));
+             }},
+            {"pack-stacks",
+             [this](Line l) { packAnrStacktrace(4711, inFolder(l)->folder()->path(), 2, 0); }},
+            {"pack", [this](Line l) { trailLogPack(inFolder(l), 0); }},
+            {"pack-commercial",
+             [this](Line l) {
+                 const CatchRef& main = inFolder(l);
+                 commercialLogPack(main, ring(main));
+             }},
+            {"pack-xlog", [](Line line) { packXlogForWeChat(line.rest(1)); }},
             {"xlog-size",
              [this](Line l) {
-                 mSays = std::to_string(Dump::totalXlogSize(l.rest(1))) + " bytes\n";
+                 mSays = std::to_string(totalXlogSize(l.rest(1))) + " bytes\n";
              }},
             {"pack-nwatchcall", [](Line line) { packNwatchcallLog(true, line.rest(1)); }},
             {"nwatchcall",
-             [](Line l) { packNwatchcallLog(copyNwatchcallLog(l.rest(1)), l.rest(1)); }},
+             [](Line l) {
+                 if (l.rest(1) == "/data/F") fs::create_directories(l.rest(1));
+                 packNwatchcallLog(copyNwatchcallLog(l.rest(1)), l.rest(1));
+             }},
     };
     std::unique_ptr<DumpBench> mBench;
     std::map<int, CatchRef> mCatches;
+    std::map<std::string, LogFolderRef> mFolders;
     std::vector<EventRef> mRing;
-    bool mCommandsFail = false;
+    /** A command that begins with a text and ends with a status, though it may be done. */
+    struct Failure {
+        std::string start;
+        int status;
+        bool isDone;
+    };
+    std::vector<Failure> mFailures;
+    std::string mLateWriter;
     std::string mSays;
 };
 
@@ -246,7 +313,7 @@ TEST_P(Script, LeadsToWhatItSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Golden, Script,
-                         testing::Values("collect", "commercial", "files", "traces", "trail"),
+                         testing::Values("collect", "commercial", "files", "packs", "traces", "trail"),
                          [](const auto& script) { return script.param; });
 
 }  // namespace

@@ -1,11 +1,10 @@
-// Run where /data is its own: see CMakeLists.txt.
-
 #include <filesystem>
 
 #include <gtest/gtest.h>
 
 #include "dump/KavelDumpUtilThread.h"
 #include "tests/dump/DumpBench.h"
+#include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeShell.h"
 #include "tests/fake/FakeTime.h"
 
@@ -19,21 +18,24 @@ using test::DumpBench;
 TEST(TechnicalCatches, UnclaimedFoldersAreBounded) {
     constexpr const char* kShared = "/data/shared";
     std::filesystem::create_directory(kShared);
-    DumpBench bench;
+    DumpBench bench(fake::carryOut);
     std::vector<std::string> folders;
     int32_t recordId = 1;
     const auto catchAnother = [&](const char* path = "") {
-        const CatchRef running = bench.add(0x3, 0, {}, recordId);
+        const CatchRef running = bench.add(0x3, 0, {}, recordId++);
         running->commercial.begin();
-        KavelDumpUtilThread::immediateDumpThread(0, recordId++, path);
-        folders.push_back(running->commercial.ownFolder());
+        if (*path != '\0') {
+            running->setFolder(std::make_shared<LogFolder>(path, LogFolder::Kind::Window));
+        }
+        KavelDumpUtilThread::immediateDumpThread(running, nullptr);
+        folders.push_back(running->folder()->path());
         fake::advance(1);
     };
     const auto removed = [&] {
         bench.settle();
         size_t count = 0;
         for (const std::string& folder : folders) {
-            if (!folder.empty()) count += fake::commandCount("rm -rf " + folder);
+            count += fake::commandCount("rm -rf " + folder);
         }
         return count;
     };

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <list>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -121,6 +122,25 @@ TEST(KavelThreadPool, GrowsWhenBusyRetiresWhenIdleAndNeverPassesItsMaximum) {
     EXPECT_THAT(everyName,
                 IsSubsetOf({"kt_grow1", "kt_grow2", "kt_grow3", "kt_grow4", "kt_grow5", "kt_grow6",
                             "kt_grow7", "kt_grow8", "kt_grow9", "kt_grow10"}));
+}
+
+// Would catch a burst, queued before the idle count falls, that waits behind hung commands. Whether
+// it is depends on the scheduler, so several pools get one.
+TEST(KavelThreadPool, GrowsWhileTasksWaitAndNoWorkerBecomesFree) {
+    std::promise<void> release;
+    const std::shared_future<void> released = release.get_future().share();
+    std::list<KavelThreadPool> pools;
+    std::vector<std::future<void>> waiting;
+    for (int i = 0; i < 20; ++i) {
+        KavelThreadPool& pool = pools.emplace_back("kt_hung", 2, 4);
+        pool.addThread(2);
+        for (int hung = 0; hung < 3; ++hung) pool.commit([released] { released.wait(); });
+        waiting.push_back(pool.commit([] {}));
+    }
+    for (const std::future<void>& task : waiting) {
+        EXPECT_EQ(task.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    }
+    release.set_value();
 }
 
 // Would catch a queue that is not first in, first out, and a destructor that drops what is queued.

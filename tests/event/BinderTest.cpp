@@ -8,14 +8,13 @@
 #include "event/EventIntake.h"
 #include "event/KavelBinderService.h"
 #include "tests/fake/FakeLog.h"
-#include "tests/fake/FakeTime.h"
 
 namespace android {
 namespace kavel {
 namespace {
 
-// Event, time in nanoseconds, log-info, pid, uid, extra text.
-using Report = std::tuple<long, int64_t, int, int, int, std::string>;
+// Event, log-info, pid, uid, extra text.
+using Report = std::tuple<long, long, int, int, std::string>;
 
 std::vector<Report> reports;
 
@@ -28,9 +27,8 @@ EventParameters& eventParameters() {
     return *parameters;
 }
 
-bool intakeKavelEvent(long eventId, const KavelTimestamp& timestamp, int logInfo, int pid, int uid,
-                      const std::string& extraInfo) {
-    reports.emplace_back(eventId, timestamp.realtimeNs, logInfo, pid, uid, extraInfo);
+bool intakeKavelEvent(long eventId, long logInfo, int pid, int uid, const std::string& extraInfo) {
+    reports.emplace_back(eventId, logInfo, pid, uid, extraInfo);
     return true;
 }
 
@@ -48,7 +46,6 @@ class KavelBinder : public testing::Test {
     KavelBinder() {
         kavel::fake::captureLog();
         kavel::fake::clearLog();
-        kavel::fake::resetTime(1'709'802'302'007'000);
     }
 
     status_t transact(uint32_t code, const Parcel& data) {
@@ -66,9 +63,9 @@ class KavelBinder : public testing::Test {
     kavel::EventParameters& mParameters = kavel::eventParameters();
 };
 
-// Would catch fields read in another order or width than clients write them, the reporter's clock
-// in a record, a truncated text, a short request that is refused or read beyond its end.
-TEST_F(KavelBinder, ReportGoesToIntakeWithTheTimeOfArrival) {
+// Would catch fields read in another order or width than clients write them, a truncated text, a
+// short request that is refused or read beyond its end.
+TEST_F(KavelBinder, ReportGoesToIntake) {
     Parcel whole;
     request(&whole, {0x10000001, -7, -2});  // event, the reporter's clock, log-info
     for (const int32_t number : {11, 2000}) whole.writeInt32(number);
@@ -76,9 +73,8 @@ TEST_F(KavelBinder, ReportGoesToIntakeWithTheTimeOfArrival) {
     Parcel bare;
     request(&bare, {});
     for (const Parcel* data : {&whole, &bare}) EXPECT_EQ(transact(kSend, *data), NO_ERROR);
-    const int64_t now = 1'709'802'302'007'000'000;
-    const std::vector<Report> expected = {{0x10000001, now, -2, 11, 2000, "caf\xc3\xa9"},
-                                          {0, now, 0, 0, 0, ""}};
+    const std::vector<Report> expected = {{0x10000001, -2, 11, 2000, "caf\xc3\xa9"},
+                                          {0, 0, 0, 0, ""}};
     EXPECT_EQ(std::exchange(kavel::reports, {}), expected);
 }
 
@@ -100,13 +96,49 @@ TEST_F(KavelBinder, SettingsGoToTheirTables) {
     EXPECT_TRUE(mParameters.hasRecoverId(0x21));
     EXPECT_EQ(mParameters.eventName(0x21), "");
 
-    Parcel cut;
-    request(&cut, {0x21})->writeString16(String16("named"));
-    EXPECT_EQ(transact(kUpdate, cut), NO_ERROR);
-    EXPECT_FALSE(mParameters.isEnabled(0x21));
-    EXPECT_EQ(mParameters.getTimeWindow(0x21), 0);
-    EXPECT_TRUE(mParameters.hasRecoverId(0x21));
-    EXPECT_EQ(mParameters.eventName(0x21), "named");
+    // A null name is an empty one.
+    Parcel unnamed;
+    request(&unnamed, {0x22})->writeInt32(-1);
+    for (const int32_t word : {1, 0, 0, 0, 0, 7000, 0, 0, 0}) unnamed.writeInt32(word);
+    EXPECT_EQ(transact(kUpdate, unnamed), NO_ERROR);
+    EXPECT_TRUE(mParameters.isEnabled(0x22));
+    EXPECT_EQ(mParameters.getTimeWindow(0x22), 7);
+    EXPECT_EQ(mParameters.eventName(0x22), "");
+}
+
+// Would catch settings that replace good ones though some of them are missing or no settings.
+TEST_F(KavelBinder, SettingsThatAreCutShortChangeNothing) {
+    mParameters.updateEventParams(0x31, true, 1);
+    mParameters.setTimeWindow(0x31, 9000);
+    Parcel whole;
+    const size_t start = request(&whole, {})->dataSize();
+    whole.writeInt64(0x31);
+    whole.writeString16(String16("other"));
+    const size_t nameEnd = whole.dataSize();
+    whole.writeBool(false);
+    for (const int64_t number : {1, 2, 3, 4}) whole.writeInt64(number);
+    const auto expectRefused = [&](const Parcel& data) {
+        kavel::fake::clearLog();
+        EXPECT_EQ(transact(kUpdate, data), NOT_ENOUGH_DATA);
+        EXPECT_EQ(kavel::fake::logCount("refused: the request is cut short"), 1U);
+        EXPECT_TRUE(mParameters.isEnabled(0x31));
+        EXPECT_FALSE(mParameters.isEnabled(0));
+        EXPECT_EQ(mParameters.getTimeWindow(0x31), 9);
+        EXPECT_EQ(mParameters.findEventName(0x31), std::nullopt);
+    };
+    for (size_t size = start; size < whole.dataSize(); size += 4) {
+        Parcel cut;
+        cut.appendFrom(&whole, 0, size);
+        expectRefused(cut);
+    }
+    // Names that end elsewhere than they say.
+    for (const int32_t length : {0, 3, 40, 1 << 20, INT32_MAX}) {
+        Parcel garbled;
+        garbled.appendFrom(&whole, 0, whole.dataSize());
+        garbled.setDataPosition(nameEnd - 16);
+        garbled.writeInt32(length);
+        expectRefused(garbled);
+    }
 }
 
 // Would catch a request for another interface that is let in, and a lost code.

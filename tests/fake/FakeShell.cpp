@@ -52,7 +52,8 @@ void resetShell(std::function<int(const std::string&)> result) {
 
 }  // namespace fake
 
-int runShell(const std::string& command, std::chrono::milliseconds /*deadline*/) {
+int runShell(const std::string& command, std::chrono::milliseconds /*deadline*/,
+             uint64_t /*fileLimit*/) {
     std::function<int(const std::string&)> result;
     {
         MutexLock lock(fake::shell().lock);

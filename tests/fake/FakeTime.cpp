@@ -15,6 +15,8 @@ struct Time {
     Mutex lock;
     std::condition_variable changed;
     int64_t nowUs GUARDED_BY(lock) = 1'709'802'302'007'000;  // 7 March 2024, 09:05:02.007 UTC
+    int64_t wallOffsetUs GUARDED_BY(lock) = 0;
+    int64_t tickUs GUARDED_BY(lock) = 0;
     bool hold GUARDED_BY(lock) = false;
     int sleeping GUARDED_BY(lock) = 0;
     std::vector<uint64_t> sleeps GUARDED_BY(lock);
@@ -42,11 +44,19 @@ int64_t nowUs() {
     return time().nowUs;
 }
 
+int64_t wallUs() {
+    MutexLock lock(time().lock);
+    time().nowUs += time().tickUs;
+    return time().nowUs + time().wallOffsetUs;
+}
+
 }  // namespace
 
 void resetTime(int64_t wallClockUs) {
     MutexLock lock(time().lock);
     time().nowUs = wallClockUs;
+    time().wallOffsetUs = 0;
+    time().tickUs = 0;
     time().sleeps.clear();
 }
 
@@ -60,6 +70,16 @@ void advance(int64_t seconds) {
     MutexLock lock(time().lock);
     time().nowUs += seconds * 1'000'000;
     time().changed.notify_all();
+}
+
+void tickAtEachReading() {
+    MutexLock lock(time().lock);
+    time().tickUs = 1;
+}
+
+void stepWallClock(int64_t seconds) {
+    MutexLock lock(time().lock);
+    time().wallOffsetUs += seconds * 1'000'000;
 }
 
 void onSleep(std::function<void(uint64_t seconds)> hook) {
@@ -107,10 +127,10 @@ bool waitForProperty(const std::string& name, const std::string& value,
 }
 
 int64_t wallClockUs() {
-    return fake::nowUs();
+    return fake::wallUs();
 }
 int64_t realtimeNs() {
-    return fake::nowUs() * 1000;
+    return fake::wallUs() * 1000;
 }
 int64_t monotonicNs() {
     return fake::nowUs() * 1000;

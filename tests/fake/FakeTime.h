@@ -15,6 +15,11 @@ namespace android::kavel::fake {
 void resetTime(int64_t wallClockUs);
 void holdSleeps(bool hold);
 void advance(int64_t seconds);
+/** Until the next reset no two readings of the wall clock are the same: each moves time on by 1 us.
+ */
+void tickAtEachReading();
+/** Moves the wall clock, and no other, by this much. */
+void stepWallClock(int64_t seconds);
 /** From now on @p hook is called on the sleeping thread before each sleep. */
 void onSleep(std::function<void(uint64_t seconds)> hook);
 /** From now on @p hook is called on the waiting thread before each wait for a property. */

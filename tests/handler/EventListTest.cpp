@@ -47,7 +47,7 @@ TEST(EventList, IdsAreUniqueAmongLiveRecords) {
     }
 }
 
-// Would catch a ring that starts at the head, loses a record, or holds others than an evicted one.
+// Would catch a ring that starts at the head or loses a record, above all if the main one was evicted.
 TEST(EventList, RingStartsAtTheMainRecord) {
     EventList list;
     std::vector<EventRef> records;
@@ -62,7 +62,11 @@ TEST(EventList, RingStartsAtTheMainRecord) {
     EXPECT_EQ(ring[2], records[32]);
     EXPECT_EQ(ring[3], records[2]);
     EXPECT_EQ(ring[30], records[29]);
-    EXPECT_EQ(list.ringFrom(records[1]), std::vector<EventRef>{records[1]});
+    const std::vector<EventRef> evicted = list.ringFrom(records[1]);
+    ASSERT_EQ(evicted.size(), 32u);
+    EXPECT_EQ(evicted[0], records[1]);
+    EXPECT_EQ(evicted[1], records[2]);
+    EXPECT_EQ(evicted[31], records[32]);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <system_error>
 #include <utility>
 
-#include "dump/DumpThreads.h"
+#include "dump/DumpThread.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "platform/Mutex.h"
 
@@ -16,10 +16,12 @@ Mutex lock;
 std::vector<std::string> started GUARDED_BY(lock);
 std::atomic<bool> refused{false};
 
-void note(const char* kind, int logInfo, int kavelEventId, const std::string& path) {
+void note(const char* kind, const CatchRef& running) {
+    const LogFolderRef folder = running->folder();
     MutexLock hold(lock);
-    started.push_back(std::string(kind) + ' ' + std::to_string(logInfo) + ' ' +
-                      std::to_string(kavelEventId) + ' ' + path);
+    started.push_back(std::string(kind) + ' ' + std::to_string(running->event->logInfo) + ' ' +
+                      std::to_string(running->event->kavelEventId) + ' ' +
+                      (folder == nullptr ? "" : folder->path()));
 }
 
 }  // namespace
@@ -40,17 +42,19 @@ void startDumpThread(CatchRef /*running*/, std::function<void()> body) {
 
 }  // namespace kavel
 
-void KavelDumpUtilThread::immediateDumpThread(int logInfo, int kavelEventId, std::string path) {
-    kavel::note("immediate", logInfo, kavelEventId, path);
+void KavelDumpUtilThread::immediateDumpThread(const kavel::CatchRef& running,
+                                              kavel::LogFolder::Work /*work*/) {
+    kavel::note("immediate", running);
 }
 
-void KavelDumpUtilThread::trailContinuousDumpThread(int logInfo, int kavelEventId,
-                                                    std::string path) {
-    kavel::note("continuous", logInfo, kavelEventId, path);
+void KavelDumpUtilThread::trailContinuousDumpThread(const kavel::CatchRef& running) {
+    kavel::note("continuous", running);
 }
 
-void KavelDumpUtilThread::commercialContinuousDumpThread(int kavelEventId, std::string path) {
-    kavel::note("commercial", 0, kavelEventId, path);
+void KavelDumpUtilThread::commercialContinuousDumpThread(
+        const kavel::CatchRef& running,
+        const std::function<std::vector<kavel::EventRef>()>& /*ring*/) {
+    kavel::note("commercial", running);
 }
 
 }  // namespace android

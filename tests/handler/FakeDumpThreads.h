@@ -7,7 +7,7 @@ namespace android::kavel::fake {
 
 /**
  * Dump threads started since the last call of this, as "immediate LOGINFO ID FOLDER",
- * "continuous LOGINFO ID FOLDER" and "commercial 0 ID FOLDER". Their bodies do nothing else.
+ * "continuous LOGINFO ID FOLDER" and "commercial LOGINFO ID FOLDER". Their bodies do nothing else.
  */
 std::vector<std::string> takeDumpThreads();
 

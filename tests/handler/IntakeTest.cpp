@@ -1,17 +1,25 @@
+#include <algorithm>
 #include <atomic>
+#include <filesystem>
 #include <map>
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 #include <android-base/properties.h>
 #include <gtest/gtest.h>
 
-#include "dump/DumpContext.h"
+#include "core/KavelRecvKeventFunc.h"
+#include "dump/LogFolderName.h"
+#include "dump/TechnicalCatches.h"
 #include "event/EventIntake.h"
-#include "event/KavelTimestamp.h"
+#include "event/KavelBinderService.h"
 #include "tests/fake/Eventually.h"
+#include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeShell.h"
 #include "tests/fake/FakeTime.h"
@@ -29,7 +37,7 @@ constexpr int kReports = 250;  // of each thread
 
 constexpr long kCombined = 0x1;
 constexpr long kAlone = 0x2;
-constexpr long kMalformed = 0x3;  // its text lacks the keys
+constexpr long kMalformed = 0x3;  // its text is too short for its keys
 constexpr long kNoLog = 0x402;
 constexpr long kAbnormal = 0xF01;
 constexpr long kDisabled = 0x777;
@@ -55,15 +63,14 @@ void configure() {
 
 /** Reports from all threads at once. */
 void storm(bool timeMoves, Counts& counts) {
+    fake::tickAtEachReading();  // so that each folder has a name of its own
     for (int i = 0; i < kThreads * kReports; ++i) ++counts.reported[kind(i)];
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([t, timeMoves, &counts] {
             for (int i = t * kReports; i < (t + 1) * kReports; ++i) {
                 const long eventId = kind(i);
-                KavelTimestamp now = generateKavelTimestamp();
-                now.realtimeNs += i;  // so that each folder has a name of its own
-                counts.handled += intakeKavelEvent(eventId, now, 0x3, i, t, "com.a");
+                counts.handled += intakeKavelEvent(eventId, 0x3, i, t, "com.a");
                 if (i % 50 == 0) configure();
                 if (timeMoves && i % 25 == 0) fake::advance(31);
             }
@@ -79,6 +86,81 @@ std::string between(const std::string& text, const std::string& from, const std:
     return text.substr(value, text.find(to, value) - value);
 }
 
+/** Names in the staging directory: the folders and archives of catches in flight. */
+size_t staged() {
+    std::error_code none;
+    const std::filesystem::directory_iterator entries(kLogFolderRoot, none);
+    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
+}
+
+/** Where in the log a line with @p text first is. */
+ptrdiff_t placeOf(const std::string& text) {
+    const std::vector<fake::LogLine> lines = fake::logLines();
+    const auto found = std::find_if(lines.begin(), lines.end(), [&](const fake::LogLine& line) {
+        return line.text.find(text) != std::string::npos;
+    });
+    return found == lines.end() ? -1 : found - lines.begin();
+}
+
+/** Has the first report of this process come in by @p way; 0 if its lines are in order. */
+int firstReport(void (*way)()) {
+    fake::captureLog();
+    way();
+    const ptrdiff_t construction = placeOf("[dravo_kavel getOtaVersion]: getOtaVersion.");
+    const ptrdiff_t arrival = placeOf("[generateKavelTimestamp]: generateKavelTimestamp start.");
+    const ptrdiff_t building = placeOf("eventId: 0x777 is Disable! value: 0");
+    return construction >= 0 && construction < arrival && arrival < building ? 0 : 1;
+}
+
+void reportOverBinder() {
+    const sp<KavelBinderService> service = new KavelBinderService;
+    service->sendFrameworkEvent(kDisabled, 0, 0, 1, 1, String16(""));
+}
+
+void reportByKernel() {
+    std::string bytes(sizeof(kavel_kevent_packet), '\0');
+    bytes += "event_id: 1911.loginfo: 1.pid: 1";
+    auto* const packet = reinterpret_cast<kavel_kevent_packet*>(bytes.data());
+    packet->type = KEVENT_TYPE_EVENT;
+    KavelRecvKeventFunc(packet);
+}
+
+// Would catch a time of arrival that is taken before the handler is there.
+TEST(Intake, FirstReportMakesTheHandlerBeforeItsTime) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process of its own for each way in
+    EXPECT_EXIT(_exit(firstReport(reportOverBinder)), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(_exit(firstReport(reportByKernel)), testing::ExitedWithCode(0), "");
+}
+
+// Would catch a clock set back without a line, a line for a correction or for time that goes on,
+// and one that comes twice.
+TEST(Intake, ClockThatIsSetBackIsLogged) {
+    fake::captureLog();
+    fake::resetTime(2'000'000'000'000'000);
+    const auto linesAfter = [](int64_t seconds) {
+        fake::clearLog();
+        fake::stepWallClock(seconds);
+        for (int i = 0; i < 2; ++i) intakeKavelEvent(kDisabled, 0, 0, 0, "");
+        return fake::logCount("[intakeKavelEvent]: the wall clock was set back");
+    };
+    const std::pair<int64_t, size_t> rows[] = {{0, 0}, {3600, 0}, {-1, 0}, {-2, 1}, {0, 0}, {5, 0}};
+    for (const auto& [seconds, lines] : rows) EXPECT_EQ(linesAfter(seconds), lines) << seconds;
+    linesAfter(-7200);
+    EXPECT_EQ(fake::logCount("set back, by at least 7200000 ms."), 1U);
+}
+
+// Would catch a dropped report whose line does not say which it was, and a text that begins a line
+// of its own there.
+TEST(Intake, DroppedReportIsNamedInOneLine) {
+    fake::captureLog();
+    eventParameters().updateEventParams(kMalformed, true, 0);
+    fake::clearLog();
+    EXPECT_FALSE(intakeKavelEvent(kMalformed, 0, 7, 1000, "a\nE b\x7f\xc3\xa4"));
+    EXPECT_EQ(fake::takeLog().back(),
+              "E KavelBinder: [buildNewKavelEvent]: report of eventId 0x3 dropped: the extra text "
+              "is too short for its keys; pid 7, uid 1000, extra text: a\\x0aE b\\x7f\xc3\xa4");
+}
+
 class Storm : public testing::TestWithParam<bool> {};
 
 // Would catch (under the sanitizers) a race or a use after free, an id that two live records share,
@@ -88,14 +170,18 @@ TEST_P(Storm, EveryCatchEnds) {
     setenv("TZ", "UTC0", 1);
     fake::captureLog();
     fake::clearLog();
-    fake::resetShell();
+    fake::resetShell(fake::carryOut);
     fake::resetTime(1'709'802'302'007'000 + (GetParam() ? 3'600'000'000 : 0));
     fake::holdSleeps(true);
     configure();
     Counts counts;
     storm(GetParam(), counts);
     fake::holdSleeps(false);
-    ASSERT_TRUE(test::eventually([] { return dumpContext().catches.size() == 0; }));
+    ASSERT_TRUE(test::eventually([] {
+        return fake::commandCount("mkdir /data/persist_log/kavel30/") ==
+                       fake::commandCount("rm -rf ") &&
+               staged() == 0;
+    }));
 
     EXPECT_EQ(fake::logCount("is Disable! value: 0"), counts.reported[kDisabled]);
     EXPECT_EQ(fake::logCount("report of eventId 0x3 dropped"), counts.reported[kMalformed]);
@@ -134,10 +220,8 @@ TEST_P(Storm, EveryCatchEnds) {
         EXPECT_EQ(fake::commandCount("tar czf " + path + ".tar.gz"), 1u) << folder;
         EXPECT_EQ(fake::commandCount("rm -rf " + path), 1u) << folder;
     }
-    EXPECT_FALSE(dumpContext().combinedDumpRunning);
-
     fake::clearLog();
-    EXPECT_TRUE(intakeKavelEvent(kNoLog, generateKavelTimestamp(), 0, 0, 0, ""));
+    EXPECT_TRUE(intakeKavelEvent(kNoLog, 0, 0, 0, ""));
     EXPECT_EQ(fake::logCount("[dravo_kavel showAllKavelEvents]:"), 31u);
 }
 
@@ -149,7 +233,7 @@ TEST_P(Storm, CommercialCatchesEndOrAreKept) {
     base::SetProperty("persist.kavel.user_panic_for_debug", "true");
     fake::captureLog();
     fake::clearLog();
-    fake::resetShell();
+    fake::resetShell(fake::carryOut);
     fake::resetTime(1'709'902'302'007'000 + (GetParam() ? 3'600'000'000 : 0));
     configure();
     Counts counts;
@@ -163,7 +247,7 @@ TEST_P(Storm, CommercialCatchesEndOrAreKept) {
                     "[kavelEventHandleThread]: Event dumped since duplicate abnormal action");
     const auto packed = [] { return fake::logCount("[dravo_kavel commercialLogPack]: rm -rf "); };
     ASSERT_TRUE(test::eventually([&] {
-        return packed() >= actions && dumpContext().catches.size() <= TechnicalCatches::kMost;
+        return packed() >= actions && staged() <= TechnicalCatches::kMost;
     }));
     EXPECT_GT(actions, 0u);
     EXPECT_EQ(packed(), actions);

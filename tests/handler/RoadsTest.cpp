@@ -14,10 +14,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "dump/LogPath.h"
 #include "handler/HandlingSteps.h"
-#include "handler/LogFolder.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
+#include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProcesses.h"
 #include "tests/fake/FakeProperties.h"
@@ -111,6 +112,7 @@ class Roads : public testing::TestWithParam<std::string> {
     using Line = const ScriptLine&;
 
     void boot() {
+        fake::resetShell(fake::carryOut);
         mHeld.clear();
         mRecords.clear();
         mHandler = std::make_unique<Handler>(mParameters);
@@ -125,12 +127,16 @@ class Roads : public testing::TestWithParam<std::string> {
         mRecords.back()->kavelEventId = -static_cast<int32_t>(mRecords.size());
     }
     void makeFolder(Line line) {
-        fake::resetShell([](const std::string&) { return 256; });
+        // The directory around it is there already.
+        const int status = atoi(line.option("status").c_str());
+        fake::resetShell([status](const std::string& command) {
+            return command.find("/kavel_") == std::string::npos ? 256 : status;
+        });
         const auto event = fake::event(line.number(1), 0, line.option("process"));
         const KavelEvent* const given = line.word(1) == "0" ? nullptr : event.get();
         mSays = buildLogPathFolderName(mParameters, given) + "\n";
         for (const std::string& command : fake::commands()) mSays += "$ " + command;
-        fake::resetShell();
+        fake::resetShell(fake::carryOut);
     }
     void handle(Line line) {
         const KavelExtraInfo extra = {line.option("process"), line.option("version"),

@@ -1,5 +1,6 @@
 #include "handler/TrailCatcher.h"
 
+#include <filesystem>
 #include <future>
 #include <string>
 #include <system_error>
@@ -9,7 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "handler/LogFolder.h"
+#include "dump/LogPath.h"
+#include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeShell.h"
 #include "tests/handler/FakeDumpThreads.h"
@@ -25,7 +27,7 @@ class TrailCatcherTest : public testing::Test {
     void SetUp() override {
         fake::captureLog();
         fake::clearLog();
-        fake::resetShell();
+        fake::resetShell(fake::carryOut);
         fake::takeDumpThreads();
     }
 
@@ -55,10 +57,11 @@ TEST_F(TrailCatcherTest, EventJoinsWhileTheFolderIsBeingMade) {
     const auto second = placed(0x2, "two");
     std::future<void> joiner;
     fake::resetShell([&](const std::string& command) {
-        if (command.find("_one@") == std::string::npos) return 0;
+        const int status = fake::carryOut(command);
+        if (command.find("_one@") == std::string::npos) return status;
         joiner = std::async(std::launch::async, [&] { mCatcher.trailKavelLogCatcher(second); });
         while (fake::logCount("event combined.") < 2) std::this_thread::yield();
-        return 0;
+        return status;
     });
     mCatcher.trailKavelLogCatcher(first);
     joiner.get();
@@ -66,6 +69,44 @@ TEST_F(TrailCatcherTest, EventJoinsWhileTheFolderIsBeingMade) {
     const Lines started = fake::takeDumpThreads();
     EXPECT_EQ(started.size(), 3u);
     EXPECT_THAT(started, testing::Contains(thread("immediate", *second, *first)));
+}
+
+// Would catch an event that is lost in a folder that is gone or packed, while the window still counts
+// as open.
+TEST_F(TrailCatcherTest, EventIsCaughtAloneIfTheFolderOfItsWindowIsGone) {
+    for (const bool isRemoved : {true, false}) {
+        fake::clearLog();
+        mDump.combinedDumpRunning = false;
+        const auto first = placed(0x1, "one");
+        const auto second = placed(0x2, "two");
+        mCatcher.trailKavelLogCatcher(first);
+        fake::takeDumpThreads();
+        const LogFolderRef shared = mCatcher.combinedLogFolder();
+        if (isRemoved) {
+            std::filesystem::remove_all(shared->path());
+        } else {
+            shared->close();
+        }
+        mCatcher.trailKavelLogCatcher(second);
+        EXPECT_THAT(fake::takeDumpThreads(),
+                    testing::ElementsAre(thread("immediate", *second, *second),
+                                         thread("continuous", *second, *second)));
+        EXPECT_EQ(fake::logCount("is caught alone, the folder of the window is gone"), 1u);
+    }
+}
+
+// Would catch two events of the same moment that open a window each.
+TEST_F(TrailCatcherTest, OneWindowForTwoEventsOfOneMoment) {
+    for (int round = 0; round < 100; ++round) {
+        mDump.combinedDumpRunning = false;
+        const auto first = placed(0x1, "one");
+        const auto second = placed(0x2, "two");
+        fake::takeDumpThreads();
+        auto other = std::async(std::launch::async, [&] { mCatcher.trailKavelLogCatcher(first); });
+        mCatcher.trailKavelLogCatcher(second);
+        other.get();
+        ASSERT_EQ(fake::takeDumpThreads().size(), 3u) << round;
+    }
 }
 
 // Would catch a window that nobody ever closes.

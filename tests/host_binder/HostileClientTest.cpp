@@ -1,11 +1,15 @@
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
+#include <ctime>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/binder/Frame.h"
@@ -106,6 +110,36 @@ TEST_F(HostileClientTest, DropsAClientThatReadsNoAnswers) {
         }
         EXPECT_EQ(error, EPIPE);
         EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
+    }
+}
+
+std::chrono::nanoseconds processorTime(pid_t pid) {
+    clockid_t clock = 0;
+    timespec time{};
+    EXPECT_EQ(clock_getcpuclockid(pid, &clock), 0);
+    EXPECT_EQ(clock_gettime(clock, &time), 0);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+// Would catch a server that ends, turns without a pause, or serves nobody any more once it has no
+// descriptor left, whether or not there are idle clients to give up.
+TEST_F(HostileClientTest, OutlastsAWantOfDescriptors) {
+    const ServerProcess server("target");
+    rlimit usual{};
+    ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, nullptr, &usual), 0);
+    for (const rlim_t descriptors : {24U, 3U}) {
+        const rlimit few{descriptors, usual.rlim_max};
+        ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &few, nullptr), 0);
+        std::vector<unique_fd> clients;
+        for (int i = 0; i < 100; ++i) clients.push_back(connect("target"));
+        if (descriptors == 24) {
+            EXPECT_EQ(call(check("target"), ECHO), NO_ERROR);
+        }
+        const auto before = processorTime(server.pid());
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        EXPECT_LT(processorTime(server.pid()) - before, std::chrono::milliseconds(100));
+        ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &usual, nullptr), 0);
+        EXPECT_EQ(call(check("target"), ECHO), NO_ERROR);
     }
 }
 

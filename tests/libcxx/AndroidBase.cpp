@@ -5,10 +5,16 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <android-base/file.h>
+#include <android-base/macros.h>
 #include <android-base/parseint.h>
 #include <android-base/properties.h>
 #include <android-base/stringprintf.h>
 #include <android-base/strings.h>
+#include <android-base/unique_fd.h>
 
 namespace android::base {
 
@@ -41,6 +47,23 @@ bool StartsWith(std::string_view text, std::string_view prefix) {
 
 bool EndsWith(std::string_view text, std::string_view suffix) {
     return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+}
+
+bool WriteStringToFile(const std::string& text, const std::string& path, bool follow_symlinks) {
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | (follow_symlinks ? 0 : O_NOFOLLOW);
+    const unique_fd file(open(path.c_str(), flags, 0666));
+    return file.ok() && WriteStringToFd(text, file);
+}
+
+bool WriteStringToFd(const std::string& text, borrowed_fd fd) {
+    size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t count =
+                TEMP_FAILURE_RETRY(write(fd.get(), text.data() + done, text.size() - done));
+        if (count <= 0) return false;
+        done += static_cast<size_t>(count);
+    }
+    return true;
 }
 
 template <typename T>

@@ -11,9 +11,8 @@
 namespace android::kavel {
 namespace {
 
-// dash is this machine's /bin/sh. bash with these switches expands braces and backslashes as the
-// phone's mksh does.
-const char* const kShells[] = {"/bin/sh -c", "bash --posix -B -O xpg_echo -c"};
+// mksh is the phone's shell, dash this machine's.
+const char* const kShells[] = {"mksh -c", "dash -c", "bash -B -O xpg_echo -c"};
 
 std::string output(const char* shell, const std::string& text) {
     setenv("TEXT", text.c_str(), 1);
@@ -34,7 +33,8 @@ std::vector<std::string> hostileValues() {
             "a;touch /tmp/pwned;b", "$(touch /tmp/pwned)", "`id`", "$HOME ${PATH}", "a b  c", " a ",
             "it's", "'; id; '", "'", "''", "\\", "end\\", "a\\nb\\tc\\0101\\c gone", "\"double\"",
             "a\nb\n", "*", "/et[c]/*", "{a,b}", "{1..3}", "~", "~root", "#comment", "a#b", "!x",
-            "!(a)", "@(a|b)", "a&b", "a>/tmp/pwned", "%s%n", "-n", "-e \\t", "a=~", "x:~",
+            "!(a)", "@(a|b)", "a&b", "a>/tmp/pwned", "%s%n", "-n", "-e", "-neE", "-e \\t", "a=~", "x:~",
+            "a=~+", "k=~root", "1=~/x", "a=b:~root", "a=b=~",
             "h\xc3\xa4nd \xe2\x82\xac", "broken \xc3", std::string(5000, '\'')};
     // clang-format on
     for (int byte = 1; byte < 256; ++byte) {
@@ -57,15 +57,16 @@ TEST(ShellQuote, EveryValueComesBackFromTheShell) {
     }
 }
 
-// Would catch a backslash sequence that echo expands once the quotes are gone.
+// Would catch a backslash sequence that echo expands once the quotes are gone, and a value that it
+// takes for an option.
 TEST(ShellQuote, EveryValueComesBackFromEcho) {
     for (const char* const shell : kShells) {
         std::string command;
         std::string expected;
         for (const std::string& value : hostileValues()) {
             command += "echo [key]:" + shellQuoteForEcho(value) + ":" + singleQuoteForEcho(value) +
-                       "\n";
-            expected += "[key]:" + value + ":" + value + "\n";
+                       "\necho " + singleQuoteForEcho(value) + "\n";
+            expected += "[key]:" + value + ":" + value + "\n" + value + "\n";
         }
         EXPECT_EQ(output(shell, command), expected) << shell;
     }

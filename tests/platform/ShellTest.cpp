@@ -1,6 +1,7 @@
 #include "platform/Shell.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -10,7 +11,7 @@
 #include <vector>
 
 #include <fcntl.h>
-#include <sys/prctl.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,6 +21,46 @@
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/TempDir.h"
 
+// The phone's C library refuses what this one lets pass, and fails where this one does not. The
+// linker puts these in the place of the calls (see CMakeLists.txt).
+
+namespace {
+
+sigset_t defaultSignals;
+std::atomic<short> spawnFlags{0};
+std::atomic<int> spawnFailures{0};
+std::atomic<bool> isShellGone{false};
+
+}  // namespace
+
+extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): names that the linker's --wrap asks for
+int __real_posix_spawnattr_setsigdefault(posix_spawnattr_t* attributes, const sigset_t* signals);
+int __wrap_posix_spawnattr_setsigdefault(posix_spawnattr_t* attributes, const sigset_t* signals) {
+    defaultSignals = *signals;
+    return __real_posix_spawnattr_setsigdefault(attributes, signals);
+}
+int __real_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
+                       const posix_spawnattr_t* attributes, char* const* arguments,
+                       char* const* environment);
+int __wrap_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
+                       const posix_spawnattr_t* attributes, char* const* arguments,
+                       char* const* environment) {
+    if (spawnFailures > 0) return --spawnFailures % 2 == 0 ? EAGAIN : ENOMEM;
+    short flags = 0;
+    posix_spawnattr_getflags(attributes, &flags);
+    spawnFlags = flags;
+    return __real_posix_spawn(pid, path, actions, attributes, arguments, environment);
+}
+int __real_access(const char* path, int mode);
+int __wrap_access(const char* path, int mode) {
+    if (!isShellGone) return __real_access(path, mode);
+    errno = ENOENT;
+    return -1;
+}
+// NOLINTEND(bugprone-reserved-identifier)
+}
+
 namespace android::kavel {
 namespace {
 
@@ -28,7 +69,6 @@ using std::chrono::milliseconds;
 class Shell : public testing::Test {
   protected:
     void SetUp() override {
-        prctl(PR_SET_CHILD_SUBREAPER, 1);
         fake::captureLog();
         fake::clearLog();
     }
@@ -40,10 +80,9 @@ class Shell : public testing::Test {
     const test::TempDir mFolder;
 };
 
-/** Waits until no process of @p group is left; orphans are ours to reap. */
+/** Waits until no process of @p group is left. */
 bool groupEnds(pid_t group) {
-    return test::eventually([&] { return waitpid(-group, nullptr, WNOHANG) < 0; }) &&
-           errno == ECHILD;
+    return test::eventually([&] { return kill(-group, 0) != 0 && errno == ESRCH; });
 }
 
 // Would catch a result that is not a wait status.
@@ -65,6 +104,74 @@ TEST_F(Shell, NothingAboveDescriptorTwoIsInherited) {
     close(open);
     close(high);
     EXPECT_EQ(content("fds"), "0\n1\n2\n3\n");  // the last is the folder that ls reads
+}
+
+// Would catch attributes that Android's C library refuses, which ends every command with 127, and a
+// command that inherits a signal that this process blocks or ignores.
+TEST_F(Shell, CommandStartsWithCleanSignals) {
+    sigset_t blocked;
+    sigset_t before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    const auto pipe = signal(SIGPIPE, SIG_IGN);
+    // Signals 1 to 31; the C library keeps two of the others to itself.
+    EXPECT_EQ(runShell("while read -r name mask; do case $name in SigBlk:|SigIgn:) "
+                       "echo $((0x$mask & 0x7fffffff));; esac; done </proc/self/status >" +
+                       file("signals")),
+              0);
+    signal(SIGPIPE, pipe);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    EXPECT_EQ(content("signals"), "0\n0\n");
+    EXPECT_EQ(sigismember(&defaultSignals, SIGPIPE), 1);
+    EXPECT_EQ(sigismember(&defaultSignals, SIGKILL), 0);
+    EXPECT_EQ(sigismember(&defaultSignals, SIGSTOP), 0);
+    EXPECT_NE(spawnFlags & POSIX_SPAWN_USEVFORK, 0);
+}
+
+// Would catch a catch that is lost because the phone is out of processes for a moment.
+TEST_F(Shell, ShellThatCannotBeStartedIsTriedAgain) {
+    spawnFailures = 3;
+    EXPECT_EQ(runShell("exit 7"), 7 << 8);
+    EXPECT_TRUE(fake::logLines().empty());
+    spawnFailures = 1'000'000;
+    EXPECT_EQ(runShell("exit 7"), -1);
+    EXPECT_EQ(fake::logCount("[dravo_kavel runShell]: no shell, errno "), 1u);
+    spawnFailures = 0;
+}
+
+// Would catch a phone without a shell, where the C library starts a child that ends with 127, and
+// no line says why.
+TEST_F(Shell, MissingShellHasItsLine) {
+    isShellGone = true;
+    EXPECT_EQ(runShell("exit 127"), -1);
+    isShellGone = false;
+    EXPECT_EQ(fake::logCount("no shell, errno 2: exit 127"), 1u);
+}
+
+// Would catch a command that counts as ended while a child of it, like the gzip of toybox tar,
+// still writes.
+TEST_F(Shell, CommandEndsWithTheLastProcessOfItsGroup) {
+    EXPECT_EQ(runShell("(sleep 0.3; echo late >" + file("late") + ") & exit 3"), 3 << 8);
+    EXPECT_EQ(content("late"), "late\n");
+    EXPECT_TRUE(fake::logLines().empty());
+}
+
+// Would catch a child that is left behind on purpose and holds a pool thread for ever.
+TEST_F(Shell, DeadlineEndsAChildThatOutlivesItsShell) {
+    EXPECT_EQ(runShell("sleep 300 & echo $$ >" + file("group"), milliseconds(300)), 0);
+    EXPECT_TRUE(groupEnds(std::stoi(content("group"))));
+    EXPECT_EQ(fake::logCount("status is: 0: sleep"), 1u);
+}
+
+// Would catch a command that fills the disk, and a limit for commands that have none.
+TEST_F(Shell, CollectedFileHasALimit) {
+    const std::string write = "head -c 100000 /dev/zero >" + file("zeros") + "; echo $?";
+    EXPECT_EQ(runShell(write + " >" + file("status"), kCommandDeadline, 65'536), 0);
+    EXPECT_EQ(content("zeros").size(), 65'536u);
+    EXPECT_EQ(content("status"), std::to_string(128 + SIGXFSZ) + "\n");
+    EXPECT_EQ(runShell(write + " >" + file("status")), 0);
+    EXPECT_EQ(content("zeros").size(), 100'000u);
 }
 
 // Would catch a deadline that is for the shell alone: a child that is not asked to end, and could

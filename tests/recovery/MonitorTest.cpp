@@ -1,4 +1,5 @@
-// Each case is a process of its own, and so has a monitor of its own.
+// Each case is a process of its own, and so has a monitor of its own: that lives as long as the
+// process.
 
 #include "recovery/KavelAnrRecoveryMonitor.h"
 
@@ -11,6 +12,7 @@
 #include <iterator>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <android-base/properties.h>
@@ -57,6 +59,10 @@ constexpr const char* kFailed = "anr process recover failed, goto ss reboot.";
 class MonitorTest : public testing::Test {
   protected:
     void SetUp() override {
+        static bool sIsUsed = false;
+        mIsAlone = !std::exchange(sIsUsed, true);
+        ASSERT_TRUE(mIsAlone) << "a case needs a process of its own: run ctest -R MonitorTest, or "
+                                 "name one case in --gtest_filter";
         fake::captureLog();
         base::SetProperty(kBootCompleted, "1");
         // A sanitizer starts a thread of its own along with the first of ours. Counted in that one:
@@ -66,6 +72,7 @@ class MonitorTest : public testing::Test {
 
     /** Lets all watches end: liblog is not to be used by a thread while the process exits. */
     void TearDown() override {
+        if (!mIsAlone) return;
         fake::holdSleeps(false);
         EXPECT_TRUE(test::eventually([this] { return threadCount() == mThreadsBefore; }));
         fake::clearLog();  // under the log's lock: what they logged was before this
@@ -96,6 +103,7 @@ class MonitorTest : public testing::Test {
         }
     }
 
+    bool mIsAlone = false;
     long mThreadsBefore = 0;
     KavelAnrRecoveryMonitor& mMonitor = KavelAnrRecoveryMonitor::getInstance();
 };

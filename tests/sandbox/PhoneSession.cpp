@@ -79,14 +79,15 @@ std::vector<std::string> stagedFolders(const std::string& prefix) {
 }
 
 tools::ArchiveContents awaitArchive(const std::string& prefix) {
-    const bool done = eventually(
-            [&] { return archives(prefix).size() == 1 && stagedFolders(prefix).empty(); });
-    if (!done) {
-        tools::ArchiveContents none;
-        none.broken = "no archive for " + prefix;
-        return none;
-    }
-    return tools::readArchive(fs::path(kArchiveDirectory) / archives(prefix).front());
+    tools::ArchiveContents contents;
+    eventually([&] {
+        const std::vector<std::string> names = archives(prefix);
+        contents.broken = std::to_string(names.size()) + " archives of " + prefix;
+        if (names.size() != 1 || !stagedFolders(prefix).empty()) return false;
+        contents = tools::readArchive(fs::path(kArchiveDirectory) / names.front());
+        return contents.broken.empty();
+    });
+    return contents;
 }
 
 bool holds(const tools::ArchiveContents& contents, const std::string& stem) {

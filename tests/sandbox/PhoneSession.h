@@ -30,7 +30,10 @@ int daemonPid();
 std::vector<std::string> archives(const std::string& prefix);
 std::vector<std::string> stagedFolders(const std::string& prefix);
 
-/** The only archive that begins with @p prefix once it is there and its folder is gone. */
+/**
+ * The only archive that begins with @p prefix, once its folder is gone and it reads to its end: the
+ * phone's tar ends before its gzip has written everything.
+ */
 tools::ArchiveContents awaitArchive(const std::string& prefix);
 
 /** Whether a file of @p contents begins with @p stem, the folder not counted. */

@@ -42,13 +42,13 @@ same "kavelctl and CMake" "$(phone kavelctl)" "$(cmake kavelctl)"
 same "the daemon's modules and the disk" "$(phone libdravo_kavel dravo_kavel)" \
     "$(for room in core dig dump event handler platform recovery; do ls $room/*.cpp; done | sort)"
 # A test that lacks a source of CMake's does not link. CMake alone has what reads the golden files, and
-# the tests of the tool against the stand-in of a service.
+# the tests of the tool against the stand-in of a service or against tar programs.
 # shellcheck disable=SC2013  # names are words
 for module in $(sed -n '/^cc_\(test\|fuzz\)/,/^}/s/^    name: "\(.*\)",/\1/p' Android.bp); do
     case $module in *_defaults) continue ;; esac
     grep -q "^$module " "$cmake_sources" || { missing="$missing $module"; continue; }
     portable=$(cmake "$module" | grep '^tests/' | xargs grep -LE 'KAVEL_GOLDEN_DIR|fake/Script.h' |
-        grep -vxE 'tests/tools/(RawEventSender|Stats)Test.cpp' | sort)
+        grep -vxE 'tests/tools/(RawEventSender|Stats|TarPrograms)Test.cpp' | sort)
     # shellcheck disable=SC2046  # patterns
     same "$module and CMake" "$(ls $(phone "$module"))" "$portable"
     # A 32-bit compiler has no 128-bit integers.
@@ -56,7 +56,7 @@ for module in $(sed -n '/^cc_\(test\|fuzz\)/,/^}/s/^    name: "\(.*\)",/\1/p' An
         texts_of "$defaults compile_multilib:"
     done | grep -qx 64 || fail "$module has 32-bit variants"
 done
-case $missing in '' | ' raw_record_fuzzer kevent_fuzzer') ;; *) fail "CMake has no$missing" ;; esac
+case $missing in '' | ' raw_record_fuzzer tar_reader_fuzzer kevent_fuzzer') ;; *) fail "CMake has no$missing" ;; esac
 for source in $(cmake kavel_sysrq_trigger); do
     texts_of 'libdravo_kavel android\.srcs:' | grep -qxF "$source" ||
         fail "$source is not kept to the phone"

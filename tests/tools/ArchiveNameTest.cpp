@@ -16,8 +16,9 @@ std::string follow(const test::ScriptLine& line) {
     std::ostringstream text;
     if (line.verb() == "name") {
         if (const auto name = parseArchiveName(line.word(1))) {
-            text << '[' << name->subject << "] [" << name->ota << "] " << name->folderId << ' '
-                 << name->readableTime(' ');
+            text << '[' << name->subject << "] [" << name->otaVersion << "] " << name->folderId
+                 << ' ' << readableTime(*name, ' ');
+            if (name->sequence != 1) text << " no. " << name->sequence;
         }
     } else if (line.verb() == "history") {
         for (const HistoryLine& each : parseHistory(line.word(1))) {
@@ -25,7 +26,7 @@ std::string follow(const test::ScriptLine& line) {
                  << each.logInfo << ' ' << std::dec << each.recordId << '\n';
         }
     } else {
-        const ArchiveName name{line.word(1), "831be687eb45bbc0", "", kTime};
+        const LogName name{"", line.word(1), "831be687eb45bbc0", "", kTime};
         const Subject subject = splitSubject(name, {{line.word(2), line.word(3), 1, 2}});
         text << '[' << subject.event << "] [" << subject.process << ']';
     }
@@ -43,10 +44,11 @@ TEST(ArchiveName, ReadsBackTheDaemonsOwnNames) {
     for (const std::string& process : {std::string("com.a/b"), std::string(400, 'p')}) {
         const std::string folder =
                 logFolderName({"e_1", process, 1709802302007000000, "V1", kTime});
-        const auto name = parseArchiveName(folder + kArchiveSuffix);
+        const auto name = parseArchiveName(archiveName(folder, kMaxArchiveSequence));
         ASSERT_TRUE(name.has_value());
         EXPECT_EQ(splitSubject(*name, {{"e_1", kTime, 0, 0}}).event, "e_1");
-        EXPECT_EQ(name->folderId, "831be687eb45bbc0");
+        EXPECT_EQ(name->folder, folder);
+        EXPECT_EQ(name->sequence, kMaxArchiveSequence);
     }
 }
 

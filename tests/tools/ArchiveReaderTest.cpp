@@ -14,6 +14,10 @@ namespace {
 
 const std::string kFolder = "kavel_anr_a@831be687eb45bbc0@V@2024-03-07-09-05-02-007";
 
+ArchiveContents readAll(const std::filesystem::path& path) {
+    return readArchive(path, UINT64_MAX);
+}
+
 std::string goodTar() {
     // Text that hardly packs, so that a cut in the middle hits a file's data.
     std::string noise;
@@ -29,7 +33,7 @@ std::string goodTar() {
 TEST(ArchiveReader, ReadsASoundArchive) {
     const test::TempDir folder;
     const std::string packed = gzipBytes(goodTar());
-    const ArchiveContents contents = readArchive(folder.write(kFolder + ".tar.gz", packed));
+    const ArchiveContents contents = readAll(folder.write(kFolder + ".tar.gz", packed));
     EXPECT_EQ(contents.broken, "");
     EXPECT_EQ(contents.archiveSize, packed.size());
     EXPECT_EQ(contents.history, "line 1\nline 2\n");
@@ -60,13 +64,16 @@ TEST(ArchiveReader, MarksWhatDoesNotReadBack) {
             {"empty", "", "the file is empty", 0},
             {"not packed", tar, "not a gzip file", 4},
             {"text", "hello", "not a gzip file", 0},
-            {"no tar", gzipBytes("hello"), "not a sound tar archive: ", 0},
-            {"nothing packed", gzipBytes(""), "not a sound tar archive: ", 0},
-            {"tar cut", gzipBytes(tar.substr(0, tar.size() / 2)), "not a sound tar archive: ", 3},
+            {"no tar", gzipBytes("hello"), "not a sound tar archive: it ends within a header", 0},
+            {"nothing packed", gzipBytes(""), "not a sound tar archive: it has no end mark", 0},
+            {"no end mark", gzipBytes(tar.substr(0, tar.size() - 1024)),
+             "not a sound tar archive: it has no end mark", 4},
+            {"tar cut", gzipBytes(tar.substr(0, tar.size() / 2)),
+             "not a sound tar archive: it ends within a member", 3},
     };
     const test::TempDir folder;
     for (const auto& each : cases) {
-        const ArchiveContents contents = readArchive(folder.write(each.name, each.bytes));
+        const ArchiveContents contents = readAll(folder.write(each.name, each.bytes));
         EXPECT_EQ(contents.broken.rfind(each.reason, 0), 0U)
                 << each.name << ": " << contents.broken;
         EXPECT_EQ(contents.fileCount, each.filesRead.value_or(contents.fileCount)) << each.name;
@@ -77,14 +84,48 @@ TEST(ArchiveReader, MarksWhatDoesNotReadBack) {
 TEST(ArchiveReader, RefusesWhatIsNoFile) {
     const test::TempDir folder;
     ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
-    EXPECT_EQ(readArchive(folder / "fifo").broken, "not a regular file");
-    EXPECT_EQ(readArchive(folder / "").broken, "not a regular file");
-    EXPECT_EQ(readArchive(folder / "none").broken, "No such file or directory");
+    EXPECT_EQ(readAll(folder / "fifo").broken, "not a regular file");
+    EXPECT_EQ(readAll(folder / "").broken, "not a regular file");
+    EXPECT_EQ(readAll(folder / "none").broken, "No such file or directory");
+}
+
+// Catches an archive that costs a list seconds because it unpacks to a thousand times its size, and
+// one that is called broken, or whole, although it was not read to its end.
+TEST(ArchiveReader, StopsAtItsLimit) {
+    const test::TempDir folder;
+    const std::string tar = goodTar();
+    const std::string file = folder.write("large", gzipBytes(tar));
+    for (const uint64_t limit : {uint64_t{2048}, tar.size() - 1}) {
+        const ArchiveContents part = readArchive(file, limit);
+        EXPECT_TRUE(part.isPartial);
+        EXPECT_EQ(part.broken, "");
+        EXPECT_EQ(part.fileCount, limit == 2048 ? 3U : 4U);
+    }
+    EXPECT_FALSE(readArchive(file, tar.size()).isPartial);
+}
+
+// Catches the texts of a catch in a sub-folder, which tar puts first, in place of the archive's
+// own.
+TEST(ArchiveReader, TakesItsOwnTextsBeforeThoseOfSubfolders) {
+    const test::TempDir folder;
+    const std::string tar = tarBytes(kFolder, {{"a/kavel_history.txt", "theirs"},
+                                               {"a/kavel_events.txt", "1"},
+                                               {"b/kavel_events.txt", "2\n"},
+                                               {"kavel_events.txt", "own 1\nown 2\n"},
+                                               {"kavel_history.txt", "own"}});
+    for (const char* name : {".tar.gz", ".2.tar.gz", "renamed.tar.gz"}) {
+        const ArchiveContents contents = readAll(folder.write(kFolder + name, gzipBytes(tar)));
+        EXPECT_EQ(contents.history, "own");
+        EXPECT_EQ(contents.events, "own 1\nown 2\n1\n2\n");
+        EXPECT_FALSE(contents.hasMoreEvents);
+    }
+    EXPECT_EQ(readAll(folder / (kFolder + ".2.tar.gz")).files[0].name, "a/kavel_history.txt");
 }
 
 // Catches texts and listings that grow with a hostile archive.
 TEST(ArchiveReader, StaysWithinItsBounds) {
-    FileTexts files{{"kavel_history.txt", std::string(kMaxText + 1, 'x')}};
+    FileTexts files{{"kavel_history.txt", std::string(kMaxText + 1, 'x')},
+                    {"kavel_events.txt", std::string(kMaxEventText - 5, 'x') + "\ncut off"}};
     for (size_t i = 0; i < kMaxListedFiles / 8; ++i) files.push_back({std::to_string(i), ""});
     std::string tar;
     // Joined archives without the end marks of all but the last: more files than are listed.
@@ -93,9 +134,11 @@ TEST(ArchiveReader, StaysWithinItsBounds) {
         tar += part == 8 ? bytes : bytes.substr(0, bytes.find_last_not_of('\0') / 512 * 512 + 512);
     }
     const test::TempDir folder;
-    const ArchiveContents contents = readArchive(folder.write("big", gzipBytes(tar)));
+    const ArchiveContents contents = readAll(folder.write("big", gzipBytes(tar)));
     EXPECT_EQ(contents.broken, "");
     EXPECT_EQ(contents.history.size(), kMaxText);
+    EXPECT_EQ(contents.events.size(), kMaxEventText - 4);
+    EXPECT_TRUE(contents.hasMoreEvents);
     EXPECT_EQ(contents.fileCount, 9 * files.size());
     EXPECT_EQ(contents.files.size(), kMaxListedFiles);
 }

@@ -29,6 +29,16 @@ TEST(Commands, ExplainsInJson) {
     EXPECT_EQ(json["neverCollected"].asString(), "0x40");
     EXPECT_EQ(json["event"]["frameworkTrace"].asString(), "0x10004001");
     EXPECT_EQ(json["bits"].size(), 2U);
+    const auto commercial = [](std::vector<std::string> words) {
+        words.insert(words.begin(), {"explain", "0x3", "--json"});
+        const Json::Value part = parseJson(run(words).out)["commercial"];
+        return part["part"].asString() + " " + part["secondRound"].asString() + " " +
+               part["waitSeconds"].asString();
+    };
+    EXPECT_EQ(commercial({}), "  ");
+    EXPECT_EQ(commercial({"--event", "0xf05"}), "action 0x3 0");
+    EXPECT_EQ(commercial({"--event", "0xf06"}), "neighbour 0x0 15");
+    EXPECT_EQ(commercial({"--event", "0xe01"}), "none 0x0 0");
 }
 
 class CollectionCommands : public testing::Test {
@@ -56,7 +66,10 @@ TEST_F(CollectionCommands, ListsNewestFirst) {
          {{"kavel_history.txt",
            "EventType:black_screen,Timestamp:2024-03-07-09-05-03-007,loginfo:3,eventID:9\n"},
           {"b.txt", "2"}});
-    folder.write(name("cut_x\x1b[2J", "02") + ".tar.gz", "junk");
+    const std::string clearScreen =
+            "\xc2\x9b"
+            "2J";
+    folder.write(name("cut_x" + clearScreen, "02") + ".tar.gz", "junk");
     folder.write("dravo-trace", "foreign");
     std::filesystem::create_directory(folder / (name("a_directory", "09") + ".tar.gz"));
 
@@ -71,15 +84,86 @@ TEST_F(CollectionCommands, ListsNewestFirst) {
     EXPECT_EQ(archives[0]["process"].asString(), "system");
     EXPECT_EQ(archives[0]["fileCount"].asInt(), 2);
     EXPECT_TRUE(archives[0]["broken"].isNull());
-    EXPECT_EQ(archives[1]["process"].asString(), "x\x1b[2J");
+    EXPECT_EQ(archives[1]["process"].asString(), "x" + clearScreen);
     EXPECT_EQ(archives[1]["broken"].asString(), "not a gzip file");
     EXPECT_EQ(archives[2]["time"].asString(), "2024-03-07T09:05:01.007");
 
     const Result text = runHere({"list"});
     EXPECT_EQ(text.exitCode, kExitOk);
-    EXPECT_TRUE(contains(text.out, "x\\x1b[2J  BROKEN: not a gzip file")) << text.out;
+    EXPECT_TRUE(contains(text.out, "x\\xc2\\x9b2J  BROKEN: not a gzip file")) << text.out;
     EXPECT_TRUE(contains(text.out, "3 archives in ")) << text.out;
     EXPECT_TRUE(contains(text.out, "2 other entries passed over")) << text.out;
+}
+
+// Catches two archives of one folder in the place of one or in a wrong order, processes that joined
+// a catch and stay out of sight, and a bad line that hides the good ones.
+TEST_F(CollectionCommands, TellsOfEveryEventOfACatch) {
+    const auto event = [](const std::string& process, const std::string& name) {
+        return R"({"utc":"u","local":"2024-03-07T09:05:01.007+01:00","recordId":77,"eventId":"0x101",)"
+               R"("name":")" +
+               name + R"(","pid":12,"uid":34,"process":")" + process +
+               R"(","version":"1.0","type":"t","mask":"0x13","new":1})"
+               "\n";
+    };
+    const std::string archive = name("anr_com.a", "01");
+    const std::string lines = event("com.a", "anr") + "junk\x1b\n" + event("", "hang") +
+                              event("com.b", "x") + event("com.c", "x") + event("com.b", "x");
+    pack(archive, {{"kavel_events.txt", lines}});
+    pack(name("anr_com.z", "00"), {});
+    const std::string second = gzipBytes(
+            tarBytes(archive, {{"kavel_events.txt", lines + event("d", "x") + event("e", "x")}}));
+    folder.write(archive + ".10.tar.gz", second);
+    folder.write(archive + ".2.tar.gz", gzipBytes(tarBytes(archive, {})));
+
+    const Result list = runHere({"list"});
+    const size_t tenth =
+            list.out.find("  anr    com.a, com.b, com.c, d and 1 more  (archive 10 of");
+    const size_t next = list.out.find("  anr    com.a  (archive 2 of its folder)\n");
+    const size_t first = list.out.find("  anr    com.a, com.b, com.c\n");
+    EXPECT_LT(tenth, next) << list.out;
+    EXPECT_LT(next, first) << list.out;
+    EXPECT_LT(first, list.out.find("  anr    com.z\n")) << list.out;
+
+    const Json::Value json = parseJson(runHere({"list", "--json"}).out)["archives"];
+    ASSERT_EQ(json.size(), 4U);
+    EXPECT_EQ(json[0]["sequence"].asInt(), 10);
+    EXPECT_EQ(json[1]["events"].size(), 0U);
+    EXPECT_EQ(json[2]["events"].size(), 5U);
+    EXPECT_EQ(json[2]["events"][1]["new"].asInt(), 1);
+    EXPECT_EQ(json[2]["malformedEvents"][0].asString(), "junk\x1b");
+    const Json::Value shown = parseJson(runHere({"show", archive, "--json"}).out);
+    EXPECT_EQ(shown["events"], json[2]["events"]);
+
+    const Result text = runHere({"show", "-1"});
+    const std::string time = "  2024-03-07T09:05:01.007+01:00  ";
+    EXPECT_TRUE(contains(text.out, "number   10 of this folder\n")) << text.out;
+    EXPECT_TRUE(contains(text.out,
+                         "events (7):\n  TIME                           RECORD  EVENT  "
+                         "NAME  PID  UID  PROCESS  VERSION  TYPE  MASK\n" +
+                                 time +
+                                 "77      0x101  anr   12   34   com.a    1.0"
+                                 "      t     0x13\n"))
+            << text.out;
+    EXPECT_TRUE(contains(text.out, "\n  malformed: junk\\x1b\n")) << text.out;
+}
+
+// Catches a list that spends seconds on an archive that unpacks to a thousand times its size, and
+// one that says so of the wrong archive.
+TEST_F(CollectionCommands, ListSaysWhatItDidNotRead) {
+    const std::string zeros(size_t{70} << 20, '\0');
+    pack(name("anr_com.a", "01"), {{"a", zeros}, {"b", "1"}});
+    pack(name("anr_com.a", "02"), {{"a", "1"}});
+    const Result list = runHere({"list"});
+    EXPECT_TRUE(contains(list.out, " 1+  anr")) << list.out;
+    EXPECT_TRUE(contains(list.out, "; N+ files: ")) << list.out;
+    EXPECT_TRUE(contains(list.out, " 1  anr")) << list.out;
+    const Json::Value json = parseJson(runHere({"list", "--json"}).out)["archives"];
+    EXPECT_FALSE(json[0]["partial"].asBool());
+    EXPECT_TRUE(json[1]["partial"].asBool());
+    EXPECT_TRUE(json[1]["broken"].isNull());
+    const Json::Value shown = parseJson(runHere({"show", "-2", "--json"}).out);
+    EXPECT_EQ(shown["fileCount"].asInt(), 2);
+    EXPECT_FALSE(shown["partial"].asBool());
 }
 
 // Catches an archive that cannot be named in one of the ways that help promises, and texts or

@@ -1,10 +1,9 @@
-// Run where /data is empty and its own: see CMakeLists.txt.
-
-#include "handler/Nwatchcall.h"
+#include "handler/HangWarnings.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/dump/DumpBench.h"
+#include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeShell.h"
 #include "tests/fake/FakeTime.h"
@@ -16,12 +15,12 @@ using test::DumpBench;
 
 // Would catch a reporting thread that waits, a flood that starts threads without end, and a place
 // that is not given back.
-TEST(NwatchcallTest, AsManyWaitAsThereAreRecords) {
+TEST(HangWarnings, AsManyWaitAsThereAreRecords) {
     constexpr int kMost = 31;
-    DumpBench bench;
+    DumpBench bench(fake::carryOut);
     fake::onSleep(nullptr);
     fake::holdSleeps(true);
-    NwatchcallCollector collector(bench.context());
+    HangWarnings collector(bench.context());
     int32_t recordId = 1;
     const auto report = [&] {
         collector.collect(bench.add(0x401, 0, {}, recordId)->event);

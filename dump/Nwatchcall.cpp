@@ -1,15 +1,14 @@
-#include "handler/Nwatchcall.h"
+#include "dump/Nwatchcall.h"
 
 #include <memory>
 
 #include <dirent.h>
 #include <log/log.h>
 
-#include "dump/DumpThreads.h"
-#include "dump/KavelDumpUtilThread.h"
+#include "dump/LogFolder.h"
 #include "dump/LogFolderName.h"
 #include "dump/NearestFile.h"
-#include "handler/LogFolder.h"
+#include "dump/Pack.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
@@ -21,7 +20,6 @@ namespace {
 
 constexpr const char* kSource = "/data/persist_log/PLX/de/kjb_multimedia_perf";
 constexpr uint64_t kGeneration = 300;  // seconds that the tooling takes to write its files
-constexpr int kMostWaiting = 31;
 constexpr const char* kPrefix = "[dravo_kavel copyNwatchcallLog]: ";
 
 bool isNwatchcallFile(const std::string& name) {
@@ -34,15 +32,6 @@ void copyFile(const std::string& name, const std::string& folder) {
     if (!statListed(kPrefix, kSource, name, &status)) return;
     logAndRun(kPrefix,
               "cp " + shellQuote(std::string(kSource) + "/" + name) + " " + shellQuote(folder));
-}
-
-/** Takes one of the few places; false where there is none. */
-bool takePlace(std::atomic<int>& waiting) {
-    int now = waiting;
-    while (now < kMostWaiting) {
-        if (waiting.compare_exchange_weak(now, now + 1)) return true;
-    }
-    return false;
 }
 
 }  // namespace
@@ -74,24 +63,11 @@ void packNwatchcallLog(bool found, const std::string& folder) {
     if (!isUsableFolder(folder)) {
         KAVEL_LOGE(KAVEL_NO_TAG, "%sno folder '%s'.\n", kPack, folder.c_str());
     } else if (found) {
-        packFolder(kPack, folder);
+        LogFolder packed(folder);
+        packFolder({kPack, "hang warning"}, packed);
     } else {
-        logAndRun(kPack, "rm -rf " + shellQuote(folder));
+        removeFolder(kPack, folder);
     }
-}
-
-void NwatchcallCollector::collect(const EventRef& event) {
-    if (!takePlace(*mWaiting)) {
-        KAVEL_LOGE(KAVEL_NO_TAG, "%s%d hang warnings are waiting already, event %d skipped.\n",
-                   kPrefix, kMostWaiting, event->kavelEventId);
-        return;
-    }
-    // Given back with the thread's last use, or at once where there is no thread.
-    const std::shared_ptr<void> place(nullptr,
-                                      [waiting = mWaiting](void* /*none*/) { --*waiting; });
-    const std::string folder = buildLogPathFolderName(mDump.parameters, event.get());
-    startDumpThread(mDump.catches.add(event),
-                    [folder, place] { packNwatchcallLog(copyNwatchcallLog(folder), folder); });
 }
 
 }  // namespace android::kavel

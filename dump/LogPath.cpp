@@ -1,4 +1,4 @@
-#include "handler/LogFolder.h"
+#include "dump/LogPath.h"
 
 #include <log/log.h>
 
@@ -23,8 +23,8 @@ std::string processPart(const KavelEvent& event) {
     return event.extraInfo.processName.empty() ? "empty" : event.extraInfo.processName;
 }
 
-void makeDirectory(const std::string& path) {
-    runShell("mkdir " + shellQuote(path) + "\n", kIntakeDeadline);
+int makeDirectory(const std::string& path) {
+    return runShell("mkdir " + shellQuote(path) + "\n", kIntakeDeadline);
 }
 
 }  // namespace
@@ -43,10 +43,15 @@ std::string buildLogPathFolderName(EventParameters& parameters, const KavelEvent
     std::string folder = std::string(kLogFolderRoot) + "/" + name;
 
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel buildLogPathFolderName]: mkdir %s\n", kLogFolderRoot);
-    makeDirectory(kLogFolderRoot);
+    makeDirectory(kLogFolderRoot);  // fails if it is there, as it usually is
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "[dravo_kavel buildLogPathFolderName]: mkdir %s\n",
                 folder.c_str());
-    makeDirectory(folder);
+    const int status = makeDirectory(folder);
+    if (status != 0) {
+        kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
+                    "[dravo_kavel buildLogPathFolderName]: %s has no folder, status is: %d: %s\n",
+                    eventText(*event).c_str(), status, folder.c_str());
+    }
     return folder;
 }
 

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <vector>
+
+#include "dump/CatchTable.h"
+#include "event/KavelEvent.h"
+
+namespace android::kavel {
+
+/**
+ * Packs the folder of an abnormal action on a commercial build: adds the stack traces and the folders
+ * of the events around it, waiting for the commands of each.
+ *
+ * @param ring  the main record, then the event list
+ */
+void commercialLogPack(const CatchRef& running, const std::vector<EventRef>& ring);
+
+}  // namespace android::kavel

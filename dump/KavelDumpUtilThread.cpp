@@ -1,0 +1,179 @@
+#include "dump/KavelDumpUtilThread.h"
+
+#include <algorithm>
+
+#include <log/log.h>
+
+#include "dump/CommercialLogPack.h"
+#include "dump/DumpContext.h"
+#include "dump/EventLine.h"
+#include "dump/History.h"
+#include "dump/LogCollector.h"
+#include "dump/LogCommands.h"
+#include "dump/LogPath.h"
+#include "dump/Pack.h"
+#include "dump/TrailLogPack.h"
+#include "platform/Clock.h"
+#include "platform/KavelPrint.h"
+#include "platform/Log.h"
+#include "platform/ShellQuote.h"
+#include "platform/Sleep.h"
+#include "platform/TraceSection.h"
+
+namespace android {
+
+using kavel::CatchRef;
+using kavel::DumpContext;
+using kavel::LogFolder;
+using kavel::LogFolderRef;
+
+namespace {
+
+constexpr int64_t kShortWindowEvent = 0x402;
+constexpr uint64_t kShortWindow = 5;        // seconds
+constexpr uint64_t kCommercialWindow = 30;  // seconds, whatever the event's own window
+constexpr uint64_t kWindowless = 30;  // seconds for the logs of an event without a window to come
+/** Maximum length of a window in seconds. While it is open, events of all types join it. */
+constexpr int64_t kMaxWindow = 3600;
+
+/** The folder of a commercial catch: the one that it was given while that is open, else its own. */
+LogFolderRef commercialFolder(const CatchRef& running) {
+    LogFolderRef folder = running->folder();
+    if (folder != nullptr && folder->isOpen()) return folder;
+    folder = std::make_shared<LogFolder>(
+            kavel::buildLogPathFolderName(running->context.parameters, running->event.get()));
+    running->setFolder(folder);
+    return folder;
+}
+
+void logNoFolder(const char* thread, const CatchRef& running) {
+    const LogFolderRef folder = running->folder();
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
+                "[dravo_kavel %s]: no folder for %s, or it is packed already: '%s'\n", thread,
+                kavel::eventText(*running->event).c_str(),
+                folder == nullptr ? "" : folder->path().c_str());
+}
+
+void addEventLine(const CatchRef& running, LogFolder& folder) {
+    const KavelEvent& event = *running->event;
+    const std::string name = running->context.parameters.eventName(event.eventId);
+    if (folder.addEventLine(kavel::eventLine(event, name))) return;
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
+                "[dravo_kavel immediateDumpThread]: %s is not in %s of %s\n",
+                kavel::eventText(event).c_str(), kavel::kEventsFile, folder.path().c_str());
+}
+
+/** Removes the folders of technical events that no abnormal action came for. */
+void removeFolders(const std::vector<CatchRef>& catches) {
+    for (const CatchRef& dropped : catches) {
+        const LogFolderRef folder = dropped->folder();
+        if (folder == nullptr || folder->isWindow() || !folder->close()) continue;
+        kavel::removeFolder("[dravo_kavel immediateDumpThread]: ", folder->path());
+    }
+}
+
+/** The seconds to wait for an event whose window is @p window. */
+uint64_t windowSeconds(const KavelEvent& event, int64_t window) {
+    if (event.eventId == kShortWindowEvent) return kShortWindow;
+    if (window > kMaxWindow) {
+        KAVEL_LOGW(KAVEL_NO_TAG,
+                   "[dravo_kavel trailContinuousDumpThread]: window of %lld s of %s is cut to %lld "
+                   "s.\n",
+                   static_cast<long long>(window), kavel::eventText(event).c_str(),
+                   static_cast<long long>(kMaxWindow));
+    }
+    // A negative window is a mistake in the settings. As an unsigned count it would never end.
+    return static_cast<uint64_t>(std::clamp<int64_t>(window, 0, kMaxWindow));
+}
+
+/** Sleeps until the streaming logs are worth taking again. */
+void awaitWindow(DumpContext& context, const KavelEvent& event) {
+    const int64_t window = context.parameters.getTimeWindow(event.eventId);
+    if (window == 0) {
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "[dravo_kavel trailContinuousDumpThread]: waittime is 0, wait 30s to generate "
+                   "log.\n");
+        kavel::sleepSeconds(kWindowless);
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "[dravo_kavel trailContinuousDumpThread]: waittime is 0, continue to collect "
+                   "continuous log.\n");
+        return;
+    }
+    const uint64_t seconds = windowSeconds(event, window);
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel trailContinuousDumpThread]: trailContinuousDumpThread start in %d "
+               "s.\n",
+               static_cast<int>(seconds));
+    kavel::sleepSeconds(seconds);
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel trailContinuousDumpThread]: trailContinuousDumpThread start.\n");
+    context.combinedDumpRunning = false;
+}
+
+}  // namespace
+
+void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder::Work work) {
+    const kavel::TraceSection trace("immediateDumpThread");
+    const KavelEvent& event = *running->event;
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel immediateDumpThread]: immediateDumpThread start, loginfo %d "
+               "kavelEventId %d.\n",
+               event.logInfo, event.kavelEventId);
+    const bool isCommercial = running->commercial.isCommercial();
+    const LogFolderRef folder = isCommercial ? commercialFolder(running) : running->folder();
+    if (folder == nullptr || !folder->isOpen()) return logNoFolder("immediateDumpThread", running);
+    if (work == nullptr) work = folder->beginWork(kavel::kFirstRound);
+
+    DumpContext& context = running->context;
+    auto mask = static_cast<uint32_t>(event.logInfo);
+    event.collected = 0;
+    if (kavel::findFrameworkTraceEvent(event.eventId) != nullptr) {
+        mask |= KAVEL_LOGINFO_FRAMEWORK_SYSTRACE;
+    }
+    if (kavel::findNativeTraceEvent(event.eventId) != nullptr) {
+        context.captures.start(KAVEL_LOGINFO_NATIVE_SYSTRACE, event.timestamp);
+        mask |= KAVEL_LOGINFO_NATIVE_SYSTRACE;
+    }
+    std::vector<CatchRef> dropped;
+    if (isCommercial && !kavel::isAbnormalAction(event.eventId)) {
+        // Left for the abnormal action next to it, whose pack takes the folder along.
+        dropped = context.technical.keep(running, kavel::monotonicNs());
+    }
+    kavel::generateKavelHistoryLog(running);
+    addEventLine(running, *folder);
+    kavel::collectLog(mask, running);
+    removeFolders(dropped);  // last: on a slow disk a removal takes its time
+}
+
+void KavelDumpUtilThread::trailContinuousDumpThread(const CatchRef& running) {
+    const kavel::TraceSection trace("trailContinuousDumpThread");
+    const KavelEvent& event = *running->event;
+    const LogFolderRef folder = running->folder();
+    awaitWindow(running->context, event);
+    // The window that this event opened ends here, also if its setting is 0 by now.
+    if (folder->isWindow()) running->context.combinedDumpRunning = false;
+    if (!folder->isOpen()) return logNoFolder("trailContinuousDumpThread", running);
+    const auto bits = static_cast<uint32_t>(event.logInfo);
+    kavel::collectLog(bits & KAVEL_LOGINFO_CONTINUOUS, running);
+    kavel::trailLogPack(running, kavel::anrStacktraceFlag(bits));
+}
+
+void KavelDumpUtilThread::commercialContinuousDumpThread(
+        const CatchRef& running, const std::function<std::vector<kavel::EventRef>()>& ring) {
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel commercialContinuousDumpThread]: commercialContinuousDumpThread "
+               "start.\n");
+    kavel::sleepSeconds(kCommercialWindow);
+    // After the wait: a folder that was shared with a window may be packed by now.
+    if (!commercialFolder(running)->isOpen()) {
+        return logNoFolder("commercialContinuousDumpThread", running);
+    }
+    const auto logInfo = static_cast<uint32_t>(running->commercial.logInfo());
+    const uint32_t mask = logInfo & KAVEL_LOGINFO_CONTINUOUS;
+    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel commercialContinuousDumpThread]: loginfo is %d.\n",
+               static_cast<int>(mask));
+    kavel::collectLog(mask, running);
+    kavel::commercialLogPack(running, ring());
+}
+
+}  // namespace android

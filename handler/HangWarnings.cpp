@@ -1,0 +1,44 @@
+#include "handler/HangWarnings.h"
+
+#include <string>
+
+#include <android-base/file.h>
+
+#include "dump/DumpThread.h"
+#include "dump/LogPath.h"
+#include "dump/Nwatchcall.h"
+#include "platform/Log.h"
+
+namespace android::kavel {
+namespace {
+
+constexpr int kMaxWaiting = 31;
+
+/** Claims a slot; false if all are in use. */
+bool claimSlot(std::atomic<int>& waiting) {
+    int now = waiting;
+    while (now < kMaxWaiting) {
+        if (waiting.compare_exchange_weak(now, now + 1)) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void HangWarnings::collect(const EventRef& event) {
+    if (!claimSlot(*mWaiting)) {
+        KAVEL_LOGE(KAVEL_NO_TAG,
+                   "[dravo_kavel copyNwatchcallLog]: %d hang warnings are waiting already, event %d "
+                   "skipped.\n",
+                   kMaxWaiting, event->kavelEventId);
+        return;
+    }
+    // Given back with the thread's last use, or at once if there is no thread.
+    const std::shared_ptr<void> slot(nullptr, [waiting = mWaiting](void* /*none*/) { --*waiting; });
+    const std::string folder = buildLogPathFolderName(mDump.parameters, event.get());
+    base::WriteStringToFile("", folder + "/" + kHangWarningMarker);
+    startDumpThread(mDump.catches.add(event),
+                    [folder, slot] { packNwatchcallLog(copyNwatchcallLog(folder), folder); });
+}
+
+}  // namespace android::kavel

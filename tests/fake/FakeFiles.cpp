@@ -1,0 +1,75 @@
+#include "tests/fake/FakeFiles.h"
+
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace android::kavel::fake {
+namespace {
+
+constexpr int kFailed = 1 << 8;
+
+/** The words of a command, without the quotes of shellQuote(). */
+std::vector<std::string> wordsOf(const std::string& command) {
+    std::vector<std::string> words(1);
+    bool isQuoted = false;
+    for (const char c : command) {
+        if (c == '\'') {
+            isQuoted = !isQuoted;
+        } else if (!isQuoted && (c == ' ' || c == '\n')) {
+            if (!words.back().empty()) words.emplace_back();
+        } else {
+            words.back().push_back(c);
+        }
+    }
+    if (words.back().empty()) words.pop_back();
+    return words;
+}
+
+int pack(const fs::path& archive, fs::path members) {
+    const bool isPattern = members.filename() == "*";
+    if (isPattern) members = members.parent_path();
+    std::error_code error;
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(members, error)) {
+        const std::string name = entry.path().filename();
+        if (!isPattern || name[0] != '.') names.insert(name);
+    }
+    std::ofstream file(archive);
+    for (const std::string& name : names) file << name << "\n";
+    return names.empty() || !file ? kFailed : 0;
+}
+
+int move(const fs::path& from, fs::path to) {
+    std::error_code error;
+    if (fs::is_directory(to, error)) to /= from.filename();
+    fs::rename(from, to, error);
+    return error ? kFailed : 0;
+}
+
+int redirect(const fs::path& file) {
+    std::ofstream(file, std::ios::app) << "x\n";
+    return fs::exists(file) ? 0 : kFailed;
+}
+
+}  // namespace
+
+int carryOut(const std::string& command) {
+    const std::vector<std::string> words = wordsOf(command);
+    std::error_code error;
+    if (words[0] == "mkdir") {
+        if (words[1] == "/data/persist_log/kavel30") fs::create_directories("/data/persist_log");
+        return fs::create_directory(words[1], error) ? 0 : kFailed;
+    }
+    if (words[0] == "tar") return pack(words[2], words[3]);
+    if (words[0] == "mv") return move(words[1], words[2]);
+    if (words[0] == "cp") return fs::copy(words[1], words[2], error), 0;
+    if (words[0] == "rm") return fs::remove_all(words[2], error), 0;
+    const bool isRedirected = words.size() > 2 && words[words.size() - 2].find('>') == 0;
+    return isRedirected ? redirect(words.back()) : 0;
+}
+
+}  // namespace android::kavel::fake
