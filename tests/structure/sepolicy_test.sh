@@ -35,6 +35,10 @@ for domain in dumpstate shell; do
         ! compiles "neverallow $rule;" || fail "not allowed: $rule"
     done
 done
+# What the page gives to devices.
+rules=$(sed -n '/^allow dumpstate .*;$/p' "$policy/../../docs/integration.md")
+[ -n "$rules" ] || fail 'docs/integration.md gives devices no rules'
+compiles "$rules" || { cat "$work/out"; fail "does not compile: $rules"; }
 
 for contexts in "$policy"/*_contexts; do
     types=$(grep -o 'u:object_r:[a-z_]*:s0' "$contexts" | cut -d: -f3 | sort -u)
