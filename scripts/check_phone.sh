@@ -39,7 +39,7 @@ printf '%s\n' $sources | compile -c -o /dev/null --target=aarch64-linux-gnu --sy
 
 # Variants for the build machine, tests with them, are compiled with headers of glibc 2.17, Linux 3.8
 # and an older googletest. What these lack is taken out of this machine's headers.
-# shellcheck disable=SC2046 # patterns
+# shellcheck disable=SC2012,SC2046 # patterns
 ls $(sed -n 's/^ *"\(.*\.cpp\)",*$/\1/p' Android.bp) |
     compile -fsyntax-only -isystem tests/structure/old_headers -isystem host/overlay \
         -isystem /usr/include/android -isystem /usr/include/jsoncpp
