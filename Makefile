@@ -24,7 +24,7 @@ demo: build ## Watch a report become an archive in the simulated phone
 run: build ## Start the simulated phone and stay up until Ctrl-C
 	@$(PHONE) run
 
-test: setup ## Run all tests: clang, gcc, ASan+UBSan, TSan, arm64, kernel, lint
+test: setup ## Run all tests: clang, gcc, libc++, ASan+UBSan, TSan, arm64, kernel, lint
 	@scripts/test.sh
 
 test-kernel: build ## Test against a real kernel in a virtual machine (part of test)

@@ -15,5 +15,10 @@ target_include_directories(android_libraries SYSTEM INTERFACE
 target_link_directories(android_libraries INTERFACE ${CMAKE_SYSROOT}${KAVEL_ANDROID_LIBDIR})
 target_link_options(android_libraries INTERFACE -Wl,-rpath,${KAVEL_ANDROID_LIBDIR}
     -Wl,-rpath-link,${CMAKE_SYSROOT}${KAVEL_ANDROID_LIBDIR})
+# These libraries have the interface of libstdc++. The names of functions that take or return its types
+# differ from libc++'s, so a program with libc++ that calls one does not link.
+if(KAVEL_LIBCXX)
+    target_link_libraries(android_libraries INTERFACE kavel_libcxx_base)
+endif()
 target_link_libraries(android_libraries INTERFACE utils cutils base log)
 target_link_libraries(kavel_flags INTERFACE android_libraries)

@@ -1,6 +1,12 @@
 # Compiler flags that every target of this tree gets through kavel_flags, and the
 # sanitizer legs, chosen with KAVEL_SANITIZE.
 
+option(KAVEL_LIBCXX "Build the unit tests with libc++, the phone's C++ library, and nothing else" OFF)
+if(KAVEL_LIBCXX)
+    add_compile_options(-stdlib=libc++)
+    add_link_options(-stdlib=libc++)
+endif()
+
 set(KAVEL_SANITIZE "" CACHE STRING "Sanitizer leg: empty, asan-ubsan or tsan")
 
 add_library(kavel_flags INTERFACE)

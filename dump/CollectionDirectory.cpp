@@ -25,9 +25,9 @@ bool ensureDirectory() {
 }
 
 /**
- * Where to move the archive of the folder @p name: the directory if its own name is free. The answer
- * holds until the move: names have the time of their event in nanoseconds, so that only what an
- * earlier life of the daemon left has the name of another archive.
+ * Where to move the archive of the folder @p name: the directory if its own name is free. The
+ * answer holds until the move: names have the time of their event in nanoseconds, so that only what
+ * an earlier life of the daemon left has the name of another archive.
  */
 std::optional<std::string> freePlace(const std::string& name) {
     if (!isThere(fs::path(kArchiveDirectory) / archiveName(name, 1))) return kArchiveDirectory;

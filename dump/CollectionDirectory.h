@@ -5,8 +5,9 @@
 namespace android::kavel {
 
 /**
- * Moves the archive of the log folder @p folder, which is beside it, to the collection directory. That
- * is made if it is missing. If an archive of that name is there, this one gets the next free name.
+ * Moves the archive of the log folder @p folder, which is beside it, to the collection directory.
+ * That is made if it is missing. If an archive of that name is there, this one gets the next free
+ * name.
  *
  * @param prefix  of the line that shows the command
  * @return what went wrong, for an error line; empty if the archive has been moved

@@ -29,8 +29,8 @@ bool isRelated(const KavelEvent& record, const KavelEvent& main) {
 }
 
 /**
- * Moves the folder of a related record, which has no pack of its own, into @p path. Its late commands
- * are waited for. Returns what is left of @p patience.
+ * Moves the folder of a related record, which has no pack of its own, into @p path. Its late
+ * commands are waited for. Returns what is left of @p patience.
  */
 std::chrono::milliseconds joinFolder(const CatchRef& related, const std::string& path,
                                      std::chrono::milliseconds patience) {
@@ -67,8 +67,7 @@ void commercialLogPack(const CatchRef& running, const std::vector<EventRef>& rin
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel commercialLogPack]: Kavel event log to be packed found.\n");
         packTargetBacktrace(path, main.eventId);
-        packAnrStacktrace(main.pid, path,
-                          anrStacktraceFlag(static_cast<uint32_t>(record->logInfo)),
+        packAnrStacktrace(main.pid, path, anrStacktraceFlag(static_cast<uint32_t>(record->logInfo)),
                           static_cast<uint64_t>(main.timestamp.realtimeNs));
         awaitCollected(*record);
         // A folder does not go into itself; the attempt marks each related event in the log.

@@ -65,9 +65,9 @@ std::string utcTime(const KavelTimestamp& time) {
 
 std::string localTime(const KavelTimestamp& time) {
     const long minutes = std::labs(time.tm_gmtoff) / 60;
-    return isoTime(time, time.millisecond) +
-           StringPrintf("%c%02ld:%02ld", time.tm_gmtoff < 0 ? '-' : '+', minutes / 60,
-                        minutes % 60);
+    return isoTime(time, time.millisecond) + StringPrintf("%c%02ld:%02ld",
+                                                          time.tm_gmtoff < 0 ? '-' : '+',
+                                                          minutes / 60, minutes % 60);
 }
 
 }  // namespace

@@ -42,9 +42,10 @@ void generateKavelHistoryLog(const CatchRef& running) {
             shellQuoteForEcho(name).c_str(), time.c_str(), logInfo, event.kavelEventId,
             shellQuote(path).c_str()));
     if (status == 0) return;
-    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
-                "[dravo_kavel generateKavelHistroyLog]: %s has no history line, status is: %d: %s\n",
-                eventText(event).c_str(), status, path.c_str());
+    kavel_print(
+            LOG_ID_MAIN, ANDROID_LOG_ERROR,
+            "[dravo_kavel generateKavelHistroyLog]: %s has no history line, status is: %d: %s\n",
+            eventText(event).c_str(), status, path.c_str());
 }
 
 }  // namespace android::kavel

@@ -40,10 +40,11 @@ class KavelThreadPool {
     void addThread(uint16_t count);
 
     /**
-     * Queues f(args...), with copies of the arguments. Starts another worker if none is idle and the
-     * maximum is not reached; if no thread can be created, the existing workers run the task. So does
-     * a task that waits while no worker has become free for three seconds. A pool that is being
-     * destroyed still runs the task. An exception of the task is logged and kept in the future.
+     * Queues f(args...), with copies of the arguments. Starts another worker if none is idle and
+     * the maximum is not reached; if no thread can be created, the existing workers run the task.
+     * So does a task that waits while no worker has become free for three seconds. A pool that is
+     * being destroyed still runs the task. An exception of the task is logged and kept in the
+     * future.
      */
     template <class F, class... Args>
     future<void> commit(F&& f, Args&&... args) {
@@ -79,8 +80,8 @@ class KavelThreadPool {
     android::kavel::Mutex mTaskLock;
     vector<thread> mThreads GUARDED_BY(mGrowLock);
     queue<packaged_task<void()>> mTasks GUARDED_BY(mTaskLock);
-    int mWaiting GUARDED_BY(mTaskLock) = 0;  // workers asleep on the signal
-    int mLive GUARDED_BY(mTaskLock) = 0;     // workers that have not retired
+    int mWaiting GUARDED_BY(mTaskLock) = 0;     // workers asleep on the signal
+    int mLive GUARDED_BY(mTaskLock) = 0;        // workers that have not retired
     uint64_t mTaken GUARDED_BY(mTaskLock) = 0;  // tasks that workers have taken so far
     bool mIsWatched GUARDED_BY(mTaskLock) = false;
     thread mWatch GUARDED_BY(mGrowLock);  // the last one, ended or not

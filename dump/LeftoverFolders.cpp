@@ -39,7 +39,7 @@ constexpr const char* kAttemptsFile = ".pack_attempts";
 
 /** What an earlier life of the daemon left in the staging directory. */
 struct Leftovers {
-    std::vector<std::string> folders;  ///< oldest first
+    std::vector<std::string> folders;   ///< oldest first
     std::vector<std::string> archives;  ///< paths of their folders, which need not be there
     bool empty() const { return folders.empty() && archives.empty(); }
 };
@@ -70,7 +70,8 @@ Leftovers findLeftovers() {
     return found;
 }
 
-/** Notes one more failure to pack @p folder. Returns how many there are, or 0 if that is unknown. */
+/** Notes one more failure to pack @p folder. Returns how many there are, or 0 if that is unknown.
+ */
 uintmax_t countAttempt(const std::string& folder) {
     const std::string file = folder + "/" + kAttemptsFile;
     const base::unique_fd fd(open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));

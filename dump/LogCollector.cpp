@@ -84,8 +84,7 @@ void collectLog(uint32_t logInfo, const CatchRef& running) {
 void collectLogWithCmdExecuteThread(const std::string& cmd, uint32_t logBit,
                                     const CatchRef& running) {
     const TraceSection trace("collectLogWithCmdExecuteThread");
-    const std::string command =
-            cmd + kavelTimeStampToString(generateKavelTimestamp()) + ".txt";
+    const std::string command = cmd + kavelTimeStampToString(generateKavelTimestamp()) + ".txt";
     const int status = runShell(command, kCommandDeadline, kCollectedFileLimit);
     // "Execete" is what the readers of the log search for.
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO,

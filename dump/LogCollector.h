@@ -10,8 +10,9 @@ namespace android::kavel {
 inline constexpr const char* kFirstRound = "the first round";
 
 /**
- * Starts every command and capture that @p logInfo selects, into the folder of @p running. Waits for
- * no command. A command that is still queued when the pack begins is not started; one line says so.
+ * Starts every command and capture that @p logInfo selects, into the folder of @p running. Waits
+ * for no command. A command that is still queued when the pack begins is not started; one line says
+ * so.
  */
 void collectLog(uint32_t logInfo, const CatchRef& running);
 

@@ -13,8 +13,8 @@ namespace android::kavel {
 
 /**
  * The log folder of one catch, or of all catches of a time window. What is written into it is work;
- * the pack waits for work for a while and then closes the folder, after which no work begins. Shared
- * by its users. Any thread; leaf locks.
+ * the pack waits for work for a while and then closes the folder, after which no work begins.
+ * Shared by its users. Any thread; leaf locks.
  */
 class LogFolder : public std::enable_shared_from_this<LogFolder> {
   public:

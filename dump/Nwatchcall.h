@@ -5,8 +5,8 @@
 namespace android::kavel {
 
 /**
- * File of a log folder that waits for hang files. After a crash of the daemon it tells the next start
- * to wait again.
+ * File of a log folder that waits for hang files. After a crash of the daemon it tells the next
+ * start to wait again.
  */
 inline constexpr const char* kHangWarningMarker = ".hang_warning";
 

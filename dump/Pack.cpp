@@ -47,8 +47,8 @@ void logNothingToPack(const PackJob& job, const LogFolder& folder) {
 /** Runs tar over @p members into the archive beside the folder, whose quoted path is @p folder. */
 int runTar(const PackJob& job, const std::string& folder, const std::string& members) {
     const char* const f = folder.c_str();
-    const std::string pack = StringPrintf("tar czf %s.tar.gz %s && chown system:system %s.tar.gz", f,
-                                          members.c_str(), f);
+    const std::string pack = StringPrintf("tar czf %s.tar.gz %s && chown system:system %s.tar.gz",
+                                          f, members.c_str(), f);
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%s%s", job.prefix, pack.c_str());
     return runShell(pack, kPackDeadline);
 }
@@ -94,7 +94,8 @@ bool verifyLogIntegrity(const KavelEvent& record) {
 }
 
 void awaitCollected(const KavelEvent& record) {
-    for (int check = 0; check < kIntegrityChecks && !verifyLogIntegrity(record); ++check) sleepSeconds(1);
+    for (int check = 0; check < kIntegrityChecks && !verifyLogIntegrity(record); ++check)
+        sleepSeconds(1);
 }
 
 bool canPack(const PackJob& job, const LogFolder& folder) {
@@ -131,8 +132,8 @@ void removeFolder(const char* prefix, const std::string& path) {
     // under another name.
     std::error_code error;
     for (int attempt = 0; attempt < 3 && exists(path); ++attempt) {
-        const std::string remains = fs::path(path).parent_path() /
-                                    (kRemainsPrefix + std::to_string(++sCount));
+        const std::string remains =
+                fs::path(path).parent_path() / (kRemainsPrefix + std::to_string(++sCount));
         fs::rename(path, remains, error);
         fs::remove_all(remains, error);
     }

@@ -22,17 +22,17 @@ void awaitCollected(const KavelEvent& record);
 
 /** What is to be packed. */
 struct PackJob {
-    const char* prefix;       ///< of the log lines
-    std::string subject;      ///< what error lines call it: the event, or what it is instead
-    bool keepsFolder = false; ///< leaves the folder for the next start if tar fails
+    const char* prefix;        ///< of the log lines
+    std::string subject;       ///< what error lines call it: the event, or what it is instead
+    bool keepsFolder = false;  ///< leaves the folder for the next start if tar fails
 };
 
 /** Whether there is something to pack in @p folder; if not, one error line says so. */
 bool canPack(const PackJob& job, const LogFolder& folder);
 
 /**
- * Waits for the work in @p folder for up to @p patience and closes it. A line names the work that has
- * not ended. Returns what is left of @p patience; nothing if the folder was closed already.
+ * Waits for the work in @p folder for up to @p patience and closes it. A line names the work that
+ * has not ended. Returns what is left of @p patience; nothing if the folder was closed already.
  */
 std::optional<std::chrono::milliseconds> closeFolder(const PackJob& job, LogFolder& folder,
                                                      std::chrono::milliseconds patience);
@@ -40,7 +40,8 @@ std::optional<std::chrono::milliseconds> closeFolder(const PackJob& job, LogFold
 /**
  * Closes @p folder as closeFolder() does, packs it into an archive in the
  * collection directory and removes it. An archive that is there is never replaced. If the archive
- * cannot even be begun, the folder stays for the next start; if it cannot be moved, the archive does.
+ * cannot even be begun, the folder stays for the next start; if it cannot be moved, the archive
+ * does.
  *
  * @return whether the folder was packed
  */

@@ -81,8 +81,7 @@ void packPendingCaptures(DumpContext& context, int64_t eventId, const std::strin
     }
     if (context.captures.isPending(KAVEL_LOGINFO_SYSTEM_SERVER_TRACES)) {
         sleepSeconds(6);
-        packSystemServerTraceLog(path,
-                                                      time(KAVEL_LOGINFO_SYSTEM_SERVER_TRACES));
+        packSystemServerTraceLog(path, time(KAVEL_LOGINFO_SYSTEM_SERVER_TRACES));
         context.captures.clear(KAVEL_LOGINFO_SYSTEM_SERVER_TRACES);
     }
 }
@@ -137,10 +136,11 @@ void packTargetBacktrace(const std::string& path, int64_t eventId) {
                                                    : nullptr;
     if (pattern == nullptr) return;
     logAndRun("[dravo_kavel packTargetBacktrace]: ",
-                     StringPrintf("mv %s %s/", pattern, shellQuote(path).c_str()), ";");
+              StringPrintf("mv %s %s/", pattern, shellQuote(path).c_str()), ";");
 }
 
-void packAnrStacktrace(int pid, const std::string& path, int needPackAnrStacktrace, uint64_t timeNs) {
+void packAnrStacktrace(int pid, const std::string& path, int needPackAnrStacktrace,
+                       uint64_t timeNs) {
     const TraceSection trace("packAnrStacktrace");
     const std::string folder = shellQuote(path);
     std::string command;

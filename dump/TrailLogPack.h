@@ -22,10 +22,11 @@ void packTargetBacktrace(const std::string& path, int64_t eventId);
 /**
  * Takes the ANR traces of @p pid next to @p timeNs (wall clock) into @p path.
  *
- * @param needPackAnrStacktrace  1: moves the daemon's own traces of the process, 2: copies all of its
- *                               ANR files, anything else: nothing
+ * @param needPackAnrStacktrace  1: moves the daemon's own traces of the process, 2: copies all of
+ * its ANR files, anything else: nothing
  */
-void packAnrStacktrace(int pid, const std::string& path, int needPackAnrStacktrace, uint64_t timeNs);
+void packAnrStacktrace(int pid, const std::string& path, int needPackAnrStacktrace,
+                       uint64_t timeNs);
 /** The value of that parameter for an event of these log-selection bits. */
 int anrStacktraceFlag(uint32_t logInfo);
 /** Copies the newest tombstone that is text into @p path. */

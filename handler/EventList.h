@@ -40,7 +40,8 @@ class EventList {
 
     /** The records, oldest first. */
     std::vector<EventRef> records() const;
-    /** @p main, then the other records, from the one after it. All of them if it has left the list. */
+    /** @p main, then the other records, from the one after it. All of them if it has left the list.
+     */
     std::vector<EventRef> ringFrom(const EventRef& main) const;
     bool isEmpty() const;
 

@@ -27,10 +27,11 @@ bool claimSlot(std::atomic<int>& waiting) {
 
 void HangWarnings::collect(const EventRef& event) {
     if (!claimSlot(*mWaiting)) {
-        KAVEL_LOGE(KAVEL_NO_TAG,
-                   "[dravo_kavel copyNwatchcallLog]: %d hang warnings are waiting already, event %d "
-                   "skipped.\n",
-                   kMaxWaiting, event->kavelEventId);
+        KAVEL_LOGE(
+                KAVEL_NO_TAG,
+                "[dravo_kavel copyNwatchcallLog]: %d hang warnings are waiting already, event %d "
+                "skipped.\n",
+                kMaxWaiting, event->kavelEventId);
         return;
     }
     // Given back with the thread's last use, or at once if there is no thread.

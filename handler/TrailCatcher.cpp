@@ -21,7 +21,8 @@ void startImmediateDump(const CatchRef& running, LogFolder::Work work) {
 
 void startBoth(const CatchRef& running) {
     startImmediateDump(running, running->folder()->beginWork(kFirstRound));
-    startDumpThread(running, [running] { KavelDumpUtilThread::trailContinuousDumpThread(running); });
+    startDumpThread(running,
+                    [running] { KavelDumpUtilThread::trailContinuousDumpThread(running); });
 }
 
 }  // namespace

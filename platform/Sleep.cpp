@@ -1,19 +1,17 @@
 #include "platform/Sleep.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <ctime>
 #include <limits>
-
-#include <unistd.h>
 
 namespace android::kavel {
 
 void sleepSeconds(uint64_t seconds) {
-    // sleep(3) takes an unsigned int and returns early, with the rest, after a signal.
-    constexpr uint64_t kMaxSlice = std::numeric_limits<unsigned int>::max();
-    while (seconds > 0) {
-        const uint64_t slice = std::min(seconds, kMaxSlice);
-        const unsigned int left = ::sleep(static_cast<unsigned int>(slice));
-        seconds -= slice - left;
+    constexpr uint64_t kLongest = std::numeric_limits<time_t>::max();
+    timespec left = {static_cast<time_t>(std::min(seconds, kLongest)), 0};
+    // Not sleep(3): after a signal it says what is left in whole seconds, rounded down.
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
     }
 }
 

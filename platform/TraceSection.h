@@ -3,6 +3,10 @@
 // Every section of the daemon belongs to one category, so that one switch shows them all.
 #define ATRACE_TAG ATRACE_TAG_VIEW
 
+// Before <cutils/trace.h>: on a build machine, Android 14's includes clang's <stdatomic.h>, whose
+// macros break what this header takes from <atomic>.
+#include <utils/LightRefBase.h>
+
 #include <cutils/trace.h>
 
 namespace android::kavel {

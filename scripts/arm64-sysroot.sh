@@ -8,9 +8,8 @@ cd "$(dirname "$0")/.."
 sysroot=build/arm64-sysroot
 state=build/arm64-apt
 log=build/arm64-sysroot.log
-# The machine's own list names the libraries. Besides them: the C library, and the C++ library of the
-# phone.
-packages="libc6-dev libc++-14-dev $(sed -n '/-dev$/p; /-headers$/p' scripts/packages.txt | tr '\n' ' ')"
+# The machine's own list names the libraries, but for the C library.
+packages="libc6-dev $(sed -n '/-dev$/p; /-headers$/p' scripts/packages.txt | tr '\n' ' ')"
 [ "$(cat $sysroot/packages 2> /dev/null)" != "$packages" ] || exit 0
 
 fail() {

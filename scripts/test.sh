@@ -1,23 +1,47 @@
 #!/bin/sh
-# Every test there is: each compiler and sanitizer leg, arm64 in emulation, the kernel test, then the
-# lint. Stops at the first leg that fails. LEGS="default tsan" runs some of the legs and nothing else.
+# Every test there is: the formatting, each compiler, library and sanitizer leg, arm64 in emulation, the
+# kernel test, then the rest of the lint. Stops at the first leg that fails, and says after each how
+# long the legs took so far. LEGS="default tsan" runs some of the legs and nothing else.
 set -eu
 cd "$(dirname "$0")/.."
 
 mkdir -p build
 jobs=${JOBS:-$(nproc)}
-for preset in ${LEGS:-default gcc asan-ubsan tsan arm64}; do
-    if [ "$preset" = arm64 ]; then
-        sh scripts/setup.sh scripts/packages-arm64.txt
-        scripts/arm64-sysroot.sh
-    fi
-    echo "== $preset: build"
-    cmake --preset "$preset" > "build/$preset.log" 2>&1 || { cat "build/$preset.log"; exit 1; }
-    cmake --build --preset "$preset" -j "$jobs"
-    echo "== $preset: tests"
-    ctest --preset "$preset" -j "$jobs" --no-tests=error
+
+# leg NAME FUNCTION: calls FUNCTION NAME. Not for conditions, in which "set -e" does not count.
+took=
+leg() {
+    echo "== $1"
+    begin=$(date +%s)
+    "$2" "$1"
+    took="$took, $1 $(($(date +%s) - begin)) s"
+    echo "== done: ${took#, }"
+}
+
+build_and_test() {
+    cmake --preset "$1" > "build/$1.log" 2>&1 || { cat "build/$1.log"; exit 1; }
+    cmake --build --preset "$1" -j "$jobs"
+    ctest --preset "$1" -j "$jobs" --no-tests=error
+}
+set_up() {
+    case ${LEGS:-arm64} in
+        *arm64*)
+            sh scripts/setup.sh scripts/packages-arm64.txt
+            scripts/arm64-sysroot.sh
+            ;;
+    esac
+    [ -n "${LEGS:-}" ] ||
+        sh scripts/setup.sh scripts/packages-kernel.txt || echo 'the kernel test will be skipped'
+}
+formatting() { scripts/lint.sh --check-format; }
+kernel() { scripts/test-kernel.sh build/default; }
+lint() { scripts/lint.sh; }
+
+leg set-up set_up
+[ -n "${LEGS:-}" ] || leg formatting formatting
+for preset in ${LEGS:-default gcc libcxx asan-ubsan tsan arm64}; do
+    leg "$preset" build_and_test
 done
 [ -z "${LEGS:-}" ] || exit 0
-echo "== kernel test"
-scripts/test-kernel.sh build/default
-scripts/lint.sh
+leg kernel kernel
+leg lint lint

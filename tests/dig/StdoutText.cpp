@@ -2,16 +2,15 @@
 
 #include <cstdio>
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 namespace android::kavel::test {
 
-StdoutText::StdoutText() : mText(memfd_create("stdout", MFD_CLOEXEC)), mStdout(dup(STDOUT_FILENO)) {
+StdoutText::StdoutText() : mText(tmpfile()), mStdout(dup(STDOUT_FILENO)) {
     fflush(stdout);
-    dup2(mText, STDOUT_FILENO);
+    dup2(fileno(mText), STDOUT_FILENO);
 }
 
 StdoutText::~StdoutText() {
@@ -20,13 +19,13 @@ StdoutText::~StdoutText() {
     // The reasons of a failure are in it too.
     if (testing::Test::HasFailure()) printf("%s\n", taken.c_str());
     close(mStdout);
-    close(mText);
+    fclose(mText);
 }
 
 std::string StdoutText::text() const {
     fflush(stdout);
-    std::string text(static_cast<size_t>(lseek(mText, 0, SEEK_END)), '\0');
-    const ssize_t count = pread(mText, text.data(), text.size(), 0);
+    std::string text(static_cast<size_t>(lseek(fileno(mText), 0, SEEK_END)), '\0');
+    const ssize_t count = pread(fileno(mText), text.data(), text.size(), 0);
     text.resize(count < 0 ? 0 : static_cast<size_t>(count));
     return text;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 namespace android::kavel::test {
@@ -17,7 +18,7 @@ class StdoutText {
     std::string text() const;
 
   private:
-    int mText;
+    FILE* mText;
     int mStdout;
 };
 

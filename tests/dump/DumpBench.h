@@ -37,8 +37,8 @@ class DumpBench {
     /** Waits until every task that was committed has ended. */
     void settle();
     /**
-     * Settles; then what has happened since the last call, a line each: "I ", "W " or "E " and a log
-     * line of the calling thread, "property NAME=VALUE", "$ " and a command of it, "sleep N",
+     * Settles; then what has happened since the last call, a line each: "I ", "W " or "E " and a
+     * log line of the calling thread, "property NAME=VALUE", "$ " and a command of it, "sleep N",
      * "logcat-pool$ " and "cmd-pool$ " and a command of that pool.
      */
     std::string takeTranscript();

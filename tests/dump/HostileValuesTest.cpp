@@ -26,16 +26,17 @@ using test::DumpBench;
 using testing::HasSubstr;
 
 /** Runs the real /bin/sh, its own complaints discarded; the wait status. Any thread. */
-int runRealShell(std::string script, const std::string& directory, std::string path,
-                 std::string notes, std::string kept) {
+int runRealShell(std::string script, std::string directory, std::string path, std::string notes,
+                 std::string kept) {
     std::string shell = "sh";
     std::string option = "-c";
-    char* words[] = {shell.data(), option.data(), script.data(), nullptr};
+    std::string start = "cd \"$1\" && exec /bin/sh -c \"$0\"";
+    char* words[] = {shell.data(),  option.data(),    start.data(),
+                     script.data(), directory.data(), nullptr};
     char* environment[] = {path.data(), notes.data(), kept.data(), nullptr};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
     pid_t pid = -1;
     int status = -1;
     if (posix_spawn(&pid, "/bin/sh", &actions, nullptr, words, environment) == 0) {
@@ -104,8 +105,8 @@ TEST_P(HostileValue, StaysItself) {
     EventParameters& parameters = bench.context().parameters;
     parameters.setEventIdMap(0, 0x5, value);
     parameters.setTimeWindow(0x5, 10'000);
-    const CatchRef running = bench.add(0x5, 0x0DFFFFFF, {value, value, value},
-                                       DumpBench::kRecordId, folder);
+    const CatchRef running =
+            bench.add(0x5, 0x0DFFFFFF, {value, value, value}, DumpBench::kRecordId, folder);
 
     KavelDumpUtilThread::immediateDumpThread(running, nullptr);
     packTargetBacktrace(folder, 0x101);
@@ -120,9 +121,9 @@ TEST_P(HostileValue, StaysItself) {
     EXPECT_EQ(test::contentOf(place.kept() + "/kavel_history.txt"),
               "EventType:" + value +
                       ",Timestamp:2024-03-07-09-05-02-007,loginfo:dffffff,eventID:77\n");
-    EXPECT_EQ(test::contentOf(place.kept() + "/extraInfo.txt"), "[PackageName]:" + value +
-                                                                  "\n[PackageVersion]:" + value +
-                                                                  "\n[eventType]:" + value + "\n");
+    EXPECT_EQ(test::contentOf(place.kept() + "/extraInfo.txt"),
+              "[PackageName]:" + value + "\n[PackageVersion]:" + value + "\n[eventType]:" + value +
+                      "\n");
     // 31 logs, four of them twice, the two files above and the events file.
     EXPECT_EQ(std::distance(fs::directory_iterator(place.kept()), {}), 38);
     EXPECT_FALSE(fs::exists(folder));

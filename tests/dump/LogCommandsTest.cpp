@@ -12,8 +12,8 @@ namespace {
 
 using test::DumpBench;
 
-// Would catch a command whose end is not logged with its status, a missing tool that nobody hears of,
-// and a catch that lives for ever.
+// Would catch a command whose end is not logged with its status, a missing tool that nobody hears
+// of, and a catch that lives for ever.
 TEST(LogCommands, EachIsLoggedWithItsStatusAndReleasesTheCatch) {
     DumpBench bench([](const std::string&) { return 32512; });
     CatchRef running = bench.add(0x999, 0x2, {}, DumpBench::kRecordId, "/data/F");
@@ -27,7 +27,8 @@ TEST(LogCommands, EachIsLoggedWithItsStatusAndReleasesTheCatch) {
     EXPECT_EQ(bench.context().catches.size(), 0U);
 }
 
-// Would catch a command that starts in a folder whose pack has begun, while it was queued or before.
+// Would catch a command that starts in a folder whose pack has begun, while it was queued or
+// before.
 TEST(LogCommands, NoneStartsOnceThePackHasBegun) {
     DumpBench bench;
     const CatchRef running = bench.add(0x999, 0x3, {}, DumpBench::kRecordId, "/data/F");
@@ -48,7 +49,8 @@ TEST(LogCommands, NoneStartsOnceThePackHasBegun) {
     collectLog(0x2, running);
     bench.settle();
     EXPECT_EQ(fake::commandCount(""), 0U);
-    EXPECT_EQ(fake::logCount("event 0x999 (record 77) is packed already, not started: logcat -d"), 1U);
+    EXPECT_EQ(fake::logCount("event 0x999 (record 77) is packed already, not started: logcat -d"),
+              1U);
     EXPECT_EQ(fake::logCount("event 0x999 (record 77) is packed already, not started: dmesg"), 1U);
     EXPECT_EQ(running->event->collected, 0U);
     EXPECT_TRUE(folder->openWork().empty());

@@ -15,7 +15,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// Would catch a pack that does not wait for a command, that waits for ever, or that a command joins.
+// Would catch a pack that does not wait for a command, that waits for ever, or that a command
+// joins.
 TEST(LogFolder, WorkIsWaitedForAndEndsWithItsLastCopy) {
     const auto folder = std::make_shared<LogFolder>("/nowhere");
     LogFolder::Work slow = folder->beginWork("slow-");
@@ -33,7 +34,8 @@ TEST(LogFolder, WorkIsWaitedForAndEndsWithItsLastCopy) {
     EXPECT_EQ(folder->beginWork("late-"), nullptr);
 }
 
-// Would catch a root or an empty path in a command, and a folder that counts as full because of what
+// Would catch a root or an empty path in a command, and a folder that counts as full because of
+// what
 // `*` does not match.
 TEST(LogFolder, OnlyAnOpenDirectoryWithContentCanBePacked) {
     const test::TempDir top;

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include <android-base/properties.h>
 #include <android-base/stringprintf.h>
 #include <android-base/strings.h>
 #include <fcntl.h>
@@ -32,6 +31,7 @@
 #include "tests/fake/FakeCallLine.h"
 #include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeProperties.h"
 #include "tests/fake/FakeTime.h"
 #include "tests/fake/Script.h"
 #include "tests/fake/TempDir.h"
@@ -215,10 +215,11 @@ class Phone {
             {"fail-late", [this](Line l) { fail(l, true); }},
             // A file that is made as the folder around it is being removed.
             {"late-writer", [this](Line l) { mLateWriter = l.rest(1); }},
-            {"set", [](Line line) { base::SetProperty(line.word(1), line.word(2)); }},
+            {"set", [](Line line) { fake::setProperty(line.word(1), line.word(2)); }},
             {"window",
              [this](Line l) { context().parameters.setTimeWindow(l.number(1), l.number(2)); }},
-            {"name", [this](Line l) { context().parameters.setEventIdMap(0, l.number(1), l.rest(2)); }},
+            {"name",
+             [this](Line l) { context().parameters.setEventIdMap(0, l.number(1), l.rest(2)); }},
             {"xlog-wanted", [this](Line) { context().xlogRequested = true; }},
             {"at", [](Line line) { fake::resetTime(DumpBench::kStartUs + line.number(1)); }},
             {"advance", [](Line line) { fake::advance(line.number(1)); }},
@@ -274,8 +275,7 @@ class Phone {
              [this](Line l) {
                  collectLog(static_cast<uint32_t>(l.number(2)), inFolder(l, "/data/F"));
              }},
-            {"native-trace",
-             [this](Line l) { dumpNativeSystraceWithThread(*running(l).event); }},
+            {"native-trace", [this](Line l) { dumpNativeSystraceWithThread(*running(l).event); }},
             {"pack-stacks",
              [this](Line l) { packAnrStacktrace(4711, inFolder(l)->folder()->path(), 2, 0); }},
             {"pack", [this](Line l) { trailLogPack(inFolder(l), 0); }},
@@ -286,9 +286,7 @@ class Phone {
              }},
             {"pack-xlog", [](Line line) { packXlogForWeChat(line.rest(1)); }},
             {"xlog-size",
-             [this](Line l) {
-                 mSays = std::to_string(totalXlogSize(l.rest(1))) + " bytes\n";
-             }},
+             [this](Line l) { mSays = std::to_string(totalXlogSize(l.rest(1))) + " bytes\n"; }},
             {"pack-nwatchcall", [](Line line) { packNwatchcallLog(true, line.rest(1)); }},
             {"nwatchcall",
              [](Line l) {
@@ -322,7 +320,8 @@ TEST_P(Script, LeadsToWhatItSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Golden, Script,
-                         testing::Values("collect", "commercial", "files", "packs", "traces", "trail"),
+                         testing::Values("collect", "commercial", "files", "packs", "traces",
+                                         "trail"),
                          [](const auto& script) { return script.param; });
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include "tests/fake/FakeProperties.h"
 
+#include <map>
+
 #include <android-base/properties.h>
+#include <android-base/strings.h>
 #include <cutils/properties.h>
 
 #include "platform/Mutex.h"
@@ -8,30 +11,56 @@
 namespace android::kavel::fake {
 namespace {
 
-struct Sets {
+struct Properties {
     Mutex lock;
-    std::vector<std::pair<std::string, std::string>> values GUARDED_BY(lock);
+    std::map<std::string, std::string> values GUARDED_BY(lock);
+    std::vector<std::pair<std::string, std::string>> sets GUARDED_BY(lock);
 };
 
-Sets& sets() {
-    static auto* instance = new Sets;
+Properties& properties() {
+    static auto* instance = new Properties;
     return *instance;
 }
 
 }  // namespace
 
+void setProperty(const std::string& name, const std::string& value) {
+    MutexLock lock(properties().lock);
+    properties().values[name] = value;
+}
+
 std::vector<std::pair<std::string, std::string>> takePropertySets() {
-    MutexLock lock(sets().lock);
-    return std::exchange(sets().values, {});
+    MutexLock lock(properties().lock);
+    return std::exchange(properties().sets, {});
 }
 
 }  // namespace android::kavel::fake
 
+namespace android::base {
+
+std::string GetProperty(const std::string& name, const std::string& default_value) {
+    auto& properties = kavel::fake::properties();
+    kavel::MutexLock lock(properties.lock);
+    const auto found = properties.values.find(name);
+    const bool isSet = found != properties.values.end() && !found->second.empty();
+    return isSet ? found->second : default_value;
+}
+
+bool SetProperty(const std::string& name, const std::string& value) {
+    auto& properties = kavel::fake::properties();
+    kavel::MutexLock lock(properties.lock);
+    if (StartsWith(name, "ro.") && properties.values.count(name) > 0) return false;
+    properties.values[name] = value;
+    return true;
+}
+
+}  // namespace android::base
+
 int property_set(const char* key, const char* value) {
-    using android::kavel::MutexLock;
-    auto& sets = android::kavel::fake::sets();
-    MutexLock lock(sets.lock);
-    sets.values.emplace_back(key, value);
-    android::base::SetProperty(key, value);
-    return 0;
+    auto& properties = android::kavel::fake::properties();
+    {
+        android::kavel::MutexLock lock(properties.lock);
+        properties.sets.emplace_back(key, value);
+    }
+    return android::base::SetProperty(key, value) ? 0 : -1;
 }

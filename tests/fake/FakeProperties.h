@@ -6,8 +6,11 @@
 
 namespace android::kavel::fake {
 
-// android::base::GetProperty and SetProperty come from Debian's libbase, which keeps properties in
-// the process; this adds what libcutils lacks.
+// Takes the place of libbase's and libcutils' functions, with properties of the process alone. As
+// on a phone, a property whose name begins with "ro." can be set once. Any thread.
+
+/** Makes the property @p name what the build, or somebody else, has set it to; one of "ro." too. */
+void setProperty(const std::string& name, const std::string& value);
 
 /** Every property_set() since the last call, in order. */
 std::vector<std::pair<std::string, std::string>> takePropertySets();

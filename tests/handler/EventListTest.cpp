@@ -47,7 +47,8 @@ TEST(EventList, IdsAreUniqueAmongLiveRecords) {
     }
 }
 
-// Would catch a ring that starts at the head or loses a record, above all if the main one was evicted.
+// Would catch a ring that starts at the head or loses a record, above all if the main one was
+// evicted.
 TEST(EventList, RingStartsAtTheMainRecord) {
     EventList list;
     std::vector<EventRef> records;

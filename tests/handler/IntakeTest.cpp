@@ -246,9 +246,8 @@ TEST_P(Storm, CommercialCatchesEndOrAreKept) {
             fake::logCount(
                     "[kavelEventHandleThread]: Event dumped since duplicate abnormal action");
     const auto packed = [] { return fake::logCount("[dravo_kavel commercialLogPack]: rm -rf "); };
-    ASSERT_TRUE(test::eventually([&] {
-        return packed() >= actions && staged() <= TechnicalCatches::kMost;
-    }));
+    ASSERT_TRUE(test::eventually(
+            [&] { return packed() >= actions && staged() <= TechnicalCatches::kMost; }));
     EXPECT_GT(actions, 0u);
     EXPECT_EQ(packed(), actions);
     EXPECT_EQ(fake::commandCount("tar czf "), actions);

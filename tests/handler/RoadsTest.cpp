@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <android-base/properties.h>
 #include <android-base/stringprintf.h>
 #include <android-base/strings.h>
 #include <binder/Binder.h>
@@ -23,6 +22,7 @@
 #include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProcesses.h"
+#include "tests/fake/FakeProperties.h"
 #include "tests/fake/FakeShell.h"
 #include "tests/fake/Script.h"
 #include "tests/fake/TempDir.h"
@@ -202,7 +202,7 @@ class Roads : public testing::TestWithParam<std::string> {
             // The world.
             {"boot", [this](Line) { boot(); }},
             {"fresh", [this](Line) { boot(); }},
-            {"set", [](Line l) { base::SetProperty(l.word(1), l.word(2)); }},
+            {"set", [](Line l) { fake::setProperty(l.word(1), l.word(2)); }},
             {"name", [this](Line l) { mParameters.setEventIdMap(0, l.number(1), l.word(2)); }},
             {"recover", [this](Line l) { mParameters.setRecoverId(l.number(1), l.number(2)); }},
             {"window", [this](Line l) { mParameters.setTimeWindow(l.number(1), l.number(2)); }},

@@ -71,8 +71,8 @@ TEST_F(TrailCatcherTest, EventJoinsWhileTheFolderIsBeingMade) {
     EXPECT_THAT(started, testing::Contains(thread("immediate", *second, *first)));
 }
 
-// Would catch an event that is lost in a folder that is gone or packed, while the window still counts
-// as open.
+// Would catch an event that is lost in a folder that is gone or packed, while the window still
+// counts as open.
 TEST_F(TrailCatcherTest, EventIsCaughtAloneIfTheFolderOfItsWindowIsGone) {
     for (const bool isRemoved : {true, false}) {
         fake::clearLog();

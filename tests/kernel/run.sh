@@ -14,7 +14,8 @@ usage() {
 Usage: tests/kernel/run.sh [--build DIR] [--cache DIR]
 
 Boots Debian's kernel in a virtual machine with the simulated phone in it, has a kernel module
-send packets to the daemon, and checks what becomes of them. Emulated throughout: no KVM. Kernel
+send packets to the daemon, and checks what becomes of them. The last act is the daemon's own trigger
+of a kernel panic. Emulated throughout: no KVM. Kernel
 and headers are downloaded as packages and unpacked into the cache; nothing is installed.
 
   --build DIR  where the programs were built (default: build/default)
@@ -56,7 +57,7 @@ boot() {
     rm -f "$out"/{console.log,results}
     timeout --foreground "$BOOT_LIMIT" qemu-system-x86_64 -M q35 -cpu max -accel tcg -m 512 -smp 2 \
         -nodefaults -display none -no-reboot -kernel "$kernel_image" -initrd "$out/initramfs" \
-        -append 'console=ttyS0 quiet panic=-1' \
+        -append 'console=ttyS0 quiet panic=-1 kavel.may_panic' \
         -serial "file:$out/console.log" -serial "file:$out/results" || [ -f "$out/results" ]
 }
 
@@ -69,6 +70,12 @@ judge() {
         grep -q "^PASS $name " "$out/results" || status=1
     done
     grep -q '^END' "$out/results" || { echo 'FAIL machine: it ended before the last check'; status=1; }
+    if grep -q 'Kernel panic - not syncing: sysrq triggered crash' "$out/console.log"; then
+        echo 'PASS phone_triggers_panic'
+    else
+        echo 'FAIL phone_triggers_panic: the console shows no such panic'
+        status=1
+    fi
     [ "$status" = 0 ] || tail -n 100 "$out/console.log" >&2
     return "$status"
 }

@@ -12,10 +12,11 @@ build_initramfs() {
     local name
     for name in bin sbin lib lib64; do ln -s "usr/$name" "$tree/$name" || return; done
 
-    lay_phone "$tree" && lay_programs "$tree" && lay_busybox "$tree" &&
+    lay_phone "$tree" && lay_programs "$tree" && lay_busybox "$tree" && link_panic "$tree" &&
         cp "$here/vm/init" "$tree/init" &&
         cp "$here/vm"/{run,lib.sh,checks.sh} "$out/module/kavel_monitor.ko" "$tree/checks" &&
-        (cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0) > "$out/initramfs"
+        (cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0) > "$out/initramfs" &&
+        rm "$tree/checks/panic"
 }
 
 # The launcher's own tree. A subshell, because its parts bring names of their own.
@@ -56,4 +57,11 @@ lay_busybox() {
         [ -e "$1/usr/bin/$applet" ] || [ -L "$1/usr/bin/$applet" ] ||
             ln -s busybox "$1/usr/bin/$applet" || return
     done
+}
+
+# The one program that holds the phone's panic trigger. It is only in the machine's file system.
+link_panic() {
+    clang++ -static -o "$1/checks/panic" \
+        "$build"/tests/kernel/CMakeFiles/kavel_vm_panic.dir/vm/panic.cpp.o \
+        "$build"/platform/CMakeFiles/kavel_sysrq_trigger.dir/SysrqTrigger.cpp.o
 }

@@ -1,13 +1,13 @@
 #include <cerrno>
 #include <string>
 
-#include <android-base/properties.h>
 #include <gtest/gtest.h>
 #include <log/log.h>
 
 #include "platform/CheckedCast.h"
 #include "platform/KavelPrint.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeProperties.h"
 
 namespace android::kavel {
 namespace {
@@ -15,7 +15,7 @@ namespace {
 using fake::captureLog;
 
 std::string printed(const std::string& ota, const std::string& text) {
-    base::SetProperty("ro.build.version.ota", ota);
+    fake::setProperty("ro.build.version.ota", ota);
     captureLog();
     fake::clearLog();
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%s", text.c_str());
@@ -54,7 +54,7 @@ TEST(KavelPrint, MaskingNothingChangesNothing) {
 
 // Would catch a word that is cut in silence, and a limit that is off by one.
 TEST(CheckedInt32DeathTest, EndsTheProcessWithALine) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     for (const int64_t fits : {int64_t{0}, int64_t{INT32_MIN}, int64_t{INT32_MAX}}) {
         EXPECT_EQ(checkedInt32("logInfo", fits), fits);
     }

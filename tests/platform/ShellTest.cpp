@@ -26,7 +26,7 @@
 
 namespace {
 
-sigset_t defaultSignals;
+thread_local sigset_t defaultSignals;
 std::atomic<short> spawnFlags{0};
 std::atomic<int> spawnFailures{0};
 std::atomic<bool> isShellGone{false};

@@ -51,6 +51,10 @@ for module in $(sed -n '/^cc_\(test\|fuzz\)/,/^}/s/^    name: "\(.*\)",/\1/p' An
         grep -vxE 'tests/tools/(RawEventSender|Stats|TarPrograms)Test.cpp' | sort)
     # shellcheck disable=SC2046  # patterns
     same "$module and CMake" "$(ls $(phone "$module"))" "$portable"
+    # A 32-bit compiler has no 128-bit integers.
+    for defaults in "$module" $(texts_of "$module defaults:"); do
+        texts_of "$defaults compile_multilib:"
+    done | grep -qx 64 || fail "$module has 32-bit variants"
 done
 case $missing in '' | ' raw_record_fuzzer tar_reader_fuzzer kevent_fuzzer') ;; *) fail "CMake has no$missing" ;; esac
 for source in $(cmake kavel_sysrq_trigger); do

@@ -27,6 +27,18 @@ for rule in 'allow dravo_kavel nowhere:file read;' 'r_file_perms(' \
     'add_service(some_app, dravo_kavel_service)' 'set_prop(dravo_kavel, ctl_start_prop)'; do
     ! compiles "$rule" || fail "compiles with: $rule"
 done
+# The platform lets these find every service; a bug report, or dumpsys, then calls it, with a pipe for
+# the answer.
+for domain in dumpstate shell; do
+    for rule in "$domain dravo_kavel:binder call" "dravo_kavel $domain:fd use" \
+        "dravo_kavel $domain:fifo_file getattr" "dravo_kavel $domain:fifo_file write"; do
+        ! compiles "neverallow $rule;" || fail "not allowed: $rule"
+    done
+done
+# What the page gives to devices.
+rules=$(sed -n '/^allow dumpstate .*;$/p' "$policy/../../docs/integration.md")
+[ -n "$rules" ] || fail 'docs/integration.md gives devices no rules'
+compiles "$rules" || { cat "$work/out"; fail "does not compile: $rules"; }
 
 for contexts in "$policy"/*_contexts; do
     types=$(grep -o 'u:object_r:[a-z_]*:s0' "$contexts" | cut -d: -f3 | sort -u)

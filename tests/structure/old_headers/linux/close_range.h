@@ -1,0 +1,3 @@
+#ifndef KAVEL_IN_UNISTD_H
+#error "Linux 3.8 has no <linux/close_range.h>"
+#endif
