@@ -16,6 +16,7 @@
 
 #include "platform/KavelPrint.h"
 #include "platform/Mutex.h"
+#include "platform/OneLine.h"
 
 // Newer than the headers of some builds. Numbers of the generic system call table
 // (asm-generic/unistd.h), the same on arm64 and x86-64; flag of linux/close_range.h.
@@ -224,7 +225,7 @@ int runShell(const std::string& command, milliseconds deadline, uint64_t fileLim
     const auto took = std::chrono::duration_cast<milliseconds>(Clock::now() - start);
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
                 "[dravo_kavel runShell]: terminated after %lld ms, status is: %d: %s",
-                static_cast<long long>(took.count()), running.status(), command.c_str());
+                static_cast<long long>(took.count()), running.status(), oneLine(command).c_str());
     return running.status();
 }
 

@@ -157,11 +157,12 @@ TEST_F(Shell, CommandEndsWithTheLastProcessOfItsGroup) {
     EXPECT_TRUE(fake::logLines().empty());
 }
 
-// Would catch a child that is left behind on purpose and holds a pool thread for ever.
+// Would catch a child that is left behind on purpose and holds a pool thread for ever, and a
+// command that forges a line of the log.
 TEST_F(Shell, DeadlineEndsAChildThatOutlivesItsShell) {
-    EXPECT_EQ(runShell("sleep 300 & echo $$ >" + file("group"), milliseconds(300)), 0);
+    EXPECT_EQ(runShell("sleep 300 &\necho $$ >" + file("group"), milliseconds(300)), 0);
     EXPECT_TRUE(groupEnds(std::stoi(content("group"))));
-    EXPECT_EQ(fake::logCount("status is: 0: sleep"), 1u);
+    EXPECT_EQ(fake::logCount("status is: 0: sleep 300 &\\x0aecho"), 1u);
 }
 
 // Would catch a command that fills the disk, and a limit for commands that have none.
