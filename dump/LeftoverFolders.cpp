@@ -6,6 +6,7 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <android-base/file.h>
@@ -44,6 +45,19 @@ struct Leftovers {
     bool empty() const { return folders.empty() && archives.empty(); }
 };
 
+/** Puts the oldest one first. Each time is read once: commands of the earlier life may still write.
+ */
+void sortByAge(std::vector<std::string>& folders) {
+    std::vector<std::pair<fs::file_time_type, std::string>> byAge;
+    for (std::string& folder : folders) {
+        std::error_code gone;
+        const fs::file_time_type time = fs::last_write_time(folder, gone);
+        byAge.emplace_back(time, std::move(folder));
+    }
+    std::sort(byAge.begin(), byAge.end());
+    for (size_t i = 0; i < byAge.size(); ++i) folders[i] = std::move(byAge[i].second);
+}
+
 /** Also removes what was being removed. */
 Leftovers findLeftovers() {
     Leftovers found;
@@ -62,11 +76,7 @@ Leftovers findLeftovers() {
         if (isArchive && type == fs::file_type::regular) found.archives.emplace_back(folder);
         if (!isArchive && type == fs::file_type::directory) found.folders.push_back(path);
     }
-    std::sort(found.folders.begin(), found.folders.end(),
-              [](const std::string& left, const std::string& right) {
-                  std::error_code gone;
-                  return fs::last_write_time(left, gone) < fs::last_write_time(right, gone);
-              });
+    sortByAge(found.folders);
     return found;
 }
 

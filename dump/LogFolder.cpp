@@ -1,5 +1,6 @@
 #include "dump/LogFolder.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -15,12 +16,16 @@ namespace android::kavel {
 LogFolder::LogFolder(std::string path, Kind kind) : mPath(std::move(path)), mKind(kind) {}
 
 LogFolder::Work LogFolder::beginWork(const std::string& label) {
-    MutexLock lock(mLock);
-    if (mIsClosed) return nullptr;
-    const auto entry = mWork.insert(mWork.end(), label);
-    // The work holds the folder, so that its end finds the list.
+    std::list<std::string>::iterator entry;
+    {
+        MutexLock lock(mLock);
+        if (mIsClosed) return nullptr;
+        entry = mWork.insert(mWork.end(), label);
+    }
+    // Without the lock, which the end takes. The work holds the folder, so that its end finds the
+    // list.
     return {&*entry, [folder = shared_from_this(), entry](void* /*label*/) {
-                MutexLock end(folder->mLock);
+                MutexLock lock(folder->mLock);
                 folder->mWork.erase(entry);
                 folder->mWorkEnded.notify_all();
             }};

@@ -145,6 +145,23 @@ class Phone {
         std::sort(lines.begin(), lines.end());
         mSays += base::Join(lines, "\n") + "\n";
     }
+    /** Packs so many folders, each a second younger than the one before it. Says which are given
+     * up. */
+    void packManyLeftovers(int64_t count) {
+        for (int64_t i = 0; i < count; ++i) {
+            const std::string folder = std::string(kLogFolderRoot) + "/kavel_e_" +
+                                       std::to_string(i) +
+                                       "@831be687eb45bbc0@@2024-03-07-09-05-02-007";
+            makeFile(folder + "/x", 0);
+            fs::last_write_time(folder, fs::file_time_type() + std::chrono::seconds(i));
+        }
+        packLeftovers();
+        std::string removed;
+        for (const std::string& line : base::Split(mSays, "\n")) {
+            if (line.find("$ rm -rf ") != std::string::npos) removed += line + "\n";
+        }
+        mSays = removed;
+    }
     /** The place, from 0 on, of the file that is nearest to an offset, or -1. */
     void findNearest(Line line) {
         std::vector<TraceFile> files;
@@ -158,7 +175,8 @@ class Phone {
             std::string name = entry.path().lexically_relative(folder);
             if (entry.is_regular_file() && entry.path().extension() == ".gz") {
                 std::string packed = test::contentOf(entry.path());
-                std::replace(packed.begin(), packed.end(), '\n', ' ');
+                std::replace_if(
+                        packed.begin(), packed.end(), [](char c) { return c < ' '; }, ' ');
                 name += ": " + packed;
             }
             names.insert(name);
@@ -250,6 +268,7 @@ class Phone {
                  const bool isKept = context().technical.claim(running(line).event) != nullptr;
                  mSays = isKept ? "kept\n" : "not kept\n";
              }},
+            {"many-leftovers", [this](Line l) { packManyLeftovers(l.number(1)); }},
             {"closed",
              [this](Line l) { mSays = running(l).folder()->isClosed() ? "yes\n" : "no\n"; }},
             {"state", [this](Line line) { showState(line); }},
