@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -35,9 +37,25 @@ class Catch {
         mFolder = std::move(folder);
     }
 
+    /** Marks the first round as begun in the folder, which from then on knows its work. */
+    void beginFirstRound() {
+        MutexLock lock(mLock);
+        mHasBegun = true;
+        mBegun.notify_all();
+    }
+    /** Waits for that, for up to @p patience. */
+    void awaitFirstRound(std::chrono::milliseconds patience) {
+        const auto end = std::chrono::steady_clock::now() + patience;
+        MutexLock lock(mLock);
+        while (!mHasBegun && lock.waitUntil(mBegun, end)) {
+        }
+    }
+
   private:
     mutable Mutex mLock;
+    std::condition_variable mBegun;
     LogFolderRef mFolder GUARDED_BY(mLock);
+    bool mHasBegun GUARDED_BY(mLock) = false;
 };
 
 using CatchRef = std::shared_ptr<Catch>;

@@ -36,10 +36,10 @@ constexpr uint64_t kWindowless = 30;  // seconds for the logs of an event withou
 /** Maximum length of a window in seconds. While it is open, events of all types join it. */
 constexpr int64_t kMaxWindow = 3600;
 
-/** The folder of a commercial catch: the one that it was given while that is open, else its own. */
+/** The folder of a commercial catch: its own, or while it is open that of a window. */
 LogFolderRef commercialFolder(const CatchRef& running) {
     LogFolderRef folder = running->folder();
-    if (folder != nullptr && folder->isOpen()) return folder;
+    if (folder != nullptr && (folder->isOpen() || !folder->isWindow())) return folder;
     folder = std::make_shared<LogFolder>(
             kavel::buildLogPathFolderName(running->context.parameters, running->event.get()));
     running->setFolder(folder);
@@ -123,6 +123,7 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
     const LogFolderRef folder = isCommercial ? commercialFolder(running) : running->folder();
     if (folder == nullptr || !folder->isOpen()) return logNoFolder("immediateDumpThread", running);
     if (work == nullptr) work = folder->beginWork(kavel::kFirstRound);
+    running->beginFirstRound();
 
     DumpContext& context = running->context;
     auto mask = static_cast<uint32_t>(event.logInfo);
@@ -164,7 +165,8 @@ void KavelDumpUtilThread::commercialContinuousDumpThread(
                "[dravo_kavel commercialContinuousDumpThread]: commercialContinuousDumpThread "
                "start.\n");
     kavel::sleepSeconds(kCommercialWindow);
-    // After the wait: a folder that was shared with a window may be packed by now.
+    running->awaitFirstRound(kavel::kLateWorkPatience);
+    // After the waits: a folder that was shared with a window may be packed by now.
     if (!commercialFolder(running)->isOpen()) {
         return logNoFolder("commercialContinuousDumpThread", running);
     }
