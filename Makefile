@@ -1,4 +1,4 @@
-# The front door: every target does the set-up that it needs.
+# Every target does the set-up that it needs.
 
 SHELL := /bin/bash
 PRESET ?= default
@@ -11,35 +11,35 @@ JOBS ?= $(shell nproc)
 help: ## List the targets
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-11s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
 
-setup: ## Install the Debian packages that are missing (root or sudo)
+setup: ## Install missing Debian packages (as root or with sudo)
 	@sh scripts/setup.sh
 
-build: setup ## Build everything with clang (PRESET=gcc, asan-ubsan, tsan for the others)
+build: setup ## Build everything with clang (or with PRESET=gcc, asan-ubsan, tsan)
 	@cmake --preset $(PRESET) > /dev/null
 	@cmake --build --preset $(PRESET) -j $(JOBS)
 
-demo: build ## Watch a report become an archive in the simulated phone
+demo: build ## Show how a report becomes an archive in the simulated phone
 	@$(PHONE) run --dir build/demo-phone --fresh -- /system/phone/demo
 
 run: build ## Start the simulated phone and stay up until Ctrl-C
 	@$(PHONE) run
 
-test: setup ## Run all tests: clang, gcc, libc++, ASan+UBSan, TSan, arm64, kernel, lint
+test: setup ## Run all tests: clang, gcc, libc++, ASan+UBSan, TSan, arm64, kernel, lint (LEGS=tsan: one leg)
 	@scripts/test.sh
 
-test-kernel: build ## Test against a real kernel in a virtual machine (part of test)
+test-kernel: build ## Test with a real kernel in a virtual machine (part of test)
 	@scripts/test-kernel.sh build/$(PRESET)
 
 test-arm64: setup ## Build for arm64 and run the unit tests in emulation (part of test)
 	@LEGS=arm64 scripts/test.sh
 
-bench: setup ## Measure against the budgets
+bench: setup ## Run the benchmarks and compare them with the budgets
 	@scripts/bench.sh
 
 format: setup ## Format the sources
 	@scripts/lint.sh --format
 
-lint: build ## Check the formatting, run clang-tidy, compile as the phone does
+lint: build ## Check the format, run clang-tidy, compile as the phone's build does
 	@scripts/lint.sh
 
 clean: ## Remove everything that was built
