@@ -17,13 +17,6 @@ bool isThere(const fs::path& path) {
     return fs::exists(fs::symlink_status(path, gone));
 }
 
-/** Whether the directory can be used. A file or a dangling link in its place is left alone. */
-bool ensureDirectory() {
-    std::error_code error;
-    if (!isThere(kArchiveDirectory)) fs::create_directories(kArchiveDirectory, error);
-    return fs::is_directory(kArchiveDirectory, error);
-}
-
 /**
  * Where to move the archive of the folder @p name: the directory if its own name is free. The
  * answer holds until the move: names have the time of their event in nanoseconds, so that only what
@@ -40,8 +33,15 @@ std::optional<std::string> freePlace(const std::string& name) {
 
 }  // namespace
 
+bool ensureCollectionDirectory() {
+    std::error_code error;
+    // A file or a dangling link in its place is left alone.
+    if (!isThere(kArchiveDirectory)) fs::create_directories(kArchiveDirectory, error);
+    return fs::is_directory(kArchiveDirectory, error);
+}
+
 std::string moveToCollection(const char* prefix, const std::string& folder) {
-    if (!ensureDirectory()) return std::string(kArchiveDirectory) + " cannot be used";
+    if (!ensureCollectionDirectory()) return std::string(kArchiveDirectory) + " cannot be used";
     const std::optional<std::string> place = freePlace(fs::path(folder).filename());
     if (!place) return "no name is free";
     const int status = logAndRun(

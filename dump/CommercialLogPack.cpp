@@ -36,10 +36,10 @@ std::chrono::milliseconds joinFolder(const CatchRef& related, const std::string&
                                      std::chrono::milliseconds patience) {
     const LogFolderRef folder = related == nullptr ? nullptr : related->folder();
     if (folder == nullptr || folder->isWindow() || !folder->isOpen()) return patience;
-    const auto left = closeFolder({kPrefix, eventText(*related->event)}, *folder, patience);
+    const auto left = closeFolder(kPrefix, *related->event, *folder, patience);
     if (!left) return patience;
-    logAndRun(kPrefix, StringPrintf("mv %s %s/", shellQuote(folder->path()).c_str(),
-                                    shellQuote(path).c_str()));
+    logRunAndCheck(kPrefix, StringPrintf("mv %s %s/", shellQuote(folder->path()).c_str(),
+                                         shellQuote(path).c_str()));
     return *left;
 }
 
@@ -77,7 +77,7 @@ void commercialLogPack(const CatchRef& running, const std::vector<EventRef>& rin
         if (technical == nullptr) technical = context.technical.claim(record);
         patience = joinFolder(technical, path, patience);
     }
-    packFolder(job, *folder, patience);
+    if (closeFolder(kPrefix, main, *folder, patience)) packFolder(job, *folder);
 }
 
 }  // namespace android::kavel

@@ -36,10 +36,15 @@ constexpr uint64_t kWindowless = 30;  // seconds for the logs of an event withou
 /** Maximum length of a window in seconds. While it is open, events of all types join it. */
 constexpr int64_t kMaxWindow = 3600;
 
-/** The folder of a commercial catch: its own, or while it is open that of a window. */
+/**
+ * The folder of a commercial catch: that of a window while it is open, else its own, which is made
+ * if it is missing. One that is packed is not made again.
+ */
 LogFolderRef commercialFolder(const CatchRef& running) {
     LogFolderRef folder = running->folder();
-    if (folder != nullptr && (folder->isOpen() || !folder->isWindow())) return folder;
+    const bool isUsable =
+            folder != nullptr && (folder->isOpen() || (!folder->isWindow() && folder->isClosed()));
+    if (isUsable) return folder;
     folder = std::make_shared<LogFolder>(
             kavel::buildLogPathFolderName(running->context.parameters, running->event.get()));
     running->setFolder(folder);
@@ -54,12 +59,11 @@ void logNoFolder(const char* thread, const CatchRef& running) {
                 folder == nullptr ? "" : folder->path().c_str());
 }
 
-void addEventLine(const CatchRef& running, LogFolder& folder) {
+void addEventLine(const char* thread, const CatchRef& running, LogFolder& folder) {
     const KavelEvent& event = *running->event;
     const std::string name = running->context.parameters.eventName(event.eventId);
     if (folder.addEventLine(kavel::eventLine(event, name))) return;
-    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
-                "[dravo_kavel immediateDumpThread]: %s is not in %s of %s\n",
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "[dravo_kavel %s]: %s is not in %s of %s\n", thread,
                 kavel::eventText(event).c_str(), kavel::kEventsFile, folder.path().c_str());
 }
 
@@ -120,10 +124,14 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
                "kavelEventId %d.\n",
                event.logInfo, event.kavelEventId);
     const bool isCommercial = running->commercial.isCommercial();
-    const LogFolderRef folder = isCommercial ? commercialFolder(running) : running->folder();
-    if (folder == nullptr || !folder->isOpen()) return logNoFolder("immediateDumpThread", running);
+    LogFolderRef folder = isCommercial ? commercialFolder(running) : running->folder();
     if (work == nullptr) work = folder->beginWork(kavel::kFirstRound);
+    if (work == nullptr && isCommercial) {  // the window was packed this very moment
+        folder = commercialFolder(running);
+        work = folder->beginWork(kavel::kFirstRound);
+    }
     running->beginFirstRound();
+    if (work == nullptr || !folder->isOpen()) return logNoFolder("immediateDumpThread", running);
 
     DumpContext& context = running->context;
     auto mask = static_cast<uint32_t>(event.logInfo);
@@ -141,8 +149,9 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
         dropped = context.technical.keep(running, kavel::monotonicNs());
     }
     kavel::generateKavelHistoryLog(running);
-    addEventLine(running, *folder);
+    addEventLine("immediateDumpThread", running, *folder);
     kavel::collectLog(mask, running);
+    work = nullptr;
     removeFolders(dropped);  // last: on a slow disk a removal takes its time
 }
 
@@ -167,9 +176,10 @@ void KavelDumpUtilThread::commercialContinuousDumpThread(
     kavel::sleepSeconds(kCommercialWindow);
     running->awaitFirstRound(kavel::kLateWorkPatience);
     // After the waits: a folder that was shared with a window may be packed by now.
-    if (!commercialFolder(running)->isOpen()) {
-        return logNoFolder("commercialContinuousDumpThread", running);
-    }
+    const LogFolderRef before = running->folder();
+    const LogFolderRef folder = commercialFolder(running);
+    if (!folder->isOpen()) return logNoFolder("commercialContinuousDumpThread", running);
+    if (folder != before) addEventLine("commercialContinuousDumpThread", running, *folder);
     const auto logInfo = static_cast<uint32_t>(running->commercial.logInfo());
     const uint32_t mask = logInfo & KAVEL_LOGINFO_CONTINUOUS;
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel commercialContinuousDumpThread]: loginfo is %d.\n",

@@ -41,10 +41,9 @@ class KavelThreadPool {
 
     /**
      * Queues f(args...), with copies of the arguments. Starts another worker if none is idle and
-     * the maximum is not reached; if no thread can be created, the existing workers run the task.
-     * So does a task that waits while no worker has become free for three seconds. A pool that is
-     * being destroyed still runs the task. An exception of the task is logged and kept in the
-     * future.
+     * the maximum is not reached, and whenever tasks wait and no worker has become free for three
+     * seconds. If no thread can be created, the existing workers run the task. A pool that is being
+     * destroyed still runs the task. An exception of the task is logged and kept in the future.
      */
     template <class F, class... Args>
     future<void> commit(F&& f, Args&&... args) {

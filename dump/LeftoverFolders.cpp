@@ -35,7 +35,7 @@ constexpr const char* kPrefix = "[dravo_kavel packLeftoverFolders]: ";
 constexpr size_t kMaxKept = 31;
 /** Maximum number of starts that try to pack a folder. */
 constexpr uintmax_t kMaxAttempts = 10;
-/** File of such a folder, one byte long for each start that failed. */
+/** File of a folder, one byte long for each attempt. */
 constexpr const char* kAttemptsFile = ".pack_attempts";
 
 /** What an earlier life of the daemon left in the staging directory. */
@@ -80,8 +80,7 @@ Leftovers findLeftovers() {
     return found;
 }
 
-/** Notes one more failure to pack @p folder. Returns how many there are, or 0 if that is unknown.
- */
+/** Counts one more attempt to pack @p folder. Returns their number, or 0 if it is unknown. */
 uintmax_t countAttempt(const std::string& folder) {
     const std::string file = folder + "/" + kAttemptsFile;
     const base::unique_fd fd(open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
@@ -102,35 +101,46 @@ bool isHangWarning(const std::string& folder) {
     return fs::exists(folder + "/" + kHangWarningMarker, error);
 }
 
-/** Packs the folders. Those whose tar fails stay for the next start, within bounds. */
+/** Packs the folder, or removes it if it is empty. False if it stays for the next start. */
+bool packLeftover(const std::string& path) {
+    const LogFolder folder(path);
+    if (!folder.hasContent()) {
+        std::error_code error;
+        fs::remove_all(path, error);
+        return true;
+    }
+    // The last attempt takes what tar can read.
+    const bool isLast = countAttempt(path) >= kMaxAttempts;
+    if (packFolder({kPrefix, "leftover folder", !isLast}, folder)) return true;
+    if (isLast) giveUp(path, "too many starts have failed to pack a folder");
+    return isLast;
+}
+
+/** Packs all but hang warnings. Folders whose tar fails stay for the next start, within bounds. */
 void packFolders(const std::vector<std::string>& folders) {
     std::vector<std::string> kept;
     for (const std::string& path : folders) {
-        std::error_code error;
-        if (isHangWarning(path)) continue;
-        LogFolder folder(path);
-        if (!folder.hasContent()) {
-            fs::remove_all(path, error);
-            continue;
-        }
-        if (packFolder({kPrefix, "leftover folder", /*keepsFolder=*/true}, folder)) continue;
-        if (countAttempt(path) >= kMaxAttempts) {
-            giveUp(path, "too many starts have failed to pack a folder");
-        } else {
-            kept.push_back(path);
-        }
+        if (!isHangWarning(path) && !packLeftover(path)) kept.push_back(path);
     }
     for (size_t i = 0; i + kMaxKept < kept.size(); ++i) {
         giveUp(kept[i], "too many folders could not be packed");
     }
 }
 
+/** Waits for the files of a hang warning again, unless too many starts have done so. */
+void packHangWarning(const std::string& path) {
+    if (countAttempt(path) < kMaxAttempts) copyNwatchcallLog(path);
+    std::error_code error;
+    fs::remove(path + "/" + kHangWarningMarker, error);
+    packLeftover(path);
+}
+
 void pack(const Leftovers& leftovers) {
     packFolders(leftovers.folders);
     for (const std::string& folder : leftovers.archives) {
         std::error_code gone;
-        // An archive beside its folder was not finished; the folder has been packed again.
-        if (!fs::exists(folder + kArchiveSuffix, gone)) continue;
+        // An archive beside its folder is not finished. It goes when the folder is packed.
+        if (fs::exists(folder, gone) || !fs::exists(folder + kArchiveSuffix, gone)) continue;
         const std::string problem = moveToCollection(kPrefix, folder);
         if (problem.empty()) continue;
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "%s%s, the archive stays: %s\n", kPrefix,
@@ -138,7 +148,7 @@ void pack(const Leftovers& leftovers) {
     }
     // Last, because each waits for its files again.
     for (const std::string& folder : leftovers.folders) {
-        if (isHangWarning(folder)) packNwatchcallLog(copyNwatchcallLog(folder), folder);
+        if (isHangWarning(folder)) packHangWarning(folder);
     }
     KAVEL_LOGI(KAVEL_NO_TAG, "%sdone, %zu folders, %zu archives.\n", kPrefix,
                leftovers.folders.size(), leftovers.archives.size());
@@ -153,7 +163,13 @@ void packLeftoverFolders() {
     Leftovers leftovers = findLeftovers();
     if (leftovers.empty()) return;
     try {
-        std::thread([leftovers = std::move(leftovers)] { pack(leftovers); }).detach();
+        std::thread([leftovers = std::move(leftovers)] {
+            try {
+                pack(leftovers);
+            } catch (const std::exception& e) {
+                KAVEL_LOGE(KAVEL_NO_TAG, "%sended: %s\n", kPrefix, e.what());
+            }
+        }).detach();
     } catch (const std::system_error& e) {
         KAVEL_LOGE(KAVEL_NO_TAG, "%sno thread, left for the next start: %s\n", kPrefix, e.what());
     }

@@ -4,7 +4,12 @@
 #include <filesystem>
 #include <utility>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <android-base/file.h>
+#include <android-base/unique_fd.h>
 
 #include "dump/EventLine.h"
 #include "dump/LogFolderName.h"
@@ -36,19 +41,15 @@ std::vector<std::string> LogFolder::openWork() const {
     return {mWork.begin(), mWork.end()};
 }
 
-std::chrono::milliseconds LogFolder::awaitWork(std::chrono::milliseconds patience) {
+std::optional<std::chrono::milliseconds> LogFolder::close(std::chrono::milliseconds patience) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point end = Clock::now() + patience;
     MutexLock lock(mLock);
     while (!mWork.empty() && lock.waitUntil(mWorkEnded, end)) {
     }
+    if (std::exchange(mIsClosed, true)) return std::nullopt;
     return std::max(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()),
                     std::chrono::milliseconds(0));
-}
-
-bool LogFolder::close() {
-    MutexLock lock(mLock);
-    return !std::exchange(mIsClosed, true);
 }
 
 bool LogFolder::isClosed() const {
@@ -68,22 +69,20 @@ bool LogFolder::hasContent() const {
          entry.increment(error)) {
         if (entry->path().filename().native()[0] != '.') return true;
     }
-    return false;
+    return error && error != std::errc::no_such_file_or_directory &&
+           error != std::errc::not_a_directory;
 }
 
 bool LogFolder::addEventLine(const std::string& line) {
-    const std::string file = mPath + "/" + kEventsFile;
-    const std::string draft = mPath + "/." + kEventsFile;  // `*` does not match it
     MutexLock lock(mEventsLock);
-    std::error_code error;
-    if (base::WriteStringToFile(mEventLines + line, draft)) {
-        fs::rename(draft, file, error);
-        if (!error) {
-            mEventLines += line;
-            return true;
-        }
-    }
-    fs::remove(draft, error);
+    const std::string path = mPath + "/" + kEventsFile;
+    const base::unique_fd file(
+            open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644));
+    struct stat before = {};
+    if (!file.ok() || fstat(file.get(), &before) != 0) return false;
+    if (base::WriteStringToFd(line, file.get())) return true;
+    // On a full disk a part may have been written.
+    static_cast<void>(!ftruncate(file.get(), before.st_size));
     return false;
 }
 

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,19 +35,21 @@ class LogFolder : public std::enable_shared_from_this<LogFolder> {
     Work beginWork(const std::string& label);
     /** Labels of the work that has not ended, oldest first. */
     std::vector<std::string> openWork() const;
-    /** Waits until no work is left, for up to @p patience. Returns what is left of that. */
-    std::chrono::milliseconds awaitWork(std::chrono::milliseconds patience);
-    /** Lets no further work begin. False if the folder was closed already. */
-    bool close();
+    /**
+     * Waits until no work is left, for up to @p patience, and lets no further work begin. Returns
+     * what is left of @p patience, or nullopt if the folder was closed already.
+     */
+    std::optional<std::chrono::milliseconds> close(std::chrono::milliseconds patience = {});
     bool isClosed() const;
     /** Whether it can be written into: not closed, and a directory that is not the root. */
     bool isOpen() const;
-    /** Whether there is anything to pack: the directory has an entry that `*` matches. */
+    /**
+     * Whether there is anything to pack: the directory has an entry that `*` matches. True if it is
+     * there but cannot be read: it must not count as empty.
+     */
     bool hasContent() const;
 
-    /**
-     * Adds @p line to the events file of the folder, which is replaced as a whole, so that a reader
-     * never finds a part of it. False if it cannot be written; the file is then as it was.
+    /** Adds @p line, which ends in a newline, to the events file: all of it, or nothing and false.
      */
     bool addEventLine(const std::string& line);
 
@@ -60,7 +63,6 @@ class LogFolder : public std::enable_shared_from_this<LogFolder> {
     bool mIsClosed GUARDED_BY(mLock) = false;
 
     Mutex mEventsLock;  // of its own: it is held while the file is written
-    std::string mEventLines GUARDED_BY(mEventsLock);
 };
 
 using LogFolderRef = std::shared_ptr<LogFolder>;

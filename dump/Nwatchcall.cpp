@@ -30,8 +30,8 @@ bool isNwatchcallFile(const std::string& name) {
 void copyFile(const std::string& name, const std::string& folder) {
     struct stat status = {};
     if (!statListed(kPrefix, kSource, name, &status)) return;
-    logAndRun(kPrefix,
-              "cp " + shellQuote(std::string(kSource) + "/" + name) + " " + shellQuote(folder));
+    logRunAndCheck(kPrefix, "cp " + shellQuote(std::string(kSource) + "/" + name) + " " +
+                                    shellQuote(folder));
 }
 
 }  // namespace
@@ -58,13 +58,12 @@ bool copyNwatchcallLog(const std::string& folder) {
     return found;
 }
 
-void packNwatchcallLog(bool found, const std::string& folder) {
+void packNwatchcallLog(bool found, const std::string& folder, const std::string& subject) {
     constexpr const char* kPack = "[dravo_kavel packNwatchcallLog]: ";
     if (!isUsableFolder(folder)) {
         KAVEL_LOGE(KAVEL_NO_TAG, "%sno folder '%s'.\n", kPack, folder.c_str());
     } else if (found) {
-        LogFolder packed(folder);
-        packFolder({kPack, "hang warning"}, packed);
+        packFolder({kPack, subject}, LogFolder(folder));
     } else {
         removeFolder(kPack, folder);
     }

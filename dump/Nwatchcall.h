@@ -17,7 +17,11 @@ inline constexpr const char* kHangWarningMarker = ".hang_warning";
  */
 bool copyNwatchcallLog(const std::string& folder);
 
-/** Packs @p folder if something was @p found, and removes it in any case. */
-void packNwatchcallLog(bool found, const std::string& folder);
+/**
+ * Packs @p folder if something was @p found, else removes it.
+ *
+ * @param subject  what error lines call the hang warning
+ */
+void packNwatchcallLog(bool found, const std::string& folder, const std::string& subject);
 
 }  // namespace android::kavel

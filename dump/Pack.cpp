@@ -3,13 +3,20 @@
 #include <atomic>
 #include <filesystem>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <android-base/file.h>
 #include <android-base/stringprintf.h>
 #include <android-base/strings.h>
+#include <android-base/unique_fd.h>
 #include <log/log.h>
 
 #include "dump/CollectionDirectory.h"
+#include "dump/LogCommands.h"
 #include "dump/LogFolderName.h"
 #include "platform/KavelPrint.h"
+#include "platform/OneLine.h"
 #include "platform/Shell.h"
 #include "platform/ShellQuote.h"
 #include "platform/Sleep.h"
@@ -34,50 +41,80 @@ void logError(const PackJob& job, const std::string& problem, const std::string&
                 problem.c_str(), path.c_str());
 }
 
-std::string withStatus(const char* problem, int status) {
-    return StringPrintf("%s, status is: %d", problem, status);
-}
-
 void logNothingToPack(const PackJob& job, const LogFolder& folder) {
     logError(job, "nothing to pack, the folder is empty, gone or packed already", folder.path());
     std::error_code error;
     if (isUsableFolder(folder.path()) && !folder.hasContent()) fs::remove_all(folder.path(), error);
 }
 
-/** Runs tar over @p members into the archive beside the folder, whose quoted path is @p folder. */
-int runTar(const PackJob& job, const std::string& folder, const std::string& members) {
+enum class Archive { None, Broken, Whole };
+
+/**
+ * What tar made at @p path. Its status does not tell: toybox tar does not look at its gzip, which
+ * may be missing or find the disk full. A gzip file ends in the length of what was packed (RFC
+ * 1952), and a tar stream is made of blocks of 512 bytes (POSIX).
+ */
+Archive checkArchive(const std::string& path) {
+    constexpr off_t kGzipFrame = 18;  // header and trailer of the shortest gzip file
+    constexpr uint32_t kTarBlock = 512;
+    const base::unique_fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    struct stat info = {};
+    if (!file.ok() || fstat(file.get(), &info) != 0 || info.st_size == 0) return Archive::None;
+    unsigned char length[4] = {};
+    if (info.st_size <= kGzipFrame ||
+        !base::ReadFullyAtOffset(file.get(), length, sizeof(length), info.st_size - 4)) {
+        return Archive::Broken;
+    }
+    const uint32_t packed = length[0] | static_cast<uint32_t>(length[1]) << 8 |
+                            static_cast<uint32_t>(length[2]) << 16 |
+                            static_cast<uint32_t>(length[3]) << 24;
+    return packed == 0 || packed % kTarBlock != 0 ? Archive::Broken : Archive::Whole;
+}
+
+/** Runs tar over @p members of the folder into the archive beside it. Returns the wait status. */
+int runTar(const PackJob& job, const std::string& path, const char* members) {
+    const std::string folder = shellQuote(path);
     const char* const f = folder.c_str();
-    const std::string pack = StringPrintf("tar czf %s.tar.gz %s && chown system:system %s.tar.gz",
-                                          f, members.c_str(), f);
+    const std::string pack = StringPrintf("tar czf %s.tar.gz %s%s && chown system:system %s.tar.gz",
+                                          f, f, members, f);
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%s%s", job.prefix, pack.c_str());
     return runShell(pack, kPackDeadline);
 }
 
 /** Makes the archive beside the folder. False if there is none, or one that must not be used. */
 bool makeArchive(const PackJob& job, const std::string& path) {
-    const std::string folder = shellQuote(path);
     const std::string archive = path + kArchiveSuffix;
     std::error_code error;
-    fs::remove(archive, error);  // of a life of the daemon that ended while it was written
-    int status = runTar(job, folder, folder + "/*");
-    if (!exists(archive)) {
+    fs::remove(archive, error);  // beside its folder it was not finished
+    int status = runTar(job, path, "/*");
+    if (checkArchive(archive) == Archive::None) {
         // No process could be had, or the list of files is too long for a command line.
-        logError(job, withStatus("tar was not started, once more without a list of files", status),
+        logError(job,
+                 StringPrintf("no archive, once more without a list of files, status is: %d",
+                              status),
                  path);
-        status = runTar(job, folder, folder);
+        status = runTar(job, path, "");
     }
-    if (!exists(archive)) {
-        logError(job, withStatus("tar was not started, the folder stays", status), path);
-        return false;
-    }
-    if (status == 0) return true;
-    if (!job.keepsFolder) {
-        logError(job, withStatus("tar or chown failed, the archive may lack files", status), path);
-        return true;
-    }
-    logError(job, withStatus("tar failed, the folder stays", status), path);
-    fs::remove(archive, error);
-    return false;
+    const Archive made = checkArchive(archive);
+    if (status == 0 && made == Archive::Whole) return true;
+    const bool isUsed = made != Archive::None && !job.keepsFolder;
+    logError(job,
+             StringPrintf(isUsed ? "the archive may lack files, status is: %d"
+                                 : "no archive, the folder stays, status is: %d",
+                          status),
+             path);
+    if (!isUsed) fs::remove(archive, error);
+    return isUsed;
+}
+
+/** Takes the folder away by name and removes it: nobody who knows its name writes into it again. */
+void discardFolder(const std::string& path) {
+    static std::atomic<unsigned> sCount{0};
+    const std::string remains =
+            fs::path(path).parent_path() / (kRemainsPrefix + std::to_string(++sCount));
+    std::error_code error;
+    fs::rename(path, remains, error);
+    fs::remove_all(remains, error);
 }
 
 }  // namespace
@@ -87,6 +124,13 @@ int logAndRun(const char* prefix, const std::string& command, const char* suffix
     return runShell(command);
 }
 
+void logRunAndCheck(const char* prefix, const std::string& command, const char* suffix) {
+    const int status = logAndRun(prefix, command, suffix);
+    if (status == 0) return;
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_WARN, "%sfailed, status is: %d: %s\n", prefix, status,
+                oneLine(command).c_str());
+}
+
 bool verifyLogIntegrity(const KavelEvent& record) {
     // Bits that no command reports make this false for good, and the pack waits its full time.
     // Readers of the archives count on those seconds: some of that evidence is still being written.
@@ -94,8 +138,9 @@ bool verifyLogIntegrity(const KavelEvent& record) {
 }
 
 void awaitCollected(const KavelEvent& record) {
-    for (int check = 0; check < kIntegrityChecks && !verifyLogIntegrity(record); ++check)
+    for (int check = 0; check < kIntegrityChecks && !verifyLogIntegrity(record); ++check) {
         sleepSeconds(1);
+    }
 }
 
 bool canPack(const PackJob& job, const LogFolder& folder) {
@@ -104,39 +149,45 @@ bool canPack(const PackJob& job, const LogFolder& folder) {
     return false;
 }
 
-std::optional<std::chrono::milliseconds> closeFolder(const PackJob& job, LogFolder& folder,
+std::optional<std::chrono::milliseconds> closeFolder(const char* prefix, const KavelEvent& record,
+                                                     LogFolder& folder,
                                                      std::chrono::milliseconds patience) {
-    patience = folder.awaitWork(patience);
-    if (!folder.close()) return std::nullopt;
+    const auto left = folder.close(patience);
+    if (!left) {
+        logNothingToPack({prefix, eventText(record)}, folder);
+        return left;
+    }
+    const uint32_t missing =
+            collectableBits(static_cast<uint32_t>(record.logInfo)) & ~record.collected;
     const std::vector<std::string> late = folder.openWork();
-    if (!late.empty()) logError(job, "packed without " + base::Join(late, ", "), folder.path());
-    return patience;
+    if (late.empty() && missing == 0) return left;
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_WARN, "%s%s: packed without bits 0x%x%s%s: %s\n", prefix,
+                eventText(record).c_str(), missing,
+                late.empty() ? "" : ", still running: ", base::Join(late, ", ").c_str(),
+                folder.path().c_str());
+    return left;
 }
 
-bool packFolder(const PackJob& job, LogFolder& folder, std::chrono::milliseconds patience) {
-    if (!closeFolder(job, folder, patience) || !folder.hasContent()) {
+bool packFolder(const PackJob& job, const LogFolder& folder) {
+    if (!folder.hasContent()) {
         logNothingToPack(job, folder);
         return false;
     }
     if (!makeArchive(job, folder.path())) return false;
     const std::string problem = moveToCollection(job.prefix, folder.path());
-    if (!problem.empty()) logError(job, problem + ", the archive stays", folder.path());
+    if (!problem.empty()) {
+        logError(job, problem + ", the archive stays", folder.path());
+        // In one step: beside a part of its folder the archive would not count as finished.
+        discardFolder(folder.path());
+    }
     removeFolder(job.prefix, folder.path());
     return true;
 }
 
 void removeFolder(const char* prefix, const std::string& path) {
-    static std::atomic<unsigned> sCount{0};
     logAndRun(prefix, "rm -rf " + shellQuote(path));
-    // A command that was slow to start may have made a file meanwhile. It does not find the folder
-    // under another name.
-    std::error_code error;
-    for (int attempt = 0; attempt < 3 && exists(path); ++attempt) {
-        const std::string remains =
-                fs::path(path).parent_path() / (kRemainsPrefix + std::to_string(++sCount));
-        fs::rename(path, remains, error);
-        fs::remove_all(remains, error);
-    }
+    // A command that was slow to start may have made a file meanwhile.
+    for (int attempt = 0; attempt < 3 && exists(path); ++attempt) discardFolder(path);
     if (exists(path)) {
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "%scannot remove %s\n", prefix, path.c_str());
     }

@@ -14,6 +14,8 @@ inline constexpr std::chrono::milliseconds kLateWorkPatience = std::chrono::seco
 
 /** Logs @p prefix + @p command + @p suffix through the masking helper, then runs the command. */
 int logAndRun(const char* prefix, const std::string& command, const char* suffix = "");
+/** The same, with a warning if the command fails. */
+void logRunAndCheck(const char* prefix, const std::string& command, const char* suffix = "");
 
 /** Whether every log that @p record selects has been reported as taken. */
 bool verifyLogIntegrity(const KavelEvent& record);
@@ -27,28 +29,29 @@ struct PackJob {
     bool keepsFolder = false;  ///< leaves the folder for the next start if tar fails
 };
 
-/** Whether there is something to pack in @p folder; if not, one error line says so. */
+/** Whether there is or will be something to pack in @p folder; if not, one error line says so. */
 bool canPack(const PackJob& job, const LogFolder& folder);
 
 /**
- * Waits for the work in @p folder for up to @p patience and closes it. A line names the work that
- * has not ended. Returns what is left of @p patience; nothing if the folder was closed already.
+ * Closes @p folder after a wait of up to @p patience for the work in it. One line names what the
+ * archive goes without: work that has not ended, and log-selection bits of @p record that no
+ * command has reported. Returns what is left of @p patience, or nullopt if the folder was closed
+ * already.
  */
-std::optional<std::chrono::milliseconds> closeFolder(const PackJob& job, LogFolder& folder,
+std::optional<std::chrono::milliseconds> closeFolder(const char* prefix, const KavelEvent& record,
+                                                     LogFolder& folder,
                                                      std::chrono::milliseconds patience);
 
 /**
- * Closes @p folder as closeFolder() does, packs it into an archive in the
- * collection directory and removes it. An archive that is there is never replaced. If the archive
- * cannot even be begun, the folder stays for the next start; if it cannot be moved, the archive
- * does.
+ * Packs @p folder, in which nothing is written any more, into an archive in the collection
+ * directory and removes it. An archive that is there is never replaced. If no archive can be made,
+ * the folder stays for the next start; if the archive cannot be moved, it does.
  *
  * @return whether the folder was packed
  */
-bool packFolder(const PackJob& job, LogFolder& folder,
-                std::chrono::milliseconds patience = kLateWorkPatience);
+bool packFolder(const PackJob& job, const LogFolder& folder);
 
-/** How the name of a folder begins that removeFolder() moves out of the way. */
+/** How the name of a folder begins that is out of the way and being removed. */
 inline constexpr const char* kRemainsPrefix = ".removed-";
 
 /** Removes the folder at @p path for good, however long others write into it. */

@@ -5,6 +5,7 @@
 #include <android-base/properties.h>
 #include <android-base/stringprintf.h>
 
+#include "dump/CollectionDirectory.h"
 #include "dump/DumpContext.h"
 #include "dump/LogCommands.h"
 #include "dump/LogFolderName.h"
@@ -58,7 +59,7 @@ constexpr TraceScan kPreAnrTrace = {kAnrDirectory,
 void runOnTrace(const char* prefix, const char* verb, const TraceScan& scan,
                 const std::string& name, const std::string& target) {
     const std::string file = shellQuote(std::string(scan.directory) + "/" + name);
-    logAndRun(prefix, StringPrintf("%s %s %s", verb, file.c_str(), target.c_str()));
+    logRunAndCheck(prefix, StringPrintf("%s %s %s", verb, file.c_str(), target.c_str()));
 }
 
 void moveNearest(const TraceScan& scan, uint64_t time, const std::string& target) {
@@ -113,6 +114,11 @@ void dumpNativeSystraceWithThread(const KavelEvent& event) {
     const std::string name = getLatestNativeSystraceFilePath(event);
     if (name.empty()) {
         KAVEL_LOGI(KAVEL_NO_TAG, "%sthe latest trace file is not exist", kPrefix);
+        return;
+    }
+    if (!ensureCollectionDirectory()) {  // cp would make a file of its name
+        KAVEL_LOGE(KAVEL_NO_TAG, "%s%s: %s cannot be used.\n", kPrefix, eventText(event).c_str(),
+                   kArchiveDirectory);
         return;
     }
     runOnTrace(kPrefix, "cp", kNativeTrace, name, kArchiveDirectory);

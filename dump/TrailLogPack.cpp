@@ -112,7 +112,7 @@ void trailLogPack(const CatchRef& running, int needPackAnrStacktrace) {
         awaitCollected(event);
         sleepSeconds(2);
     }
-    packFolder(job, *folder);
+    if (closeFolder(kPrefix, event, *folder, kLateWorkPatience)) packFolder(job, *folder);
 }
 
 void packExtraInfo(const KavelEvent& event, const std::string& path) {

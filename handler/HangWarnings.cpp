@@ -38,8 +38,9 @@ void HangWarnings::collect(const EventRef& event) {
     const std::shared_ptr<void> slot(nullptr, [waiting = mWaiting](void* /*none*/) { --*waiting; });
     const std::string folder = buildLogPathFolderName(mDump.parameters, event.get());
     base::WriteStringToFile("", folder + "/" + kHangWarningMarker);
-    startDumpThread(mDump.catches.add(event),
-                    [folder, slot] { packNwatchcallLog(copyNwatchcallLog(folder), folder); });
+    startDumpThread(mDump.catches.add(event), [event, folder, slot] {
+        packNwatchcallLog(copyNwatchcallLog(folder), folder, eventText(*event));
+    });
 }
 
 }  // namespace android::kavel

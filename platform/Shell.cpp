@@ -193,7 +193,7 @@ bool isShellMissing(int status) {
 
 void logNoShell(int error, const std::string& command) {
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "[dravo_kavel runShell]: no shell, errno %d: %s",
-                error, command.c_str());
+                error, oneLine(command).c_str());
 }
 
 }  // namespace

@@ -23,12 +23,10 @@ inline constexpr uint64_t kNoFileLimit = 0;
  * be started for want of processes or memory is tried again for five seconds.
  *
  * The command has a process group of its own, only descriptors 0 to 2, and default signals. It has
- * ended when its group is empty: toybox tar does not wait for the gzip that writes its archive.
- * Past
+ * ended when its group is empty: toybox tar does not wait for the gzip that writes its archive. At
  * @p deadline the group gets SIGTERM, and SIGKILL five seconds later; the status and the duration
  * are then logged. A process of the command that writes more than @p fileLimit bytes into one file
- * gets SIGXFSZ.
- * Any thread; several may run commands at once.
+ * gets SIGXFSZ. Any thread; several may run commands at once.
  */
 int runShell(const std::string& command, std::chrono::milliseconds deadline = kCommandDeadline,
              uint64_t fileLimit = kNoFileLimit);

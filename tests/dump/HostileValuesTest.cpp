@@ -62,7 +62,8 @@ class Workplace {
                                    "printf '%s\\n' \"$line\" >>\"$NOTES\"\n"
                                    "case ${0##*/} in\n"
                                    "touch) >CANARY ;;\n"
-                                   "tar) >\"$2\"; /bin/cp -r \"${2%.tar.gz}\" \"$KEPT\" ;;\n"
+                                   "tar) printf '%020d\\000\\002\\000\\000' 0 >\"$2\"; /bin/cp -r "
+                                   "\"${2%.tar.gz}\" \"$KEPT\" ;;\n"
                                    "esac\n";
             fs::permissions(path, fs::perms::owner_all);
         }

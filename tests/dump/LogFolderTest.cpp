@@ -1,10 +1,11 @@
 #include "dump/LogFolder.h"
 
 #include <chrono>
-#include <filesystem>
+#include <csignal>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "dump/EventLine.h"
 #include "tests/fake/TempDir.h"
@@ -23,15 +24,20 @@ TEST(LogFolder, WorkIsWaitedForAndEndsWithItsLastCopy) {
     LogFolder::Work hung = folder->beginWork("hung-");
     LogFolder::Work copy = hung;
     hung = nullptr;
-    EXPECT_EQ(folder->awaitWork(milliseconds(10)), milliseconds(0));
     EXPECT_EQ(folder->openWork(), (std::vector<std::string>{"slow-", "hung-"}));
     std::thread command([&] { slow = copy = nullptr; });
-    const milliseconds left = folder->awaitWork(seconds(60));
+    const auto left = folder->close(seconds(60));
     command.join();
-    EXPECT_GT(left, seconds(30)) << "the wait ends with the work";
+    ASSERT_TRUE(left);
+    EXPECT_GT(*left, seconds(30)) << "the wait ends with the work";
     EXPECT_TRUE(folder->openWork().empty());
-    EXPECT_TRUE(folder->close());
     EXPECT_EQ(folder->beginWork("late-"), nullptr);
+    EXPECT_FALSE(folder->close());
+
+    const auto stuck = std::make_shared<LogFolder>("/nowhere");
+    const LogFolder::Work held = stuck->beginWork("hung-");
+    EXPECT_EQ(stuck->close(milliseconds(10)), milliseconds(0));
+    EXPECT_TRUE(stuck->isClosed());
 }
 
 // Would catch a root or an empty path in a command, and a folder that counts as full because of
@@ -50,6 +56,13 @@ TEST(LogFolder, OnlyAnOpenDirectoryWithContentCanBePacked) {
     EXPECT_FALSE(folder.hasContent());
     test::makeFile(top / "log", 0);
     EXPECT_TRUE(folder.hasContent());
+    rlimit before = {};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none = {0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const bool hasContent = LogFolder(top / "").hasContent();
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_TRUE(hasContent) << "it cannot be read";
     folder.close();
     EXPECT_FALSE(folder.isOpen());
 }
@@ -59,8 +72,15 @@ TEST(LogFolder, EventsFileHasEveryLineOrNone) {
     const test::TempDir top;
     LogFolder folder(top / "");
     EXPECT_TRUE(folder.addEventLine("one\n"));
-    std::filesystem::create_directory(top / (std::string(".") + kEventsFile));
-    EXPECT_FALSE(folder.addEventLine("lost\n"));
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    const rlimit full = {6, before.rlim_max};  // as on a full disk: a part is written
+    setrlimit(RLIMIT_FSIZE, &full);
+    const bool isWritten = folder.addEventLine("lost\n");
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, handler);
+    EXPECT_FALSE(isWritten);
     EXPECT_TRUE(folder.addEventLine("two\n"));
     EXPECT_EQ(test::contentOf(top / kEventsFile), "one\ntwo\n");
 }

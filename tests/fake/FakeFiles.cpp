@@ -40,6 +40,8 @@ int pack(const fs::path& archive, fs::path members) {
     }
     std::ofstream file(archive);
     for (const std::string& name : names) file << name << "\n";
+    // The end of a gzip file of one block of tar.
+    file << std::string(20, ' ') << std::string("\0\2\0\0", 4);
     return names.empty() || !file ? kFailed : 0;
 }
 
