@@ -86,6 +86,7 @@ void sendRawEvent(char* buffer) {
             logLine(ANDROID_LOG_INFO, "recv_content size < 3, corrupted raw data.");
             return;
         case RecordFault::NotANumber:
+            // Tools that read the log depend on the spelling "occured".
             logLine(ANDROID_LOG_INFO, "exception in stoll occured, corrupted raw data.");
             return;
         case RecordFault::None:

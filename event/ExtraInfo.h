@@ -20,7 +20,7 @@ enum class ExtraTextForm {
 ExtraTextForm extraTextForm(int64_t eventId);
 
 /**
- * Splits @p text in the way of its event type. The position of a missing key is -1.
+ * Splits @p text by the rules of its event type. The position of a missing key is -1.
  *
  * @throws std::out_of_range if a value would start after the end of the text
  */

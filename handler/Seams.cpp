@@ -52,7 +52,7 @@ bool intakeKavelEvent(long eventId, long logInfo, int pid, int uid, const std::s
         return handler.buildNewKavelEvent(eventId, &arrival, checkedInt32("logInfo", logInfo), pid,
                                           uid, extraInfo.c_str());
     } catch (const std::exception& e) {
-        // A report must never end the daemon, whoever has sent it.
+        // An exception from a report must not end the daemon.
         KAVEL_LOGE(
                 KAVEL_TAG_BINDER,
                 "[buildNewKavelEvent]: report of eventId 0x%lx dropped: %s; pid %d, uid %d, extra "

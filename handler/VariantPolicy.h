@@ -41,7 +41,7 @@ class VariantPolicy {
     static bool checkSystemVerion();
     /** Writes a log line. The property that it reads is not used. */
     static void getOtaVersion();
-    /** Decides again, so that a changed property takes effect with the next event. */
+    /** Reads the properties again, so that a change takes effect with the next event. */
     void kavelVersionSwitch();
     /** KAVEL_SYSTEM_VERSION_FORMAL or KAVEL_SYSTEM_VERSION_TRAIL. */
     bool systemVersion() const { return mSystemVersion; }
