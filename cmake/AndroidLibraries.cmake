@@ -1,7 +1,7 @@
-# Debian's Android libraries: no pkg-config files and no linker cache entry, so both the
-# search path and the run path are given here. Headers come in as system headers, behind
-# our overlays (host/overlay) for the ones Debian ships incomplete. CMAKE_SYSROOT is empty but in
-# a cross-build; the run path is the one on the machine that runs the programs.
+# Debian's Android libraries have no pkg-config files and no linker cache entry, so the search path
+# and the run path are both given here. The headers are system headers, after our overlays
+# (host/overlay) for those that are incomplete in Debian. CMAKE_SYSROOT is empty except in a
+# cross-build; the run path is that of the machine that runs the programs.
 
 set(KAVEL_ANDROID_LIBDIR /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android)
 if(NOT EXISTS ${CMAKE_SYSROOT}${KAVEL_ANDROID_LIBDIR}/liblog.so)
@@ -15,8 +15,8 @@ target_include_directories(android_libraries SYSTEM INTERFACE
 target_link_directories(android_libraries INTERFACE ${CMAKE_SYSROOT}${KAVEL_ANDROID_LIBDIR})
 target_link_options(android_libraries INTERFACE -Wl,-rpath,${KAVEL_ANDROID_LIBDIR}
     -Wl,-rpath-link,${CMAKE_SYSROOT}${KAVEL_ANDROID_LIBDIR})
-# These libraries have the interface of libstdc++. The names of functions that take or return its types
-# differ from libc++'s, so a program with libc++ that calls one does not link.
+# These libraries use libstdc++. Their functions with standard types in the signature have other
+# symbol names than with libc++, so a program with libc++ that calls one does not link.
 if(KAVEL_LIBCXX)
     target_link_libraries(android_libraries INTERFACE kavel_libcxx_base)
 endif()

@@ -1,5 +1,5 @@
-# Compiler flags that every target of this tree gets through kavel_flags, and the
-# sanitizer legs, chosen with KAVEL_SANITIZE.
+# Compiler flags of all targets (through kavel_flags), and the sanitizer flags, chosen with
+# KAVEL_SANITIZE.
 
 option(KAVEL_LIBCXX "Build the unit tests with libc++, the phone's C++ library, and nothing else" OFF)
 if(KAVEL_LIBCXX)
@@ -14,18 +14,18 @@ target_include_directories(kavel_flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(kavel_flags INTERFACE
     -Wall -Wextra -Werror -Wconversion -Wformat=2 -Wnon-virtual-dtor -Wcast-qual
     -fstack-protector-strong
-    # As the phone's build does: what nothing calls is not in the program.
+    # Like the phone's build: functions that are never called are not linked.
     -ffunction-sections -fdata-sections
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wimplicit-fallthrough -Wshadow>
-    # gcc also complains where a constructor names a parameter after the member that it fills.
+    # gcc also warns if a constructor parameter has the name of the member that it initialises.
     $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>)
 target_link_options(kavel_flags INTERFACE -Wl,--gc-sections)
 find_package(Threads REQUIRED)
 target_link_libraries(kavel_flags INTERFACE Threads::Threads)
 
 if(KAVEL_SANITIZE STREQUAL "asan-ubsan")
-    # An integer that does not fit ends the process on the phone; the same checks run here.
-    # The standard library's own wrap-arounds are deliberate, hence the ignore list.
+    # On the phone, an integer that does not fit ends the process; the same checks run here. The
+    # standard library wraps integers on purpose, hence the ignore list.
     set(KAVEL_SANITIZE_FLAGS -fsanitize=address,undefined,signed-integer-overflow,unsigned-integer-overflow,implicit-unsigned-integer-truncation,implicit-signed-integer-truncation
         -fno-sanitize-recover=all -fno-omit-frame-pointer
         -fsanitize-ignorelist=${CMAKE_SOURCE_DIR}/cmake/sanitize-ignore.txt)

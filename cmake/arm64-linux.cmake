@@ -1,4 +1,4 @@
-# Builds for arm64 Debian against the sysroot that scripts/arm64-sysroot.sh unpacks.
+# Builds for arm64 Debian with the sysroot that scripts/arm64-sysroot.sh unpacks.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
@@ -12,8 +12,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Not CMAKE_CROSSCOMPILING_EMULATOR: tests also start programs of the build by their names, and so do
-# shells that tests start.
+# Not CMAKE_CROSSCOMPILING_EMULATOR: tests, and shells that tests start, also run programs of the
+# build by name.
 set(CMAKE_CXX_LINK_EXECUTABLE
     "<CMAKE_CXX_COMPILER> <FLAGS> <CMAKE_CXX_LINK_FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET>.elf <LINK_LIBRARIES>"
     "${CMAKE_CURRENT_LIST_DIR}/arm64-program.sh ${CMAKE_SYSROOT} <TARGET>")

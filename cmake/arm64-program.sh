@@ -1,6 +1,6 @@
 #!/bin/sh
-# arm64-program.sh SYSROOT PROGRAM: makes PROGRAM a script that runs the arm64 program PROGRAM.elf
-# beside it with qemu's user mode and the libraries of SYSROOT.
+# arm64-program.sh SYSROOT PROGRAM: replaces PROGRAM by a script that runs the arm64 program
+# PROGRAM.elf in the same folder, with qemu's user mode and the libraries of SYSROOT.
 set -eu
 cat > "$2" << END
 #!/bin/sh

@@ -10,7 +10,7 @@
 
 #include "platform/Log.h"
 
-// The set-up lines go out as errors also when all is well: bring-up engineers find them that way.
+// Set-up lines are logged as errors even on success: bring-up engineers filter by that level.
 #define LOG_SETUP(...) __android_log_print(ANDROID_LOG_ERROR, "kavel_kevent", __VA_ARGS__)
 #define LOG_INFO(...) __android_log_print(ANDROID_LOG_INFO, "kavel_kevent", __VA_ARGS__)
 #define LOG_DEBUG(...) __android_log_print(ANDROID_LOG_DEBUG, "kavel_kevent", __VA_ARGS__)
@@ -23,10 +23,11 @@ using kavel::MutexLock;
 namespace {
 
 constexpr int kCompatProtocol = 43;
-// A limit, not an allocation. A packet of full size (992 bytes: headers and 700 of payload) takes
-// up 2304 bytes of it: 1024 bytes of data and 320 of skb_shared_info come from kmalloc-2048, and
-// struct sk_buff is 256 (see SKB_TRUESIZE in linux/skbuff.h). A burst of 20,000 is 44 MiB. The
-// kernel doubles what it is asked for, so that this holds 29,000.
+// Limit of the receive buffer, not an allocation. A full-size packet (992 bytes: headers and 700
+// bytes of payload) uses 2304 bytes of it: 1024 bytes of data and 320 bytes of skb_shared_info from
+// kmalloc-2048, and 256 bytes of struct sk_buff (see SKB_TRUESIZE in linux/skbuff.h). A burst of
+// 20,000 packets needs 44 MiB. The kernel doubles the requested size, so there is space for 29,000
+// packets.
 constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 constexpr char kFamilyName[] = "kavel_monitor";
 constexpr char kRegistration[] = "kavel_kevent";
@@ -51,7 +52,9 @@ const char* asText(bool value) {
     return value ? "true" : "false";
 }
 
-/** A burst of reports must outlast the handling of the one before it. */
+/**
+ * Makes the receive buffer large enough for a burst of packets that arrives while one is handled.
+ */
 void raiseReceiveBuffer(int fd) {
     const int size = kReceiveBufferSize;
     if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &size, sizeof(size)) != 0) {
@@ -78,6 +81,7 @@ int KavelKeventThread::getKernelVersion() {
     }
     const std::optional<bool> isGki2 = kavel::isGki2Release(kernel.release);
     if (!isGki2) {
+        // Tools that read the log depend on the spelling "kerenl".
         LOG_SETUP("KavelKeventThread get kerenl version from uname: %s failed\n", kernel.release);
         return -1;
     }
@@ -104,7 +108,7 @@ bool KavelKeventThread::threadLoop() {
 bool KavelKeventThread::openSocket() {
     LOG_SETUP("mIsGki2 is %s\n", asText(mIsGki2));
     const int protocol = mIsGki2 ? NETLINK_GENERIC : kCompatProtocol;
-    getKernelVersion();  // once more, for its line; the protocol is chosen
+    getKernelVersion();  // called again for its log line only
 
     const int fd = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, protocol);
     const int error = errno;
@@ -140,7 +144,7 @@ bool KavelKeventThread::registerWithKernel() {
     } else {
         result = sendKeventComp(1, 0, kRegistration);
     }
-    // The compat dialect returns a byte count, so this line follows its successes too. Bring-up
+    // sendKeventComp() returns a byte count, so this line also follows a successful send. Bring-up
     // scripts wait for it.
     if (result != 0) LOG_SETUP("KavelKeventThread send to kernel my pid failed.\n");
     return true;
@@ -150,7 +154,8 @@ int KavelKeventThread::genlGetFamilyId(const char* name) {
     MutexLock lock(mLock);
     const int result = genlSendMsg(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, 1, CTRL_ATTR_FAMILY_NAME, name,
                                    static_cast<uint16_t>(strlen(name) + 1));
-    // The kernel answers within the send; one that failed may be waited for in vain, and for ever.
+    // The kernel replies during the send. If the send failed, a blocking receive might never
+    // return.
     const int flags = result == 0 ? 0 : MSG_DONTWAIT;
     const ssize_t received = recv(mEventFd.get(), &mMsgBuf, sizeof(mMsgBuf), flags);
     return kavel::familyIdOf(mMsgBuf, received);
@@ -200,9 +205,12 @@ int KavelKeventThread::sendKeventComp(int type, int flag, const char* data) {
     return -1;
 }
 
-/** The bytes received into mRecvData, or -EINVAL. Failures that repeat are logged thinly. */
+/**
+ * Returns the number of bytes received into mRecvData, or -EINVAL. Repeated failures are logged
+ * ever less often.
+ */
 int KavelKeventThread::receiveLocked(const char* startLine) {
-    // One failure is no run yet: the receive after it is logged like any other.
+    // After a single failure the next receive is still logged as usual.
     if (mReceiveFailures.count() < 2) LOG_INFO("%s", startLine);
     memset(mRecvData.get(), 0, kKeventDataSize);
     sockaddr_nl source = netlinkAddress(0);
@@ -211,7 +219,7 @@ int KavelKeventThread::receiveLocked(const char* startLine) {
                                       reinterpret_cast<sockaddr*>(&source), &sourceSize);
     const int error = received < 0 ? errno : 0;
     if (received > 0 && source.nl_pid != 0) {
-        // Privileged processes may send to each other's netlink ports; only the kernel is believed.
+        // Privileged processes can send to another process's netlink port. Accept only the kernel.
         if (mForeignPackets.add()) {
             LOG_SETUP("KavelKeventThread packet of port %u dropped, %" PRIu64 " so far\n",
                       source.nl_pid, mForeignPackets.count());
@@ -244,7 +252,7 @@ int KavelKeventThread::recvKeventGki2() {
     if (received < 0) return received;
     char* const message = mRecvData.get();
     mPacket = reinterpret_cast<kavel_kevent_packet*>(message + kavel::kGenlPacketOffset);
-    // In this dialect the attribute's type says what the packet is.
+    // In this dialect the type of the attribute is the type of the packet.
     nlattr attribute = {};
     memcpy(&attribute, message + kavel::kGenlPacketOffset - NLA_HDRLEN, sizeof(attribute));
     if (attribute.nla_type >= KEVENT_TYPE_LOG && attribute.nla_type <= KEVENT_TYPE_EVENT) {

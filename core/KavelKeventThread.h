@@ -14,33 +14,35 @@
 namespace android {
 
 /**
- * The channel to the kernel's monitor: registers this process and hands every packet to a callback,
- * one at a time, on its own thread. Speaks generic netlink to kernels from 5.10 on and a raw
- * netlink protocol to older ones.
+ * Connection to the kernel's monitor. Registers this process and passes each packet to a callback,
+ * one at a time, on its own thread. Uses generic netlink if the kernel is 5.10 or newer, and a raw
+ * netlink protocol otherwise.
  *
- * Set-up that fails (no socket, no bind, no such family) ends the thread for good; the rest of the
- * daemon goes on without kernel events.
+ * If the set-up fails (no socket, no bind, no such family), the thread ends for good. The rest of
+ * the daemon continues without kernel events.
  */
 class KavelKeventThread : public Thread {
   public:
-    /** @param callback  must be done with the packet when it returns; may be null */
+    /** @param callback  must not use the packet after it has returned; may be null */
     explicit KavelKeventThread(bool (*callback)(kavel_kevent_packet*));
     ~KavelKeventThread() override;
 
     bool threadLoop() override;
 
-    /** Chooses the dialect by the kernel's release. 0, or -1 with the dialect left as it was. */
+    /**
+     * Chooses the dialect by the kernel release. Returns 0, or -1 and keeps the current dialect.
+     */
     int getKernelVersion();
-    /** The id of a generic netlink family: -1 where the kernel knows none of that name. */
+    /** Returns the id of a generic netlink family; -1 if the kernel has no family of that name. */
     int genlGetFamilyId(const char* name) EXCLUDES(mLock);
-    /** Sends one attribute; 0 when all of it has gone out, otherwise -1. */
+    /** Sends one attribute. Returns 0 if all of it was sent, otherwise -1. */
     int genlSendMsg(uint16_t type, uint8_t cmd, uint8_t version, uint16_t attrType,
                     const void* data, uint16_t dataLen) REQUIRES(mLock);
-    /** Sends @p data to the monitor's family; 0 or -1. */
+    /** Sends @p data to the monitor's family. Returns 0 or -1. */
     int sendKeventGki2(const char* data, int len) EXCLUDES(mLock);
-    /** Sends a text in the compat dialect; the number of bytes sent, or -1. */
+    /** Sends a text in the compat dialect. Returns the number of bytes sent, or -1. */
     int sendKeventComp(int type, int flag, const char* data) EXCLUDES(mLock);
-    /** Blocks for the next packet; the number of bytes received, or -22. */
+    /** Blocks until the next packet. Returns the number of bytes received, or -EINVAL. */
     int recvKeventGki2() EXCLUDES(mLock);
     int recvKeventComp() EXCLUDES(mLock);
 
@@ -54,10 +56,10 @@ class KavelKeventThread : public Thread {
     int receiveLocked(const char* startLine) REQUIRES(mLock);
     void logPacketLocked() REQUIRES(mLock);
 
-    // Held through the blocking receive, so that a send from another thread would wait its turn.
+    // Held during the blocking receive. A send from another thread waits for it.
     kavel::Mutex mLock;
-    std::unique_ptr<char, Free> mRecvData;   // and one guard byte, always NUL
-    kavel_kevent_packet* mPacket = nullptr;  // in mRecvData, of the last good receive
+    std::unique_ptr<char, Free> mRecvData;   // plus one byte that is always NUL
+    kavel_kevent_packet* mPacket = nullptr;  // points into mRecvData; set by the last valid receive
     bool (*const mCallback)(kavel_kevent_packet*);
     base::unique_fd mEventFd;
     bool mIsGki2 = false;

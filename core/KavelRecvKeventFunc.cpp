@@ -28,8 +28,8 @@ constexpr const char* kLastDumpProperty = "sys.kavel.lastdumpstate.time";
 constexpr uint64_t kDumpIntervalMs = 150'000;
 
 /**
- * A text field of the packet. One without its NUL is no text at all but a kernel module that was
- * built against another layout: nothing that follows could be trusted.
+ * Returns a text field of the packet. A field without a NUL means that the kernel module was built
+ * with another layout. No field can be trusted then, so this ends the process.
  */
 template <size_t N>
 std::string fieldText(const char* name, const char (&field)[N]) {
@@ -40,7 +40,7 @@ std::string fieldText(const char* name, const char (&field)[N]) {
     return std::string(field, length);
 }
 
-/** The statistic that the packet holds; nullopt, and a line that says why, if it holds none. */
+/** Returns the statistic in the packet. If there is none, logs why and returns nullopt. */
 std::optional<PlxMsg> getPlxMsgFromKevent(const kavel_kevent_packet& packet) {
     KAVEL_LOGI(KAVEL_NO_TAG, "getPlxMsgFromKevent\n");
     PlxMsg msg = {fieldText("tag", packet.tag), fieldText("event_id", packet.event_id), {}};
@@ -66,11 +66,14 @@ std::optional<PlxMsg> getPlxMsgFromKevent(const kavel_kevent_packet& packet) {
     return msg;
 }
 
-/** Whether a system dump is due, by a limit that outlives the daemon; notes the time if so. */
+/**
+ * Whether a system dump is due. If so, stores the time. The limit survives a restart of the daemon.
+ */
 bool takeDumpTurn() {
     const auto now = static_cast<uint64_t>(elapsedRealtime());
     const auto last = base::GetUintProperty<uint64_t>(kLastDumpProperty, 0);
-    // The sum must not wrap: whoever may write the property could otherwise ask for endless dumps.
+    // Do not add to the stored time: the sum could wrap, and a process that can write the property
+    // could then trigger any number of dumps.
     if (last != 0 && (now < kDumpIntervalMs || now - kDumpIntervalMs <= last)) {
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "dravo_kavel,kavel dump too frequently. last dump time is %llu, currentTime is "
@@ -101,7 +104,7 @@ std::string get_error_id(const PlxMsg& msg) {
     return *errorId;
 }
 
-/** A power-key statistic may start a system dump. Whatever comes of it, the upload follows. */
+/** Starts a system dump if a power-key statistic asks for one. The upload follows in any case. */
 void processBeforePlxMsgSend(const PlxMsg& msg, const std::string& payload) {
     if (!kavel::isScreenMonitor(msg)) return;
     const bool catchLog = kavel::asksForDump(msg);

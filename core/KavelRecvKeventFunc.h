@@ -5,10 +5,10 @@
 namespace android {
 
 /**
- * What happens to a packet of the kernel: a statistic is uploaded, an abnormal event becomes a
- * record, anything else is logged at most. Runs to the end on the calling thread.
+ * Handles one packet of the kernel: uploads a statistic, reports an abnormal event, and only logs
+ * any other packet. Runs on the calling thread and returns when it is done.
  *
- * @return false for a null packet, else true
+ * @return false for a null packet, otherwise true
  */
 bool KavelRecvKeventFunc(kavel_kevent_packet* packet);
 

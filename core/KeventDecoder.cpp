@@ -9,10 +9,13 @@ namespace android::kavel {
 namespace {
 
 constexpr std::string_view kLogmapStart = "logmap{";
-/** What isspace() accepts in the C locale, in which the daemon runs. */
+/** Characters for which isspace() is true in the C locale, which the daemon runs in. */
 constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
-/** Cuts the text up to @p separator off @p rest, as strsep does; false once all is cut. */
+/**
+ * Cuts the text up to @p separator off @p rest, like strsep(). Returns false at the end of the
+ * text.
+ */
 bool nextToken(std::string_view& rest, bool& more, char separator, std::string_view& token) {
     if (!more) return false;
     const size_t end = rest.find(separator);
@@ -22,7 +25,9 @@ bool nextToken(std::string_view& rest, bool& more, char separator, std::string_v
     return true;
 }
 
-/** Cuts the next run of non-blank characters off @p text; empty where there is none. */
+/**
+ * Cuts the next run of non-blank characters off @p text. Returns an empty word if there is none.
+ */
 std::string_view nextWord(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
     const std::string_view word = text.substr(0, text.find_first_of(kBlanks));
@@ -30,7 +35,9 @@ std::string_view nextWord(std::string_view& text) {
     return word;
 }
 
-/** A decimal int32 in front of whatever follows it; nothing where there is none or it is too big.
+/**
+ * Returns the decimal int32 at the start of @p text; trailing text is ignored. Returns nullopt if
+ * there is no number or it does not fit.
  */
 std::optional<int32_t> toInt32(const std::string& text) {
     char* end = nullptr;
@@ -54,7 +61,10 @@ EventToken scanEventToken(std::string_view text) {
     return token;
 }
 
-/** Puts the token's value where its key says; marks a token that does not convert as bad. */
+/**
+ * Stores the value of @p token in the field of its key. Marks the token as bad if it does not
+ * convert.
+ */
 void applyToken(EventText& event, EventToken& token) {
     token.isKnown = true;
     if (token.key == "extrainfo:") {

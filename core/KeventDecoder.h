@@ -9,50 +9,53 @@
 
 namespace android::kavel {
 
-// The texts inside kernel packets: text in, value out. The callback does the logging and the rest.
+// Parsers for the texts in kernel packets. They do not log and have no side effects.
 
-/** Longest key or value of a token, in characters. A longer one is malformed. */
+/** Maximum number of characters of a token's key or value. A longer one is malformed. */
 inline constexpr size_t kMaxTokenPart = 511;
 
-/** The text of a payload between "logmap{" and the first "}", or the end; nullopt if the payload is
- * no statistic. */
+/**
+ * Returns the text between "logmap{" and the first "}", or the end of the payload. Returns nullopt
+ * if the payload is not a statistic.
+ */
 std::optional<std::string> extractLogmap(const std::string& payload);
 
-/** A statistic of the kernel, as it is uploaded. */
+/** A statistic of the kernel, in the form in which it is uploaded. */
 struct PlxMsg {
     std::string tag;
     std::string eventId;
-    std::vector<std::pair<std::string, std::string>> data;  ///< in their order, duplicates kept
+    std::vector<std::pair<std::string, std::string>> data;  ///< in order, duplicates included
 };
 
 /**
  * Appends the key:value tokens of @p logmap, separated by ";", to the data of @p msg.
  *
- * @return the token that is no pair, at which parsing ended; nullopt if there is none
+ * @return the first token that is not a pair, where parsing ended; nullopt if there is none
  */
 std::optional<std::string> parseLogmap(const std::string& logmap, PlxMsg* msg);
 
-/** The value of the first pair with @p key, or null. */
+/** Returns the value of the first pair with @p key, or null. */
 const std::string* findValue(const PlxMsg& msg, std::string_view key);
 
-/** Whether the statistic is a power-key record of a screen monitor: only those may ask for a dump.
+/**
+ * Whether the statistic is a power-key record of a screen monitor. Only these may ask for a dump.
  */
 bool isScreenMonitor(const PlxMsg& msg);
 
-/** Whether the statistic asks for a system dump: some pair says catchlog:true. */
+/** Whether the statistic asks for a system dump: one of its pairs is catchlog:true. */
 bool asksForDump(const PlxMsg& msg);
 
-/** What one token of an event's text turned out to be. */
+/** One token of an event's text, parsed. */
 struct EventToken {
     std::string text;
-    int conversions;  ///< as sscanf("%s %s") counts them: -1 for a blank token
+    int conversions;  ///< return value of sscanf("%s %s"): -1 for a blank token
     std::string key;
     std::string value;
-    bool isKnown;  ///< the key is one of the four
-    bool isBad;    ///< parsing ended here, and the event counts for nothing
+    bool isKnown;  ///< the key is one of the four known keys
+    bool isBad;    ///< parsing stopped here, and the event is dropped
 };
 
-/** An event's text, token by token, and the fields where no token was bad. */
+/** The text of an event: its tokens, and its fields if no token is bad. */
 struct EventText {
     std::vector<EventToken> tokens;
     bool isBad = false;

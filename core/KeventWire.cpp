@@ -7,7 +7,7 @@ namespace android::kavel {
 namespace {
 
 constexpr size_t kAttributesOffset = NLMSG_HDRLEN + GENL_HDRLEN;
-constexpr int kGki2Since = (5 << 16) + (9 << 8) + 255;  // everything above speaks generic netlink
+constexpr int kGki2Since = (5 << 16) + (9 << 8) + 255;  // newer kernels use generic netlink
 
 }  // namespace
 
@@ -15,7 +15,7 @@ std::optional<bool> isGki2Release(const char* release) {
     int major = 0;
     int minor = 0;
     int patch = 0;
-    // NOLINTNEXTLINE(cert-err34-c): three numbers or none is all that is asked
+    // NOLINTNEXTLINE(cert-err34-c): only the number of conversions matters
     if (sscanf(release, "%d.%d.%d", &major, &minor, &patch) != 3) return std::nullopt;
     return (int64_t{major} << 16) + (int64_t{minor} << 8) + patch > kGki2Since;
 }
@@ -55,7 +55,7 @@ int familyIdOf(const GenlMessage& reply, ssize_t received) {
         reply.netlink.nlmsg_len > length) {
         return -1;
     }
-    // The kernel names the family first and its id second.
+    // The reply contains the family's name first and its id second.
     const auto* const bytes = reinterpret_cast<const char*>(&reply);
     nlattr attribute = {};
     if (length < kAttributesOffset + NLA_HDRLEN) return 0;

@@ -15,7 +15,9 @@
 namespace android::kavel {
 namespace {
 
-/** The newest lines of the file, half of what it may hold; empty if it cannot be read. */
+/**
+ * Returns the last lines of the file, at most kMaxPlxFile / 2 bytes; empty if it cannot be read.
+ */
 std::string newestLines(int fd, off_t size) {
     std::string text(kMaxPlxFile / 2, '\0');
     const off_t start = size - static_cast<off_t>(text.size());
@@ -26,9 +28,9 @@ std::string newestLines(int fd, off_t size) {
 }
 
 bool writeNewFile(const std::string& path, const std::string& text, mode_t mode) {
-    unlink(path.c_str());  // one that a daemon which died left behind
+    unlink(path.c_str());  // left over if an earlier daemon died
     const base::unique_fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-    // On the disk before its name is: a power cut must not leave an empty file.
+    // Sync before the rename: after a power cut the file must not be empty.
     return file.ok() && fchmod(file.get(), mode) == 0 && base::WriteStringToFd(text, file.get()) &&
            fsync(file.get()) == 0;
 }

@@ -6,13 +6,13 @@
 
 namespace android::kavel {
 
-/** Size in bytes from which on the file of power-key statistics is trimmed. */
+/** Maximum size in bytes of the file of power-key statistics before it is trimmed. */
 inline constexpr off_t kMaxPlxFile = off_t{1024} * 1024;
 
 /**
- * Cuts the file at @p path down to its newest lines, half of kMaxPlxFile of them, if it is larger
- * than kMaxPlxFile. The file is replaced in one step: a failure leaves it as it was and gets one
- * line. Anything but a regular file is left alone.
+ * If the file at @p path is larger than kMaxPlxFile, reduces it to its newest lines, half of
+ * kMaxPlxFile. Replaces the file atomically: if that fails, the file is unchanged and one line is
+ * logged. Ignores anything that is not a regular file.
  */
 void trimPlxFile(const std::string& path);
 

@@ -1,4 +1,4 @@
-// The daemon: start-up order, then a life as a binder thread.
+// The daemon: starts its threads in order, then serves binder calls.
 
 #include <thread>
 
@@ -21,10 +21,10 @@ using namespace android;  // NOLINT(google-build-using-namespace): the program's
 
 namespace {
 
-/** Held for the life of the process; nobody else reads it. */
+/** Keeps the thread alive as long as the process; not read. */
 sp<KavelKeventThread> sKeventThread;
 
-/** A set-up that fails ends the thread, not the daemon. */
+/** If the set-up fails, the thread ends and the daemon continues. */
 void startKeventThread() {
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel]: startKavelKeventThread\n");
     sKeventThread = new KavelKeventThread(KavelRecvKeventFunc);
@@ -32,7 +32,9 @@ void startKeventThread() {
     sKeventThread->run("dravo_kavel_kevent", 0, 0);
 }
 
-/** A system dump that was cut short by a reboot is packed from what it had already written. */
+/**
+ * If a reboot interrupted a system dump, asks for a pack of the files that it has already written.
+ */
 void restartInterruptedDump() {
     if (base::GetProperty("persist.sys.kvl.dumping", "false") != "true") return;
     property_set("sys.kavel.repackonly", "true");
@@ -45,13 +47,13 @@ int main() {
     KAVEL_LOGI(KAVEL_TAG_BINDER, "[main]:dravo_kavel init start");
 
     digInit();
-    // Before anything can come in: a folder made later is nobody's leftover.
+    // Before anything can be reported: a folder that is made later is not a leftover.
     kavel::packLeftoverFolders();
     startKeventThread();
     restartInterruptedDump();
     std::thread(kavel_socketLoop).detach();
 
-    // The line stands before the registration: that is where its readers expect it.
+    // Logged before the registration, because readers of the log expect this order.
     KAVEL_LOGI(KAVEL_TAG_BINDER,
                "[addService]: KavelBinderService service added to defaultServiceManager.\n");
     defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME),

@@ -30,14 +30,14 @@ constexpr size_t kRecordSize = kavel::kMaxRawRecord + 1;
 int sConnection = -1;
 pthread_t sReader;
 
-// A record stands in its log line, which then takes no formatting. Never cleared: a record that is
-// shorter than an earlier one is followed by the rest of that. The byte behind it stays zero, so
-// that the text ends also where a record fills the buffer.
+// The record is stored in the log line itself, so that the line needs no formatting. The buffer is
+// never cleared: after a short record it still contains the end of a longer one. The byte after it
+// is always zero, so the text also ends if a record fills the buffer.
 constexpr size_t kLineStart = std::string_view("recv ").size();
 char sLine[kLineStart + kRecordSize + 1] = "recv ";
 char* const sRecord = sLine + kLineStart;
 
-/** perror() for an error that a log call in between may have overwritten. */
+/** perror() for an error number that was saved before a log call. */
 void printError(const char* what, int error) {
     errno = error;
     perror(what);
@@ -49,7 +49,7 @@ int awaitControlSocket() {
         KAVEL_LOGI(KAVEL_TAG_SOCKET, "Failed to get socket %d", errno);
         kavel::sleepSeconds(kSocketRetry);
     }
-    // Init hands it over open to every program that this one starts.
+    // Init leaves the descriptor open across exec. Do not pass it on to child processes.
     fcntl(fd, F_SETFD, FD_CLOEXEC);
     return fd;
 }

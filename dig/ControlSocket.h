@@ -6,30 +6,30 @@ namespace android {
 
 namespace kavel {
 
-/** Init's name of the socket, a stream socket below /dev/socket. */
+/** Name of the socket in init's configuration: a stream socket in /dev/socket. */
 inline constexpr const char* kControlSocketName = "kavel_socket";
 
-/** The longest record that is read whole, in characters; its NUL comes behind. */
+/** Maximum number of characters of a record that is read whole, without its NUL. */
 inline constexpr size_t kMaxRawRecord = 255;
 
 }  // namespace kavel
 
 /**
- * Waits for the control socket that init makes, serves one connection to its end, and forgets what
- * the matcher knows. The socket is not served again in the life of the process.
+ * Waits for the control socket that init creates, serves one connection until it ends, and clears
+ * the matcher's events and patterns. The socket is not served again in the life of the process.
  *
- * Blocks the calling thread for as long as that takes, possibly for ever. Ends the process where
- * the socket cannot be listened on or accepted from.
+ * Blocks the calling thread for that time, possibly for ever. Ends the process if listening or
+ * accepting fails.
  *
  * @return 0
  */
 int kavel_socketLoop();
 
 /**
- * Reader thread: hands each record to sendRawEvent() until the third failed receive, of which the
- * peer's closing is one. Ends the calling thread.
+ * Reader thread: passes each record to sendRawEvent() until the third failed receive. A closed
+ * connection counts as a failed receive. Ends the calling thread.
  *
- * @param fdPointer  points at the connection's descriptor, which stays the caller's
+ * @param fdPointer  pointer to the descriptor of the connection; the caller keeps ownership
  */
 void* recvEvents(void* fdPointer);
 

@@ -15,8 +15,9 @@ constexpr int64_t kMaxAge = 10'000;
 
 Event::~Event() {
     kavel::LineText line;
+    // Readers of the output depend on the word "zuvek".
     line << "zuvek id ";
-    line.decimal(id) << "  time ";  // both blanks on purpose
+    line.decimal(id) << "  time ";  // both blanks are required
     line.decimal(time) << "\n";
     const std::string_view text = line.text();
     fwrite(text.data(), 1, text.size(), stdout);

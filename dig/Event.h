@@ -12,19 +12,19 @@ struct Event {
     ~Event();
 
     int64_t id = 0;
-    int64_t time = 0;         ///< the reporter's, in the reporter's unit
-    int32_t timeout = 0;      ///< in the same unit; how far back a related event may lie
-    bool isKeyEvent = false;  ///< only these are matched
+    int64_t time = 0;         ///< time of the reporter, in the reporter's unit
+    int32_t timeout = 0;      ///< in the same unit; maximum age of a related event
+    bool isKeyEvent = false;  ///< only key events are matched
     std::string name;
-    std::vector<int64_t> related;  ///< ids that, seen within the timeout, make this one a freeze
+    std::vector<int64_t> related;  ///< ids that make this a freeze if seen within the timeout
 };
 
 namespace kavel {
 
-/** How long @p then lies before @p now; the nearest int64 where the difference does not fit one. */
+/** Returns @p now - @p then, limited to the range of int64. */
 int64_t elapsed(int64_t now, int64_t then);
 
-/** Whether a live event of time @p then is ripe for pruning when one of time @p now arrives. */
+/** Whether a live event of time @p then can be pruned when an event of time @p now arrives. */
 bool isAged(int64_t now, int64_t then);
 
 }  // namespace kavel

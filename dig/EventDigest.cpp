@@ -26,7 +26,7 @@ void EventDigest::add(int64_t id, int64_t time) {
     if (watched == mWatched.end()) return;
     std::deque<Peak>& peaks = watched->peaks;
     while (!peaks.empty() && peaks.back().time <= time) peaks.pop_back();
-    // One that leaves together with a later one will never be the latest.
+    // An event that is pruned together with a later one is never the latest.
     if (peaks.empty() || peaks.back().run != lastRun()) peaks.push_back({lastRun(), time});
 }
 

@@ -9,39 +9,40 @@
 namespace android::kavel {
 
 /**
- * A queue of events, kept as what pruning and matching can still ask of them.
+ * A queue of events, reduced to the data that pruning and matching need.
  *
- * Pruning takes events from the front until it meets a young one, so an event leaves together with
- * all that stand right behind it and are not later than it: they form one run. Whether a related
- * event is recent enough depends on the latest one of its id alone. Hence a run is its time and its
- * length, and each watched id has the times that will in turn be its latest, one per run at most.
+ * Pruning removes events from the front until it reaches a young one. So an event is removed
+ * together with all events directly after it that are not later: they form one run. Whether a
+ * related event is recent enough depends only on the latest event with its id. So a run needs only
+ * its time and its length, and each watched id needs only the times that will become its latest
+ * one, at most one per run.
  *
- * The times of the runs rise. As long as each event, before it is queued, prunes those that have
- * aged by then, all runs that the latest one found lie within the age limit of it: there are no
- * more runs than the limit has units, however many events there are. Adding and pruning cost the
- * same on average at any size. Not synchronised.
+ * The times of the runs increase. If aged events are pruned before each event is added, all runs
+ * that are left are within the age limit of the latest event. So there are at most as many runs as
+ * the limit has units, whatever the number of events. Adding and pruning take constant time on
+ * average. Not synchronised.
  */
 class EventDigest {
   public:
-    /** @param watchedIds  the ids, each once, that latest() will be asked for */
+    /** @param watchedIds  ids for which latest() can be called, without duplicates */
     explicit EventDigest(const std::vector<int64_t>& watchedIds);
 
-    /** How many events there are. */
+    /** Number of events. */
     size_t size() const { return mSize; }
-    /** How many entries they are kept as, which is what they cost. */
+    /** Number of stored entries, which determines the memory in use. */
     size_t entries() const;
 
     /** Appends an event. */
     void add(int64_t id, int64_t time);
     /** Removes events from the front up to the first that is not aged at the time @p now. */
     void prune(int64_t now);
-    /** The latest time of the events with @p id. */
+    /** Returns the latest time of the events with @p id; nullopt if there are none. */
     std::optional<int64_t> latest(int64_t id) const;
     void clear();
 
   private:
     struct Run {
-        int64_t time;  ///< of its first event, which none of the others exceeds
+        int64_t time;  ///< of its first event; no other event of the run is later
         size_t size;
     };
     struct Peak {
@@ -50,13 +51,13 @@ class EventDigest {
     };
     struct Watched {
         int64_t id;
-        std::deque<Peak> peaks;  ///< in order of arrival, and each earlier in time than the last
+        std::deque<Peak> peaks;  ///< in order of arrival; their times decrease
     };
 
     uint64_t lastRun() const { return mFirstRun + mRuns.size() - 1; }
 
     std::deque<Run> mRuns;
-    uint64_t mFirstRun = 0;  ///< the number of the run at the front, counting all there ever were
+    uint64_t mFirstRun = 0;  ///< number of the front run, counting all runs that ever existed
     size_t mSize = 0;
     std::vector<Watched> mWatched;
 };

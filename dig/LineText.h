@@ -7,8 +7,9 @@
 namespace android::kavel {
 
 /**
- * Puts a short line together without a format: a record leaves several, and formatting them would
- * cost as much as reading and matching it. Whoever uses it sees to it that kSize is enough.
+ * Builds a short line without a format string: each record causes several lines, and formatting
+ * them would take as long as reading and matching the record. The caller must make sure that kSize
+ * is enough.
  */
 class LineText {
   public:
@@ -22,17 +23,17 @@ class LineText {
         if (number >= 0) return put<10>(static_cast<uint64_t>(number));
         return (*this << "-").put<10>(~static_cast<uint64_t>(number) + 1);
     }
-    /** As %llx does: without a sign. */
+    /** Like %llx: without a sign. */
     LineText& hex(int64_t number) { return put<16>(static_cast<uint64_t>(number)); }
 
-    /** What there is so far, with a NUL behind it. */
+    /** Returns the text so far, followed by a NUL. */
     std::string_view text() {
         *mEnd = '\0';
         return {mText, static_cast<size_t>(mEnd - mText)};
     }
 
   private:
-    /** Not std::to_chars: that of Android 14 writes zeros before some numbers from 10^8 up. */
+    /** Not std::to_chars(): in Android 14 it writes zeros before some numbers from 10^8 up. */
     template <unsigned base>
     LineText& put(uint64_t number) {
         char digits[20];  // of 2^64 - 1

@@ -24,7 +24,7 @@ void LiveEvents::queue(const Event& event) {
         mOlder.add(mNewest.front().id, mNewest.front().time);
         mNewest.pop_front();
     }
-    // All that a live event is asked for; the rest of a copy would cost more than these.
+    // Copy only the fields that are used: copying the others would take longer.
     Event& live = mNewest.emplace_back();
     live.id = event.id;
     live.time = event.time;
@@ -32,7 +32,7 @@ void LiveEvents::queue(const Event& event) {
 
 void LiveEvents::prune(int64_t now) {
     mOlder.prune(now);
-    if (mOlder.size() > 0) return;  // a young one, which spares whatever is behind it
+    if (mOlder.size() > 0) return;  // a young event also protects all events after it
     while (!mNewest.empty() && isAged(now, mNewest.front().time)) mNewest.pop_front();
 }
 

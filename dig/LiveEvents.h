@@ -12,28 +12,28 @@
 namespace android::kavel {
 
 /**
- * The recent raw events, oldest first. Ordinarily they are just kept. A reporter that sends young
- * events without end never lets them be pruned, so all but the newest few are kept as a digest; the
- * answers are the same. Not synchronised.
+ * The recent raw events, oldest first. Usually they are simply stored. A reporter that keeps
+ * sending young events prevents pruning, so all but the newest few are stored as a digest. The
+ * results are the same. Not synchronised.
  */
 class LiveEvents {
   public:
-    /** From this size on, aged events are pruned. */
+    /** Number of events from which aged events are pruned. */
     static constexpr size_t kPruneFrom = 40;
 
-    /** @param watchedIds  the ids that patterns are related to: what has them is never forgotten */
+    /** @param watchedIds  ids to which patterns are related; the digest keeps their events */
     explicit LiveEvents(const std::vector<int64_t>& watchedIds) : mOlder(watchedIds) {}
 
     size_t size() const { return mOlder.size() + mNewest.size(); }
 
     /**
-     * The id of the oldest event that @p now is related to within its timeout; an event that is
-     * stamped later than @p now counts. Where the digest holds such events of several ids, the id
-     * that @p now names first.
+     * Returns the id of the oldest event that @p now is related to within its timeout. An event
+     * with a later time than @p now counts too. If the digest contains such events with several
+     * ids, returns the id that comes first in @p now.
      */
     std::optional<int64_t> findRelated(const Event& now) const;
 
-    /** Prunes where the list is full, then appends @p event: its id and its time. */
+    /** Prunes if the list is full, then appends the id and the time of @p event. */
     void queue(const Event& event);
 
     void clear();

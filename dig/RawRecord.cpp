@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kSeparator = ":";
 
-/** Takes the next token off @p rest; an empty one where there is none. */
+/** Takes the next token off @p rest; returns an empty token if there is none. */
 std::string_view takeToken(std::string_view* rest, std::string_view separators) {
     rest->remove_prefix(std::min(rest->find_first_not_of(separators), rest->size()));
     const std::string_view token = rest->substr(0, rest->find_first_of(separators));
@@ -20,8 +20,8 @@ std::string_view takeToken(std::string_view* rest, std::string_view separators) 
 }
 
 /**
- * As std::stoll() reads it, with no value in place of its exceptions. What stands behind @p token
- * ends a number: a separator or the text's NUL.
+ * Like std::stoll(), but returns nullopt instead of throwing. The number ends at the end of @p
+ * token, because a separator or the text's NUL follows.
  */
 std::optional<int64_t> toNumber(std::string_view token) {
     char* end = nullptr;
@@ -33,7 +33,7 @@ std::optional<int64_t> toNumber(std::string_view token) {
 
 }  // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): callers know it by this signature
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is part of the interface
 std::vector<std::string> split(char* text, std::string separators) {
     std::vector<std::string> tokens;
     std::string_view rest = text;

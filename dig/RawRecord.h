@@ -7,8 +7,8 @@
 namespace android {
 
 /**
- * The tokens of @p text between characters of @p separators, as strtok_r() finds them: a run of
- * separators counts as one, and there are no empty tokens. @p text is not changed.
+ * Returns the tokens of @p text between characters of @p separators, like strtok_r(): a run of
+ * separators counts as one, and there are no empty tokens. Does not change @p text.
  */
 std::vector<std::string> split(char* text, std::string separators);
 
@@ -16,7 +16,7 @@ namespace kavel {
 
 enum class RecordFault { None, TooFewFields, NotANumber };
 
-/** What a record "id:name:time" says; the values hold only where there is no fault. */
+/** Contents of a record "id:name:time"; the values are set only if there is no fault. */
 struct RawRecord {
     RecordFault fault = RecordFault::None;
     int64_t id = 0;
@@ -24,7 +24,7 @@ struct RawRecord {
     std::string name;
 };
 
-/** Fields beyond the third are ignored, as is what follows the digits of a number. */
+/** Ignores fields after the third, and text after the digits of a number. */
 RawRecord parseRawRecord(const char* text);
 
 }  // namespace kavel

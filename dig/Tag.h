@@ -1,4 +1,4 @@
 #pragma once
 
-/** Tag of the control socket and of the matcher behind it. */
+/** Log tag of the control socket and the matcher. */
 #define KAVEL_TAG_SOCKET "kavel_socket"

@@ -40,7 +40,7 @@ std::vector<int64_t> relatedIds() {
     return ids;
 }
 
-// Never destroyed: the reader may still be at work when the process exits.
+// Never destroyed: the reader may still use it when the process exits.
 std::vector<Event>& baseEvents() {
     static auto* const events = new std::vector<Event>;
     return *events;
@@ -51,7 +51,7 @@ LiveEvents& liveEvents() {
     return *events;
 }
 
-/** A line without values, which needs no formatting. */
+/** Logs a line without values, which needs no formatting. */
 void logLine(int priority, const char* line) {
     __android_log_write(priority, KAVEL_TAG_SOCKET, line);
 }
@@ -62,6 +62,7 @@ void digInit() {
     makeBaseEvets2();
 }
 
+// The spelling of the name is required: callers outside use it.
 void makeBaseEvets2() {
     baseEvents().reserve(baseEvents().size() + std::size(kPatterns));
     for (const Pattern& pattern : kPatterns) {
@@ -85,6 +86,7 @@ void sendRawEvent(char* buffer) {
             logLine(ANDROID_LOG_INFO, "recv_content size < 3, corrupted raw data.");
             return;
         case RecordFault::NotANumber:
+            // Tools that read the log depend on the spelling "occured".
             logLine(ANDROID_LOG_INFO, "exception in stoll occured, corrupted raw data.");
             return;
         case RecordFault::None:
@@ -112,6 +114,7 @@ void matchEvent(Event& now) {
     if (!before) return;
     logLine(ANDROID_LOG_DEBUG, "found");
     kavel::LineText line;
+    // Tools that read the log depend on the spelling "freezen".
     line << "Kavel found freezen event0 ";
     line.hex(now.id) << " event1 ";
     line.hex(*before) << " ";

@@ -6,27 +6,29 @@
 
 namespace android {
 
-// The raw event matcher: finds a key event that follows an event it is related to and logs that as
-// a freeze. Its lists are process-wide and have no lock: one thread at a time.
+// The raw event matcher: finds a key event that follows an event it is related to, and logs that as
+// a freeze. Its lists are shared by the whole process and have no lock: use from one thread at a
+// time.
 
-/** Sets up the patterns; before the first record. */
+/** Sets up the patterns. Call before the first record. */
 void digInit();
-void makeBaseEvets2();  // spelt so on purpose: the name is known outside
+void makeBaseEvets2();  // the spelling is required: callers outside use this name
 
-/** Forgets all live events and all patterns; after the last record. */
+/** Removes all live events and all patterns. Call after the last record. */
 void digExit();
 
-/** Handles one record "id:name:time"; a corrupt one is logged and dropped. @p buffer stays as is.
+/**
+ * Handles one record "id:name:time". Logs and drops a corrupt record. Does not change @p buffer.
  */
 void sendRawEvent(char* buffer);
 
-/** An event as its pattern says, or an ordinary one where no pattern has its id. */
+/** Returns an event with the pattern for its id, or an ordinary event if there is no pattern. */
 Event data2Event(long long id, long long time, std::string name);
 
-/** Logs a freeze where @p now is a key event and related to one of the live events. */
+/** Logs a freeze if @p now is a key event and related to one of the live events. */
 void matchEvent(Event& now);
 
-/** Keeps a copy of @p event for the events to come. */
+/** Adds a copy of @p event to the live events. */
 void queueLiveEvents(Event& event);
 
 }  // namespace android

@@ -56,7 +56,7 @@ int64_t totalXlogSize(const std::string& path) {
     if (!checkPathIsDir(path)) return 0;
     int64_t total = 0;
     std::error_code error;
-    // The staging service may still be at work: a file that goes away counts as nothing.
+    // The staging service may still be running: a file that disappears counts as 0 bytes.
     for (fs::directory_iterator entry(path, error), end; !error && entry != end;
          entry.increment(error)) {
         std::error_code gone;

@@ -10,28 +10,28 @@
 namespace android::kavel {
 
 /**
- * What the commercial catchers note about one caught event. Each note is there or not, which
- * decides whether later events join it. Any thread; leaf lock.
+ * Notes of the commercial catchers about one caught event. A note may be missing, which determines
+ * whether later events join the catch. Any thread; leaf lock.
  */
 class CommercialNotes {
   public:
-    /** Marks the catch as a commercial one, whose threads may have to find their own folder. */
+    /** Marks the catch as commercial: its threads may have to find their folder themselves. */
     void begin();
     bool isCommercial() const;
 
     void setHasRelatedEvents(bool has);
-    bool hasRelatedEvents() const;  ///< for readers of the notes: the pack is the same either way
+    bool hasRelatedEvents() const;  ///< information for readers only; does not change the pack
 
-    /** Adds TIME@NAME of a related event; the catch's own event comes first. */
+    /** Adds TIME@NAME of a related event. The first entry must be the catch's own event. */
     void addRelatedEvent(const std::string& entry);
-    /** The same where there is a list already; else nothing. */
+    /** Adds an entry if the list exists; otherwise does nothing. */
     void joinRelatedEvents(const std::string& entry);
     std::vector<std::string> relatedEvents() const;
 
     void setLogInfo(int32_t logInfo);
-    /** Adds to the log-selection bits where there are any; false where there are none. */
+    /** Adds to the log-selection bits if they were set. Returns false if they were not. */
     bool joinLogInfo(int32_t logInfo);
-    /** The log-selection bits that the pack must honour; 0 where none were ever set. */
+    /** Returns the log-selection bits that apply to the pack; 0 if none were set. */
     int32_t logInfo() const;
 
   private:

@@ -10,7 +10,7 @@ constexpr uint64_t kHeavyDumpIntervalNs = 30'000'000'000;
 void PendingCaptures::start(uint32_t bit, const KavelTimestamp& timestamp) {
     MutexLock lock(mLock);
     mTimestamps[bit] = timestamp;
-    mMask |= bit;  // after its time: whoever sees the bit asks for that
+    mMask |= bit;  // after its time: a thread that sees the bit reads the time
 }
 
 int64_t PendingCaptures::timeOf(uint32_t bit) const {
@@ -25,7 +25,7 @@ bool HeavyDumpLimit::isDue(uint64_t lastNs, uint64_t nowNs) {
 
 bool HeavyDumpLimit::tryTake(uint64_t nowNs) {
     uint64_t last = mLastNs;
-    // A thread that reads the clock before another one takes the turn sees a later last time.
+    // Another thread may have taken the turn with a later time after this one read the clock.
     return (last <= nowNs) && isDue(last, nowNs) && mLastNs.compare_exchange_strong(last, nowNs);
 }
 

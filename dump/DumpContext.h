@@ -11,15 +11,15 @@
 
 namespace android::kavel {
 
-/** Captures that leave their file outside the log folder, waiting to be packed. */
+/** Captures whose files are outside the log folder and have not been packed yet. */
 class PendingCaptures {
   public:
-    /** Notes that @p bit has been started for the event of @p timestamp. */
+    /** Notes that @p bit was started for an event with the time @p timestamp. */
     void start(uint32_t bit, const KavelTimestamp& timestamp);
     void clear(uint32_t bit) { mMask &= ~bit; }
     bool isPending(uint32_t bit) const { return (mMask & bit) != 0; }
     uint32_t mask() const { return mMask; }
-    /** Wall-clock nanoseconds of the event for which @p bit was last started, or 0. */
+    /** Returns the wall-clock nanoseconds of the event for which @p bit was last started, or 0. */
     int64_t timeOf(uint32_t bit) const;
 
   private:
@@ -28,37 +28,40 @@ class PendingCaptures {
     std::map<uint32_t, KavelTimestamp> mTimestamps GUARDED_BY(mLock);
 };
 
-/** At most one set of heavy dumps in thirty seconds, whatever the events. */
+/** Limits heavy dumps to one set in thirty seconds, for all events together. */
 class HeavyDumpLimit {
   public:
-    /** Takes the turn at @p nowNs (monotonic) where one is due. */
+    /** Takes the turn at @p nowNs (monotonic) if a set is due. Returns whether it was taken. */
     bool tryTake(uint64_t nowNs);
 
-    /** Whether a set is due at @p nowNs after one at @p lastNs; 0 means that there was none. */
+    /**
+     * Whether a set is due at @p nowNs if the last one was at @p lastNs; 0 means that there was
+     * none.
+     */
     static bool isDue(uint64_t lastNs, uint64_t nowNs);
 
   private:
     std::atomic<uint64_t> mLastNs{0};
 };
 
-/** Everything that the dump threads share. Owned by the handler. */
+/** State that all dump threads share. Owned by the handler. */
 struct DumpContext {
     explicit DumpContext(EventParameters& eventParameters);
 
     EventParameters& parameters;
     CatchTable catches{*this};
-    TechnicalCatches technical;  // holds catches, so it ends before their table
+    TechnicalCatches technical;  // refers to catches, so it must be destroyed before their table
     PendingCaptures captures;
     HeavyDumpLimit heavyDumps;
-    /** Set while a time window is open whose folder further events join. */
+    /** Set while a time window is open and further events join its folder. */
     std::atomic<bool> combinedDumpRunning{false};
-    /** Set when the next pack is to take the messaging app's logs along. */
+    /** Set if the next pack must include the messaging app's logs. */
     std::atomic<bool> xlogRequested{false};
 
-    // After what their tasks use, so that they end before it.
+    // Declared last, so that the pools end before the objects that their tasks use.
     std::KavelThreadPool cmdPool;
     std::KavelThreadPool logcatPool;
-    std::KavelThreadPool historyPool;  // given no work; its threads are part of the daemon's face
+    std::KavelThreadPool historyPool;  // unused; kept because its threads are expected to exist
 };
 
 }  // namespace android::kavel

@@ -16,12 +16,12 @@ using android::kavel::MutexLock;
 namespace {
 
 /**
- * Number of times a worker polls the queue before it sleeps. The next task of a burst is often just
- * being queued, and to sleep and be woken costs more than several small tasks.
+ * Number of times a worker polls the queue before it sleeps. In a burst, the next task is often
+ * just being queued, and waking a worker takes longer than several small tasks.
  */
 constexpr int kLooks = 4;
 
-/** Time without a free worker after which waiting tasks get another one. */
+/** Time without a free worker after which waiting tasks get another worker. */
 constexpr chrono::seconds kStall(3);
 
 }  // namespace
@@ -42,7 +42,7 @@ KavelThreadPool::~KavelThreadPool() {
         threads.swap(mThreads);
         threads.push_back(std::move(mWatch));
     }
-    // Not under the grow lock: the watch, or a task that commits another one, may ask for it.
+    // Without the grow lock: the watch, or a task that commits another one, may need it.
     for (thread& each : threads) {
         if (each.joinable()) each.join();
     }
@@ -75,7 +75,7 @@ void KavelThreadPool::work() {
                     --mLive;
                     return;
                 }
-                ++mIdleCount;  // addThread() has counted a new worker already
+                ++mIdleCount;  // addThread() has already counted a new worker
             }
             for (int looks = 0; _run && mTasks.empty(); ++looks) {
                 if (looks < kLooks) {
@@ -93,13 +93,13 @@ void KavelThreadPool::work() {
             ++mTaken;
         }
         task();
-        task = {};  // what it holds must not live until the next task comes
+        task = {};  // destroys its arguments now, not when the next task arrives
     }
 }
 
 bool KavelThreadPool::maySpareOneLocked() const {
-    // Extra workers retire as soon as another one is idle. A pool that is being destroyed keeps
-    // them all until its queue is empty.
+    // Extra workers end as soon as another one is idle. A pool that is being destroyed keeps all
+    // workers until its queue is empty.
     return _run && mIdleCount >= 1 && mLive > mCoreSize;
 }
 
@@ -112,8 +112,9 @@ void KavelThreadPool::enqueue(packaged_task<void()> task) {
     {
         MutexLock lock(mTaskLock);
         mTasks.push(std::move(task));
-        wake = mWaiting > 0;  // a worker that is awake looks at the queue before it sleeps
-        // A burst is queued before the idle count falls, so it may outnumber the workers.
+        wake = mWaiting > 0;  // a worker that is awake checks the queue before it sleeps
+        // The idle count decreases after a burst is queued, so there may be more tasks than idle
+        // workers.
         const bool waits = mIdleCount < 0 || mTasks.size() > static_cast<size_t>(mIdleCount);
         needsWatch = _run && waits && mCreated < mMaxSize && !exchange(mIsWatched, true);
     }
@@ -121,7 +122,7 @@ void KavelThreadPool::enqueue(packaged_task<void()> task) {
         if (mIdleCount < 1 && mCreated < mMaxSize) addThread(1);
         if (needsWatch) startWatch();
     } catch (const system_error& e) {
-        // The task is queued, and the existing workers will come to it.
+        // The task is queued, so the existing workers run it.
         logNoThread(e);
         MutexLock lock(mTaskLock);
         if (needsWatch) mIsWatched = false;
@@ -136,7 +137,7 @@ void KavelThreadPool::startWatch() {
     mWatch = thread([this] { watch(); });
 }
 
-/** Adds a worker whenever tasks have waited too long. Ends when none waits. */
+/** Adds a worker if tasks have waited too long. Ends when no task is waiting. */
 void KavelThreadPool::watch() {
     pthread_setname_np(pthread_self(), "kavel_tp_watch");
     while (true) {

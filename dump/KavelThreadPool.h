@@ -12,38 +12,40 @@
 
 #include "platform/Mutex.h"
 
-// The pool stands in namespace std because that is the name under which its users know it.
+// In namespace std because callers use the pool under that name.
 namespace std {
 
 /**
- * A growable pool of worker threads for queued tasks. Submission is fire and forget: commit()
- * never waits for a task. Any thread may commit.
+ * A pool of worker threads for queued tasks, which grows on demand. commit() does not wait for the
+ * task. Any thread may call it.
  *
- * The number of threads ever started never passes the maximum size: a retired worker counts for
- * ever. That is deliberate; it bounds what a pool can cost in the life of the process.
+ * The number of threads that are ever started is at most the maximum size: a worker that has ended
+ * still counts. This is intended. It limits the cost of a pool over the life of the process.
  */
 class KavelThreadPool {
   public:
     /**
-     * @param namePrefix  workers are called prefix + 1, 2, ...; must outlive the pool. A name over
-     *                    the kernel's 15 characters leaves the thread with the name it inherits.
-     * @param coreSize    number of workers that never retire
-     * @param maxSize     number of workers that are ever started
+     * @param namePrefix  workers are named prefix + 1, 2, ...; must outlive the pool. If a name is
+     *                    longer than the kernel's 15 characters, the thread keeps its inherited
+     *                    name.
+     * @param coreSize    number of workers that never end
+     * @param maxSize     maximum number of workers ever started
      */
     KavelThreadPool(const char* namePrefix, uint16_t coreSize, uint16_t maxSize);
-    /** Runs every task that is queued, then joins the workers. */
+    /** Runs all queued tasks, then joins the workers. */
     ~KavelThreadPool();
     KavelThreadPool(const KavelThreadPool&) = delete;
     KavelThreadPool& operator=(const KavelThreadPool&) = delete;
 
-    /** Starts up to @p count workers, never passing the maximum size. */
+    /** Starts up to @p count workers, but never more than the maximum size. */
     void addThread(uint16_t count);
 
     /**
      * Queues f(args...), with copies of the arguments. Starts another worker if none is idle and
-     * the maximum is not reached, and whenever tasks wait and no worker has become free for three
-     * seconds. If no thread can be created, the existing workers run the task. A pool that is being
-     * destroyed still runs the task. An exception of the task is logged and kept in the future.
+     * the maximum is not reached. If no thread can be created, the existing workers run the task.
+     * Another worker is also started if no worker becomes free for three seconds while a task
+     * waits. A pool that is being destroyed still runs the task. An exception from the task is
+     * logged and stored in the future.
      */
     template <class F, class... Args>
     future<void> commit(F&& f, Args&&... args) {
@@ -79,15 +81,15 @@ class KavelThreadPool {
     android::kavel::Mutex mTaskLock;
     vector<thread> mThreads GUARDED_BY(mGrowLock);
     queue<packaged_task<void()>> mTasks GUARDED_BY(mTaskLock);
-    int mWaiting GUARDED_BY(mTaskLock) = 0;     // workers asleep on the signal
-    int mLive GUARDED_BY(mTaskLock) = 0;        // workers that have not retired
-    uint64_t mTaken GUARDED_BY(mTaskLock) = 0;  // tasks that workers have taken so far
+    int mWaiting GUARDED_BY(mTaskLock) = 0;     // workers that wait for the signal
+    int mLive GUARDED_BY(mTaskLock) = 0;        // workers that have not ended
+    uint64_t mTaken GUARDED_BY(mTaskLock) = 0;  // number of tasks taken so far
     bool mIsWatched GUARDED_BY(mTaskLock) = false;
-    thread mWatch GUARDED_BY(mGrowLock);  // the last one, ended or not
+    thread mWatch GUARDED_BY(mGrowLock);  // latest watch thread, running or ended
     condition_variable mTaskSignal;
     condition_variable mStopSignal;  // for the watch
     atomic<int32_t> mThreadSequence{0};
-    atomic<uint16_t> mCreated{0};  // entries of mThreads, for readers without the grow lock
+    atomic<uint16_t> mCreated{0};  // size of mThreads, readable without the grow lock
     atomic<bool> _run{true};
     atomic<int32_t> mIdleCount{0};
 };

@@ -44,9 +44,9 @@ constexpr bool kHeavy = true;
 constexpr CommandPool kCmd = CommandPool::Cmd;
 }  // namespace
 
-// The texts are what the users of the archives know, double blanks and the missing one in "top>"
-// included. "dumpsys power" records the bit of the binder transactions, not its own: tools that
-// read the integrity results count on it.
+// These texts are part of the interface: readers of the archives expect them, including "vask", the
+// double blanks, and the missing blank in "top>". "dumpsys power" records the bit of the binder
+// transactions, not its own: tools that read the integrity results rely on it.
 // clang-format off
 const std::array<LogCommand, 31> kLogCommands = {{
     {0x1,       "logcat -d -v threadtime > ",                         "/android-",                   0x1,       CommandPool::Logcat, kLight},

@@ -42,7 +42,7 @@ enum KavelLogInfo : uint32_t {
     KAVEL_LOGINFO_SYSTEM_SERVER_TRACES = 0x40000000,
 };
 
-/** The streaming logs (logcat's buffers and the kernel log) that the second round takes again. */
+/** Streaming logs (logcat's buffers and the kernel log), which the second round collects again. */
 inline constexpr uint32_t KAVEL_LOGINFO_CONTINUOUS =
         KAVEL_LOGINFO_ANDROID | KAVEL_LOGINFO_KERNEL | KAVEL_LOGINFO_EVENTS | KAVEL_LOGINFO_RADIO;
 
@@ -54,40 +54,40 @@ struct LogBit {
     std::string_view name;
 };
 
-/** Every bit that has a meaning, lowest first. */
+/** All defined bits, lowest first. */
 extern const std::array<LogBit, 31> kLogBits;
 
 enum class CommandPool { Cmd, Logcat };
 
-/** One shell command of a catch. Its output goes to FOLDER + stem + time + ".txt". */
+/** A shell command of a catch. Its output file is FOLDER + stem + time + ".txt". */
 struct LogCommand {
-    uint32_t testBit;  ///< runs where the log-info word has this bit
+    uint32_t testBit;  ///< the command runs if the log-info word has this bit
     const char* head;  ///< command text up to and including the redirection
     const char* stem;  ///< start of the output file's name, with its "/" and "-"
-    uint32_t tagBit;   ///< bit recorded as collected once the command has ended
+    uint32_t tagBit;   ///< bit recorded as collected when the command has ended
     CommandPool pool;
-    bool heavy;  ///< subject to the limit of one set of heavy dumps in 30 seconds
+    bool heavy;  ///< limited to one set of heavy dumps in 30 seconds
 };
 
-/** All commands, in the order in which they are submitted. */
+/** All commands, in the order of submission. */
 extern const std::array<LogCommand, 31> kLogCommands;
 
-/** Bits that the commands selected by @p logInfo record as collected once all have run. */
+/** Returns the bits that are recorded as collected when all commands for @p logInfo have run. */
 uint32_t collectableBits(uint32_t logInfo);
 
-/** Event types whose catch asks the framework, or the trace utility, for a system trace. */
+/** An event type whose catch requests a system trace from the framework or the trace utility. */
 struct TraceEvent {
     int64_t eventId;
-    int64_t traceCode;  ///< only ever logged
+    int64_t traceCode;  ///< only logged
 };
 extern const std::array<TraceEvent, 7> kFrameworkTraceEvents;
 extern const std::array<TraceEvent, 4> kNativeTraceEvents;
 
-/** The row of @p eventId in one of the two tables above, or null. */
+/** Returns the row of @p eventId in one of the two tables above, or null. */
 const TraceEvent* findFrameworkTraceEvent(int64_t eventId);
 const TraceEvent* findNativeTraceEvent(int64_t eventId);
 
-/** The command text up to the time: head, folder (quoted where it needs it) and stem. */
+/** Returns the command text before the time: head, folder (quoted if necessary) and stem. */
 std::string commandText(const LogCommand& command, const std::string& folder);
 
 }  // namespace kavel

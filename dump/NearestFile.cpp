@@ -18,11 +18,11 @@ namespace android::kavel {
 namespace {
 
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
-constexpr size_t kMaxPath = 256;  // the terminating NUL included
+constexpr size_t kMaxPath = 256;  // including the terminating NUL
 
 /**
- * The candidates in directory order, with a line for each. Archives are none, whatever process they
- * are named after.
+ * Returns the candidates in directory order, and logs a line for each. Archives are never
+ * candidates, whatever process name they contain.
  */
 std::vector<TraceFile> listCandidates(const TraceScan& scan, DIR* directory) {
     std::vector<TraceFile> files;
@@ -48,7 +48,7 @@ bool statListed(const char* tag, const char* directory, const std::string& name,
     char path[kMaxPath];
     snprintf(path, sizeof(path), "%s/%s", directory, name.c_str());
     if (lstat(path, status) != 0) {
-        const int error = errno;  // logging may change it
+        const int error = errno;  // logging may change errno
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%sstat %s failed with errno %d.\n", tag, path,
                     error);
         return false;

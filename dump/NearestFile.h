@@ -9,35 +9,39 @@
 
 namespace android::kavel {
 
-/** One kind of trace file that is written beside the log folder. */
+/** A kind of trace file that is written outside the log folder. */
 struct TraceScan {
     const char* directory;
-    std::array<const char*, 2> markers;  ///< the name holds both; "" is in every name
-    int64_t offset;        ///< seconds that the file is usually written after the event
-    const char* tag;       ///< of the lines about single entries
-    const char* notFound;  ///< line where the directory cannot be opened
+    std::array<const char*, 2> markers;  ///< the name must contain both; "" is in every name
+    int64_t offset;                      ///< usual delay of the file after the event, in seconds
+    const char* tag;                     ///< tag of the log lines about single entries
+    const char* notFound;                ///< log line if the directory cannot be opened
 };
 
-/** A file as a scan sees it. */
+/** A file that a scan has found. */
 struct TraceFile {
     std::string name;
     int64_t modified;  ///< seconds since the epoch
 };
 
 /**
- * Index of the file whose time, @p offset seconds taken off, is nearest to @p target; of two
- * equally near ones the earlier entry. -1 where no file is nearer than the epoch itself.
+ * Returns the index of the file whose time minus @p offset is nearest to @p target; the first one
+ * if two are equally near. Returns -1 if no file is nearer than the epoch.
  */
 int nearestFile(const std::vector<TraceFile>& files, int64_t target, int64_t offset);
 
 /**
- * Fills @p status for the file @p name in @p directory. False, with a line begun with @p tag, if it
- * is gone or not a regular file: a link may lead to any file, and a FIFO makes its reader wait.
+ * Fills @p status for the file @p name in @p directory. Returns false and logs a line with @p tag
+ * if the file is gone or not a regular file: a link may lead to any file, and opening a FIFO can
+ * block.
  */
 bool statListed(const char* tag, const char* directory, const std::string& name,
                 struct stat* status);
 
-/** The name of the file in the scan's directory that fits @p timeNs best; empty where none does. */
+/**
+ * Returns the name of the file in the scan's directory that is nearest to @p timeNs; empty if there
+ * is none.
+ */
 std::string scanForTrace(const TraceScan& scan, uint64_t timeNs);
 
 }  // namespace android::kavel

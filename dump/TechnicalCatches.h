@@ -10,21 +10,21 @@
 namespace android::kavel {
 
 /**
- * The technical catches of a commercial build that no abnormal action has claimed yet: nobody packs
- * a technical event's folder but the abnormal action next to it. Any thread; leaf lock.
+ * Technical catches of a commercial build that no abnormal action has claimed. The folder of a
+ * technical event is packed only by the abnormal action next to it. Any thread; leaf lock.
  */
 class TechnicalCatches {
   public:
-    /** So many are kept, however old. */
+    /** Number of catches that are kept regardless of age. */
     static constexpr size_t kUsual = 8;
-    /** More than that only while an abnormal action may still come and claim them ... */
+    /** Maximum age of further catches: an abnormal action may still claim them. */
     static constexpr int64_t kClaimTimeNs = 70'000'000'000;
-    /** ... and in no case more than the event list, where an abnormal action looks for them. */
+    /** Maximum number of catches: the size of the event list, which abnormal actions search. */
     static constexpr size_t kMost = 31;
 
-    /** Keeps @p running; returns those that it pushed out, whose folders are to be removed. */
+    /** Stores @p running. Returns the catches that it replaced, whose folders must be removed. */
     std::vector<CatchRef> keep(const CatchRef& running, int64_t nowNs);
-    /** Hands over the catch of @p event; null where it is not kept. */
+    /** Removes and returns the catch of @p event; null if there is none. */
     CatchRef claim(const EventRef& event);
 
   private:

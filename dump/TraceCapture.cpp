@@ -24,7 +24,7 @@ using base::StringPrintf;
 
 namespace {
 
-// Requests of android.os.IKavelManager.
+// Request codes of android.os.IKavelManager.
 constexpr uint32_t kDumpAnrTrace = 2;
 constexpr uint32_t kDumpSystemTrace = 7;
 
@@ -55,7 +55,7 @@ constexpr TraceScan kPreAnrTrace = {kAnrDirectory,
                                     "[dravo_kavel packPreAnrTrace]: ",
                                     "[dravo_kavel packPreAnrTrace]: anrTracePath not found.\n"};
 
-/** Runs @p verb on the file @p name of the scan's directory, with @p target as it stands. */
+/** Runs @p verb on the file @p name of the scan's directory. @p target is used unquoted. */
 void runOnTrace(const char* prefix, const char* verb, const TraceScan& scan,
                 const std::string& name, const std::string& target) {
     const std::string file = shellQuote(std::string(scan.directory) + "/" + name);
@@ -84,7 +84,7 @@ int dumpSystemServerTraces(const KavelEvent& event) {
                "[dravo_kavel dumpSystemServerTraces]: dumpSystemServerTraces start.\n");
     const int result = queueSignal(event.pid, SIGQUIT);
     if (result != 0) {
-        // The line ends where a pid could follow: its readers look for the whole of it.
+        // The line ends without a pid, because log readers expect exactly this text.
         KAVEL_LOGE(KAVEL_NO_TAG, "dumpSystemServerTraces: dump fail,failed to send signal to ");
     }
     return result;

@@ -8,25 +8,29 @@
 
 namespace android::kavel {
 
-// Captures that are not plain commands: traces asked of the framework, of a process by signal, and
-// of the platform's trace utility. Their files appear outside the log folder; the pack looks for
-// those that fit the event's time best. Times are wall-clock nanoseconds.
+// Captures that are not plain commands: traces from the framework, from a process by signal, and
+// from the platform's trace utility. Their files are written outside the log folder; the pack finds
+// those that are nearest to the event's time. Times are wall-clock nanoseconds.
 
-/** Both wait for the framework's answer, but not for ever (callFramework()). */
+/** Both functions wait a limited time for the framework's reply (callFramework()). */
 void callFrameworkDumpANRTrace(const KavelEvent& event);
 void callFrameworkDumpSystrace();
 
-/** Asks the event's process to dump its stacks. 0, or -1 if it could not be told. */
+/**
+ * Signals the event's process to dump its stacks. Returns 0, or -1 if the signal could not be sent.
+ */
 int dumpSystemServerTraces(const KavelEvent& event);
 
 /** Queues dumpNativeSystraceWithThread() if the trace flags are set. */
 void callNativeDumpSystrace(const CatchRef& running);
-/** Pool task: flushes the native trace and copies its file to the collection directory. */
+/**
+ * Task of a pool thread: flushes the native trace and copies its file to the collection directory.
+ */
 void dumpNativeSystraceWithThread(const KavelEvent& event);
-/** The name of the native trace that fits the event best; empty if there is none. */
+/** Returns the name of the native trace that is nearest to the event; empty if there is none. */
 std::string getLatestNativeSystraceFilePath(const KavelEvent& event);
 
-// Each of these moves the trace that fits @p timeNs best into the folder at @p path.
+// Each function moves the trace that is nearest to @p timeNs into the folder @p path.
 
 void packSystraceLog(const std::string& path, uint64_t timeNs);
 void packSystemServerTraceLog(const std::string& path, uint64_t timeNs);

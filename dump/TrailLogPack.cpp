@@ -30,8 +30,8 @@ constexpr int64_t kQuickPackEvent = 0x402;
 constexpr const char* kAnrDirectory = "/data/anr";
 
 /**
- * Whether there is anything but files and folders below @p directory. `cp` would follow a link and
- * wait for the writer of a FIFO.
+ * Whether @p directory contains, at any depth, anything but regular files and folders. `cp` would
+ * follow a link and block on a FIFO.
  */
 bool holdsSpecialFile(const char* directory) {
     namespace fs = std::filesystem;
@@ -45,13 +45,13 @@ bool holdsSpecialFile(const char* directory) {
     return false;
 }
 
-/** Apps that crash or hang are told apart by their versions. */
+/** Whether the extra info of the event type has a version, as for apps that crash or hang. */
 bool namesVersion(int64_t eventId) {
     const ExtraTextForm form = extraTextForm(eventId);
     return form == ExtraTextForm::ProcessVersion || form == ExtraTextForm::ProcessVersionType;
 }
 
-/** The messaging app's logs, which a service of the device stages for us. */
+/** Packs the messaging app's logs, which a service of the device copies to a staging folder. */
 void packRequestedXlog(DumpContext& context, const std::string& path) {
     if (!context.xlogRequested) return;
     property_set("ctl.start", "copyXlogForKavel");
@@ -60,7 +60,7 @@ void packRequestedXlog(DumpContext& context, const std::string& path) {
     context.xlogRequested = false;
 }
 
-/** System traces and system_server traces, whose files lie outside the folder. */
+/** Packs system traces and system_server traces, whose files are outside the folder. */
 void packPendingCaptures(DumpContext& context, int64_t eventId, const std::string& path) {
     const auto time = [&](uint32_t bit) {
         return static_cast<uint64_t>(context.captures.timeOf(bit));
@@ -161,7 +161,8 @@ void packAnrStacktrace(int pid, const std::string& path, int needPackAnrStacktra
 }
 
 void packNativeTombstones(const std::string& path) {
-    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packNativeTombstones start");  // the bracket stays open
+    // The missing bracket in this text is required.
+    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packNativeTombstones start");
     logAndRun(
             "[dravo_kavel trailLogPack packNativeTombstones]: ",
             StringPrintf("cp /data/tombstones/$(ls -t /data/tombstones | grep -v .pb | head -1) %s",

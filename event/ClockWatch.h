@@ -6,14 +6,14 @@
 
 namespace android::kavel {
 
-/** Notices that the wall clock was set back between two reports. One leaf lock; any thread. */
+/** Detects that the wall clock was set back between two reports. One leaf lock; any thread. */
 class ClockWatch {
   public:
     /**
-     * Compares a reading of both clocks with the latest one before it.
+     * Compares a reading of both clocks with the latest earlier one.
      *
-     * @return nanoseconds by which the wall clock has gone back; 0 if by no more than a second, by
-     *         which clocks are corrected in daily use, or if another thread's reading is younger
+     * @return nanoseconds by which the wall clock has gone back; 0 if it is at most one second
+     *         (ordinary clock corrections) or if another thread has passed a newer reading
      */
     int64_t steppedBack(int64_t wallNs, int64_t monotonicNs);
 

@@ -7,15 +7,15 @@
 
 namespace android::kavel {
 
-// What every way in needs of the event handling above it. The handler defines these functions.
+// Functions of the event handling that the inputs call. The handler defines them.
 
 /** The settings of each event type. */
 EventParameters& eventParameters();
 
 /**
- * Takes the time of arrival, builds a record of one report and handles it, on the calling thread,
- * which is blocked until the handling returns. No exception leaves: a report that cannot be built
- * ends with one error line.
+ * Takes the time of arrival, builds a record of one report and handles it. Blocks the calling
+ * thread until the handling returns. Throws nothing: if a report cannot be built, one error line is
+ * logged.
  *
  * @param logInfo  log-selection bits; a value outside int32 ends the process
  * @return whether the event type is enabled and the report could be handled

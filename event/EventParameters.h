@@ -10,34 +10,36 @@
 namespace android::kavel {
 
 /**
- * What the framework has set for each event type. Nothing is built in: an event type that was
- * never configured is disabled and nameless. One leaf lock; any thread.
+ * Settings that the framework has sent for each event type. There are no defaults: an event type
+ * that was never configured is disabled and has no name. One leaf lock; any thread.
  *
- * A look-up by isEnabled(), eventName() or recoverId() leaves an entry behind for an unknown id,
- * which later readers (the statistic upload above all) can tell from no entry.
+ * A look-up by isEnabled(), eventName() or recoverId() adds an entry for an unknown id. Later
+ * readers, such as the statistic upload, distinguish that entry from no entry.
  */
 class EventParameters {
   public:
-    /** @param reportFreq  kept, but nothing is limited by it */
+    /** @param reportFreq  stored, but does not limit anything */
     void updateEventParams(int64_t eventId, bool isEnable, int64_t reportFreq);
     /** @param timeWindow milliseconds */
     void setTimeWindow(int64_t eventId, int64_t timeWindow);
-    /** A recover id of 0 changes nothing: an earlier one stays. */
+    /** A recover id of 0 is ignored: an earlier one stays. */
     void setRecoverId(int64_t eventId, int64_t recoverId);
-    /** Stores the name of an event type without a recover id; one with a recover id gets none. */
+    /** Stores the name of an event type, unless the event type has a recover id. */
     void setEventIdMap(int64_t recoverId, int64_t eventId, const std::string& eventName);
 
     /** Whether reports of the event type are handled. */
     bool isEnabled(int64_t eventId);
-    /** The event type's window in seconds; the default where none was ever set. */
+    /** The event type's window in seconds; the default if none was set. */
     int64_t getTimeWindow(int64_t eventId) const;
-    /** The event type's name; empty where it has none. */
+    /** The event type's name; empty if it has none. */
     std::string eventName(int64_t eventId);
-    /** The name where there is an entry, an empty one included; leaves nothing behind. */
+    /**
+     * Returns the name if there is an entry, even an empty one; otherwise nullopt. Adds no entry.
+     */
     std::optional<std::string> findEventName(int64_t eventId) const;
-    /** Whether there is an entry, one of 0 included; leaves nothing behind. */
+    /** Whether there is an entry, even one of 0. Adds no entry. */
     bool hasRecoverId(int64_t eventId) const;
-    /** Which recovery action the event type gets; 0 where none was ever set. */
+    /** The recovery action of the event type; 0 if none was set. */
     int64_t recoverId(int64_t eventId);
 
   private:
@@ -51,7 +53,7 @@ class EventParameters {
     std::map<int64_t, int64_t> mKavelEventTimeWindow GUARDED_BY(mLock);
     std::map<int64_t, int64_t> mRecoverIdMap GUARDED_BY(mLock);
     std::map<int64_t, std::string> mEventIdMap GUARDED_BY(mLock);
-    // In seconds, unlike the windows that the framework sets.
+    // In seconds, although the framework sets windows in milliseconds.
     static constexpr int32_t mDefaultTimeWindow = 180;
 };
 

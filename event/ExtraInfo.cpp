@@ -6,22 +6,24 @@
 namespace android::kavel {
 namespace {
 
-// Distances from the start of a key to what follows it: the key and its colon, and, for the end of
-// the text in front of it, also the comma that parts two fields.
+// Distances from the start of a key: to its value (the key and its colon), or from the end of the
+// previous value (the comma between two fields as well).
 constexpr int32_t kAfterProcessName = 12;
 constexpr int32_t kAfterPackageVersion = 15;
 constexpr int32_t kAfterEventType = 10;
 constexpr int32_t kProcessNameFrame = 13;
 constexpr int32_t kPackageVersionFrame = 16;
 
-/** Where @p key begins; -1 if it is not there. The cuts count from -1 as from any other position.
+/**
+ * Returns the position of @p key; -1 if it is missing. The callers compute with -1 as with any
+ * other position.
  */
 int32_t find(const std::string& text, std::string_view key) {
     const size_t position = text.find(key);
     return position == std::string::npos ? -1 : static_cast<int32_t>(position);
 }
 
-/** A negative length is, as an unsigned count, longer than any text: up to the end. */
+/** A negative length means the rest of the text: as an unsigned count it exceeds any length. */
 std::string cut(const std::string& text, int32_t start, int32_t length) {
     if (static_cast<size_t>(start) > text.size()) {
         throw std::out_of_range("the extra text is too short for its keys");
@@ -63,8 +65,8 @@ KavelExtraInfo parseExtraInfo(const std::string& text, int64_t eventId) {
     const int32_t type = find(text, "eventType");
 
     // The length of the process name is counted from the start of the text, not from its key, and
-    // always up to the version's key. Every reporter opens the text with the process name, so the
-    // two agree; reporters rely on the arithmetic as it is.
+    // always to the version's key. Every reporter puts the process name first, so both are the
+    // same. Reporters rely on this arithmetic.
     const auto processName = [&] {
         return cut(text, process + kAfterProcessName, version - kProcessNameFrame);
     };

@@ -7,22 +7,22 @@
 
 namespace android::kavel {
 
-/** What a report's extra text means for its event type. */
+/** Meaning of a report's extra text for its event type. */
 enum class ExtraTextForm {
-    Dropped,             ///< the daemon keeps nothing of it
+    Dropped,             ///< ignored
     Whole,               ///< one process name
     ProcessVersion,      ///< processName:P,packageVersion:V
     ProcessVersionType,  ///< processName:P,packageVersion:V,eventType:T
     ProcessType,         ///< processName:P,eventType:T
 };
 
-/** The form that event type @p eventId's extra text has. */
+/** Returns the form of the extra text for event type @p eventId. */
 ExtraTextForm extraTextForm(int64_t eventId);
 
 /**
- * Splits @p text as its event type demands. A key that is missing counts as one at position -1.
+ * Splits @p text by the rules of its event type. The position of a missing key is -1.
  *
- * @throws std::out_of_range if a value would start behind the end of the text
+ * @throws std::out_of_range if a value would start after the end of the text
  */
 KavelExtraInfo parseExtraInfo(const std::string& text, int64_t eventId);
 

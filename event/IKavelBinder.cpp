@@ -6,7 +6,8 @@
 
 namespace android {
 
-// IMPLEMENT_META_INTERFACE accepts only the names of an allow-list, so its parts stand here.
+// IMPLEMENT_META_INTERFACE accepts only the names of an allow-list, so its parts are written out
+// here.
 
 const String16 IKavelBinder::descriptor("KavelBinder");
 sp<IKavelBinder> IKavelBinder::default_impl;
@@ -37,7 +38,7 @@ const String16& IKavelBinder::getInterfaceDescriptor() const {
 
 BpKavelBinder::BpKavelBinder(const sp<IBinder>& remote) : BpInterface<IKavelBinder>(remote) {}
 
-// "Framwork" in these lines is what the people who search the logs look for.
+// Tools that read the log depend on the spelling "Framwork".
 void BpKavelBinder::sendFrameworkEvent(long eventId, long timestamp, long logInfo, int pid, int uid,
                                        String16 extraInfo) {
     KAVEL_LOGI(KAVEL_TAG_BINDER, "send FrameworkEvent called");
@@ -89,7 +90,7 @@ void BpKavelBinder::updateEventParams(long eventId, String16 eventName, bool isE
 
 namespace {
 
-/** What a request to configure an event type carries, in its order. */
+/** Parameters of a request to configure an event type, in their order in the parcel. */
 struct EventSettings {
     int64_t eventId = 0;
     String16 eventName;
@@ -100,7 +101,7 @@ struct EventSettings {
     int64_t recoverId = 0;
 };
 
-/** Reads a text; one that is null is empty. */
+/** Reads a text; a null text is read as empty. */
 status_t readText(const Parcel& data, String16* text) {
     const size_t start = data.dataPosition();
     int32_t length = 0;
@@ -110,7 +111,7 @@ status_t readText(const Parcel& data, String16* text) {
     return data.readString16(text);
 }
 
-/** Whether @p data holds all of the settings. */
+/** Reads all settings. Returns false if @p data is too short. */
 bool readSettings(const Parcel& data, EventSettings* settings) {
     return data.readInt64(&settings->eventId) == NO_ERROR &&
            readText(data, &settings->eventName) == NO_ERROR &&
@@ -131,7 +132,7 @@ status_t BnKavelBinder::onTransact(uint32_t code, const Parcel& data, Parcel* re
         case UPDATE_EVENT_PARAMS: {
             EventSettings settings;
             if (!readSettings(data, &settings)) {
-                // Zeros in place of what is missing would disable the event type.
+                // Zeros instead of the missing values would disable the event type.
                 KAVEL_LOGE(KAVEL_TAG_BINDER,
                            "[updateEventParams]: settings of eventId 0x%lx refused: the request is "
                            "cut short\n",
@@ -144,9 +145,9 @@ status_t BnKavelBinder::onTransact(uint32_t code, const Parcel& data, Parcel* re
             return NO_ERROR;
         }
         case SEND_FRAMEWORK_EVENT: {
-            // A report is worth handling even if some of it is missing: that reads as zero. The
-            // fields are read into named values because the order in which call arguments are
-            // evaluated is the compiler's.
+            // A report is worth handling even if it is incomplete: missing values are read as 0.
+            // The fields are read into variables because the evaluation order of call arguments is
+            // unspecified.
             const int64_t eventId = data.readInt64();
             const int64_t timestamp = data.readInt64();
             const int64_t logInfo = data.readInt64();

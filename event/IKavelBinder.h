@@ -10,8 +10,8 @@ namespace android {
 inline constexpr const char* KAVEL_BINDER_SERVICE_NAME = "KavelBinderService";
 
 /**
- * The framework's way in: reports of abnormal events and the settings of each event type.
- * Both calls are one-way: they return before the daemon has handled them, and nothing comes back.
+ * Interface for the framework: reports of abnormal events and the settings of each event type. Both
+ * calls are one-way: they return before the daemon has handled them, without a result.
  */
 class IKavelBinder : public IInterface {
   public:
@@ -23,9 +23,11 @@ class IKavelBinder : public IInterface {
         UPDATE_EVENT_PARAMS = 2,
     };
 
-    /** The local object where @p binder is one, else a new proxy; null for a null binder. */
+    /** Returns @p binder if it is a local object, otherwise a new proxy; null for a null binder. */
     static sp<IKavelBinder> asInterface(const sp<IBinder>& binder);
-    /** Replaces the default implementation; false, and no change, for a null one. */
+    /**
+     * Replaces the default implementation. Returns false and changes nothing if @p impl is null.
+     */
     static bool setDefaultImpl(sp<IKavelBinder> impl);
     static const sp<IKavelBinder>& getDefaultImpl();
 
@@ -34,9 +36,9 @@ class IKavelBinder : public IInterface {
     /**
      * Reports one event.
      *
-     * @param timestamp  the reporter's clock; logged only, a record carries the time of arrival
-     * @param logInfo    log-selection bits; the daemon aborts on a value outside int32
-     * @param extraInfo  free text, or keys and values for the event types that carry them
+     * @param timestamp  the reporter's clock; only logged, because a record has the time of arrival
+     * @param logInfo    log-selection bits; the daemon aborts if the value is outside int32
+     * @param extraInfo  free text, or keys and values for event types that have them
      */
     virtual void sendFrameworkEvent(long eventId, long timestamp, long logInfo, int pid, int uid,
                                     String16 extraInfo) = 0;
@@ -44,8 +46,8 @@ class IKavelBinder : public IInterface {
     /**
      * Configures one event type.
      *
-     * @param timeWindow  milliseconds for which further reports join the same catch
-     * @param recoverId   recovery action, or 0 for none; an event type with one gets no name
+     * @param timeWindow  milliseconds during which further reports join the same catch
+     * @param recoverId   recovery action, or 0 for none; an event type that has one gets no name
      */
     virtual void updateEventParams(long eventId, String16 eventName, bool isEnable, long reportFreq,
                                    long logInfo, long timeWindow, long recoverId) = 0;
@@ -70,8 +72,8 @@ class BpKavelBinder : public BpInterface<IKavelBinder> {
 };
 
 /**
- * Server side: checks the token, reads the parcel and calls the object. What a short report does
- * not hold is zero; short settings are refused with a line, and NOT_ENOUGH_DATA.
+ * Server side: checks the token, reads the parcel and calls the object. Missing values of a short
+ * report are 0. Short settings are rejected with a log line and NOT_ENOUGH_DATA.
  */
 class BnKavelBinder : public BnInterface<IKavelBinder> {
   public:

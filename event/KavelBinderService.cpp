@@ -13,6 +13,7 @@ namespace android {
 void KavelBinderService::sendFrameworkEvent(long eventId, long timestamp, long logInfo, int pid,
                                             int uid, String16 extraInfo) {
     const std::string extraText = String8(extraInfo).c_str();
+    // Tools that read the log depend on the spelling "Framwork".
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent eventId: 0x%lx", eventId);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent timestamp: %ld", timestamp);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent logInfo: 0x%lx", logInfo);
@@ -37,7 +38,8 @@ void KavelBinderService::updateEventParams(long eventId, String16 eventName, boo
         parameters.setRecoverId(eventId, recoverId);
         parameters.setEventIdMap(recoverId, eventId, String8(eventName).c_str());
     } catch (const std::exception& e) {
-        // The binder runtime knows no exceptions: one that reached it would end the daemon.
+        // The binder runtime does not handle exceptions: an exception that got there would end the
+        // daemon.
         KAVEL_LOGE(KAVEL_TAG_BINDER, "[updateEventParams]: settings of eventId 0x%lx dropped: %s\n",
                    eventId, e.what());
     }

@@ -4,7 +4,7 @@
 
 namespace android {
 
-/** The object behind "KavelBinderService": turns the framework's calls into intake calls. */
+/** Implementation of "KavelBinderService": passes the framework's calls to the intake. */
 class KavelBinderService : public BnKavelBinder {
   public:
     void sendFrameworkEvent(long eventId, long timestamp, long logInfo, int pid, int uid,

@@ -8,22 +8,22 @@
 
 namespace android {
 
-/** Local time of arrival: the C library's broken-down time, and what it is too coarse for. */
+/** Local time of arrival: the C library's broken-down time, and more precise values. */
 struct KavelTimestamp : std::tm {
     int32_t millisecond;  ///< within the second, 0 to 999
-    int64_t realtimeNs;   ///< wall-clock nanoseconds since the epoch, read separately
+    int64_t realtimeNs;   ///< wall-clock nanoseconds since the epoch, from a separate reading
 };
 
-/** What the reporter said in its extra text; each string is empty where it said nothing. */
+/** Parts of the reporter's extra text; a string is empty if the text does not contain it. */
 struct KavelExtraInfo {
-    std::string processName;  ///< or the whole text, for event types whose text is not split
+    std::string processName;  ///< the whole text for event types whose text is not split
     std::string packageVersion;
     std::string eventType;
 };
 
 /**
- * One report of an abnormal situation. Shared: the event list, look-ups and a running dump each
- * keep a record alive. After it has been placed in the list two members change: `next`, under the
+ * One report of an abnormal situation. Shared: the event list, look-ups and running dumps keep a
+ * record alive. After a record is added to the list, only two members change: `next`, under the
  * list's lock, and `collected`.
  */
 class KavelEvent {
@@ -31,34 +31,35 @@ class KavelEvent {
     KavelEvent(long eventId, const KavelTimestamp* timestamp, int logInfo, int pid, int uid,
                const KavelExtraInfo* extraInfo);
 
-    int32_t kavelEventId = 0;  ///< random, unique among the live records; set by the event list
+    int32_t kavelEventId = 0;  ///< random, unique among the existing records; set by the event list
     const int64_t eventId;     ///< event type id
     const KavelTimestamp timestamp;
     const int32_t logInfo;  ///< log-selection bits
-    const int32_t pid;      ///< process concerned
+    const int32_t pid;      ///< process that the report is about
     const int32_t uid;
     const KavelExtraInfo extraInfo;
-    /** Log-selection bits whose commands have ended: known for as long as the record is. */
+    /** Log-selection bits whose commands have ended. */
     mutable std::atomic<uint32_t> collected{0};
     std::shared_ptr<KavelEvent> next;  ///< link of the circular event list
 };
 
 namespace kavel {
 
-/** A record that is complete: all that still changes is what it has collected. */
+/** A complete record. Only what it has collected still changes. */
 using EventRef = std::shared_ptr<const KavelEvent>;
 
-/** Whether @p eventId is an abnormal action of the user (0xF01 to 0xF05), such as a forced reboot.
+/**
+ * Whether @p eventId is an abnormal action of the user (0xF01 to 0xF05), such as a forced reboot.
  */
 bool isAbnormalAction(int64_t eventId);
 
-/** "event 0xTYPE (record ID)", for log lines of our own. */
+/** "event 0xTYPE (record ID)", for the daemon's own log lines. */
 std::string eventText(const KavelEvent& event);
 
-/** The SurfaceFlinger hang warning, which gets the nwatchcall log and nothing else. */
+/** The SurfaceFlinger hang warning, for which only the nwatchcall log is collected. */
 inline constexpr int64_t KAVEL_EVENT_SF_HANG_WARNING = 0x401;
 
-/** Event types from here on may have a recovery action. */
+/** Lowest event type that can have a recovery action. */
 inline constexpr int64_t kFirstRecoverableEvent = 0x10000001;
 
 }  // namespace kavel

@@ -13,7 +13,7 @@ KavelTimestamp generateKavelTimestamp() {
     const time_t seconds = us / 1'000'000;
 
     KavelTimestamp timestamp = {};
-    tzset();  // localtime_r alone need not notice that the user has moved to another time zone
+    tzset();  // localtime_r() alone may miss that the user has changed the time zone
     localtime_r(&seconds, &timestamp);
     timestamp.millisecond = static_cast<int32_t>(us / 1000 % 1000);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "[generateKavelTimestamp]: %d-%02d-%02d %02d:%02d:%02d %03d.\n",
@@ -37,7 +37,7 @@ std::string kavelTimeStampToString(const KavelTimestamp& timestamp) {
 }
 
 double secondsBetween(const KavelTimestamp& earlier, const KavelTimestamp& later) {
-    // mktime normalises what it is given, and records are shared: work on copies.
+    // mktime() normalises its argument, and records are shared: use copies.
     std::tm from = earlier;
     std::tm to = later;
     return difftime(mktime(&to), mktime(&from));

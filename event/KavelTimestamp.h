@@ -6,16 +6,18 @@
 
 namespace android::kavel {
 
-/** The current local time. Any thread. */
+/** Returns the current local time. Any thread. */
 KavelTimestamp generateKavelTimestamp();
 
 /**
- * The time text of folder names, history lines and statistics: year, month, day, hour, minute,
- * second and millisecond joined by "-". A field too wide for its place is cut.
+ * Returns the time as in folder names, history lines and statistics: year, month, day, hour,
+ * minute, second and millisecond, joined by "-". A field that is too wide is cut.
  */
 std::string kavelTimeStampToString(const KavelTimestamp& timestamp);
 
-/** Seconds from @p earlier to @p later by their broken-down local times; milliseconds play no part.
+/**
+ * Returns the seconds from @p earlier to @p later by their broken-down local times. Ignores the
+ * milliseconds.
  */
 double secondsBetween(const KavelTimestamp& earlier, const KavelTimestamp& later);
 

@@ -13,7 +13,7 @@ void startImmediateDump(const CatchRef& running) {
                     [running] { KavelDumpUtilThread::immediateDumpThread(running, nullptr); });
 }
 
-/** Only what is older than the incident counts as its history. */
+/** Only events that are older than the incident belong to its history. */
 bool isHistory(const KavelEvent& record, const KavelEvent& event) {
     return secondsBetween(record.timestamp, event.timestamp) > kDuplicateWindow;
 }
@@ -47,7 +47,7 @@ void CommercialCatchers::commerialAbnormalActionKavelEventLogCatcher(const Event
         KavelDumpUtilThread::commercialContinuousDumpThread(
                 running, [&] { return events.ringFrom(running->event); });
     });
-    // After the threads: an event that comes while they start finds no anchor here yet.
+    // Set after the threads have started: an event that arrives meanwhile does not join this catch.
     notes.setLogInfo(logInfo);
 }
 
@@ -90,8 +90,8 @@ void CommercialCatchers::commerialTechnicalKavelEventLogCatcher(const EventRef& 
 bool CommercialCatchers::joinOlderEvents(const std::vector<EventRef>& records,
                                          const EventRef& event) {
     for (const EventRef& record : records) {
-        // Abnormal actions are passed over although they alone have such notes: an event finds an
-        // anchor only where a record shares its id with the catch of one.
+        // Skip abnormal actions, although only their catches have these notes. So an event joins a
+        // catch only if a technical record has the same id as the catch of an abnormal action.
         if (isAbnormalAction(record->eventId) || !isHistory(*record, *event)) continue;
         const CatchRef older = mDump.catches.find(record->kavelEventId);
         if (older == nullptr) continue;

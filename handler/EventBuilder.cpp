@@ -15,7 +15,7 @@ bool buildNewKavelEvent(EventParameters& parameters, HandlingSteps& steps, const
     }
     KAVEL_LOGI(KAVEL_TAG_BINDER, "[buildNewKavelEvent]: buildNewKavelEvent start.\n");
     const KavelExtraInfo extraInfo = parseExtraInfo(report.extraInfo, report.eventId);
-    // The record gets its id where it is inserted: drawn and taken in one, no two are the same.
+    // The event list sets the id when it inserts the record: under one lock, so ids are unique.
     steps.kavelEventHandleThread(std::make_shared<KavelEvent>(
             report.eventId, report.timestamp, report.logInfo, report.pid, report.uid, &extraInfo));
     return true;

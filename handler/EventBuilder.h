@@ -6,7 +6,9 @@
 
 namespace android::kavel {
 
-/** One report as it came in. The caller keeps what the pointers name; all of it is copied. */
+/**
+ * One report as it was received. The caller owns the pointers' targets; the contents are copied.
+ */
 struct Report {
     long eventId;
     const KavelTimestamp* timestamp;
@@ -17,11 +19,11 @@ struct Report {
 };
 
 /**
- * Turns @p report into a record and takes that through @p steps, on the calling thread.
+ * Builds a record from @p report and runs @p steps with it, on the calling thread.
  *
  * @return whether the event type is enabled
  * @throws std::out_of_range if the extra text is too short for the keys of the event type
- * @throws std::bad_alloc, std::system_error where there is no memory or no thread to be had
+ * @throws std::bad_alloc, std::system_error if there is no memory or no thread can be created
  */
 bool buildNewKavelEvent(EventParameters& parameters, HandlingSteps& steps, const Report& report);
 

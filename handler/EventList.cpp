@@ -14,7 +14,7 @@ namespace {
 
 constexpr int32_t kMaxEvents = 31;
 
-/** Calls @p visit for each record of the ring, from the head until the walk is back there. */
+/** Calls @p visit for each record of the ring, once, starting at the head. */
 template <typename Visit>
 void walkRing(const std::shared_ptr<KavelEvent>& head, Visit visit) {
     if (head == nullptr) return;
@@ -29,7 +29,7 @@ void walkRing(const std::shared_ptr<KavelEvent>& head, Visit visit) {
 
 bool isDuplicateAbnormalAction(const KavelEvent& present, const KavelEvent& added, double* gap) {
     if (!isAbnormalAction(present.eventId) || !isAbnormalAction(added.eventId)) return false;
-    // A record stamped later than the new one gives a negative gap and counts as well.
+    // If the present record has a later time than the new one, the gap is negative and counts too.
     *gap = secondsBetween(present.timestamp, added.timestamp);
     return *gap < kDuplicateWindow;
 }
@@ -43,7 +43,7 @@ EventList::~EventList() {
 
 bool EventList::place(const std::shared_ptr<KavelEvent>& event) {
     const TraceSection trace("placeKavelEvent");
-    std::shared_ptr<KavelEvent> evicted;  // freed after the lock is gone
+    std::shared_ptr<KavelEvent> evicted;  // freed after the lock is released
     MutexLock lock(mLock);
     if (isRefusedLocked(*event)) return false;
     event->kavelEventId = generateKavelEventIdLocked();
@@ -56,6 +56,7 @@ bool EventList::isRefusedLocked(const KavelEvent& event) const {
     if (!isAbnormalAction(event.eventId)) return false;
     bool refused = false;
     walkRing(mKavelEventList, [&](const std::shared_ptr<KavelEvent>& present) {
+        // Tools that read the log depend on the spelling "commerial".
         KAVEL_LOGI(KAVEL_TAG_BINDER,
                    "[placeKavelEvent]: in commerialAbnormalActionKavelEventLogCatcher loop.\n");
         double gap = 0;

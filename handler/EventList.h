@@ -9,15 +9,18 @@
 
 namespace android::kavel {
 
-/** The abnormal actions that come within so many seconds of another one are the same incident. */
+/** Seconds during which a further abnormal action is part of the same incident. */
 inline constexpr double kDuplicateWindow = 30.0;
 
-/** Whether @p added repeats the abnormal action @p present. @p gap receives the seconds between. */
+/**
+ * Whether @p added repeats the abnormal action @p present. Stores the seconds between them in @p
+ * gap.
+ */
 bool isDuplicateAbnormalAction(const KavelEvent& present, const KavelEvent& added, double* gap);
 
 /**
- * The last reported events: a ring of at most 31 records through KavelEvent::next, oldest first.
- * Each record owns its successor. Any thread; the lock is held for list work alone.
+ * The latest events: a ring of at most 31 records, linked by KavelEvent::next, oldest first. Each
+ * record owns its successor. Any thread; the lock is held only for operations on the list.
  */
 class EventList {
   public:
@@ -27,20 +30,23 @@ class EventList {
     EventList& operator=(const EventList&) = delete;
 
     /**
-     * Gives @p event a fresh record id and puts it at the tail; the 32nd record pushes the oldest
-     * one out. False, and no change, for an abnormal action that repeats one in the list.
+     * Gives @p event a new record id and appends it. The 32nd record removes the oldest one.
+     * Returns false, and changes nothing, if @p event is an abnormal action that repeats one in the
+     * list.
      */
     bool place(const std::shared_ptr<KavelEvent>& event);
 
     /**
-     * A random id that no record in the list has, nor any that was pushed out and is still held by
-     * a running catch.
+     * Returns a random id that no record in the list has, and no removed record that a running
+     * catch still holds.
      */
     int32_t generateKavelEventId();
 
-    /** The records, oldest first. */
+    /** Returns the records, oldest first. */
     std::vector<EventRef> records() const;
-    /** @p main, then the other records, from the one after it. All of them if it has left the list.
+    /**
+     * Returns the records, rotated so that @p main is first; all records in order if it is no
+     * longer in the list.
      */
     std::vector<EventRef> ringFrom(const EventRef& main) const;
     bool isEmpty() const;

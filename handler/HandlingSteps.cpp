@@ -40,7 +40,7 @@ HandlingSteps::Next HandlingSteps::uploadStatistic(const EventRef& event) {
 HandlingSteps::Next HandlingSteps::showAllKavelEvents(const EventRef& /*event*/) {
     const std::vector<EventRef> records = mEvents.records();
     if (records.empty()) return Next::Continue;
-    // Every line shows the oldest record's time: readers recognise one state of the list by it.
+    // Each line shows the time of the oldest record. Readers use it to group the lines.
     const KavelTimestamp& time = records.front()->timestamp;
     for (const EventRef& record : records) {
         KAVEL_LOGI(KAVEL_TAG_BINDER,
@@ -67,7 +67,7 @@ HandlingSteps::Next HandlingSteps::recover(const EventRef& event) {
         mRecovery.doKavelRecoverAction(event->pid, event->eventId, event->extraInfo.processName,
                                        event->extraInfo.eventType);
     }
-    // A recovery event never reaches log catching, whether it got its recovery or not.
+    // Recovery events never cause a catch, even if there was no recovery.
     return Next::Stop;
 }
 
@@ -87,6 +87,7 @@ HandlingSteps::Next HandlingSteps::skipEventsWithoutLogs(const EventRef& event) 
 
 HandlingSteps::Next HandlingSteps::collectNwatchcallLog(const EventRef& event) {
     if (event->eventId != KAVEL_EVENT_SF_HANG_WARNING) return Next::Continue;
+    // Tools that read the log depend on the spelling "nwatchall".
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel kavelEventHandleThread]: KAVEL_EVENT_SF_HANG_WARNING, don't catch any "
                "kavel log, just catch nwatchall log.\n");
@@ -113,6 +114,7 @@ HandlingSteps::Next HandlingSteps::catchTrailLogs(const EventRef& event) {
 
 HandlingSteps::Next HandlingSteps::catchCommercialLogs(const EventRef& event) {
     const bool isAbnormal = isAbnormalAction(event->eventId);
+    // Tools that read the log depend on the spelling "commerial".
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel commerialKavelLogCatcher]: commerialKavelLogCatcher %s event "
                "found.\n",

@@ -15,8 +15,8 @@
 namespace android::kavel {
 
 /**
- * What happens to a record once it is built: a list of steps, each of which ends the handling or
- * lets it go on. Runs on the reporting thread; several may run at once.
+ * Handles a record with a list of steps. Each step either ends the handling or continues. Runs on
+ * the reporting thread; several threads may run it at once.
  */
 class HandlingSteps {
   public:
@@ -32,7 +32,9 @@ class HandlingSteps {
             mHangWarnings(dump),
             mRecovery(recovery) {}
 
-    /** Places @p event in the list and takes it through the steps. A refused one is released. */
+    /**
+     * Adds @p event to the list and runs the steps. If the list refuses it, the record is released.
+     */
     void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
 
   private:

@@ -34,7 +34,7 @@ void HangWarnings::collect(const EventRef& event) {
                 kMaxWaiting, event->kavelEventId);
         return;
     }
-    // Given back with the thread's last use, or at once if there is no thread.
+    // Released when the thread ends, or at once if there is no thread.
     const std::shared_ptr<void> slot(nullptr, [waiting = mWaiting](void* /*none*/) { --*waiting; });
     const std::string folder = buildLogPathFolderName(mDump.parameters, event.get());
     base::WriteStringToFile("", folder + "/" + kHangWarningMarker);

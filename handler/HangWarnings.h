@@ -8,14 +8,14 @@
 
 namespace android::kavel {
 
-/** Collects the hang files of SurfaceFlinger hang warnings, each on a thread of its own. */
+/** Collects the hang files of SurfaceFlinger hang warnings, each on its own thread. */
 class HangWarnings {
   public:
     explicit HangWarnings(DumpContext& dump) : mDump(dump) {}
 
     /**
-     * Makes the folder and starts the thread. As many warnings may wait at a time as there are
-     * records; a further one gets one error line.
+     * Makes the folder and starts the thread. The number of waiting warnings is limited to the size
+     * of the event list; any more are dropped with an error line.
      *
      * @throws std::system_error if no thread can be created
      */

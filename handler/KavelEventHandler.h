@@ -18,15 +18,15 @@
 namespace android {
 
 /**
- * The one object behind every way in: owns the event list, the settings, the pools and the catches
- * and gives each public operation to the room that does it. Made on first use, never destroyed.
- * Any thread.
+ * The process-wide object behind all inputs. Owns the event list, the settings, the pools and the
+ * catches, and forwards each public operation to the class that implements it. Created on first
+ * use, never destroyed. Any thread.
  */
 class KavelEventHandler : public Singleton<KavelEventHandler> {
   public:
     // Building and handling records.
 
-    /** Whether the event type is enabled, and the report therefore built and handled. */
+    /** Builds and handles a record if the event type is enabled. Returns whether it is. */
     bool buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp, int logInfo, int pid,
                             int uid, const char* extraInfo);
     KavelExtraInfo parseExtraInfo(const std::string& extraInfo, long eventId);
@@ -35,7 +35,10 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     std::string kavelTimeStampToString(const KavelTimestamp* timestamp);
     bool placeKavelEvent(const std::shared_ptr<KavelEvent>& event);
     void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
-    /** 0 where a statistic about @p event was handed to the data-collection service, else -1. */
+    /**
+     * Returns 0 if a statistic about @p event was passed to the data-collection service, otherwise
+     * -1.
+     */
     int dravo_statistic_common(const KavelEvent* event);
 
     // Settings of an event type.
@@ -46,7 +49,8 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     void setEventIdMap(long recoverId, long eventId, const std::string& eventName);
     long getTimeWindow(long eventId);
 
-    // Policy and catchers.
+    // Policy and catchers. The spellings "Verion" and "commerial" are required: the names are part
+    // of the interface.
 
     bool checkSystemVerion();
     void getOtaVersion();
@@ -66,7 +70,7 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     int doKavelRebootAction();
     int getPidForCommand(const std::string& command);
 
-    /** For the seams through which the lower rooms reach what the handler owns. */
+    /** For the functions through which lower modules use objects that the handler owns. */
     kavel::EventParameters& parameters() { return mParameters; }
     const kavel::RecoveryActions& recovery() const { return mRecovery; }
 

@@ -19,7 +19,7 @@ namespace {
 
 enum RecoverId : int64_t { kAnr = 1, kFrameworkRestart = 2, kKernelPanic = 3 };
 
-/** While a recovery of this application is under way, a failed one takes the phone down. */
+/** Only while this application is being recovered does a failed recovery restart the phone. */
 constexpr const char* kTestPackage = "com.test.kavelanrrecovery";
 
 constexpr uint32_t kAnrRecoveryBegun = 8;  // of android.os.IKavelManager
@@ -87,7 +87,7 @@ int RecoveryActions::doKavelWmRebootAction() {
     const TraceSection trace("doKavelWmRebootAction");
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel doKavelWmRebootAction]: start wmreboot recover");
     const int pid = getPidForCommand("system_server");
-    // Readers of the log know the line as a pair around the search.
+    // The line is logged before and after the search. Log readers expect both.
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel doKavelWmRebootAction]: start wmreboot recover");
     if (pid < 1) return -1;
     KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel doKavelWmRebootAction]: Sending signal. PID: %d SIG: %d",

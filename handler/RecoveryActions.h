@@ -7,26 +7,31 @@
 
 namespace android::kavel {
 
-/** What is done about events whose type has a recover id. Any thread. */
+/** Recovery actions for events whose type has a recover id. Any thread. */
 class RecoveryActions {
   public:
     explicit RecoveryActions(EventParameters& parameters) : mParameters(parameters) {}
 
-    /** @param eventType  state of the ANR: "end", "dialog", "closeUser", or any other for its start
+    /**
+     * @param eventType  state of the ANR: "end", "dialog" or "closeUser"; any other value means its
+     *                   start
      */
     void doKavelRecoverAction(int pid, long eventId, const std::string& processName,
                               const std::string& eventType);
-    /** Tells the recovery monitor; the start of an ANR is told to the framework as well. */
+    /** Informs the recovery monitor. At the start of an ANR, informs the framework as well. */
     void doKavelAnrRecoverAction(int pid, long eventId, const std::string& processName,
                                  const std::string& eventType);
-    /** Kills system_server. 0, or -1 where there is none. */
+    /** Kills system_server. Returns 0, or -1 if there is none. */
     int doKavelWmRebootAction();
-    /** Crashes the kernel. -1 where it does not let us. */
+    /** Crashes the kernel. Returns -1 if the kernel does not allow it. */
     int doKavelRebootAction();
-    /** The first process of that command: -1 where /proc cannot be opened, -2 for none. */
+    /**
+     * Returns the pid of the first process with that command: -1 if /proc cannot be opened, -2 if
+     * there is none.
+     */
     static int getPidForCommand(const std::string& command);
 
-    /** Whether the recovery of the test package is under way. */
+    /** Whether a recovery of the test package is running. */
     bool isAnrTesting() const { return mIsKavelAnrTesting; }
 
   private:

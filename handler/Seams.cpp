@@ -1,4 +1,4 @@
-// What the lower rooms declare and the handler, which owns it, defines.
+// Functions that lower modules declare. The handler defines them, because it owns the objects.
 
 #include <cinttypes>
 #include <exception>
@@ -15,9 +15,9 @@
 namespace android::kavel {
 namespace {
 
-/** Time windows, duplicates and names go by the wall clock: a step back explains odd ones. */
+/** Time windows, duplicates and names use the wall clock. This line explains odd ones. */
 void logStepBack(const KavelTimestamp& arrival) {
-    static auto* const watch = new ClockWatch;  // reports may come in while the process exits
+    static auto* const watch = new ClockWatch;  // never destroyed: reports may still arrive at exit
     const int64_t back = watch->steppedBack(arrival.realtimeNs, monotonicNs());
     if (back == 0) return;
     KAVEL_LOGW(KAVEL_TAG_BINDER,
@@ -45,14 +45,14 @@ bool isAnrRecoveryTested() {
 
 bool intakeKavelEvent(long eventId, long logInfo, int pid, int uid, const std::string& extraInfo) {
     try {
-        // The first report makes the handler, whose lines come ahead of the time of arrival.
+        // The first report creates the handler, whose log lines come before the time of arrival.
         KavelEventHandler& handler = KavelEventHandler::getInstance();
         const KavelTimestamp arrival = handler.generateKavelTimestamp();
         logStepBack(arrival);
         return handler.buildNewKavelEvent(eventId, &arrival, checkedInt32("logInfo", logInfo), pid,
                                           uid, extraInfo.c_str());
     } catch (const std::exception& e) {
-        // A report must never end the daemon, whoever sent it.
+        // An exception from a report must not end the daemon.
         KAVEL_LOGE(
                 KAVEL_TAG_BINDER,
                 "[buildNewKavelEvent]: report of eventId 0x%lx dropped: %s; pid %d, uid %d, extra "

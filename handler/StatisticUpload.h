@@ -8,17 +8,17 @@
 
 namespace android::kavel {
 
-/** What the data-collection service is told about @p event: keys and values in a fixed order. */
+/** Returns the keys and values of the statistic about @p event, in a fixed order. */
 CommonPlxServiceManager::Pairs statisticPairs(const KavelEvent& event,
                                               const std::string& eventName);
 
-/** Whether @p event only continues an incident that has been uploaded already. */
+/** Whether @p event continues an incident that has already been uploaded. */
 bool isRepeatedStatistic(const KavelEvent& event);
 
 /**
  * Uploads one statistic about @p event (sendToPlxFromCommonPlx()).
  *
- * @return 0 when it was handed to the client, else -1 after one line that says why not
+ * @return 0 if it was passed to the client; otherwise -1, after a log line with the reason
  */
 int dravo_statistic_common(const EventParameters& parameters, const KavelEvent& event);
 

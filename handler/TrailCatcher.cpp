@@ -86,7 +86,7 @@ void TrailCatcher::openWindow(const CatchRef& running) {
     try {
         startBoth(running);
     } catch (...) {
-        // Without its second thread nobody would ever close the window.
+        // Nothing else would close the window if its second thread is missing.
         mDump.combinedDumpRunning = false;
         throw;
     }
@@ -94,7 +94,7 @@ void TrailCatcher::openWindow(const CatchRef& running) {
 
 bool TrailCatcher::joinWindow(const CatchRef& running) {
     const LogFolderRef folder = awaitCombinedFolder();
-    // The folder is null only if the event that opened the window failed to make one.
+    // The folder is null only if the event that opened the window could not create one.
     LogFolder::Work work = folder == nullptr ? nullptr : folder->beginWork(kFirstRound);
     if (work == nullptr || !folder->isOpen()) {
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,

@@ -11,29 +11,32 @@
 namespace android::kavel {
 
 /**
- * Field-trial builds: gives every event a log folder, alone or shared with the events of its time
- * window, and starts the dump threads that fill and pack it. Any thread.
+ * Catcher of field-trial builds: gives each event a log folder, alone or shared with the events of
+ * its time window, and starts the dump threads that fill and pack the folder. Any thread. The
+ * spelling "trail" is required: the names are part of the interface.
  */
 class TrailCatcher {
   public:
     TrailCatcher(const EventList& events, DumpContext& dump) : mEvents(events), mDump(dump) {}
 
     /**
-     * Returns as soon as the threads are started.
+     * Returns as soon as the threads have started.
      *
      * @throws std::system_error if no thread can be created
      */
     void trailKavelLogCatcher(const EventRef& event);
 
-    /** The folder that was last shared, packed or not; null if there never was one. */
+    /** Returns the latest shared folder, packed or not; null if there was none. */
     LogFolderRef combinedLogFolder() EXCLUDES(mLock);
 
   private:
     bool isCombined(const KavelEvent& event) const;
-    /** Whether the caller has to open a window. If so, later callers wait for its folder. */
+    /** Returns whether the caller must open a window. If so, later callers wait for its folder. */
     bool claimWindow() EXCLUDES(mLock);
     void openWindow(const CatchRef& running);
-    /** Starts the first round in the folder of the open window. False if that cannot be used. */
+    /**
+     * Starts the first round in the folder of the open window. Returns false if it cannot be used.
+     */
     bool joinWindow(const CatchRef& running);
     void catchAlone(const CatchRef& running);
     LogFolderRef makeFolder(const CatchRef& running, LogFolder::Kind kind) const;
@@ -45,7 +48,7 @@ class TrailCatcher {
 
     Mutex mLock;
     std::condition_variable mNamed;
-    // Windows that are open but whose folder is still being made.
+    // Number of open windows whose folder is still being created.
     int mNaming GUARDED_BY(mLock) = 0;
     LogFolderRef mCombinedLogFolder GUARDED_BY(mLock);
 };

@@ -34,6 +34,7 @@ VariantPolicy::VariantPolicy() : mSystemVersion(checkSystemVerion()) {
 }
 
 bool VariantPolicy::checkSystemVerion() {
+    // Tools that read the log depend on the spelling "checkSystemVerion".
     const TraceSection trace("checkSystemVerion");
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel checkSystemVerion]: checkSystemVerion.\n");
     const BuildClass build = classifyBuild({
@@ -42,7 +43,7 @@ bool VariantPolicy::checkSystemVerion() {
             GetProperty("persist.sys.cta", ""),
             GetProperty("ro.build.version.dravorom", ""),
     });
-    // Interactive ROM actions do not exist any more; their place in the line does.
+    // Interactive ROM actions no longer exist, but the log line still has the field.
     const int isInteractiveRomAction = 0;
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel checkSystemVerion]: isCommercialVersion:%d, isReleaseVersion:%d, "
@@ -61,9 +62,9 @@ void VariantPolicy::kavelVersionSwitch() {
     const TraceSection trace("kavelVersionSwitch");
     bool version = checkSystemVerion();
 
-    // The first property can only turn commercial handling off, the second only on, and each logs
-    // in both directions: the asymmetry is what the test departments work with. The second one's
-    // lines leave its "persist." out.
+    // The first property can only turn commercial handling off, and the second can only turn it on,
+    // but each logs a line in both cases. Test departments rely on this. The lines about the second
+    // property omit its "persist.".
     const std::string panicMask = GetProperty("sys.kavel.panic_enable_mask", "false");
     if (contains(panicMask, "true")) {
         KAVEL_LOGI(KAVEL_NO_TAG,

@@ -5,11 +5,12 @@
 
 namespace android::kavel {
 
-// The two ways of handling an event, as the boolean that they are everywhere.
+// The two ways to handle an event, as values of one boolean. "TRAIL" (trial) is a required
+// spelling.
 inline constexpr bool KAVEL_SYSTEM_VERSION_FORMAL = true;  ///< commercial build
 inline constexpr bool KAVEL_SYSTEM_VERSION_TRAIL = false;  ///< field trial
 
-/** The properties that tell what kind of build this is. */
+/** Properties that determine the kind of the build. */
 struct BuildProperties {
     std::string otaVersion;
     std::string releaseType;
@@ -17,7 +18,7 @@ struct BuildProperties {
     std::string romVersion;
 };
 
-/** What they say; a build may be several of these. */
+/** Kinds of builds; more than one may apply. */
 struct BuildClass {
     bool isCommercialVersion;
     bool isReleaseVersion;
@@ -25,19 +26,22 @@ struct BuildClass {
     bool isCtaVersion;
 };
 
-/** Pure; missing properties are empty texts. */
+/** Has no side effects. A missing property is an empty text. */
 BuildClass classifyBuild(const BuildProperties& properties);
 
-/** Decides between field-trial and commercial handling, from system properties. Any thread. */
+/** Chooses between field-trial and commercial handling by system properties. Any thread. */
 class VariantPolicy {
   public:
     VariantPolicy();
 
-    /** Whether the build is commercial. */
+    /**
+     * Whether the build is commercial. The spelling "Verion" is required: the name is part of the
+     * interface.
+     */
     static bool checkSystemVerion();
-    /** Leaves its line in the log; what it reads goes nowhere. */
+    /** Writes a log line. The property that it reads is not used. */
     static void getOtaVersion();
-    /** Decides anew, so that a property change takes effect with the next event. */
+    /** Reads the properties again, so that a change takes effect with the next event. */
     void kavelVersionSwitch();
     /** KAVEL_SYSTEM_VERSION_FORMAL or KAVEL_SYSTEM_VERSION_TRAIL. */
     bool systemVersion() const { return mSystemVersion; }

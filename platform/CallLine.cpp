@@ -9,7 +9,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** How long a thread waits for another call: a burst of calls costs one thread, not many. */
+/** Time for which an idle thread waits for another call: a burst of calls needs only one thread. */
 constexpr std::chrono::seconds kIdleTime(1);
 
 }  // namespace

@@ -13,31 +13,32 @@
 namespace android::kavel {
 
 /**
- * Calls of one kind that may hang: requests to a service, functions of a maker's library. They run
- * on threads of the line, so that a caller can go on while its call is still outstanding. The
- * threads end when the line is idle. A line lives as long as the process, because a call that hangs
- * never leaves it. Any thread.
+ * Runs calls of one kind that may hang, such as requests to a service or functions of a maker's
+ * library. They run on threads of the line, so a caller can continue while its call is outstanding.
+ * The threads end when the line is idle. A line is never destroyed, because a call that hangs never
+ * ends. Any thread.
  */
 class CallLine {
   public:
     enum class Outcome {
         Returned,
-        Late,        ///< has not returned in the caller's time; it is still outstanding
-        NotAwaited,  ///< outstanding as well, behind an earlier call that is overdue
-        Full,        ///< dropped: as many calls are outstanding as the line takes
-        NoThread,    ///< dropped: there is no thread to run it
+        Late,        ///< not returned within the caller's time; still outstanding
+        NotAwaited,  ///< outstanding, but an earlier call is overdue
+        Full,        ///< dropped: the maximum number of calls is outstanding
+        NoThread,    ///< dropped: no thread can be created to run it
     };
 
     /**
-     * @param atOnce  calls that may run at once; if it is 1, they run in the order of their arrival
-     * @param limit   calls that may be outstanding, those that wait for a thread included
+     * @param atOnce  maximum number of calls that run at once; with 1 they run in the order of
+     *                arrival
+     * @param limit   maximum number of outstanding calls, including those that wait for a thread
      */
     CallLine(size_t atOnce, size_t limit) : mAtOnce(atOnce), mLimit(limit) {}
     ~CallLine() = delete;
 
     /**
-     * Runs @p body on a thread of the line and waits until it has returned: for @p patience at
-     * most, and not at all while an earlier call has been outstanding for that long.
+     * Runs @p body on a thread of the line and waits until it returns, for at most @p patience.
+     * Does not wait if an earlier call has been outstanding for that long.
      */
     Outcome call(std::function<void()> body, std::chrono::milliseconds patience);
 
@@ -59,13 +60,13 @@ class CallLine {
     Mutex mLock;
     std::condition_variable mQueued;
     std::condition_variable mReturned;
-    std::list<CallRef> mOutstanding GUARDED_BY(mLock);  // the oldest first
-    std::deque<CallRef> mQueue GUARDED_BY(mLock);       // those of them that no thread has taken
+    std::list<CallRef> mOutstanding GUARDED_BY(mLock);  // oldest first
+    std::deque<CallRef> mQueue GUARDED_BY(mLock);       // outstanding, not yet taken
     size_t mThreads GUARDED_BY(mLock) = 0;
     size_t mIdle GUARDED_BY(mLock) = 0;
 };
 
-/** @p outcome as the end of a log line. */
+/** Returns @p outcome as the end of a log line. */
 inline const char* outcomeText(CallLine::Outcome outcome) {
     using Outcome = CallLine::Outcome;
     switch (outcome) {

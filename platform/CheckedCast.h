@@ -5,12 +5,12 @@
 
 namespace android::kavel {
 
-/** Logs one line naming @p what and @p value, then ends the process. */
+/** Logs a line with @p what and @p value, then ends the process. */
 [[noreturn]] void abortOnLossyConversion(const char* what, int64_t value);
 
 /**
- * @p value as an int32. One that does not fit ends the process: a silently cut word would select
- * other logs, or other processes, than the reporter asked for.
+ * Returns @p value as an int32. If it does not fit, ends the process: a truncated value would
+ * select other logs, or another process, than the reporter asked for.
  */
 inline int32_t checkedInt32(const char* what, int64_t value) {
     if (value < std::numeric_limits<int32_t>::min() ||

@@ -7,8 +7,8 @@
 namespace android {
 namespace {
 
-// The maker's adapter: one C function, because a C++ class does not survive a compiler update on
-// either side. Keys and values are parallel arrays of @p count texts.
+// The maker's adapter. It is a C function, because a C++ class depends on the compiler version of
+// both sides. Keys and values are parallel arrays of @p count texts.
 constexpr const char* kLibrary = "libkavel_plx_client.so";
 constexpr const char* kFunction = "kavel_plx_send";
 using SendFunction = int (*)(const char* tag, const char* eventId, const char* const* keys,

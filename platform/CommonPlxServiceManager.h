@@ -6,24 +6,23 @@
 
 namespace android {
 
-/** The maker's data-collection service, as far as the daemon needs it. */
+/** Client of the maker's data-collection service, with the functions that the daemon needs. */
 class CommonPlxServiceManager {
   public:
     using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-    /** The client, which lives as long as the process; null where the device has no such service.
-     */
+    /** Returns the client, which is never destroyed; null if the device has no such service. */
     static CommonPlxServiceManager* getDefaultCommonPlxServiceManager();
 
     /**
-     * Uploads one statistic: one after the other, on a thread of its own, and the caller waits ten
-     * seconds at most (CallLine). Up to 64 are kept for a service that hangs; one that finds no
-     * room is lost, with an error line that names it. Any thread.
+     * Uploads one statistic. Uploads run one at a time, on a separate thread; the caller waits for
+     * at most ten seconds (CallLine). If the service hangs, up to 64 statistics are kept. Any more
+     * are lost, each with an error line that names it. Any thread.
      */
     void sendToPlxFromCommonPlx(std::string tag, std::string eventId, const Pairs& data);
 
   protected:
-    /** Hands one statistic to the service, and returns when that is done. */
+    /** Passes one statistic to the service. Returns when the service has it. */
     virtual void upload(const std::string& tag, const std::string& eventId, const Pairs& data) = 0;
     virtual ~CommonPlxServiceManager() = default;
 };

@@ -14,7 +14,7 @@
 namespace android::kavel {
 namespace {
 
-constexpr size_t kMaxOutstanding = 8;  // of one code, each with a thread of its own
+constexpr size_t kMaxOutstanding = 8;  // requests with the same code; each has its own thread
 
 struct Lines {
     Mutex lock;
@@ -29,12 +29,12 @@ CallLine& lineOf(uint32_t code) {
     return *line;
 }
 
-/** The framework's service; null if it is not there after five seconds. */
+/** Returns the framework's service; null if it is not available within five seconds. */
 sp<IBinder> frameworkService() {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-    // The calls that replace it either give up at once, while the framework restarts, or wait for
-    // ever if there is none.
+    // The newer functions either return at once while the framework restarts, or wait for ever if
+    // there is no service.
     return defaultServiceManager()->getService(String16("kavel"));
 #pragma GCC diagnostic pop
 }
@@ -61,7 +61,7 @@ FrameworkReply ask(uint32_t code, const std::vector<FrameworkArgument>& argument
     return {true, status, reply.readInt32()};
 }
 
-/** The request as its log line names it: its code and its arguments. */
+/** Returns the request as text for a log line: its code and its arguments. */
 std::string nameOf(uint32_t code, const std::vector<FrameworkArgument>& arguments) {
     std::string name = std::to_string(code);
     for (const FrameworkArgument& argument : arguments) {

@@ -9,23 +9,24 @@
 
 namespace android::kavel {
 
-/** An argument of a request; its type is how it is written. */
+/** An argument of a request. Its type determines how it is written to the parcel. */
 using FrameworkArgument = std::variant<int32_t, int64_t>;
 
 /**
- * Time that a caller gives the framework. A catch's first commands wait behind its requests, so it
- * is shorter than any pack's wait for those commands: 15 s, or 30 s before it begins.
+ * Maximum time that a caller waits for the framework. A catch's first commands start after its
+ * requests, so this is shorter than the time for which any pack waits for those commands: 15 s, or
+ * 30 s before it begins.
  */
 inline constexpr std::chrono::milliseconds kFrameworkPatience = std::chrono::seconds(10);
 
 /**
  * Sends request @p code of android.os.IKavelManager with @p arguments, and logs the reply when it
- * comes (logFrameworkReply()). The caller waits for that: for @p patience at most, and not at all
- * while an earlier request of the same code has been without a reply for that long. A caller that
- * goes on without the reply logs one error line, and so does a request that is not sent because
- * eight of its code are without a reply. Any thread.
+ * arrives (logFrameworkReply()). The caller waits for the reply, for at most @p patience. It does
+ * not wait if an earlier request with the same code has been without a reply for that long. If the
+ * caller continues without the reply, or if the request is not sent because eight requests with its
+ * code have no reply, an error line is logged. Any thread.
  *
- * @param step  a literal
+ * @param step  a string literal
  */
 void callFramework(const char* step, android_LogPriority priority, uint32_t code,
                    std::vector<FrameworkArgument> arguments = {},

@@ -7,16 +7,16 @@
 
 namespace android::kavel {
 
-/** What came of a request to the framework's "kavel" service. */
+/** Result of a request to the framework's "kavel" service. */
 struct FrameworkReply {
-    bool hasService;  ///< if there is none, the rest is not set
+    bool hasService;  ///< if false, the other members are not set
     status_t status;
-    int32_t value;  ///< 0 if the reply holds none
+    int32_t value;  ///< 0 if the reply contains no value
 };
 
 /**
- * Logs @p reply under the name @p step. A service that is not there or refuses is logged with
- * @p priority. Any thread.
+ * Logs @p reply with the name @p step. Uses @p priority if the service does not exist or returns an
+ * error. Any thread.
  */
 void logFrameworkReply(const char* step, android_LogPriority priority, const FrameworkReply& reply);
 

@@ -24,7 +24,7 @@ std::string maskOccurrences(std::string_view text, std::string_view secret) {
 
 void kavel_print(int logBufferId, int priority, const char* format, ...) {
     char line[1024] = {};
-    // Read anew each time: the property can appear after the daemon has started. The fallback
+    // Read again for each line: the property may be set after the daemon has started. The fallback
     // is masked like any other value.
     const std::string ota = base::GetProperty("ro.build.version.ota", "default");
 

@@ -6,10 +6,10 @@
 namespace android {
 
 /**
- * Writes one printf-style line to the Android log, with every occurrence of the device's OTA
- * version hidden behind "*". Cut at 1023 characters before masking. Any thread.
+ * Writes one printf-style line to the Android log, with each occurrence of the device's OTA version
+ * replaced by "*". Truncated to 1023 characters before the replacement. Any thread.
  *
- * @param logBufferId  liblog's buffer number; LOG_ID_MAIN for everything this daemon writes
+ * @param logBufferId  liblog's buffer number; the daemon uses only LOG_ID_MAIN
  * @param priority     ANDROID_LOG_*
  */
 void kavel_print(int logBufferId, int priority, const char* format, ...)
@@ -17,7 +17,7 @@ void kavel_print(int logBufferId, int priority, const char* format, ...)
 
 namespace kavel {
 
-/** @p text with each occurrence of @p secret, found left to right, replaced by one "*". */
+/** Returns @p text with each occurrence of @p secret, from left to right, replaced by one "*". */
 std::string maskOccurrences(std::string_view text, std::string_view secret);
 
 }  // namespace kavel

@@ -2,10 +2,10 @@
 
 #include <android/log.h>
 
-/** Tag of start-up, binder, event building and the commercial catchers. */
+/** Tag for start-up, binder, event building and the commercial catchers. */
 #define KAVEL_TAG_BINDER "KavelBinder"
 
-/** Most lines carry no tag, so that liblog puts the program's name there. */
+/** Most lines have no tag, so liblog uses the program's name. */
 #define KAVEL_NO_TAG nullptr
 
 #define KAVEL_LOGD(tag, ...) __android_log_print(ANDROID_LOG_DEBUG, tag, __VA_ARGS__)

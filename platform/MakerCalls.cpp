@@ -1,5 +1,5 @@
-// How the maker's libraries are called, whoever stands behind them: a library that hangs costs its
-// callers a bounded time.
+// Calls into the maker's libraries, with a time limit: a library that hangs does not block its
+// callers.
 
 #include <algorithm>
 
@@ -18,7 +18,7 @@ namespace {
 constexpr size_t kMaxStatistics = 64;
 constexpr size_t kMaxFlushes = 8;
 
-/** The statistic as one line of text. */
+/** Returns the statistic as one line of text. */
 std::string describe(const std::string& tag, const std::string& eventId,
                      const CommonPlxServiceManager::Pairs& data) {
     std::string text = tag + "/" + eventId;
@@ -36,7 +36,7 @@ void CommonPlxServiceManager::sendToPlxFromCommonPlx(std::string tag, std::strin
     const CallLine::Outcome outcome = line->call(
             [this, tag, eventId, data] { upload(tag, eventId, data); }, kavel::kIntakeDeadline);
     if (outcome == CallLine::Outcome::Returned) return;
-    // The statistic comes last: it may be longer than a log line.
+    // The statistic is at the end of the line, because it may be longer than a log line.
     KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel]: upload %s: %s\n", kavel::outcomeText(outcome),
                describe(tag, eventId, data).c_str());
 }

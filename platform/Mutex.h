@@ -9,7 +9,7 @@
 
 namespace android::kavel {
 
-/** std::mutex that clang's thread-safety analysis understands. */
+/** std::mutex with annotations for clang's thread-safety analysis. */
 class CAPABILITY("mutex") Mutex {
   public:
     void lock() ACQUIRE() { mMutex.lock(); }
@@ -20,7 +20,7 @@ class CAPABILITY("mutex") Mutex {
     std::mutex mMutex;
 };
 
-/** Holds a Mutex for a scope; waiting releases it while the thread sleeps on @p condition. */
+/** Holds a Mutex for a scope. The wait functions release it while they wait for @p condition. */
 class SCOPED_CAPABILITY MutexLock {
   public:
     explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mLock(mutex.mMutex) {}
@@ -29,13 +29,13 @@ class SCOPED_CAPABILITY MutexLock {
     MutexLock& operator=(const MutexLock&) = delete;
 
     void wait(std::condition_variable& condition) { condition.wait(mLock); }
-    /** Lets another thread have the mutex, and the processor, for a moment. */
+    /** Releases the mutex for a moment, so that another thread can take it. */
     void yield() {
         mLock.unlock();
         std::this_thread::yield();
         mLock.lock();
     }
-    /** As wait(); false once @p end has passed. */
+    /** Like wait(). Returns false after @p end. */
     bool waitUntil(std::condition_variable& condition, std::chrono::steady_clock::time_point end) {
         return condition.wait_until(mLock, end) == std::cv_status::no_timeout;
     }

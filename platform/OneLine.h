@@ -6,8 +6,8 @@
 namespace android::kavel {
 
 /**
- * @p text for use in one line of the log: each ASCII control character becomes "\xHH". A newline in
- * a name that an app chose would otherwise begin a line of the app's own making.
+ * Returns @p text with each ASCII control character replaced by "\xHH", for one line of the log.
+ * Otherwise a newline in a name that an app has chosen could start a forged log line.
  */
 std::string oneLine(std::string_view text);
 

@@ -7,7 +7,7 @@ namespace android::kavel {
 
 /**
  * Blocks until the system property @p name has the value @p value, for at most @p timeout of the
- * phone's time. False where it never had. Any thread.
+ * phone's time. Returns false on timeout. Any thread.
  */
 bool waitForProperty(const std::string& name, const std::string& value,
                      std::chrono::milliseconds timeout);

@@ -5,17 +5,17 @@
 namespace android::kavel {
 
 /**
- * Thins the log lines of a failure that repeats at once: the first of an unbroken run is worth a
- * line, after that each doubling of their number. Not synchronised.
+ * Limits the log lines of a failure that repeats: logs the first failure of a run, then each time
+ * their number has doubled. Not synchronised.
  */
 class RepeatCounter {
   public:
-    /** Counts one more failure; whether to log it. */
+    /** Counts one more failure. Returns whether to log it. */
     bool add() {
         ++mCount;
         return (mCount & (mCount - 1)) == 0;
     }
-    /** Failures of the run so far. */
+    /** Number of failures in the current run. */
     uint64_t count() const { return mCount; }
     void reset() { mCount = 0; }
 

@@ -18,8 +18,8 @@
 #include "platform/Mutex.h"
 #include "platform/OneLine.h"
 
-// Newer than the headers of some builds. Numbers of the generic system call table
-// (asm-generic/unistd.h), the same on arm64 and x86-64; flag of linux/close_range.h.
+// The headers of some builds are older than these. Numbers from the generic system call table
+// (asm-generic/unistd.h), the same on arm64 and x86-64; flag from linux/close_range.h.
 #ifndef SYS_pidfd_open
 #define SYS_pidfd_open 434
 #endif
@@ -29,8 +29,8 @@
 #ifndef CLOSE_RANGE_CLOEXEC
 #define CLOSE_RANGE_CLOEXEC (1U << 2)
 #endif
-// Makes Android's C library use vfork(), so that the call returns after exec, or after its failure.
-// Other C libraries always do.
+// Makes Android's C library use vfork(), so that the call returns after exec or its failure. Other
+// C libraries always do.
 #ifndef POSIX_SPAWN_USEVFORK
 #define POSIX_SPAWN_USEVFORK 0
 #endif
@@ -43,21 +43,21 @@ using std::chrono::milliseconds;
 
 constexpr const char* kShell = "/bin/sh";
 constexpr milliseconds kGrace = std::chrono::seconds(5);
-/** Time for which a shell that cannot be started is tried again. */
+/** Time for which a failed start of the shell is retried. */
 constexpr milliseconds kStartPatience = std::chrono::seconds(5);
 constexpr milliseconds kStartPause(100);
-constexpr int kNotFound = 127;        // exit status of a child whose exec failed (posix_spawn(3))
-constexpr uint64_t kFileBlock = 512;  // unit of the shell's `ulimit -f` (POSIX)
+constexpr int kNotFound = 127;        // exit status of a child if exec failed (posix_spawn(3))
+constexpr uint64_t kFileBlock = 512;  // unit in bytes of the shell's `ulimit -f` (POSIX)
 
 void pause(milliseconds time) {
     poll(nullptr, 0, static_cast<int>(time.count()));
 }
 
-/** Starts the shell in a process group of its own. Returns its pid, or -1 with errno set. */
+/** Starts the shell in its own process group. Returns its pid, or -1 with errno set. */
 pid_t spawnShell(const std::string& command) {
-    // No descriptor of this process may reach a command. They are marked here, and not closed in
-    // the child, because posix_spawn() has no portable action for that. Kernels before 5.11 refuse;
-    // then the O_CLOEXEC at each opening has to do.
+    // A command must not inherit descriptors of this process. They are marked here instead of
+    // closed in the child, because posix_spawn() has no portable action for that. Kernels before
+    // 5.11 do not support the flag; then only O_CLOEXEC protects each descriptor.
     syscall(SYS_close_range, 3, ~0U, CLOSE_RANGE_CLOEXEC);
 
     posix_spawnattr_t attributes;
@@ -66,7 +66,7 @@ pid_t spawnShell(const std::string& command) {
     sigset_t defaults;
     sigemptyset(&none);
     sigfillset(&defaults);
-    // These two cannot be set, and Android's C library ends the child if one of the set fails.
+    // These two cannot be set, and Android's C library ends the child if setting one fails.
     sigdelset(&defaults, SIGKILL);
     sigdelset(&defaults, SIGSTOP);
     posix_spawnattr_setpgroup(&attributes, 0);
@@ -86,13 +86,13 @@ pid_t spawnShell(const std::string& command) {
         errno = error;
         return -1;
     }
-    // The child does this too, but a C library may return before it has. The deadline needs the
-    // group. It fails after the exec, when the group is set.
+    // The child does this too, but some C libraries return before it has. The group is needed for
+    // the deadline. The call fails after the exec, but then the group is already set.
     setpgid(pid, pid);
     return pid;
 }
 
-/** Tries again for a while if the system is out of processes or memory. */
+/** Starts the shell. Retries for a while if there are not enough processes or memory. */
 pid_t startShell(const std::string& command) {
     const Clock::time_point end = Clock::now() + kStartPatience;
     pid_t pid = spawnShell(command);
@@ -103,33 +103,36 @@ pid_t startShell(const std::string& command) {
     return pid;
 }
 
-/** Whether @p pid, a child, has ended. It stays a zombie, so its pid and group id stay taken. */
+/**
+ * Whether the child @p pid has ended. It stays a zombie, so its pid and group id are not reused.
+ */
 bool hasEnded(pid_t pid) {
     siginfo_t info = {};
     return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
            info.si_pid != 0;
 }
 
-/** Whether no process of the group is left. Its leader must be reaped: a zombie counts. */
+/** Whether the group has no process left. The leader must be reaped before: a zombie counts. */
 bool isEmptyGroup(pid_t group) {
     return kill(-group, 0) != 0 && errno == ESRCH;
 }
 
-/** A started command: its shell, a child of ours that leads the group, and the rest of the group.
+/**
+ * A started command: its shell, which is our child and leads the group, and the rest of the group.
  */
 class Command {
   public:
     explicit Command(pid_t pid)
           : mPid(pid), mPidfd(static_cast<int>(syscall(SYS_pidfd_open, pid, 0))) {}
 
-    /** Waits until the whole group has ended or @p deadline has come. False for the latter. */
+    /** Waits until the whole group has ended. Returns false at @p deadline. */
     bool waitUntilEnded(Clock::time_point deadline) {
         milliseconds nap(1);
         while (!isOver()) {
             const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
             if (left <= milliseconds(0)) return false;
-            // Only the shell's end can be waited for, and only on kernels with pidfds (5.3). For
-            // anything else look again after a nap.
+            // Only the end of the shell can be waited for, and only on kernels with pidfds (5.3).
+            // In other cases, sleep briefly and check again.
             const bool canWait = !mIsReaped && mPidfd.ok();
             pollfd ended = {canWait ? mPidfd.get() : -1, POLLIN, 0};
             poll(&ended, 1, static_cast<int>((canWait ? left : std::min(left, nap)).count()));
@@ -163,7 +166,7 @@ class Command {
     int mStatus = -1;
 };
 
-/** Children that not even SIGKILL could end. Later calls reap them once the kernel lets go. */
+/** Children that did not end after SIGKILL. Later calls reap them when they have ended. */
 class AbandonedChildren {
   public:
     void add(pid_t pid) {

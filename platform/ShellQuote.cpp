@@ -3,10 +3,10 @@
 namespace android::kavel {
 namespace {
 
-// Characters that neither mksh nor dash treat specially inside a word. Bytes above 0x7f are parts
-// of UTF-8 text. '#' and '!' mean something at the start of a word only, '~' also after '=' and
-// ':', where mksh expands it in any word. '{', '[' and '*' are left out because brace and file-name
-// expansion would see them.
+// Characters that have no special meaning inside a word, in mksh and in dash. Bytes above 0x7f are
+// part of UTF-8 text. '#' and '!' are special only at the start of a word, '~' also after '=' and
+// ':', because mksh expands it there in any word. '{', '[' and '*' are not included because of
+// brace and file-name expansion.
 bool isLiteral(char c, char before) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte >= 0x80) return true;
@@ -58,7 +58,7 @@ std::string shellQuoteForEcho(std::string_view value) {
 
 std::string singleQuoteForEcho(std::string_view value) {
     std::string text = doubleBackslashes(value);
-    // mksh takes "-n" and "-e" for options, quoted or not, and dash "-n". Both shells turn this
+    // mksh takes "-n" and "-e" as options, even quoted, and dash takes "-n". Both shells turn this
     // sequence back into "-".
     if (!text.empty() && text.front() == '-') text.replace(0, 1, "\\0055");
     return singleQuote(text);

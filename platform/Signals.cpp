@@ -6,7 +6,7 @@
 namespace android::kavel {
 namespace {
 
-/** What kill() would take for a group, for everybody or for init is no process of a report. */
+/** A pid that means a group, all processes or init in kill() is invalid in a report. */
 bool isOneProcess(pid_t pid) {
     if (pid > 1) return true;
     errno = EPERM;

@@ -4,12 +4,12 @@
 
 namespace android::kavel {
 
-// A pid comes from a report: one that kill() would take for a group or for everybody, and init's,
-// is refused with EPERM. Any thread.
+// The pid comes from a report. If it means a group or all processes in kill(), or is init's, the
+// functions fail with EPERM. Any thread.
 
-/** Sends @p signal to the process @p pid, with the result of kill(2). */
+/** Sends @p signal to the process @p pid. Returns the result of kill(2). */
 int sendSignal(pid_t pid, int signal);
-/** Queues @p signal for the process @p pid with the value 0, with the result of sigqueue(3). */
+/** Queues @p signal with the value 0 for the process @p pid. Returns the result of sigqueue(3). */
 int queueSignal(pid_t pid, int signal);
 
 }  // namespace android::kavel

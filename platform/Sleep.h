@@ -4,7 +4,7 @@
 
 namespace android::kavel {
 
-/** Blocks the calling thread for @p seconds, signals notwithstanding. Any thread. */
+/** Blocks the calling thread for @p seconds, even if signals arrive. Any thread. */
 void sleepSeconds(uint64_t seconds);
 
 }  // namespace android::kavel

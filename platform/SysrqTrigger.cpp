@@ -1,4 +1,4 @@
-// The phone's implementation. No program of a desktop build has it in it: see CMakeLists.txt.
+// The phone's implementation. Desktop builds do not link it: see CMakeLists.txt.
 
 #include "platform/SysrqTrigger.h"
 
@@ -12,7 +12,7 @@ namespace android::kavel {
 bool triggerKernelPanic() {
     const base::unique_fd trigger(open("/proc/sysrq-trigger", O_WRONLY | O_CLOEXEC));
     if (!trigger.ok()) return false;
-    // "c" is crash (Documentation/admin-guide/sysrq.rst). Where it fails there is no second way.
+    // "c" means crash (Documentation/admin-guide/sysrq.rst). If it fails, there is no alternative.
     static_cast<void>(!write(trigger.get(), "c", 1));
     return true;
 }

@@ -3,8 +3,8 @@
 namespace android::kavel {
 
 /**
- * Makes the kernel crash, so that its memory is kept for analysis. On the phone nothing after this
- * matters. False where the kernel does not let us.
+ * Crashes the kernel, so that its memory is kept for analysis. On the phone nothing runs after
+ * this. Returns false if the kernel does not allow it.
  */
 bool triggerKernelPanic();
 

@@ -7,7 +7,7 @@
 namespace android {
 namespace {
 
-// The maker's adapter, found at run time for the same reason as the data-collection client's.
+// The maker's adapter, loaded at run time like the data-collection client's.
 constexpr const char* kLibrary = "libkavel_trace_client.so";
 constexpr const char* kFunction = "kavel_stop_tracing";
 using StopFunction = void (*)(const char* session, int stop, int restart);

@@ -6,24 +6,24 @@
 
 namespace android {
 
-/** The maker's native trace utility, as far as the daemon needs it. */
+/** The maker's native trace utility, with the functions that the daemon needs. */
 class TraceNativeUtils {
   public:
-    /** The utility, which lives as long as the process; null where the device has none. */
+    /** Returns the utility, which is never destroyed; null if the device has none. */
     static TraceNativeUtils* getInstance();
 
     /**
-     * Flushes a running trace session into a file under /data/local/traces, on a thread of its own.
-     * The caller waits for it as long as for a command (CallLine). Up to eight calls may be
+     * Writes a running trace session to a file in /data/local/traces, on a separate thread. The
+     * caller waits for at most the time of a command (CallLine). Up to eight calls may be
      * outstanding. Any thread.
      *
      * @param stop     ends the session
-     * @param restart  starts it anew
+     * @param restart  starts it again
      */
     kavel::CallLine::Outcome stopDravoTracing(const char* session, bool stop, bool restart);
 
   protected:
-    /** Does it, and returns when the file is there. */
+    /** Writes the trace file. Returns when it exists. */
     virtual void flush(const std::string& session, bool stop, bool restart) = 0;
     virtual ~TraceNativeUtils() = default;
 };

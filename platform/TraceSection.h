@@ -1,10 +1,10 @@
 #pragma once
 
-// Every section of the daemon belongs to one category, so that one switch shows them all.
+// All sections of the daemon are in one category, so that one switch enables them all.
 #define ATRACE_TAG ATRACE_TAG_VIEW
 
-// Before <cutils/trace.h>: on a build machine, Android 14's includes clang's <stdatomic.h>, whose
-// macros break what this header takes from <atomic>.
+// Must come before <cutils/trace.h>: on a build machine, Android 14's version includes clang's
+// <stdatomic.h>, whose macros break the parts of <atomic> that this header needs.
 #include <utils/LightRefBase.h>
 
 #include <cutils/trace.h>

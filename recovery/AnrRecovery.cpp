@@ -1,4 +1,4 @@
-// What a watch does: wait, look again, and take a failed recovery further.
+// The body of a watch: waits, checks the process again, and escalates a failed recovery.
 
 #include <algorithm>
 #include <chrono>
@@ -54,13 +54,13 @@ bool KavelAnrRecoveryMonitor::handle_anr_recovery(void* thread, long timeoutSeco
     proc_t* const before = &records[0];
     proc_t* const after = &records[1];
     if (read_proc_stat(self.pid(), before) == nullptr) {
-        // The watch stays listed: only a cancel takes it out.
+        // The watch stays in the list until it is cancelled.
         KAVEL_LOGE(KAVEL_NO_TAG,
                    "[KavelAnrRecoveryMonitor::handle_anr_recovery]: read A proc failed.");
         return false;
     }
     kavel::sleepSeconds(static_cast<uint64_t>(timeoutSeconds));
-    read_proc_stat(before->pid, after);  // of a process that is gone nothing is left but zeros
+    read_proc_stat(before->pid, after);  // all zero if the process is gone
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::handle_anr_recovery]: monitor timeout(%ld).",
                timeoutSeconds);
@@ -94,8 +94,8 @@ void KavelAnrRecoveryMonitor::escalateLocked() {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::handle_anr_recovery]: anr process recover failed, goto "
                "ss reboot.");
-    // Whatever the line says: only while the test package's recovery is under way may the phone be
-    // taken down.
+    // The line is logged in every case, but only a failed recovery of the test package may restart
+    // the phone.
     if (!kavel::isAnrRecoveryTested()) return;
     base::SetProperty(kBootCompleted, "0");
     kavel::restartFramework();
@@ -113,7 +113,7 @@ void KavelAnrRecoveryMonitor::retireLocked(const MonitorThread& thread) {
     } else {
         KAVEL_LOGE(KAVEL_NO_TAG,
                    "[KavelAnrRecoveryMonitor::handle_anr_recovery]: monitor_list bad list!!!");
-        // Every other watch that is waiting will find itself cancelled.
+        // This cancels all other watches that are waiting.
         moveToCancelsLocked(mMonitorList.begin(), mMonitorList.end());
     }
     countWatchesLocked();

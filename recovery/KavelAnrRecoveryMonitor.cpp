@@ -1,4 +1,5 @@
-// The requests and their lists. What a watch does when its time is up is in AnrRecovery.cpp.
+// Requests and their lists. AnrRecovery.cpp has the code that runs when the time of a watch is
+// over.
 
 #include "recovery/KavelAnrRecoveryMonitor.h"
 
@@ -23,13 +24,14 @@ constexpr int32_t kMonitor = 1;
 constexpr uint32_t kMaxPid = 0x400000;  // PID_MAX_LIMIT of the 64-bit kernel
 constexpr size_t ThreadMaxOnlineCount = 10;
 
-// Cancelled watches are no longer listed, but still wait. Reports without end must not make threads
-// without end. No more than the event list holds records.
+// Maximum number of watch threads. A cancelled watch is no longer in the list but still waits, so
+// the size of the list does not limit the threads. Same as the maximum number of records in the
+// event list.
 constexpr size_t kMaxWatchThreads = 31;
 
 constexpr const char* kHandleThread = "handle_thread";
 
-/** If the thread does not start, the request waits for the next one. */
+/** If the thread does not start, the request stays queued until the next one. */
 void runHandleThread(const sp<KavelAnrRecoveryMonitor::HandleThread>& thread, const char* method) {
     const status_t status = thread->run(kHandleThread, 0, 0);
     if (status != OK) {
@@ -40,7 +42,7 @@ void runHandleThread(const sp<KavelAnrRecoveryMonitor::HandleThread>& thread, co
 }  // namespace
 
 int KavelAnrRecoveryMonitor::monitor(int pid, bool userRequest) {
-    // As unsigned, so that negative ones are too large as well.
+    // Compared as unsigned, so that negative pids are too large as well.
     if (static_cast<uint32_t>(pid) > kMaxPid) {
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[KavelAnrRecoveryMonitor::monitor]: Pid is invalid, Must 0 <= pid <= 0x%x, but "
@@ -48,7 +50,7 @@ int KavelAnrRecoveryMonitor::monitor(int pid, bool userRequest) {
                    kMaxPid, static_cast<uint32_t>(pid));
         return -1;
     }
-    // One more than the name says: an 11th watch is accepted while 10 are listed.
+    // One more than the name says: an 11th watch is accepted while 10 are in the list.
     if (mWatchCount > ThreadMaxOnlineCount) {
         KAVEL_LOGE(KAVEL_NO_TAG,
                    "[KavelAnrRecoveryMonitor::monitor]: >=ThreadMaxOnlineCount(%ld),user "
@@ -80,7 +82,7 @@ int KavelAnrRecoveryMonitor::cancel_monitor(int pid) {
     }
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::cancel_monitor]: received cancel pid(%d) monitor", pid);
-    // Started outside the lock; only the reference is kept under it.
+    // Started without the lock; only the reference is stored under it.
     sp<HandleThread> thread = new HandleThread(this, kHandleThread);
     runHandleThread(thread, "cancel_monitor");
     MutexLock lock(mLock);
@@ -175,7 +177,7 @@ void KavelAnrRecoveryMonitor::runMonitorThreadLocked(const Message& request,
                    request.pid, status);
         return;
     }
-    // The thread looks at these under the lock, so it finds itself there.
+    // The thread reads both lists under the lock, so it finds its entries.
     mRunningWatches.insert({request.pid, request.monitorThreadName});
     mMonitorList.push_back(request);
     countWatchesLocked();

@@ -15,33 +15,34 @@
 
 namespace android {
 
-/** What a watch remembers of its process; all zero where it could not be read. */
+/** Identity of a watched process; all zero if the process could not be read. */
 struct proc_t {
     int32_t pid;
     int64_t uid;
 };
 
 /**
- * Watches processes that do not respond. A watch waits its time out and looks whether the same
- * process is still there; if so the recovery has failed, and while the test package's is under way
- * the framework is restarted, or the kernel crashed where that does not help. A cancel ends a watch
- * quietly.
+ * Watches processes that do not respond. After its waiting time, a watch checks whether the same
+ * process still exists. If so, the recovery has failed: if the test package is being recovered, the
+ * framework is restarted, and if that does not help, the kernel is crashed. A cancel ends a watch
+ * without any action.
  *
- * Requests are queued and served by threads that live for one run. While a failed watch is taken
- * further the lock stays held, and every other request waits: there is one escalation at a time.
- * Made on first use, never destroyed, so that its threads may outlive whoever asked. Any thread.
+ * Requests are queued and served by threads that end when the queue is empty. The lock is held
+ * while a failed recovery is escalated, and all other requests wait, so there is only one
+ * escalation at a time. Created on first use, never destroyed, so its threads may outlive their
+ * callers. Any thread.
  */
 class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
   public:
     struct Message {
         int32_t pid;
         int32_t state;                  ///< 1: watch, 0: cancel
-        std::string monitorThreadName;  ///< which kind of watch; empty for a cancel
+        std::string monitorThreadName;  ///< kind of watch; empty for a cancel
 
         void setMonitorThreadName(const char* name) { monitorThreadName = name; }
     };
 
-    /** Serves the requests that are queued, then ends. */
+    /** Serves the queued requests, then ends. */
     class HandleThread : public Thread {
       public:
         HandleThread(KavelAnrRecoveryMonitor* monitor, const char* name)
@@ -54,7 +55,7 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
         const std::string mName;
     };
 
-    /** One watch of one process. */
+    /** Watches one process. */
     class MonitorThread : public Thread {
       public:
         MonitorThread(KavelAnrRecoveryMonitor* monitor, const char* name, int pid)
@@ -72,22 +73,24 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     };
 
     /**
-     * Queues a watch of @p pid: of 5 s where the user asked to close the application, else of
-     * 30 s. 0, or -1 where the pid is none or too many processes are watched.
+     * Queues a watch of @p pid: for 5 s if the user asked to close the application, otherwise for
+     * 30 s. Returns 0, or -1 if the pid is invalid or too many processes are watched.
      */
     int monitor(int pid, bool userRequest) EXCLUDES(mLock);
     int close_user_request(int pid) { return monitor(pid, true); }
-    /** Queues the cancel of the first watch of @p pid that is listed when the cancel is served. */
+    /** Queues a cancel. When it is served, it ends the first watch of @p pid in the list. */
     int cancel_monitor(int pid) EXCLUDES(mLock);
 
-    /** The body of the MonitorThread @p thread. False where the process could not be read. */
+    /** Body of the MonitorThread @p thread. Returns false if the process could not be read. */
     bool handle_anr_recovery(void* thread, long timeoutSeconds) EXCLUDES(mLock);
-    /** Fills @p out; null, and all zero, where the process or its user cannot be read. */
+    /**
+     * Fills @p out. Returns null, with @p out all zero, if the process or its user cannot be read.
+     */
     static proc_t* read_proc_stat(int pid, proc_t* out);
-    /** Whether the same process is there after the wait, so that its recovery has failed. */
+    /** Whether the same process exists after the wait, which means that its recovery has failed. */
     static bool isReboot(const proc_t* before, const proc_t* after);
 
-    /** Entries in the lists, at this moment. */
+    /** Current number of entries in each list. */
     struct ListSizes {
         size_t requested;
         size_t monitored;
@@ -104,7 +107,7 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     void serveRequests() EXCLUDES(mLock);
     void cancelLocked(const Message& request) REQUIRES(mLock);
     void moveToCancelsLocked(Messages::iterator first, Messages::iterator last) REQUIRES(mLock);
-    /** Drops the cancels that no running watch will take: they would end a later one. */
+    /** Drops cancels without a running watch: they would end a later watch. */
     void dropSurplusCancelsLocked() REQUIRES(mLock);
     void endWatch(const MonitorThread& thread) EXCLUDES(mLock);
     void startWatchLocked(const Message& request) REQUIRES(mLock);
@@ -120,19 +123,19 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     Messages mRequestList GUARDED_BY(mLock);
     Messages mMonitorList GUARDED_BY(mLock);
     Messages mCancelList GUARDED_BY(mLock);
-    // A thread keeps itself alive while it runs; these keep the last of each kind a little longer,
-    // and whoever lets go last, the thread itself included, may destroy it.
+    // A running thread holds a reference to itself. These hold the latest thread of each kind
+    // longer; whoever releases the last reference, even the thread itself, destroys it.
     sp<HandleThread> mHandleThread GUARDED_BY(mLock);
     sp<MonitorThread> mUserRequestMonitorThread GUARDED_BY(mLock);
     sp<MonitorThread> mMonitorThread GUARDED_BY(mLock);
-    std::atomic<size_t> mWatchCount{0};  // of the monitor list, for the look before the lock
-    /** Pid and name of each watch whose thread runs, listed or cancelled. */
+    std::atomic<size_t> mWatchCount{0};  // size of mMonitorList, readable without the lock
+    /** Pid and name of each watch whose thread is running, in the list or cancelled. */
     std::multiset<std::pair<int32_t, std::string>> mRunningWatches GUARDED_BY(mLock);
 };
 
 namespace kavel {
 
-// The kinds of watches, by the names of their threads.
+// Kinds of watches; also the names of their threads.
 inline constexpr const char* kAnrWatch = "KavelAnrRecoveryMonitor";
 inline constexpr const char* kUserRequestWatch = "KavelAnrRecoveryMonitorUserRequest";
 

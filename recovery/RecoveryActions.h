@@ -2,16 +2,15 @@
 
 namespace android::kavel {
 
-// What the recovery monitor needs of the event handling above it. The handler defines these
-// functions.
+// Functions of the event handling that the recovery monitor calls. The handler defines them.
 
-/** Kills system_server, so that init starts the framework anew. 0, or -1 where there is none. */
+/** Kills system_server, so that init restarts the framework. Returns 0, or -1 if there is none. */
 int restartFramework();
 
-/** Crashes the kernel. -1 where that is not to be had. */
+/** Crashes the kernel. Returns -1 if that is not possible. */
 int rebootByPanic();
 
-/** Whether the recovery of the test package is under way; a failed one is then taken further. */
+/** Whether a recovery of the test package is running. Only then is a failed recovery escalated. */
 bool isAnrRecoveryTested();
 
 }  // namespace android::kavel

@@ -1,14 +1,14 @@
 #!/bin/sh
-# Unpacks arm64 Debian's libraries and headers into build/arm64-sysroot, for cross-builds. Nothing is
-# installed: apt works on folders of its own, as if this were an empty arm64 machine, from the
-# sources of the real one. Needs no root. A sysroot that is there and whose list is the same is kept.
+# Unpacks arm64 Debian's libraries and headers into build/arm64-sysroot, for cross-builds. Installs
+# nothing and does not need root: apt uses its own folders, as on an empty arm64 machine, with the
+# package sources of this machine. Keeps an existing sysroot if its package list is the same.
 set -eu
 cd "$(dirname "$0")/.."
 
 sysroot=build/arm64-sysroot
 state=build/arm64-apt
 log=build/arm64-sysroot.log
-# The machine's own list names the libraries, but for the C library.
+# The packages are those of packages.txt, plus the C library.
 packages="libc6-dev $(sed -n '/-dev$/p; /-headers$/p' scripts/packages.txt | tr '\n' ' ')"
 [ "$(cat $sysroot/packages 2> /dev/null)" != "$packages" ] || exit 0
 
@@ -40,7 +40,7 @@ for deb in "$state"/cache/archives/*.deb; do
     dpkg-deb --fsys-tarfile "$deb" |
         tar -x -C $sysroot --keep-directory-symlink --no-same-owner 2>> $log || fail "cannot unpack $deb"
 done
-# Links that name a place on the arm64 machine are to lead there from here.
+# Absolute links must point into the sysroot, not into this machine's root.
 find $sysroot -type l -lname '/*' -exec sh -c '
     root=$1; shift
     for link; do ln -sfr "$root$(readlink "$link")" "$link"; done' sh $sysroot {} +

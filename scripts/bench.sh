@@ -1,6 +1,7 @@
 #!/bin/bash
-# Measures against the budgets, each figure beside its peer in the same run. Medians of CPU or real
-# time over repetitions; on a busy machine only the ratios mean anything.
+# Compares measurements with their budgets, each relative to a reference in the same run. Uses the
+# median of CPU or real time over several repetitions. On a busy machine only the ratios are
+# reliable.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -21,8 +22,8 @@ ratio() {
             END {printf "%-34s %10.1f   %-20s %10.1f %s   ratio %.2f (budget %s)\n", ours, v[ours], peer, v[peer], unit, v[ours] / v[peer], budget}'
 }
 
-# A system report with the plugins that gather what the catch gathers: packages, mounts, kernel log,
-# logs, memory, processes, processor, properties.
+# A system report with the plugins that collect the same data as a catch: packages, mounts, kernel
+# log, logs, memory, processes, processor, properties.
 system_report() {
     local out started times=() run
     out=$(mktemp -d)

@@ -22,7 +22,7 @@ sources=$(find . \( -path ./build -o -name '.?*' -type d \) -prune -o \
     -type f \( -name '*.h' -o -name '*.cpp' \) -print | sed 's|^\./||' | LC_ALL=C sort)
 [ -n "$sources" ] || { echo "check_includes.sh: no sources under $PWD" >&2; exit 2; }
 
-# One awk reads the table, the list of sources, and then each source.
+# One awk program reads the table, the list of sources, and then each source.
 printf '%s\n' "$sources" | LC_ALL=C awk -v rules="$here/include_rules.txt" '
 function matches(pattern, path) {
     if (pattern ~ /\*$/) return index(path, substr(pattern, 1, length(pattern) - 1)) == 1
@@ -34,7 +34,7 @@ function report(message) {
     violations = 1
 }
 
-# What is wrong with including target, or nothing.
+# Returns the reason why target must not be included; empty if it may be.
 function check(target, quoted,    top, count, allowed, i) {
     top = target
     sub(/\/.*/, "", top)

@@ -1,13 +1,13 @@
 #!/bin/sh
-# Compiles the sources of the daemon and of kavelctl as the phone's build does: arm64, libc++, the
-# flags of Android.bp, those that Soong adds, and its integer sanitizers. Code is made and thrown away.
-# What this cannot show is bionic: the C library is Debian's. Then all that Android.bp names is compiled
-# as its variants for the build machine are.
+# Compiles the sources of the daemon and of kavelctl like the phone's build: for arm64, with libc++,
+# the flags of Android.bp, those that Soong adds, and its integer sanitizers. The output is
+# discarded. The C library is Debian's, so this does not check against bionic. Then compiles all
+# sources in Android.bp like the build's variants for the build machine.
 set -eu
 cd "$(dirname "$0")/.."
 
 sysroot=build/arm64-sysroot
-# What Soong gives to every module of a device (build/soong/cc/config), as far as this clang knows it.
+# Flags that Soong adds to each device module (build/soong/cc/config), if this clang supports them.
 soong="-O2 -DANDROID -DNDEBUG -UDEBUG -fno-exceptions -fno-rtti -ffunction-sections -fdata-sections
     -fstack-protector-strong -fvisibility-inlines-hidden -D_FORTIFY_SOURCE=2
     -Waddress -Waddress-of-temporary -Wbool-operation -Wdate-time -Wformat-insufficient-args
@@ -16,7 +16,7 @@ soong="-O2 -DANDROID -DNDEBUG -UDEBUG -fno-exceptions -fno-rtti -ffunction-secti
     -Wpointer-to-int-cast -Wpragma-pack -Wpragma-pack-suspicious-include -Wreturn-type
     -Wsequence-point -Wsign-promo -Wsizeof-array-div -Wstring-plus-int -Wunguarded-availability
     -Wunreachable-code-loop-increment -Wxor-used-as-pow"
-# What "integer_overflow" and "misc_undefined" of Android.bp turn into.
+# Expansion of "integer_overflow" and "misc_undefined" in Android.bp.
 sanitizers=signed-integer-overflow,unsigned-integer-overflow
 sanitizers=$sanitizers,implicit-signed-integer-truncation,implicit-unsigned-integer-truncation
 
@@ -27,7 +27,7 @@ if [ -z "$module" ] || [ -z "$sources" ]; then
     exit 1
 fi
 
-# Reads paths and compiles each with the arguments and what every variant has.
+# Reads paths from standard input and compiles each with the arguments and the common flags.
 compile() {
     xargs -P "${JOBS:-$(nproc)}" -I{} clang++ {} -stdlib=libc++ -std=c++17 -DKAVELCTL_VERSION='"0"' -I. "$@"
 }
@@ -37,8 +37,8 @@ printf '%s\n' $sources | compile -c -o /dev/null --target=aarch64-linux-gnu --sy
     -isystem host/overlay -isystem $sysroot/usr/include/android -isystem $sysroot/usr/include/jsoncpp \
     $soong $module -fsanitize=$sanitizers -fsanitize-trap=$sanitizers
 
-# Variants for the build machine, tests with them, are compiled with headers of glibc 2.17, Linux 3.8
-# and an older googletest. What these lack is taken out of this machine's headers.
+# Variants for the build machine, including tests, use headers of glibc 2.17, Linux 3.8 and an older
+# googletest. Declarations that these lack are removed from this machine's headers.
 # shellcheck disable=SC2012,SC2046 # patterns
 ls $(sed -n 's/^ *"\(.*\.cpp\)",*$/\1/p' Android.bp) |
     compile -fsyntax-only -isystem tests/structure/old_headers -isystem host/overlay \

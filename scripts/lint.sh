@@ -1,6 +1,6 @@
 #!/bin/sh
-# Formatting and clang-tidy over our sources, and the phone's compiler flags. --check-format checks the
-# formatting alone, --format mends it instead.
+# Checks the formatting, runs clang-tidy over our sources, and compiles with the phone's flags.
+# --check-format only checks the formatting; --format corrects it.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -14,8 +14,8 @@ echo "== lint: clang-format"
 sources | xargs clang-format --dry-run -Werror
 [ "${1:-}" != --check-format ] || exit 0
 echo "== lint: clang-tidy"
-# Only what is compiled has a command line; headers are checked with their sources. What is counted
-# and suppressed in library headers goes to a file.
+# Only compiled files have a command line; headers are checked with their sources. The counts of
+# suppressed warnings in library headers go to a file.
 cmake --preset default > /dev/null
 git ls-files '*.cpp' | grep -v '^bench/' |
     xargs -P "${JOBS:-$(nproc)}" -n 4 clang-tidy --quiet -p build/default 2> build/clang-tidy.log

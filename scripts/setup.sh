@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs the packages of a list (packages.txt beside this file, or the argument) that are missing;
-# says nothing where none is.
+# Installs the missing packages of a list: packages.txt in this folder, or the argument. Prints
+# nothing if all are installed.
 set -eu
 
 list=${1:-$(dirname "$0")/packages.txt}

@@ -1,6 +1,6 @@
 #!/bin/sh
-# The virtual-machine test of one build directory. Where its packages or its kernel cannot be had,
-# that is said loudly and is no failure; a boot or a check that fails is one.
+# Runs the virtual-machine test of one build directory. If its packages or its kernel are not
+# available, prints a clear notice and succeeds. A failed boot or check is an error.
 set -eu
 cd "$(dirname "$0")/.."
 

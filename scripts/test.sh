@@ -1,14 +1,15 @@
 #!/bin/sh
-# Every test there is: the formatting, each compiler, library and sanitizer leg, arm64 in emulation, the
-# kernel test, then the rest of the lint. Stops at the first leg that fails, and says after each how
-# long the legs took so far. LEGS="default tsan" runs some of the legs and nothing else.
+# Runs all tests: the formatting, each compiler, library and sanitizer leg, arm64 in emulation, the
+# kernel test, then the rest of the lint. Stops at the first leg that fails. After each leg, prints
+# how long the legs so far took. LEGS="default tsan" runs only these legs.
 set -eu
 cd "$(dirname "$0")/.."
 
 mkdir -p build
 jobs=${JOBS:-$(nproc)}
 
-# leg NAME FUNCTION: calls FUNCTION NAME. Not for conditions, in which "set -e" does not count.
+# leg NAME FUNCTION: calls FUNCTION NAME. Do not use it in a condition, where "set -e" has no
+# effect.
 took=
 leg() {
     echo "== $1"

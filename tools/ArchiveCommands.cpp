@@ -12,8 +12,8 @@ namespace {
 
 constexpr Option kOptions[] = {{"dir", true}, {"json", false}};
 
-// Unpacked bytes of an archive that are read. A list reads many archives, one of which may unpack
-// to a thousand times its size.
+// Maximum number of unpacked bytes to read from an archive. A list reads many archives, and one may
+// unpack to a thousand times its size.
 constexpr uint64_t kListLimit = uint64_t{64} << 20;
 constexpr uint64_t kShowLimit = uint64_t{4} << 30;
 
@@ -85,7 +85,7 @@ int runList(const Arguments& arguments, const Output& output) {
     std::vector<Archive> archives;
     for (const auto& path : collection.archives) {
         Archive archive = loadArchive(path, kListLimit);
-        // There may be many archives, and a list shows nothing of these.
+        // A list may have many archives and does not show these parts.
         archive.contents.files = {};
         archive.contents.history = {};
         archive.contents.events = {};

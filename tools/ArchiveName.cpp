@@ -9,14 +9,14 @@ namespace {
 
 constexpr std::string_view kPrefix = "kavel_";
 
-/** The start of a subject whose event is called @p eventName, by the daemon's own naming rule. */
+/** Returns the start of a subject for the event name @p eventName, by the daemon's naming rule. */
 std::string subjectStart(const std::string& eventName) {
     const std::string folder = logFolderName({eventName, "", 0, "", ""});
     const std::string tail = logFolderName({"", "", 0, "", ""}).substr(kPrefix.size() + 1);
     return folder.substr(kPrefix.size(), folder.size() - kPrefix.size() - tail.size());
 }
 
-/** Cuts the part behind the last @p key off @p rest; false where the key is missing. */
+/** Cuts the text after the last @p key off @p rest. Returns false if the key is missing. */
 bool takeLast(std::string_view& rest, std::string_view key, std::string_view& value) {
     const size_t position = rest.rfind(key);
     if (position == std::string_view::npos) return false;
@@ -38,7 +38,7 @@ std::string readableTime(const LogName& name, char separator) {
 }
 
 std::optional<HistoryLine> parseHistoryLine(std::string_view line) {
-    // Taken from the end, because the event's name may hold anything, commas and keys included.
+    // Parsed from the end, because the event's name may contain anything, even commas and keys.
     std::string_view rest = line;
     std::string_view recordId;
     std::string_view logInfo;

@@ -10,7 +10,7 @@
 
 namespace android::kavel::tools {
 
-/** The time of @p name as people and ISO 8601 write it, @p separator between day and hour. */
+/** Returns the time of @p name in ISO 8601 form, with @p separator between date and time. */
 std::string readableTime(const LogName& name, char separator);
 
 /** One line of an archive's kavel_history.txt. */
@@ -21,10 +21,10 @@ struct HistoryLine {
     int64_t recordId;
 };
 
-/** Reads EventType:NAME,Timestamp:T,loginfo:HEX,eventID:N; nullopt if it is none. */
+/** Parses EventType:NAME,Timestamp:T,loginfo:HEX,eventID:N. Returns nullopt for any other text. */
 std::optional<HistoryLine> parseHistoryLine(std::string_view line);
 
-/** All lines of @p text that read as history lines. */
+/** Returns all history lines of @p text; ignores other lines. */
 std::vector<HistoryLine> parseHistory(std::string_view text);
 
 struct Subject {
@@ -33,8 +33,8 @@ struct Subject {
 };
 
 /**
- * Parts EVENT_PROCESS. Event names may hold "_", so the history line of the event that opened the
- * folder decides where one agrees with the name; else the first "_" does.
+ * Splits EVENT_PROCESS. Event names may contain "_", so if the history line of the event that
+ * opened the folder matches the name, its event name is used. Otherwise splits at the first "_".
  */
 Subject splitSubject(const LogName& name, const std::vector<HistoryLine>& history);
 

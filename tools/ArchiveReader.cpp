@@ -17,14 +17,14 @@
 namespace android::kavel::tools {
 namespace {
 
-/** Name of the folder that @p archive was made of, as far as its name tells. */
+/** Returns the name of the folder that was packed into @p archive, from the archive's name. */
 std::string folderOf(const std::filesystem::path& archive) {
     const std::string fileName = archive.filename().string();
     if (const auto name = parseArchiveName(fileName)) return name->folder;
     return fileName.substr(0, fileName.size() - std::min(fileName.size(), strlen(kArchiveSuffix)));
 }
 
-/** @p name below the folder @p folder; the whole name if it is not in there. */
+/** Returns @p name relative to the folder @p folder; the whole name if it is not in the folder. */
 std::string nameBelow(const std::string& name, const std::string& folder) {
     const size_t position = name.find(folder + "/");
     const bool wholePart = position == 0 || (position != std::string::npos && position > 0 &&
@@ -32,7 +32,7 @@ std::string nameBelow(const std::string& name, const std::string& folder) {
     return wholePart ? name.substr(position + folder.size() + 1) : name;
 }
 
-/** Fills in an ArchiveContents from the members of a tar stream. */
+/** Fills an ArchiveContents from the members of a tar stream. */
 class MemberCollector {
   public:
     MemberCollector(TarReader& reader, std::string folder, ArchiveContents& contents)
@@ -45,8 +45,8 @@ class MemberCollector {
         if (mContents.files.size() < kMaxListedFiles) {
             mContents.files.push_back({name, member.size});
         }
-        // The archive of an abnormal action has other catches in sub-folders, with the same files:
-        // those of the uppermost folder are its own.
+        // The archive of an abnormal action contains other catches in sub-folders, with files of
+        // the same names. The files in the uppermost folder are its own.
         const std::filesystem::path path(name);
         const auto depth = static_cast<size_t>(std::distance(path.begin(), path.end()));
         if (path.filename() == "kavel_history.txt" && depth < mHistoryDepth) {
@@ -95,7 +95,7 @@ class MemberCollector {
 
 ArchiveContents readArchive(const std::filesystem::path& path, uint64_t limit) {
     ArchiveContents contents;
-    // Without O_NONBLOCK a FIFO of that name would hold us for ever.
+    // Without O_NONBLOCK, open() would block on a FIFO of that name.
     base::unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
     if (!fd.ok() || fstat(fd.get(), &status) != 0) {

@@ -14,7 +14,7 @@ Json::Value textOrNull(const std::string& text) {
     return text.empty() ? Json::Value() : Json::Value(text);
 }
 
-/** Prints the lines of a file of the archive, indented. */
+/** Prints the lines of a file from the archive, indented. */
 void printText(std::ostream& out, std::string_view title, std::string_view text) {
     out << title << (text.size() >= kMaxText ? " (its first 64 KiB):\n" : ":\n");
     while (!text.empty()) {
@@ -28,7 +28,7 @@ void printField(std::ostream& out, const char* name, const std::string& value) {
     out << std::left << std::setw(9) << name << printable(value) << '\n';
 }
 
-/** Prints one row for each event, in columns, and the lines that are none. */
+/** Prints a table with one row for each event, then the lines that are not events. */
 void printEvents(std::ostream& out, const Archive& archive) {
     const EventLines& lines = archive.events;
     out << "events (" << lines.events.size() << "):\n";

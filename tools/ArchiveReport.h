@@ -9,16 +9,16 @@
 
 namespace android::kavel::tools {
 
-/** What list and show say of one archive in JSON. */
+/** Returns the JSON object that list and show print for one archive. */
 Json::Value archiveSummary(const Archive& archive);
 
-/** archiveSummary(), with what show adds: history, extra info and files. */
+/** Returns archiveSummary() with the additions of show: history, extra info and files. */
 Json::Value archiveDetails(const Archive& archive);
 
-/** The processes of the archive's events, the first ones by name: "com.a, com.b and 2 more". */
+/** Returns the first process names of the archive's events: "com.a, com.b and 2 more". */
 std::string processesText(const Archive& archive);
 
-/** What archiveDetails() has, for people. */
+/** Prints the contents of archiveDetails() as text. */
 void printArchive(std::ostream& out, const Archive& archive);
 
 }  // namespace android::kavel::tools

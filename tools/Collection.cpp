@@ -75,7 +75,7 @@ fs::path findArchive(const std::string& wanted, const fs::path& directory) {
                            std::to_string(archives.size()) + " in " +
                            printable(directory.string()));
     }
-    // A path that is absolute stays as it is when it is appended to a directory.
+    // operator/ keeps a path that is already absolute.
     for (const fs::path& base : {directory / wanted, fs::path(wanted)}) {
         if (isRegularFile(base)) return base;
         fs::path withSuffix = base.string() + kArchiveSuffix;

@@ -11,33 +11,33 @@
 
 namespace android::kavel::tools {
 
-/** The archives of a collection directory, by name only. */
+/** The archives in a collection directory, by name only. */
 struct Collection {
-    std::vector<std::filesystem::path> archives;  ///< newest first, so the Nth is "-N"
-    size_t passedOver = 0;                        ///< entries that are no archives of ours
+    std::vector<std::filesystem::path> archives;  ///< newest first: the Nth is "-N"
+    size_t passedOver = 0;                        ///< number of other entries
 };
 
-/** One archive: what its name says and what it holds. */
+/** One archive: the parts of its name and its contents. */
 struct Archive {
     std::filesystem::path path;
-    std::optional<LogName> name;  ///< nullopt for a file called otherwise
-    Subject subject;              ///< empty if there is no name
+    std::optional<LogName> name;  ///< nullopt if the file name has another form
+    Subject subject;              ///< empty if name is nullopt
     std::vector<HistoryLine> history;
     EventLines events;
     ArchiveContents contents;
 };
 
-/** @throws CommandError where @p directory cannot be read */
+/** @throws CommandError if @p directory cannot be read */
 Collection scanCollection(const std::filesystem::path& directory);
 
-/** @param limit  how many bytes of the unpacked archive are read at most */
+/** @param limit  maximum number of unpacked bytes to read */
 Archive loadArchive(const std::filesystem::path& path, uint64_t limit);
 
 /**
- * The archive that the user means: "-N" is the Nth newest of @p directory, anything else a file
- * name in there or a path, with or without ".tar.gz".
+ * Returns the archive that the user means: "-N" is the Nth newest one in @p directory. Anything
+ * else is a path or a file name in @p directory, with or without ".tar.gz".
  *
- * @throws CommandError where there is none, UsageError for "-0"
+ * @throws CommandError if there is no such archive, UsageError for "-0"
  */
 std::filesystem::path findArchive(const std::string& wanted,
                                   const std::filesystem::path& directory);

@@ -15,7 +15,7 @@ namespace android::kavel::tools {
 /** Exit codes, the same for every command. */
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitRefused = 1;  ///< not found, broken, or refused by the daemon
-inline constexpr int kExitUsage = 2;    ///< the command line is wrong; nothing was done
+inline constexpr int kExitUsage = 2;    ///< the command line is wrong; the command was not run
 
 /** The command line is wrong; ends the program with kExitUsage. */
 class UsageError : public std::runtime_error {
@@ -23,55 +23,58 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/** What was asked for is not there or was refused; ends the program with kExitRefused. */
+/**
+ * The requested object does not exist, or the request was refused; ends the program with
+ * kExitRefused.
+ */
 class CommandError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/** Where a command writes: results to @c out, notes to the user to @c err. */
+/** Output streams of a command: results go to @c out, notes to the user to @c err. */
 struct Output {
     std::ostream& out;
     std::ostream& err;
 
-    /** Starts a line on @c err with the program's name. */
+    /** Starts a line on @c err with the program's name. Returns the stream. */
     std::ostream& note() const { return err << "kavelctl: "; }
 };
 
-/** A long option; each may be given once. */
+/** A long option. It may be given at most once. */
 struct Option {
     std::string_view name;  ///< without the dashes
     bool takesValue;
 };
 
-/** What stood behind the command's name. */
+/** The words after the command's name. */
 struct Arguments {
-    bool wantsHelp = false;  ///< --help was given; nothing behind it was read
+    bool wantsHelp = false;  ///< --help was given; the words after it were not read
     std::vector<std::string> operands;
     std::map<std::string, std::string, std::less<>> options;
 
     bool has(std::string_view option) const { return options.find(option) != options.end(); }
     std::optional<std::string> value(std::string_view option) const;
-    /** @throws UsageError where the value is not an integer from @p min to @p max */
+    /** @throws UsageError if the value is not an integer from @p min to @p max */
     int64_t number(std::string_view option, int64_t min, int64_t max, int64_t fallback) const;
-    /** A text for the daemon, empty where absent. @throws UsageError where it is not UTF-8 */
+    /** Returns a text for the daemon; empty if absent. @throws UsageError if it is not UTF-8 */
     std::string text(std::string_view option) const;
 };
 
-/** One row of the command table: how it is called, what help says, what it does. */
+/** One row of the command table: the command's name, its help text and its function. */
 struct Command {
     std::string_view name;
     std::string_view summary;
     std::string_view help;     ///< full text for --help, the usage line first
-    std::string_view operand;  ///< name of the first operand; empty where the command takes none
+    std::string_view operand;  ///< name of the first operand; empty if the command takes none
     const Option* options;
     size_t optionCount;
     int (*run)(const Arguments& arguments, const Output& output);
-    bool takesMore = false;  ///< operands behind the first, which the command itself counts
+    bool takesMore = false;  ///< more operands are allowed; the command checks their number
 };
 
 /**
- * Reads the words behind the command's name. A word like "-1" is an operand, not an option.
+ * Parses the words after the command's name. A word like "-1" is an operand, not an option.
  *
  * @throws UsageError for an unknown or repeated option, a missing value or a wrong operand count
  */

@@ -15,7 +15,7 @@ extern const Command kExplainCommand;
 extern const Command kStatsCommand;
 extern const Command kRawCommand;
 
-/** The whole program: @p words are the arguments without the program's name. @return exit code */
+/** Runs the program. @p words are the arguments without the program's name. @return exit code */
 int runKavelctl(const std::vector<std::string>& words, const Output& output);
 
 }  // namespace android::kavel::tools

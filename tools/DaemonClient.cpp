@@ -13,8 +13,8 @@ namespace android::kavel::tools {
 namespace {
 
 /**
- * Stands between the proxy and the daemon and keeps each call's status, which the proxy tells only
- * the log.
+ * Forwards calls from the proxy to the daemon and stores their status, because the proxy only logs
+ * it.
  */
 class StatusRelay : public BBinder {
   public:

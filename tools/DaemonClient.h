@@ -22,8 +22,8 @@ struct EventSettings {
     int64_t recoverId;  ///< 0 for none
 };
 
-// Both calls are one-way: they return once the call is queued for the daemon, and throw
-// CommandError where it is not running or the call could not be queued.
+// Both calls are one-way: they return when the call is queued for the daemon. They throw
+// CommandError if the daemon is not running or the call could not be queued.
 
 void sendReport(const EventReport& report);
 void sendSettings(const EventSettings& settings);

@@ -13,7 +13,7 @@ constexpr int64_t kMaxInt32 = std::numeric_limits<int32_t>::max();
 constexpr int64_t kMinInt64 = std::numeric_limits<int64_t>::min();
 constexpr int64_t kMaxInt64 = std::numeric_limits<int64_t>::max();
 
-/** The daemon's own default for event types without a window. */
+/** The daemon's default for event types without a window. */
 constexpr int64_t kDefaultWindowMs = 180000;
 
 constexpr Option kSetOptions[] = {

@@ -12,11 +12,11 @@ namespace android::kavel::tools {
 /** A key of a line of kavel_events.txt. */
 struct EventKey {
     const char* name;
-    bool isNumber;       ///< an int64; else a text
-    const char* column;  ///< title in a table; null if the table does not show it
+    bool isNumber;       ///< the value is an int64; otherwise a text
+    const char* column;  ///< title of the table column; null if the table does not show the key
 };
 
-/** What each line has, in this order. */
+/** Keys that each line has, in this order. */
 inline constexpr EventKey kEventKeys[] = {
         {"utc", false, nullptr},     {"local", false, "TIME"},      {"recordId", true, "RECORD"},
         {"eventId", false, "EVENT"}, {"name", false, "NAME"},       {"pid", true, "PID"},
@@ -26,13 +26,13 @@ inline constexpr EventKey kEventKeys[] = {
 
 /** The lines of an archive's kavel_events.txt. */
 struct EventLines {
-    std::vector<Json::Value> events;     ///< an object for each event, in the order of arrival
-    std::vector<std::string> malformed;  ///< lines that are none
+    std::vector<Json::Value> events;     ///< one object for each event, in order of arrival
+    std::vector<std::string> malformed;  ///< lines that are not events
 };
 
 /**
- * The event that @p line tells of: an object with all of kEventKeys, and any others that the line
- * has; nullopt if a key is missing or has another type.
+ * Parses one line. Returns an object with all of kEventKeys and any other keys of @p line; nullopt
+ * if a key is missing or has another type.
  */
 std::optional<Json::Value> parseEventLine(std::string_view line);
 

@@ -12,7 +12,7 @@ struct Capture {
     const char* text;
 };
 
-/** What the daemon takes for these bits without a shell command of the table. */
+/** Captures that the daemon takes for these bits without a shell command from the table. */
 constexpr Capture kCaptures[] = {
         {KAVEL_LOGINFO_ANR_TRACE,
          "asks the framework's \"kavel\" service for an ANR trace of the process (transaction 2); "
@@ -40,7 +40,7 @@ std::string eventIds(const std::array<TraceEvent, N>& events) {
     return ids;
 }
 
-/** Says of a trace that hangs on the event type whether this one gets it. */
+/** States for a trace that depends on the event type whether this event type gets it. */
 void limitToEvents(ExplainedBit& bit, const std::string& ids, bool eventKnown, bool eventListed) {
     bit.taken = !eventKnown || eventListed;
     if (!eventKnown) bit.capture += " (only for event types " + ids + ")";

@@ -10,53 +10,55 @@
 
 namespace android::kavel::tools {
 
-/** A command as the daemon runs it, FOLDER and TIME standing for what only a catch knows. */
+/** A command of the daemon. FOLDER and TIME stand for values that only a catch has. */
 struct ExplainedCommand {
     std::string text;
-    size_t order;  ///< place in the order of submission, from 1
+    size_t order;  ///< position in the order of submission, from 1
     const LogCommand* row;
 };
 
-/** What one bit makes a catch do. */
+/** Actions that one bit causes in a catch. */
 struct ExplainedBit {
     uint32_t bit;
     bool addedByEvent;  ///< not in the mask; the event type adds it
     std::vector<ExplainedCommand> commands;
-    std::string capture;  ///< what is taken without a shell command; empty for most bits
-    bool taken;           ///< false where nothing is started for the bit in this mask
+    std::string capture;  ///< capture without a shell command; empty for most bits
+    bool taken;           ///< false if nothing is started for the bit in this mask
 };
 
-/** What an event is to the archives of a commercial build. */
+/** Role of an event in the archives of a commercial build. */
 enum class CommercialPart {
-    Unknown,    ///< no event type is given
-    Action,     ///< an abnormal action, which has an archive of its own
-    Neighbour,  ///< goes into the archive of the abnormal action next to it
-    None,       ///< goes into no archive
+    Unknown,    ///< no event type was given
+    Action,     ///< an abnormal action, which has its own archive
+    Neighbour,  ///< packed into the archive of the abnormal action next to it
+    None,       ///< not packed into any archive
 };
 
-/** What a log-info mask makes a catch do, from the daemon's own tables. */
+/** Actions that a log-info mask causes in a catch, from the daemon's own tables. */
 struct Explanation {
     uint32_t mask;
     std::optional<int64_t> eventId;
     const TraceEvent* frameworkTrace;  ///< row of the event type, or null
     const TraceEvent* nativeTrace;     ///< row of the event type, or null
     std::vector<ExplainedBit> bits;    ///< lowest first
-    uint32_t secondRound;              ///< bits that are taken again after the time window
-    uint32_t collected;                ///< bits recorded once all commands have ended
+    uint32_t secondRound;              ///< bits that are collected again after the time window
+    uint32_t collected;                ///< bits that are recorded when all commands have ended
     uint32_t neverCollected;           ///< bits of the mask that no command records
-    uint32_t notAskedFor;              ///< bits recorded that are not in the mask
+    uint32_t notAskedFor;              ///< recorded bits that are not in the mask
     bool hasHeavy;
     CommercialPart commercial;
 
-    /** The pack waits until the recorded bits equal the mask; where they cannot, its full time. */
+    /** Whether the pack waits its full time, because the recorded bits can never equal the mask. */
     bool waitsFullTime() const { return collected != mask; }
 };
 
-/** Seconds that the pack of a field-trial build waits if the recorded bits never equal the mask: 15
- * checks and 2 s. */
+/**
+ * Seconds for which the pack of a field-trial build waits if the recorded bits never equal the
+ * mask: 15 checks and 2 s.
+ */
 inline constexpr int kFullPackWaitSeconds = 17;
 
-/** The same for the pack of a commercial build, for each event beside the abnormal action. */
+/** The same for the pack of a commercial build, for each event besides the abnormal action. */
 inline constexpr int kCommercialWaitSeconds = 15;
 
 Explanation explainMask(uint32_t mask, std::optional<int64_t> eventId);

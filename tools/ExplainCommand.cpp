@@ -50,7 +50,7 @@ const char* poolName(CommandPool pool) {
     return pool == CommandPool::Logcat ? "logcat" : "cmd";
 }
 
-/** "0x21 (ANDROID, BINDERINFO)" */
+/** Returns a text like "0x21 (ANDROID, BINDERINFO)". */
 std::string maskText(uint32_t mask) {
     return mask == 0 ? "none" : hexText(mask) + " (" + logBitNames(mask) + ")";
 }
@@ -148,7 +148,7 @@ void printEvent(std::ostream& out, const Explanation& explanation) {
     }
 }
 
-/** Only abnormal actions are packed there, and by rules of their own. */
+/** On a commercial build only abnormal actions are packed, with different rules. */
 void printCommercial(std::ostream& out, const Explanation& explanation) {
     const CommercialPart part = explanation.commercial;
     const bool mayBeAction = part == CommercialPart::Unknown || part == CommercialPart::Action;

@@ -9,7 +9,7 @@ namespace {
 
 enum class Need { None, Optional, Required };
 
-/** Which fields the extra text of an event type carries. */
+/** Fields that the extra text of an event type has. */
 struct FieldNeeds {
     ExtraTextForm form;
     Need process;
@@ -55,8 +55,8 @@ ExtraText buildExtraText(int64_t eventId, const ExtraFields& fields) {
     if (form == ExtraTextForm::Dropped && !fields.process && !fields.version && !fields.type) {
         return {};
     }
-    // The version's key stands in every text: the daemon finds the end of the process name by it,
-    // also where it keeps no version.
+    // The version's key is in every text, even if the daemon ignores the version: the daemon finds
+    // the end of the process name by it.
     ExtraText extra;
     extra.text = "processName:" + process + ",packageVersion:" + fields.version.value_or("");
     if (needs.type != Need::None) extra.text += ",eventType:" + fields.type.value_or("");

@@ -6,7 +6,7 @@
 
 namespace android::kavel::tools {
 
-/** What the user gave to be put into a report's extra text. */
+/** The user's values for a report's extra text. */
 struct ExtraFields {
     std::optional<std::string> process;
     std::optional<std::string> version;
@@ -15,18 +15,19 @@ struct ExtraFields {
 
 struct ExtraText {
     std::string text;
-    std::string note;  ///< what the daemon will not keep of it; empty where it keeps all
+    std::string note;  ///< the parts that the daemon ignores; empty if there are none
 };
 
 /**
- * The extra text from which the daemon reads exactly @p fields for an event of type @p eventId.
+ * Returns the extra text from which the daemon reads exactly @p fields for an event of type @p
+ * eventId.
  *
- * @throws UsageError where the event type needs a field that is missing, has no place for one that
- *         is given, or a value holds a key so that the daemon would part the text elsewhere
+ * @throws UsageError if a required field is missing, the event type does not have a given field, or
+ *         a value contains a key so that the daemon would split the text at another place
  */
 ExtraText buildExtraText(int64_t eventId, const ExtraFields& fields);
 
-/** @p text as it stands, with the note where the daemon drops it. */
+/** Returns @p text unchanged, with a note if the daemon ignores it. */
 ExtraText wholeExtraText(int64_t eventId, const std::string& text);
 
 }  // namespace android::kavel::tools

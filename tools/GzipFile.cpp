@@ -48,7 +48,7 @@ std::string GzipFile::error() const {
     if (code == Z_OK || code == Z_STREAM_END) return {};
     if (code == Z_BUF_ERROR) return "the file is cut off";
     if (code == Z_ERRNO) return std::strerror(errno);
-    // zlib puts the file's name in front, "<fd:3>: " here.
+    // zlib puts the file's name first: here "<fd:3>: ".
     const char* reason = std::strstr(text, ": ");
     return std::string("damaged gzip data: ") + (reason == nullptr ? text : reason + 2);
 }

@@ -25,8 +25,8 @@ bool isNestedDeeper(std::string_view text, size_t depth) {
 }
 
 std::optional<Json::Value> parseJsonObject(std::string_view line) {
-    // jsoncpp is built without exceptions on the phone: text that it finds too deep ends the
-    // process.
+    // On the phone, jsoncpp is built without exceptions: text that is nested too deeply for it ends
+    // the process.
     if (isNestedDeeper(line, kMaxJsonDepth)) return std::nullopt;
     static const Json::CharReaderBuilder kStrict = [] {
         Json::CharReaderBuilder builder;

@@ -8,16 +8,16 @@
 
 namespace android::kavel::tools {
 
-/** Lists and objects within each other that a line may have. */
+/** Maximum number of nested lists and objects in a line. */
 inline constexpr size_t kMaxJsonDepth = 64;
 
 /**
- * Whether @p text opens more than @p depth lists and objects within each other, brackets within
- * JSON strings not counted.
+ * Whether @p text has more than @p depth nested lists and objects. Ignores brackets within JSON
+ * strings.
  */
 bool isNestedDeeper(std::string_view text, size_t depth);
 
-/** The JSON object that is the whole of @p line; nullopt if it is none or is nested too deeply. */
+/** Parses @p line as one JSON object. Returns nullopt if it is not one or is nested too deeply. */
 std::optional<Json::Value> parseJsonObject(std::string_view line);
 
 }  // namespace android::kavel::tools

@@ -39,7 +39,7 @@ int64_t number(std::string_view what, std::string_view text) {
     return integerInRange(what, text, Limits::min(), Limits::max());
 }
 
-/** The record as the daemon reads it: in decimal. @throws UsageError naming the field */
+/** Returns the record in the daemon's form, in decimal. @throws UsageError naming the field */
 std::string makeRecord(std::string_view id, std::string_view name, std::string_view time) {
     constexpr std::string_view kEnds(":\0", 2);
     if (name.empty()) throw UsageError("NAME is empty");
@@ -73,7 +73,7 @@ std::string recordOf(std::string_view line) {
                       line.substr(last + 1));
 }
 
-/** Sends the good lines. @return how many are bad */
+/** Sends the valid lines. @return number of invalid lines */
 size_t sendLines(RawEventSender& sender, const Output& output) {
     size_t number = 0;
     size_t bad = 0;

@@ -18,10 +18,10 @@ namespace {
 constexpr auto kLookAgain = std::chrono::microseconds(100);
 
 /**
- * Sends @p text as a piece of its own. The daemon takes whatever one receive returns for a record,
- * and a stream may give it two at once; but no receive goes on beyond a piece that a descriptor is
- * attached to (unix(7), SCM_RIGHTS). The daemon asks for no descriptor, so that the kernel drops
- * it.
+ * Sends @p text as a separate piece. The daemon takes the result of one receive as one record, but
+ * one receive on a stream may return two records. A receive never continues after data with an
+ * attached descriptor (unix(7), SCM_RIGHTS). The daemon does not accept the descriptor, so the
+ * kernel closes it.
  */
 bool sendApart(int socket, std::string text, int barrier) {
     iovec piece = {text.data(), text.size()};
@@ -40,7 +40,7 @@ bool sendApart(int socket, std::string text, int barrier) {
            static_cast<ssize_t>(text.size());
 }
 
-/** Bytes that the peer has not read yet, as the kernel accounts for them. */
+/** Returns the number of bytes that the peer has not read yet, as counted by the kernel. */
 int unreadBytes(int socket) {
     int bytes = 0;
     return ioctl(socket, SIOCOUTQ, &bytes) == 0 ? bytes : 0;
@@ -58,7 +58,7 @@ void RawEventSender::send(const std::string& record) {
 }
 
 void RawEventSender::connect() {
-    // A full backlog is an error at once: nobody will ever make room in it.
+    // Non-blocking, so that a full backlog is an error at once: it never becomes free again.
     mConnection.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     mBarrier.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
     if (mConnection.ok() && mBarrier.ok() &&
@@ -79,7 +79,7 @@ void RawEventSender::awaitReader() const {
         }
         std::this_thread::sleep_for(kLookAgain);
     }
-    // What a peer that closes leaves unread is gone from the queue as well.
+    // If the peer closes the connection, unread data is removed from the queue as well.
     int error = 0;
     socklen_t size = sizeof(error);
     getsockopt(mConnection.get(), SOL_SOCKET, SO_ERROR, &error, &size);

@@ -9,26 +9,26 @@
 
 namespace android::kavel::tools {
 
-/** The client's end of the daemon's control socket. Not synchronised. */
+/** Client of the daemon's control socket. Not synchronised. */
 class RawEventSender {
   public:
     /**
-     * Connects with the first record only: the daemon serves no other connection, so one that
-     * carries nothing would be a waste.
+     * Connects when the first record is sent: the daemon serves only one connection, so a
+     * connection without records would waste it.
      *
-     * @param patience  how long the daemon may leave a record unread
+     * @param patience  maximum time for which the daemon may leave a record unread
      */
     RawEventSender(std::string path, std::chrono::milliseconds patience)
           : mPath(std::move(path)), mPatience(patience) {}
 
     /**
-     * Sends one record and its NUL; returns once it has been read.
+     * Sends one record and its NUL. Returns when it has been read.
      *
-     * @throws CommandError where nobody listens, or the record is not read
+     * @throws CommandError if no process listens, or the record is not read
      */
     void send(const std::string& record);
 
-    /** How many records have been read. */
+    /** Returns the number of records that have been read. */
     size_t sent() const { return mSent; }
 
   private:

@@ -55,8 +55,8 @@ bool StatisticFile::exists() const {
 std::vector<std::string> StatisticFile::readNew() {
     std::vector<std::string> lines;
     if (!mHasBegun) {
-        // Opened before the older one: a change between the two then shows the same file twice, not
-        // a gap.
+        // Opened before the older file: if the files are rotated in between, the same file is
+        // opened twice, and nothing is missed.
         mCurrent.fd = openFile(mPath);
         Generation older{openFile(olderPath()), {}};
         if (!isSameFile(older.fd, mCurrent.fd)) drain(older, lines);
@@ -66,7 +66,7 @@ std::vector<std::string> StatisticFile::readNew() {
     while (true) {
         base::unique_fd next = openFile(mPath);
         if (!next.ok() || isSameFile(next, mCurrent.fd)) return lines;
-        drain(mCurrent, lines);  // its last lines may have come since
+        drain(mCurrent, lines);  // lines may have been added before the rotation
         mCurrent = {std::move(next), {}};
         drain(mCurrent, lines);
     }

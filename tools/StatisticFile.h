@@ -11,7 +11,7 @@
 
 namespace android::kavel::tools {
 
-/** One statistic, as the host's data-collection client keeps it. */
+/** One statistic, in the form that the host's data-collection client stores. */
 struct Statistic {
     std::string time;  ///< YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time
     std::string tag;
@@ -19,22 +19,25 @@ struct Statistic {
     std::vector<std::pair<std::string, std::string>> data;
 };
 
-/** One line of the file; nothing where it is no statistic. */
+/** Parses one line of the file. Returns nullopt if it is not a statistic. */
 std::optional<Statistic> parseStatistic(const std::string& line);
 
 /**
- * Reads the lines of the statistic file, those of the generation before it ("NAME.1") first, and
- * later what has come since, across a change of generations. Not thread-safe.
+ * Reads the lines of the statistic file, first those of the older file ("NAME.1"). Later calls
+ * return new lines, even if the files were rotated. Not thread-safe.
  */
 class StatisticFile {
   public:
     explicit StatisticFile(std::filesystem::path path) : mPath(std::move(path)) {}
 
-    /** The whole lines since the last call; at first all. Without their newlines. */
+    /**
+     * Returns the complete lines since the last call, or all lines in the first call. Without
+     * newlines.
+     */
     std::vector<std::string> readNew();
-    /** Whether there is anything to read: the file or the generation before it. */
+    /** Whether there is a file to read: the current or the older one. */
     bool exists() const;
-    /** Whether the file ends within a line. */
+    /** Whether the file ends with an incomplete line. */
     bool isCutOff() const { return !mCurrent.unfinished.empty(); }
 
   private:

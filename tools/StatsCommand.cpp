@@ -36,7 +36,7 @@ constexpr std::string_view kHelp =
         "  --follow     stays and shows what comes, until Ctrl-C; with --json one object a line\n"
         "  --file PATH  another file than /data/persist_log/PLX/statistics.jsonl\n";
 
-/** Wakes up for changes of a file and for the user's wish to end. */
+/** Waits for changes of a file or for a signal to end. */
 class Watch {
   public:
     explicit Watch(const std::filesystem::path& file) {
@@ -46,7 +46,7 @@ class Watch {
         pthread_sigmask(SIG_BLOCK, &mEndSignals, &mOldMask);
         mSignals.reset(signalfd(-1, &mEndSignals, SFD_CLOEXEC));
         mChanges.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-        // The folder, not the file: the file is replaced when it has grown too long.
+        // Watch the folder, not the file: the file is replaced when it is too long.
         const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
         if (!mSignals.ok() || !mChanges.ok() ||
             inotify_add_watch(mChanges.get(), folder.c_str(), IN_MODIFY | IN_CREATE | IN_MOVED_TO) <
@@ -57,7 +57,7 @@ class Watch {
         }
     }
     ~Watch() {
-        // Taken back before it is let through again: it has done its work.
+        // Remove pending signals before they are unblocked: they have already been handled.
         signalfd_siginfo info{};
         pollfd pending{mSignals.get(), POLLIN, 0};
         while (poll(&pending, 1, 0) > 0 && read(mSignals.get(), &info, sizeof(info)) > 0) {
@@ -67,7 +67,7 @@ class Watch {
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
 
-    /** Blocks for the next change; false where the user wants to end. */
+    /** Blocks until the next change. Returns false if the user wants to end. */
     bool wait() const {
         std::array<pollfd, 2> sources{{{mSignals.get(), POLLIN, 0}, {mChanges.get(), POLLIN, 0}}};
         if (TEMP_FAILURE_RETRY(poll(sources.data(), sources.size(), -1)) < 0) return false;
@@ -167,7 +167,7 @@ int runStats(const Arguments& arguments, const Output& output) {
         return kExitOk;
     }
     std::vector<std::string> lines = file.readNew();
-    if (file.isCutOff()) lines.emplace_back();  // counts as a line that is no statistic
+    if (file.isCutOff()) lines.emplace_back();  // counts as a line that is not a statistic
     shower.show(lines);
     return kExitOk;
 }

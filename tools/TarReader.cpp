@@ -24,7 +24,7 @@ constexpr Field kPrefix{345, 155};
 
 constexpr std::string_view kPosixMagic("ustar\0", 6);  // GNU has "ustar " and no prefix
 
-/** Long name and long link target of GNU; pax for one member, the same of Solaris, for all. */
+/** GNU's long name and long link target; pax for one member, the same of Solaris, pax for all. */
 constexpr std::string_view kExtensions = "LKxXg";
 
 using Header = std::array<char, kBlock>;
@@ -33,12 +33,15 @@ std::string_view bytesOf(const Header& header, Field field) {
     return {header.data() + field.offset, field.length};
 }
 
-/** Text up to the first NUL. */
+/** Returns the text up to the first NUL. */
 std::string_view textOf(std::string_view bytes) {
     return bytes.substr(0, bytes.find('\0'));
 }
 
-/** A number as decimal or octal digits; nullopt for anything else, and beyond int64. */
+/**
+ * Parses decimal or octal digits. Returns nullopt for any other text, or if the number exceeds
+ * int64.
+ */
 std::optional<uint64_t> parseDigits(std::string_view text, int base) {
     int64_t number = 0;
     const char* const end = text.data() + text.size();
@@ -47,7 +50,9 @@ std::optional<uint64_t> parseDigits(std::string_view text, int base) {
     return static_cast<uint64_t>(number);
 }
 
-/** A number of a header: octal digits, or GNU's big-endian bytes behind a first byte of 0x80. */
+/**
+ * Parses a number of a header: octal digits, or GNU's big-endian bytes after a first byte of 0x80.
+ */
 std::optional<uint64_t> parseNumber(std::string_view bytes) {
     if (bytes[0] == '\x80') {
         uint64_t number = 0;
@@ -66,7 +71,7 @@ std::optional<uint64_t> parseNumber(std::string_view bytes) {
 bool hasItsChecksum(const Header& header) {
     const auto wanted = parseNumber(bytesOf(header, kChecksum));
     uint64_t sum = 0;
-    int64_t signedSum = 0;  // as some old programs have it
+    int64_t signedSum = 0;  // some old programs add the bytes as signed
     for (size_t i = 0; i < header.size(); ++i) {
         const bool isSum = i >= kChecksum.offset && i < kChecksum.offset + kChecksum.length;
         const char byte = isSum ? ' ' : header.at(i);
@@ -83,7 +88,7 @@ std::string nameOf(const Header& header) {
     return std::string(prefix).append("/").append(name);
 }
 
-/** Whether a member of this type has data behind its header, whatever its size field says. */
+/** Whether a member of this type has data after its header. If not, its size field is ignored. */
 bool hasData(char type) {
     return type < '1' || type > '6';  // links, devices, directories, FIFOs
 }
@@ -181,7 +186,7 @@ bool TarReader::readExtension(char type, uint64_t size, Extension& own) {
     return true;
 }
 
-/** Reads records "LENGTH KEY=VALUE\n"; LENGTH counts all of the record. */
+/** Parses records "LENGTH KEY=VALUE\n"; LENGTH is the size of the whole record. */
 bool TarReader::readPax(std::string_view text, Extension& extension) {
     while (!text.empty()) {
         const size_t blank = std::min(text.find(' '), text.size());

@@ -11,38 +11,42 @@ namespace android::kavel::tools {
 
 /** One member of a tar archive. */
 struct TarMember {
-    std::string name;  ///< at most kMaxTarName bytes of it
+    std::string name;  ///< at most kMaxTarName bytes of the name
     uint64_t size;     ///< of its data, in bytes; 0 for links, directories and devices
     bool isDirectory;
 };
 
-inline constexpr size_t kMaxTarName = 4096;                 // PATH_MAX of linux/limits.h
-inline constexpr size_t kMaxTarText = size_t{1024} * 1024;  ///< bytes of a long name or pax header
-inline constexpr size_t kMaxTarHeaders = size_t{256} * 1024;  ///< of an archive, of all kinds
+inline constexpr size_t kMaxTarName = 4096;  // PATH_MAX of linux/limits.h
+/** Maximum size in bytes of a long name or pax header. */
+inline constexpr size_t kMaxTarText = size_t{1024} * 1024;
+/** Maximum number of headers in an archive, of all kinds. */
+inline constexpr size_t kMaxTarHeaders = size_t{256} * 1024;
 
 /**
- * Reads the members of a tar stream in their order: POSIX ustar and pax, GNU (which toybox writes
- * too) with its long names, and the form before POSIX. Memory is bounded whatever the stream holds;
- * time is bounded by its length. Not thread-safe.
+ * Reads the members of a tar stream in order: POSIX ustar and pax, GNU (also written by toybox)
+ * with its long names, and the format before POSIX. Uses bounded memory for any input, and time in
+ * proportion to its length. Not thread-safe.
  */
 class TarReader {
   public:
-    /** Reads up to @p size bytes into @p buffer, at least one; returns 0 at the end. */
+    /** Reads at least one and at most @p size bytes into @p buffer. Returns 0 at the end. */
     using Source = std::function<size_t(char* buffer, size_t size)>;
 
     explicit TarReader(Source source) : mSource(std::move(source)) {}
 
-    /** The next member; nullopt at the end of the archive, and on error. */
+    /** Returns the next member; nullopt at the end of the archive or on error. */
     std::optional<TarMember> next();
 
-    /** Reads up to @p size bytes of the member's data; fewer only at its end and on error. */
+    /**
+     * Reads up to @p size bytes of the member's data. Returns fewer only at its end or on error.
+     */
     size_t read(char* buffer, size_t size);
 
     /** Why the archive could not be read to its end; empty if it could. */
     const std::string& error() const { return mError; }
 
   private:
-    /** What extended headers say in place of a member's own header. */
+    /** Values of extended headers that replace those of a member's own header. */
     struct Extension {
         std::optional<std::string> path;
         std::optional<uint64_t> size;
@@ -57,9 +61,9 @@ class TarReader {
 
     const Source mSource;
     std::string mError;
-    Extension mCommon;          ///< from global headers, for all members that follow
-    uint64_t mDataLeft = 0;     ///< of the present member
-    uint64_t mPaddingLeft = 0;  ///< behind it
+    Extension mCommon;          ///< from global headers; applies to all following members
+    uint64_t mDataLeft = 0;     ///< of the current member
+    uint64_t mPaddingLeft = 0;  ///< after the data of the current member
     size_t mHeaders = 0;
     bool mIsAtEnd = false;
 };

@@ -11,10 +11,10 @@ namespace {
 
 struct CodePoint {
     uint32_t value;
-    size_t length;  ///< in bytes; 0 where the text does not start with valid UTF-8
+    size_t length;  ///< in bytes; 0 if the text does not start with valid UTF-8
 };
 
-/** Decodes the first character of a text that is not empty, as RFC 3629 has it. */
+/** Decodes the first character of a non-empty text by RFC 3629. */
 CodePoint decodeFront(std::string_view text) {
     const auto byte = [&](size_t i) { return uint32_t{static_cast<unsigned char>(text[i])}; };
     const uint32_t lead = byte(0);
@@ -32,7 +32,7 @@ CodePoint decodeFront(std::string_view text) {
     return {value, length};
 }
 
-/** C0, DEL and C1: a terminal may act on any of them. */
+/** Whether @p value is a control character (C0, DEL or C1), which a terminal might act on. */
 bool isControl(uint32_t value) {
     return value < 0x20 || (value >= 0x7F && value <= 0x9F);
 }
@@ -40,7 +40,7 @@ bool isControl(uint32_t value) {
 void writeIndented(std::ostream& out, const Json::Value& document, const char* indentation) {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = indentation;
-    builder["enableYAMLCompatibility"] = true;  // "key": value, as most writers have it
+    builder["enableYAMLCompatibility"] = true;  // writes "key": value, as most programs do
     out << Json::writeString(builder, document) << '\n';
 }
 

@@ -7,37 +7,43 @@
 
 namespace android::kavel::tools {
 
-/** The integer that the whole text writes, decimal or 0x, with or without a minus; else nothing. */
+/**
+ * Parses the whole text as an integer, decimal or 0x, with or without a minus. Returns nullopt if
+ * it is not one.
+ */
 std::optional<int64_t> parseInteger(std::string_view text);
 
-/** @throws UsageError naming @p what where @p text is not an integer from @p min to @p max */
+/** @throws UsageError, with @p what, if @p text is not an integer from @p min to @p max */
 int64_t integerInRange(std::string_view what, std::string_view text, int64_t min, int64_t max);
 
-/** An event type id: any int64. @throws UsageError */
+/** Parses an event type id: any int64. @throws UsageError */
 int64_t parseEventId(std::string_view text);
 
 /**
- * A log-info mask: numbers and names of log bits, joined by "," or "|". Names are taken in either
- * case, with or without their KAVEL_LOGINFO_ prefix.
+ * Parses a log-info mask: numbers and names of log bits, joined by "," or "|". Names may be in
+ * upper or lower case, with or without their KAVEL_LOGINFO_ prefix.
  *
- * @return the mask, not yet checked for the width that its use allows
+ * @return the mask; the caller must check its range
  * @throws UsageError for a word that is neither a number nor a name
  */
 int64_t parseMask(std::string_view text);
 
-/** The mask of a report: int32, because the daemon aborts on anything wider. @throws UsageError */
+/**
+ * Parses the mask of a report: an int32, because the daemon aborts on larger values. @throws
+ * UsageError
+ */
 int32_t parseReportMask(std::string_view text);
 
-/** A mask to explain: 32 bits, written signed (as the log prints it) or unsigned. */
+/** Parses a mask to explain: 32 bits, signed (as in the log) or unsigned. */
 uint32_t parseExplainMask(std::string_view text);
 
-/** Whether @p bit has a meaning. */
+/** Whether @p bit is a defined log bit. */
 bool isLogBit(uint32_t bit);
 
-/** Name of a log bit, or "unknown". */
+/** Returns the name of a log bit, or "unknown". */
 std::string_view logBitName(uint32_t bit);
 
-/** Names of all bits of @p mask, joined by ", "; "none" for 0. */
+/** Returns the names of all bits of @p mask, joined by ", "; "none" for 0. */
 std::string logBitNames(uint32_t mask);
 
 }  // namespace android::kavel::tools
