@@ -33,7 +33,7 @@ class LineText {
     }
 
   private:
-    /** Not std::to_chars(): in Android 14 it writes zeros before some numbers from 10^8 up. */
+    /** Not std::to_chars, which in Android 14 writes zeros before some numbers from 10^8 up. */
     template <unsigned base>
     LineText& put(uint64_t number) {
         char digits[20];  // of 2^64 - 1
