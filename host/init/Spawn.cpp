@@ -41,11 +41,13 @@ pid_t spawn(const SpawnPlan& plan) {
     // Onto itself: clears close-on-exec.
     for (const int fd : plan.sockets) posix_spawn_file_actions_adddup2(&actions, fd, fd);
 
-    // init blocks some signals and ignores one; neither is passed on.
+    // Neither the signals that init blocks nor those that init or its caller ignores are passed on.
     sigset_t none;
     sigemptyset(&none);
     sigset_t reset = none;
-    sigaddset(&reset, SIGPIPE);
+    for (const int number : {SIGPIPE, SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD}) {
+        sigaddset(&reset, number);
+    }
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setsigmask(&attributes, &none);
