@@ -1,42 +1,8 @@
-#define LOG_TAG "binder"
-
 #include <binder/Binder.h>
 #include <binder/IInterface.h>
 #include <binder/Parcel.h>
-#include <log/log.h>
-
-#include "host/binder/AttachedObjects.h"
 
 namespace android {
-namespace kavel::host {
-
-AttachedObjects::~AttachedObjects() {
-    for (const auto& [id, entry] : mEntries) {
-        if (entry.cleanup != nullptr) entry.cleanup(id, entry.object, entry.cookie);
-    }
-}
-
-void AttachedObjects::attach(const void* id, void* object, void* cookie,
-                             IBinder::object_cleanup_func cleanup) {
-    const Mutex::Autolock lock(mLock);
-    if (!mEntries.try_emplace(id, Entry{object, cookie, cleanup}).second) {
-        ALOGE("object id %p is attached already", id);
-    }
-}
-
-void* AttachedObjects::find(const void* id) const {
-    const Mutex::Autolock lock(mLock);
-    const auto found = mEntries.find(id);
-    return found == mEntries.end() ? nullptr : found->second.object;
-}
-
-void AttachedObjects::detach(const void* id) {
-    const Mutex::Autolock lock(mLock);
-    mEntries.erase(id);
-}
-
-}  // namespace kavel::host
-
 IBinder::IBinder() = default;
 IBinder::~IBinder() = default;
 
@@ -56,22 +22,9 @@ BpBinder* IBinder::remoteBinder() {
     return nullptr;
 }
 
-class BBinder::Extras : public kavel::host::AttachedObjects {};
-
 BBinder::BBinder() : mExtras(nullptr), mReserved0(nullptr) {}
 
-BBinder::~BBinder() {
-    delete mExtras.load();
-}
-
-BBinder::Extras* BBinder::getOrCreateExtras() {
-    Extras* extras = mExtras.load();
-    if (extras != nullptr) return extras;
-    auto* created = new Extras;
-    if (mExtras.compare_exchange_strong(extras, created)) return created;
-    delete created;  // another thread was first
-    return extras;
-}
+BBinder::~BBinder() = default;
 
 const String16& BBinder::getInterfaceDescriptor() const {
     static const String16& none = *new String16;  // outlives the pool threads
@@ -111,26 +64,21 @@ status_t BBinder::unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp<D
     return INVALID_OPERATION;
 }
 
-void BBinder::attachObject(const void* id, void* object, void* cookie,
-                           object_cleanup_func cleanup) {
-    getOrCreateExtras()->attach(id, object, cookie, cleanup);
+// No program of the phone attaches objects to a binder.
+void BBinder::attachObject(const void*, void*, void*, object_cleanup_func) {}
+
+void* BBinder::findObject(const void*) const {
+    return nullptr;
 }
 
-void* BBinder::findObject(const void* id) const {
-    const Extras* extras = mExtras.load();
-    return extras == nullptr ? nullptr : extras->find(id);
-}
-
-void BBinder::detachObject(const void* id) {
-    if (Extras* extras = mExtras.load()) extras->detach(id);
-}
+void BBinder::detachObject(const void*) {}
 
 BBinder* BBinder::localBinder() {
     return this;
 }
 
-// The reference to the remote object is held from construction to destruction; the header's
-// variant, which lets weak references revive a proxy, has no user here.
+// Holds its reference to the remote object until it is destroyed. The header's other variant, in
+// which a weak reference revives a proxy, is not used here.
 BpRefBase::BpRefBase(const sp<IBinder>& o) : mRemote(o.get()), mRefs(nullptr), mState(0) {
     if (mRemote != nullptr) mRemote->incStrong(this);
 }

@@ -34,40 +34,10 @@ IPCThreadState::IPCThreadState()
 
 IPCThreadState::~IPCThreadState() = default;
 
-sp<ProcessState> IPCThreadState::process() {
-    return mProcess;
-}
-
-pid_t IPCThreadState::getCallingPid() const {
-    return mCallingPid;
-}
-
-uid_t IPCThreadState::getCallingUid() const {
-    return mCallingUid;
-}
-
-const char* IPCThreadState::getCallingSid() const {
-    return mCallingSid;
-}
-
 void IPCThreadState::clearCaller() {
     mCallingPid = getpid();
     mCallingUid = getuid();
 }
-
-int64_t IPCThreadState::clearCallingIdentity() {
-    const int64_t token = (static_cast<int64_t>(mCallingUid) << 32) | mCallingPid;
-    clearCaller();
-    return token;
-}
-
-void IPCThreadState::restoreCallingIdentity(int64_t token) {
-    mCallingUid = static_cast<uid_t>(token >> 32);
-    mCallingPid = static_cast<pid_t>(token & INT32_MAX);
-}
-
-// Nothing is buffered: a call is on its way when transact() returns.
-void IPCThreadState::flushCommands() {}
 
 void IPCThreadState::joinThreadPool(bool) {
     for (;;) getAndExecuteCommand();

@@ -1,7 +1,6 @@
 #include <binder/Parcel.h>
 
 #include <binder/IPCThreadState.h>
-#include <utils/String8.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,8 +8,8 @@
 
 #include "host/binder/ParcelToken.h"
 
-// The buffer and the writing side; ParcelRead.cpp reads. Layout as on the phone: every value is
-// padded to four bytes, bool, byte and char take four themselves.
+// The buffer and the writing side, as far as the phone's programs use it; ParcelRead.cpp reads.
+// Layout as on the phone: every value is padded to four bytes, and bool takes four.
 namespace android {
 
 using kavel::host::kTokenMark;
@@ -63,10 +62,6 @@ size_t Parcel::dataPosition() const {
     return mDataPos;
 }
 
-size_t Parcel::dataCapacity() const {
-    return mDataCapacity;
-}
-
 void Parcel::setDataPosition(size_t pos) const {
     mDataPos = pos;
 }
@@ -112,18 +107,6 @@ void Parcel::freeData() {
 
 status_t Parcel::errorCheck() const {
     return mError;
-}
-
-void Parcel::setError(status_t err) {
-    mError = err;
-}
-
-size_t Parcel::objectsCount() const {
-    return 0;
-}
-
-bool Parcel::hasFileDescriptors() const {
-    return false;
 }
 
 /** Makes the @p len bytes from the position on part of the data. */
@@ -178,31 +161,12 @@ status_t Parcel::writeAligned(T val) {
     }
 
 WRITE_VALUE(Int32, int32_t, int32_t)
-WRITE_VALUE(Uint32, uint32_t, uint32_t)
 WRITE_VALUE(Int64, int64_t, int64_t)
-WRITE_VALUE(Uint64, uint64_t, uint64_t)
-WRITE_VALUE(Float, float, float)
-WRITE_VALUE(Double, double, double)
 WRITE_VALUE(Bool, bool, int32_t)
-WRITE_VALUE(Char, char16_t, int32_t)
-WRITE_VALUE(Byte, int8_t, int32_t)
 #undef WRITE_VALUE
-
-status_t Parcel::writeCString(const char* str) {
-    return write(str, std::strlen(str) + 1);
-}
-
-status_t Parcel::writeString8(const String8& str) {
-    const status_t status = writeInt32(static_cast<int32_t>(str.length()));
-    return status != NO_ERROR ? status : write(str.c_str(), str.length() + 1);
-}
 
 status_t Parcel::writeString16(const String16& str) {
     return writeString16(str.string(), str.size());
-}
-
-status_t Parcel::writeString16(const std::unique_ptr<String16>& str) {
-    return str == nullptr ? writeInt32(-1) : writeString16(*str);
 }
 
 status_t Parcel::writeString16(const char16_t* str, size_t len) {
@@ -217,34 +181,13 @@ status_t Parcel::writeString16(const char16_t* str, size_t len) {
     return NO_ERROR;
 }
 
-status_t Parcel::writeUtf8AsUtf16(const std::string& str) {
-    return writeString16(String16(str.data(), str.size()));
-}
-
-status_t Parcel::writeNoException() {
-    return writeInt32(0);
-}
-
 status_t Parcel::writeInterfaceToken(const String16& interface) {
-    // What the phone puts ahead of the name: strict mode policy, work source, partition mark.
+    // As on the phone, before the name: strict mode policy, work source, partition mark.
     for (const int32_t word : {0, IPCThreadState::kUnsetWorkSource, kTokenMark}) {
         const status_t status = writeInt32(word);
         if (status != NO_ERROR) return status;
     }
     return writeString16(interface);
-}
-
-// References to objects need the driver: nothing here can carry them.
-status_t Parcel::writeStrongBinder(const sp<IBinder>&) {
-    return INVALID_OPERATION;
-}
-
-status_t Parcel::writeFileDescriptor(int, bool) {
-    return INVALID_OPERATION;
-}
-
-status_t Parcel::writeDupFileDescriptor(int) {
-    return INVALID_OPERATION;
 }
 
 }  // namespace android

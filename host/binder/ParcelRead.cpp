@@ -9,8 +9,8 @@
 
 #include "host/binder/ParcelToken.h"
 
-// The reading side. What the data does not hold is NOT_ENOUGH_DATA and leaves the position; the
-// value is zero then, a string empty.
+// The reading side. A read beyond the end returns NOT_ENOUGH_DATA and does not move the position;
+// the value is zero then, a string empty.
 namespace android {
 
 using kavel::host::kTokenMark;
@@ -45,7 +45,7 @@ T Parcel::readAligned() const {
     return value;
 }
 
-// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type cannot have any.
 #define READ_VALUE(NAME, TYPE, WIRE_TYPE)                   \
     status_t Parcel::read##NAME(TYPE* pArg) const {         \
         WIRE_TYPE value{};                                  \
@@ -58,45 +58,10 @@ T Parcel::readAligned() const {
     }
 
 READ_VALUE(Int32, int32_t, int32_t)
-READ_VALUE(Uint32, uint32_t, uint32_t)
 READ_VALUE(Int64, int64_t, int64_t)
-READ_VALUE(Uint64, uint64_t, uint64_t)
-READ_VALUE(Float, float, float)
-READ_VALUE(Double, double, double)
 READ_VALUE(Bool, bool, int32_t)
-READ_VALUE(Char, char16_t, int32_t)
-READ_VALUE(Byte, int8_t, int32_t)
 #undef READ_VALUE
 // NOLINTEND(bugprone-macro-parentheses)
-
-const char* Parcel::readCString() const {
-    const size_t available = dataAvail();
-    if (available == 0) return nullptr;
-    const auto* text = reinterpret_cast<const char*>(mData + mDataPos);
-    const void* end = std::memchr(text, 0, available);
-    if (end == nullptr) return nullptr;
-    const size_t length = static_cast<size_t>(static_cast<const char*>(end) - text);
-    return static_cast<const char*>(readInplace(length + 1));
-}
-
-status_t Parcel::readString8(String8* pArg) const {
-    pArg->setTo("", 0);
-    int32_t length = 0;
-    const status_t status = readInt32(&length);
-    if (status != NO_ERROR) return status;
-    if (length < 0) return UNEXPECTED_NULL;
-    const size_t size = static_cast<size_t>(length) + 1;
-    const auto* text = static_cast<const char*>(readInplace(size));
-    if (text == nullptr) return NOT_ENOUGH_DATA;
-    if (text[length] != '\0') return BAD_VALUE;
-    return pArg->setTo(text, static_cast<size_t>(length));
-}
-
-String8 Parcel::readString8() const {
-    String8 text;
-    readString8(&text);
-    return text;
-}
 
 const char16_t* Parcel::readString16Inplace(size_t* outLen) const {
     *outLen = 0;
@@ -117,34 +82,10 @@ status_t Parcel::readString16(String16* pArg) const {
     return UNEXPECTED_NULL;
 }
 
-status_t Parcel::readString16(std::unique_ptr<String16>* pArg) const {
-    pArg->reset();
-    const size_t start = mDataPos;
-    int32_t length = 0;
-    const status_t status = readInt32(&length);
-    if (status != NO_ERROR || length < 0) return status;
-    mDataPos = start;
-    auto text = std::make_unique<String16>();
-    const status_t result = readString16(text.get());
-    if (result == NO_ERROR) *pArg = std::move(text);
-    return result;
-}
-
 String16 Parcel::readString16() const {
     String16 text;
     readString16(&text);
     return text;
-}
-
-status_t Parcel::readUtf8FromUtf16(std::string* str) const {
-    String16 text;
-    const status_t status = readString16(&text);
-    *str = String8(text).c_str();
-    return status;
-}
-
-int32_t Parcel::readExceptionCode() const {
-    return readInt32();
 }
 
 bool Parcel::enforceInterface(const String16& interface, IPCThreadState*) const {
@@ -160,18 +101,6 @@ bool Parcel::enforceInterface(const String16& interface, IPCThreadState*) const 
 
 bool Parcel::checkInterface(IBinder* binder) const {
     return enforceInterface(binder->getInterfaceDescriptor());
-}
-
-sp<IBinder> Parcel::readStrongBinder() const {
-    return nullptr;
-}
-
-status_t Parcel::readStrongBinder(sp<IBinder>*) const {
-    return INVALID_OPERATION;
-}
-
-int Parcel::readFileDescriptor() const {
-    return BAD_TYPE;
 }
 
 }  // namespace android

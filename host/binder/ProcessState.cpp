@@ -75,9 +75,4 @@ void ProcessState::spawnPooledThread(bool isMain) {
     }
 }
 
-void ProcessState::giveThreadPoolName() {
-    const AutoMutex lock(mLock);
-    prctl(PR_SET_NAME, makeBinderThreadName().c_str());
-}
-
 }  // namespace android

@@ -119,26 +119,10 @@ void Proxy::closeIdle() {
     mIdle.clear();
 }
 
-status_t Proxy::askDescriptor(String16* descriptor) const {
-    Parcel data;
-    Parcel reply;
-    // As on the phone, only the cached text changes.
-    const status_t status =
-            const_cast<Proxy*>(this)->transact(INTERFACE_TRANSACTION, data, &reply, 0);
-    return status == NO_ERROR ? reply.readString16(descriptor) : status;
-}
-
+// No program of the phone asks a proxy for its interface, or attaches objects to it.
 const String16& Proxy::getInterfaceDescriptor() const {
-    {
-        const Mutex::Autolock lock(mLock);
-        if (mDescriptor.size() != 0) return mDescriptor;
-    }
-    String16 asked;
-    const status_t status = askDescriptor(&asked);
-    const Mutex::Autolock lock(mLock);
-    // Set once only: callers hold references to it.
-    if (status == NO_ERROR && mDescriptor.size() == 0) mDescriptor = asked;
-    return mDescriptor;
+    static const String16& none = *new String16;
+    return none;
 }
 
 bool Proxy::isBinderAlive() const {
@@ -163,16 +147,12 @@ status_t Proxy::unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp<Dea
     return INVALID_OPERATION;
 }
 
-void Proxy::attachObject(const void* id, void* object, void* cookie, object_cleanup_func cleanup) {
-    mObjects.attach(id, object, cookie, cleanup);
+void Proxy::attachObject(const void*, void*, void*, object_cleanup_func) {}
+
+void* Proxy::findObject(const void*) const {
+    return nullptr;
 }
 
-void* Proxy::findObject(const void* id) const {
-    return mObjects.find(id);
-}
-
-void Proxy::detachObject(const void* id) {
-    mObjects.detach(id);
-}
+void Proxy::detachObject(const void*) {}
 
 }  // namespace android::kavel::host

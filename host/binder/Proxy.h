@@ -8,15 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "host/binder/AttachedObjects.h"
 #include "host/binder/Frame.h"
 
 namespace android::kavel::host {
 
 /**
- * A service of another process. It stands for one registration: once that server is dead or
- * replaced, every call answers DEAD_OBJECT, though another serves under the name. Thread-safe;
- * each two-way call under way has a connection of its own.
+ * One registration of a service of another process: once that server is dead or replaced, every
+ * call returns DEAD_OBJECT, even if another one serves under the name. Thread-safe; each two-way
+ * call in progress has a connection of its own.
  */
 class Proxy : public IBinder {
   public:
@@ -30,8 +29,8 @@ class Proxy : public IBinder {
     /**
      * One-way calls return once the server has taken or refused the call, before it is handled.
      *
-     * @return the handler's status; DEAD_OBJECT where the server is gone; FAILED_TRANSACTION where
-     *         the call is too large or the server has no room for it
+     * @return the handler's status; DEAD_OBJECT if the server is gone; FAILED_TRANSACTION if the
+     *         call is too large or the server has no room for it
      */
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override;
     status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie,
@@ -47,7 +46,6 @@ class Proxy : public IBinder {
     ~Proxy() override;
     int exchange(const base::unique_fd& connection, uint32_t code, const Parcel& data,
                  uint32_t flags, Frame* answer, bool* isTaken);
-    status_t askDescriptor(String16* descriptor) const;
     int openConnection(base::unique_fd* connection);
     base::unique_fd takeIdle();
     void keepIdle(base::unique_fd connection);
@@ -56,11 +54,9 @@ class Proxy : public IBinder {
     const std::string mPath;
     const std::string mAddress;
     std::atomic<bool> mAlive{true};
-    AttachedObjects mObjects;
 
     mutable Mutex mLock;
     std::vector<base::unique_fd> mIdle GUARDED_BY(mLock);
-    mutable String16 mDescriptor GUARDED_BY(mLock);
 };
 
 }  // namespace android::kavel::host

@@ -2,7 +2,6 @@
 
 #include "host/binder/ServiceDirectory.h"
 
-#include <dirent.h>
 #include <errno.h>
 #include <log/log.h>
 #include <poll.h>
@@ -18,7 +17,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace android::kavel::host {
 namespace {
@@ -65,12 +63,6 @@ std::string uniquePath() {
     return ensuredDirectory() + name;
 }
 
-// Service names may hold a slash, file names may not; no service name holds a percent sign.
-std::string swapped(std::string text, char from, char to) {
-    std::replace(text.begin(), text.end(), from, to);
-    return text;
-}
-
 }  // namespace
 
 bool isValidServiceName(const std::string& name) {
@@ -81,7 +73,10 @@ bool isValidServiceName(const std::string& name) {
 }
 
 std::string servicePath(const std::string& name) {
-    return directory() + "/" + swapped(name, '/', '%');
+    std::string file = name;
+    // Service names may have a slash, file names may not; no service name has a percent sign.
+    std::replace(file.begin(), file.end(), '/', '%');
+    return directory() + "/" + file;
 }
 
 unique_fd listenAs(const std::string& name, std::string* address) {
@@ -123,20 +118,6 @@ unique_fd connectTo(const std::string& path, std::string* address) {
     if (getpeername(fd.get(), reinterpret_cast<sockaddr*>(&peer), &length) != 0) return unique_fd();
     address->assign(peer.sun_path, strnlen(peer.sun_path, sizeof(peer.sun_path)));
     return fd;
-}
-
-std::vector<std::string> liveServices() {
-    std::vector<std::string> names;
-    const std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir(directory().c_str()), closedir);
-    if (dir == nullptr) return names;
-    std::string ignored;
-    while (const dirent* entry = readdir(dir.get())) {
-        const std::string name = swapped(entry->d_name, '%', '/');
-        if (!isValidServiceName(name) || !connectTo(servicePath(name), &ignored).ok()) continue;
-        names.push_back(name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 DirectoryWatch::DirectoryWatch() : mFd(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {

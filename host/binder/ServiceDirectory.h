@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <string>
-#include <vector>
 
 // Every registered service is one listening socket, named after the service, in one directory.
 namespace android::kavel::host {
@@ -27,10 +26,7 @@ base::unique_fd listenAs(const std::string& name, std::string* address);
 /** A connection to the socket at @p path and that socket's address; none on failure, with errno. */
 base::unique_fd connectTo(const std::string& path, std::string* address);
 
-/** The names in the directory whose servers are alive, in order. */
-std::vector<std::string> liveServices();
-
-/** Sees that names come and go in the directory, from its construction on. */
+/** Notices names that appear in the directory after its construction. */
 class DirectoryWatch {
   public:
     using Clock = std::chrono::steady_clock;

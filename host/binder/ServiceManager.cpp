@@ -59,14 +59,9 @@ class HostServiceManager : public IServiceManager {
         return Server::instance().publish(plain, service->localBinder());
     }
 
-    Vector<String16> listServices(int) override {
-        Vector<String16> names;
-        for (const std::string& name : liveServices()) names.add(String16(name.c_str()));
-        return names;
-    }
-
-    // No manifest declares services here: those that are there can be had.
-    bool isDeclared(const String16& name) override { return checkService(name) != nullptr; }
+    // No program of the phone lists services or asks for declared ones.
+    Vector<String16> listServices(int) override { return {}; }
+    bool isDeclared(const String16&) override { return false; }
 
   private:
     sp<IBinder> awaitService(const String16& name, Clock::time_point deadline) const {

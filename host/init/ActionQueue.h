@@ -2,7 +2,6 @@
 
 #include <deque>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "host/init/Commands.h"
@@ -10,24 +9,20 @@
 
 namespace android::kavel::host {
 
-/** The actions of the .rc files and which of them are about to run. */
+/** The actions of the .rc files, and the queue of those that run next. */
 class ActionQueue {
   public:
     ActionQueue(std::vector<RcAction> actions, const CommandContext& context)
           : mActions(std::move(actions)), mContext(context) {}
 
-    /** Queues the actions on @p event, such as "boot". */
-    void trigger(std::string_view event);
-    /** Queues the actions that only properties trigger and that name @p changed. */
-    void propertyChanged(const std::string& changed);
-    /** Queues all actions that only properties trigger: those that hold already run now. */
+    /** Queues the actions on @p trigger: an event such as "boot", or "property:NAME=VALUE". */
+    void trigger(const std::string& trigger);
+    /** Queues the actions on properties that have the value already. */
     void propertiesReady();
-    /** Runs what is queued, and what that queues in turn. Failures are logged. */
+    /** Runs the queued actions, and those that they queue. Failures are logged. */
     void run();
 
   private:
-    bool holds(const RcAction& action) const;
-
     const std::vector<RcAction> mActions;
     const CommandContext& mContext;
     std::deque<const RcAction*> mQueue;

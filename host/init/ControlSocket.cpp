@@ -12,22 +12,6 @@
 #include "host/init/Accounts.h"
 
 namespace android::kavel::host {
-namespace {
-
-bool giveTo(const RcSocket& spec, const std::string& path, std::string* error) {
-    const auto uid = findUser(spec.user);
-    const auto gid = findGroup(spec.group);
-    if (!uid || !gid) {
-        *error = "unknown owner " + spec.user + ":" + spec.group;
-        return false;
-    }
-    if (lchown(path.c_str(), *uid, *gid) == 0) return true;
-    *error = std::string("chown: ") + strerror(errno);
-    return false;
-}
-
-}  // namespace
-
 base::unique_fd createControlSocket(const RcSocket& spec, const std::string& directory,
                                     bool giveAway, std::string* error) {
     const std::string path = directory + "/" + spec.name;
@@ -39,7 +23,7 @@ base::unique_fd createControlSocket(const RcSocket& spec, const std::string& dir
     }
     memcpy(address.sun_path, path.c_str(), path.size());
 
-    base::unique_fd fd(socket(AF_UNIX, spec.type | SOCK_CLOEXEC, 0));
+    base::unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (fd.get() < 0) {
         *error = std::string("socket: ") + strerror(errno);
         return {};
@@ -50,8 +34,9 @@ base::unique_fd createControlSocket(const RcSocket& spec, const std::string& dir
         *error = "bind to " + path + ": " + strerror(errno);
         return {};
     }
-    // Owner first: until the mode is right, nobody but init should get in.
-    if (giveAway && !giveTo(spec, path, error)) return {};
+    // Owner first, so that nobody but init can connect until the mode is right.
+    if (giveAway) *error = changeOwner(path, spec.user, spec.group);
+    if (!error->empty()) return {};
     if (chmod(path.c_str(), spec.mode) < 0) {
         *error = std::string("chmod: ") + strerror(errno);
         return {};
@@ -61,7 +46,7 @@ base::unique_fd createControlSocket(const RcSocket& spec, const std::string& dir
 
 std::string controlSocketVariable(const std::string& socketName) {
     std::string variable = "ANDROID_SOCKET_" + socketName;
-    // As on the phone: what a variable's name cannot hold becomes "_".
+    // As on the phone: characters that a variable's name cannot have become "_".
     for (char& c : variable) {
         if (isalnum(static_cast<unsigned char>(c)) == 0) c = '_';
     }

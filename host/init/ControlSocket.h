@@ -9,9 +9,9 @@
 namespace android::kavel::host {
 
 /**
- * Creates the socket that @p spec describes as @p directory/NAME with its mode, and with its
- * owner where @p giveAway is set, replacing one left over from before. The socket is bound, not
- * listening: that is the service's business. An invalid descriptor on failure, reason in *error.
+ * Creates the socket @p directory/NAME with the mode of @p spec, and with its owner if @p giveAway
+ * is set; replaces one of an earlier boot. The service calls listen() on it. On failure, returns an
+ * invalid descriptor, with the reason in *error.
  */
 base::unique_fd createControlSocket(const RcSocket& spec, const std::string& directory,
                                     bool giveAway, std::string* error);

@@ -1,7 +1,6 @@
 #include "host/init/Init.h"
 
 #include <android-base/file.h>
-#include <android-base/properties.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
@@ -27,13 +26,11 @@ namespace {
 
 using std::chrono::seconds;
 
-/** A phone that is not up by then will not come up. */
+/** Maximum time of a boot. */
 constexpr BootTime kBootLimit = seconds(60);
 
-/** Exit statuses as the shell gives them. */
+/** Exit statuses, as a shell's. */
 constexpr int kBootFailed = 1;
-constexpr int kNotExecutable = 126;
-constexpr int kNotFound = 127;
 constexpr int kSignalBase = 128;
 
 sigset_t handledSignals() {
@@ -43,7 +40,7 @@ sigset_t handledSignals() {
     return set;
 }
 
-/** What the .rc files of a folder say, in the order of their names. */
+/** The .rc files of a folder, in the order of their names. */
 RcScript readScripts(const std::string& directory) {
     RcScript script;
     std::error_code error;
@@ -51,18 +48,18 @@ RcScript readScripts(const std::string& directory) {
     for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
         if (entry.path().extension() == ".rc") files.push_back(entry.path().string());
     }
-    if (error) logError("%s: %s", directory.c_str(), error.message().c_str());
+    if (error) initLog(ANDROID_LOG_ERROR, "%s: %s", directory.c_str(), error.message().c_str());
     std::sort(files.begin(), files.end());
     for (const std::string& file : files) {
         std::string text;
         if (base::ReadFileToString(file, &text, /*follow_symlinks=*/true)) {
             parseRc(file, text, &script);
         } else {
-            logError("%s: %s", file.c_str(), strerror(errno));
+            initLog(ANDROID_LOG_ERROR, "%s: %s", file.c_str(), strerror(errno));
         }
     }
     for (const RcProblem& problem : script.problems) {
-        logWarning("%s: %s", problem.where.c_str(), problem.text.c_str());
+        initLog(ANDROID_LOG_WARN, "%s: %s", problem.where.c_str(), problem.text.c_str());
     }
     return script;
 }
@@ -71,14 +68,10 @@ RcScript readScripts(const std::string& directory) {
 
 Init::Init(InitSettings settings) : mSettings(std::move(settings)) {
     mContext.switchUsers = mSettings.services.switchUsers;
-    mContext.control = [this](std::string_view action, const std::string& name) {
-        return mServices->control(action, name);
-    };
     mContext.setProperty = [this](const std::string& name, const std::string& value) {
         const PropertyStatus status = mProperties->set(name, value);
         return status == PropertyStatus::kSuccess ? std::string() : describe(status);
     };
-    mContext.getProperty = [](const std::string& name) { return base::GetProperty(name, ""); };
 }
 
 int Init::run() {
@@ -86,7 +79,7 @@ int Init::run() {
     boot();
     loop();
     killDescendants();
-    logInfo("the phone is down");
+    initLog(ANDROID_LOG_INFO, "the phone is down");
     return mExitStatus;
 }
 
@@ -94,23 +87,25 @@ bool Init::open() {
     const sigset_t signals = handledSignals();
     sigprocmask(SIG_BLOCK, &signals, nullptr);
     static_cast<void>(signal(SIGPIPE, SIG_IGN));
-    // Where init is not the first process, orphans of services still come to it.
+    // If init is not the first process, orphans of services come to it all the same.
     prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
     mSignals.reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     mTimer.reset(timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK));
     if (mSignals.get() < 0 || mTimer.get() < 0) {
-        logError("signals and timer: %s", strerror(errno));
+        initLog(ANDROID_LOG_ERROR, "signals and timer: %s", strerror(errno));
         return false;
     }
     std::string error;
     mProperties = PropertyService::start(PropertyService::Options::fromEnvironment(), &error);
     if (mProperties == nullptr) {
-        logError("property service: %s", error.c_str());
+        initLog(ANDROID_LOG_ERROR, "property service: %s", error.c_str());
         return false;
     }
-    mProperties->setControlHandler(mContext.control);
+    mProperties->setControlHandler([this](std::string_view action, const std::string& name) {
+        return mServices->control(action, name);
+    });
     mProperties->setChangeHandler([this](const std::string& name, const std::string& value) {
-        if (mPropertyTriggers) mActions->propertyChanged(name);
+        if (mPropertyTriggers) mActions->trigger("property:" + name + "=" + value);
         if (name == "sys.boot_completed" && value == "1") mBootCompleted = true;
         if (name == "sys.powerctl" && !value.empty()) powerControl(value);
     });
@@ -118,22 +113,23 @@ bool Init::open() {
 }
 
 void Init::boot() {
-    logInfo("the phone boots");
+    initLog(ANDROID_LOG_INFO, "the phone boots");
     if (!mContext.switchUsers) {
-        logWarning(
-                "only one user id is to be had here: every service runs as that one, and "
-                "files keep it as their owner");
+        initLog(ANDROID_LOG_WARN,
+                "there is only one user id here: every service runs as that one, and "
+                "it owns all files");
     }
     mDeadline = bootTimeNow() + kBootLimit;
     if (!mProperties->loadFile(mSettings.propertyFile)) {
-        logError("%s cannot be read", mSettings.propertyFile.c_str());
+        initLog(ANDROID_LOG_ERROR, "%s cannot be read", mSettings.propertyFile.c_str());
     }
     RcScript script = readScripts(mSettings.rcDirectory);
     mServices = std::make_unique<ServiceList>(
             std::move(script.services), mSettings.services,
             [this](const std::string& name, const char* state) {
                 const std::string failure = mContext.setProperty("init.svc." + name, state);
-                if (!failure.empty()) logError("init.svc.%s: %s", name.c_str(), failure.c_str());
+                if (!failure.empty())
+                    initLog(ANDROID_LOG_ERROR, "init.svc.%s: %s", name.c_str(), failure.c_str());
             });
     mActions = std::make_unique<ActionQueue>(std::move(script.actions), mContext);
     mActions->trigger("early-init");
@@ -205,12 +201,12 @@ void Init::onTimer() {
     if (!mDeadline || now < *mDeadline) return;
     mDeadline.reset();
     if (mPhase == Phase::Booting) {
-        logError("sys.boot_completed was not set within %lld s: giving up",
-                 static_cast<long long>(std::chrono::duration_cast<seconds>(kBootLimit).count()));
+        initLog(ANDROID_LOG_ERROR, "sys.boot_completed was not set within %lld s: giving up",
+                static_cast<long long>(std::chrono::duration_cast<seconds>(kBootLimit).count()));
         mExitStatus = kBootFailed;
         shutDown();
     } else if (mPhase == Phase::Stopping) {
-        logWarning("some processes did not end by themselves: killing them");
+        initLog(ANDROID_LOG_WARN, "some processes did not end by themselves: killing them");
         mServices->killAll();
         if (mCommandPid != 0) kill(mCommandPid, SIGKILL);
     }
@@ -231,17 +227,15 @@ void Init::armTimer() {
 void Init::bootCompleted() {
     mPhase = Phase::Up;
     mDeadline.reset();
-    logInfo("boot completed");
+    initLog(ANDROID_LOG_INFO, "boot completed");
     SpawnPlan plan;
     plan.args = mSettings.command;
     plan.foreground = true;
-    const Spawned child = spawn(plan);
-    if (child.pid > 0) {
-        mCommandPid = child.pid;
-        return;
-    }
-    logError("cannot run %s: %s", plan.args[0].c_str(), strerror(child.error));
-    mExitStatus = child.error == ENOENT ? kNotFound : kNotExecutable;
+    mCommandPid = spawn(plan);
+    if (mCommandPid > 0) return;
+    initLog(ANDROID_LOG_ERROR, "cannot run %s: %s", plan.args[0].c_str(), strerror(errno));
+    mCommandPid = 0;
+    mExitStatus = kBootFailed;
     shutDown();
 }
 
@@ -259,15 +253,15 @@ void Init::askedToEnd(int number, bool fromTerminal) {
         if (!fromTerminal) kill(mCommandPid, SIGINT);
         return;
     }
-    logInfo("asked to end by signal %d", number);
+    initLog(ANDROID_LOG_INFO, "asked to end by signal %d", number);
     if (mPhase == Phase::Booting) mExitStatus = kSignalBase + number;
     shutDown();
 }
 
 void Init::powerControl(const std::string& request) {
     if (mPhase == Phase::Stopping) return;
-    // A phone that would boot again stays down here: its next boot is another run.
-    logInfo("asked to end by sys.powerctl: %s", request.c_str());
+    // There is no reboot: a phone that would boot again stays down.
+    initLog(ANDROID_LOG_INFO, "asked to end by sys.powerctl: %s", request.c_str());
     shutDown();
 }
 

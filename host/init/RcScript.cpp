@@ -2,54 +2,75 @@
 
 #include <algorithm>
 #include <charconv>
-
-#include "host/init/RcServiceOptions.h"
-#include "host/init/RcTokenizer.h"
+#include <sstream>
 
 namespace android::kavel::host {
 namespace {
 
 using Words = std::vector<std::string>;
 
-/** Reads logical lines into a script; holds the block that the next line belongs to. */
+/** Applies one option line to @p service. Returns what is wrong with the line, or an empty text. */
+std::string applyOption(const Words& words, RcService* service) {
+    const std::string& option = words[0];
+    const Words values(words.begin() + 1, words.end());
+    if (option == "class" && values.size() == 1) {
+        service->className = values[0];
+    } else if (option == "user" && values.size() == 1) {
+        service->user = values[0];
+    } else if (option == "group" && !values.empty()) {
+        service->groups = values;
+    } else if (option == "capabilities") {
+        service->capabilities = values;
+    } else if (option == "socket" && values.size() == 5 && values[1] == "stream") {
+        const auto mode = parseMode(values[2]);
+        if (!mode) return "'" + values[2] + "' is not an octal mode";
+        service->sockets.push_back({values[0], *mode, values[3], values[4]});
+    } else {
+        return "unknown service option '" + option + "', or wrong values for it";
+    }
+    return {};
+}
+
+/** Reads lines into a script; holds the block that the next line belongs to. */
 class Parser {
   public:
     Parser(std::string_view name, RcScript* script) : mName(name), mScript(script) {}
 
-    void line(const RcLine& line) {
-        mWhere = mName + ":" + std::to_string(line.number);
-        if (line.words[0] == "service") {
-            beginService(line.words);
-        } else if (line.words[0] == "on") {
-            beginAction(line.words);
+    void line(const std::string& text) {
+        mWhere = mName + ":" + std::to_string(++mNumber);
+        std::istringstream stream(text.substr(0, text.find('#')));
+        Words words;
+        for (std::string word; stream >> word;) words.push_back(word);
+        if (words.empty()) return;
+        if (stream.str().find_first_of("\"\\") != std::string::npos) {
+            problem("quotes and backslashes are not supported: line left out");
+        } else if (words[0] == "service") {
+            beginService(words);
+        } else if (words[0] == "on") {
+            beginAction(words);
         } else if (mBlock == Block::Service) {
-            serviceOption(line.words);
+            const std::string complaint = applyOption(words, &mScript->services.back());
+            if (!complaint.empty()) problem(complaint + ": option ignored");
         } else if (mBlock == Block::Action) {
-            mScript->actions.back().commands.push_back({line.words, mWhere});
+            mScript->actions.back().commands.push_back({words, mWhere});
         } else if (mBlock == Block::None) {
-            problem("'" + line.words[0] + "' stands outside any service or action");
+            problem("'" + words[0] + "' is outside any service or action");
         }
     }
 
   private:
-    /** Skipped: a block whose first line was unusable; its lines belong to nothing. */
+    /** Skipped: a block whose first line cannot be used; its lines are ignored. */
     enum class Block { None, Service, Action, Skipped };
 
     void problem(std::string text) { mScript->problems.push_back({mWhere, std::move(text)}); }
 
     void beginService(const Words& words) {
         mBlock = Block::Skipped;
-        if (words.size() < 3) {
-            problem("a service needs a name and a program: service left out");
-            return;
-        }
+        if (words.size() < 3) return problem("a service needs a name and a program");
         const auto& services = mScript->services;
         const bool known = std::any_of(services.begin(), services.end(),
                                        [&](const auto& one) { return one.name == words[1]; });
-        if (known) {
-            problem("service '" + words[1] + "' is defined already: service left out");
-            return;
-        }
+        if (known) return problem("service '" + words[1] + "' is defined already: left out");
         RcService service;
         service.name = words[1];
         service.args.assign(words.begin() + 2, words.end());
@@ -58,59 +79,25 @@ class Parser {
         mBlock = Block::Service;
     }
 
-    void serviceOption(const Words& words) {
-        const std::string complaint = applyServiceOption(words, &mScript->services.back());
-        if (!complaint.empty()) problem(complaint + ": option ignored");
-    }
-
     void beginAction(const Words& words) {
-        RcAction action;
-        const std::string complaint = readTriggers(words, &action);
-        mBlock = complaint.empty() ? Block::Action : Block::Skipped;
-        if (!complaint.empty()) {
-            problem(complaint + ": action left out");
-            return;
-        }
-        mScript->actions.push_back(std::move(action));
+        mBlock = words.size() == 2 ? Block::Action : Block::Skipped;
+        if (mBlock == Block::Skipped) return problem("an action needs one trigger: left out");
+        mScript->actions.push_back({words[1], {}});
     }
 
-    static std::string readTriggers(const Words& words, RcAction* action) {
-        static constexpr std::string_view kProperty = "property:";
-        if (words.size() % 2 != 0) return "triggers must be joined by &&";
-        for (size_t i = 1; i < words.size(); i += 2) {
-            if (i > 1 && words[i - 1] != "&&") return "triggers must be joined by &&";
-            const std::string& trigger = words[i];
-            if (trigger.compare(0, kProperty.size(), kProperty) != 0) {
-                if (!action->event.empty()) return "an action has one event at most";
-                action->event = trigger;
-                continue;
-            }
-            const size_t equals = trigger.find('=', kProperty.size());
-            if (equals == std::string::npos || equals == kProperty.size()) {
-                return "'" + trigger + "' is not property:NAME=VALUE";
-            }
-            action->properties.emplace_back(
-                    trigger.substr(kProperty.size(), equals - kProperty.size()),
-                    trigger.substr(equals + 1));
-        }
-        return {};
-    }
-
-    std::string mName;
+    const std::string mName;
+    RcScript* const mScript;
+    int mNumber = 0;
     std::string mWhere;
-    RcScript* mScript;
     Block mBlock = Block::None;
 };
 
 }  // namespace
 
-bool RcService::inClass(std::string_view className) const {
-    return std::find(classes.begin(), classes.end(), className) != classes.end();
-}
-
-void parseRc(std::string_view name, std::string_view text, RcScript* script) {
+void parseRc(std::string_view name, const std::string& text, RcScript* script) {
     Parser parser(name, script);
-    for (const RcLine& line : tokenizeRc(text)) parser.line(line);
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) parser.line(line);
 }
 
 std::optional<mode_t> parseMode(std::string_view text) {

@@ -1,9 +1,11 @@
 #include "host/init/Service.h"
 
-#include <android-base/stringprintf.h>
+#include <android-base/strings.h>
 #include <android-base/unique_fd.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <ctime>
@@ -17,36 +19,30 @@
 namespace android::kavel::host {
 namespace {
 
-/** Fills in whose process it becomes; false with *error where a name is unknown. */
-bool lookUpIdentity(const RcService& spec, SpawnPlan* plan, std::string* error) {
-    const auto uid = findUser(spec.user);
-    if (!uid) {
-        *error = "unknown user " + spec.user;
-        return false;
+/** init's own default for a service that sets none. */
+constexpr std::chrono::seconds kRestartPeriod{5};
+
+/** Adds the options of setpriv for user and groups; false with *error if one is unknown. */
+bool addIdentity(const RcService& spec, std::vector<std::string>* options, std::string* error) {
+    if (!findUser(spec.user)) *error = "unknown user " + spec.user;
+    for (const auto& group : spec.groups) {
+        if (!findGroup(group)) *error = "unknown group " + group;
     }
-    Identity identity{*uid, 0, {}};
-    for (size_t i = 0; i < spec.groups.size(); ++i) {
-        const auto gid = findGroup(spec.groups[i]);
-        if (!gid) {
-            *error = "unknown group " + spec.groups[i];
-            return false;
-        }
-        if (i == 0) {
-            identity.gid = *gid;
-        } else {
-            identity.supplementary.push_back(*gid);
-        }
-    }
-    plan->identity = std::move(identity);
-    return true;
+    std::vector<std::string> others = spec.groups;
+    if (!others.empty()) others.erase(others.begin());
+    const std::string& primary = spec.groups.empty() ? "root" : spec.groups[0];
+    options->insert(options->end(), {"--reuid", spec.user, "--regid", primary});
+    options->push_back(others.empty() ? "--clear-groups" : "--groups=" + base::Join(others, ','));
+    return error->empty();
 }
 
-bool lookUpCapabilities(const RcService& spec, SpawnPlan* plan, std::string* error) {
-    if (!spec.capabilities) return true;
-    std::string unknown;
-    plan->capabilities = capabilityMask(*spec.capabilities, &unknown);
-    if (!plan->capabilities) *error = "unknown capability " + unknown;
-    return plan->capabilities.has_value();
+void addCapabilities(const RcService& spec, std::vector<std::string>* options) {
+    if (!spec.capabilities) return;
+    std::string set = "-all";
+    for (const auto& name : *spec.capabilities) set += ",+" + name;
+    for (const char* kind : {"--bounding-set=", "--inh-caps=", "--ambient-caps="}) {
+        options->push_back(kind + set);
+    }
 }
 
 }  // namespace
@@ -63,8 +59,7 @@ Service::Service(RcService spec, const ServiceSettings& settings, StateListener 
         mSettings(settings),
         mListener(std::move(listener)),
         mLifecycle(mSpec.oneshot,
-                   std::chrono::duration_cast<BootTime>(mSpec.restartPeriod / settings.timeScale)) {
-}
+                   std::chrono::duration_cast<BootTime>(kRestartPeriod / settings.timeScale)) {}
 
 bool Service::start() {
     return carryOut(mLifecycle.requestStart());
@@ -106,10 +101,11 @@ void Service::ended(int status) {
     const char* verb = WIFSIGNALED(status) ? "was killed by signal" : "exited with status";
     const int number = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
     if (mLifecycle.state() == Lifecycle::State::Restarting && !asked) {
-        logWarning("service '%s' (pid %d) %s %d, starts again", mSpec.name.c_str(), pid, verb,
-                   number);
+        initLog(ANDROID_LOG_WARN, "service '%s' (pid %d) %s %d, starts again", mSpec.name.c_str(),
+                pid, verb, number);
     } else {
-        logInfo("service '%s' (pid %d) %s %d", mSpec.name.c_str(), pid, verb, number);
+        initLog(ANDROID_LOG_INFO, "service '%s' (pid %d) %s %d", mSpec.name.c_str(), pid, verb,
+                number);
     }
     announce();
 }
@@ -134,37 +130,29 @@ bool Service::startProcess() {
     plan.args = mSpec.args;
     plan.outputFile = mSettings.outputFile;
     std::string error;
-    const bool known = (!mSettings.switchUsers || lookUpIdentity(mSpec, &plan, &error)) &&
-                       lookUpCapabilities(mSpec, &plan, &error);
-    for (const auto& [name, value] : mSpec.environment) {
-        plan.environment.push_back(base::StringPrintf("%s=%s", name.c_str(), value.c_str()));
-    }
     std::vector<base::unique_fd> sockets;
-    if (known) {
+    if (access(mSpec.args[0].c_str(), X_OK) != 0) {
+        error = mSpec.args[0] + ": " + strerror(errno);
+    } else if (!mSettings.switchUsers || addIdentity(mSpec, &plan.privileges, &error)) {
+        addCapabilities(mSpec, &plan.privileges);
         for (const RcSocket& spec : mSpec.sockets) {
-            auto fd = createControlSocket(spec, mSettings.socketDirectory, mSettings.switchUsers,
-                                          &error);
+            sockets.push_back(createControlSocket(spec, mSettings.socketDirectory,
+                                                  mSettings.switchUsers, &error));
             if (!error.empty()) break;
+            plan.sockets.push_back(sockets.back().get());
             plan.environment.push_back(controlSocketVariable(spec.name) + "=" +
-                                       std::to_string(fd.get()));
-            plan.sockets.push_back(fd.get());
-            sockets.push_back(std::move(fd));
+                                       std::to_string(plan.sockets.back()));
         }
     }
-    if (!error.empty()) {
-        logError("%s: cannot start service '%s': %s", mSpec.where.c_str(), mSpec.name.c_str(),
-                 error.c_str());
+    const pid_t pid = error.empty() ? spawn(plan) : -1;
+    if (pid < 0) {
+        if (error.empty()) error = strerror(errno);
+        initLog(ANDROID_LOG_ERROR, "%s: cannot start service '%s': %s", mSpec.where.c_str(),
+                mSpec.name.c_str(), error.c_str());
         return false;
     }
-    const Spawned child = spawn(plan);
-    if (child.pid < 0) {
-        logError("%s: cannot start service '%s' (%s): %s: %s", mSpec.where.c_str(),
-                 mSpec.name.c_str(), mSpec.args[0].c_str(), child.step.c_str(),
-                 strerror(child.error));
-        return false;
-    }
-    mPid = child.pid;
-    logInfo("service '%s' started, pid %d", mSpec.name.c_str(), mPid);
+    mPid = pid;
+    initLog(ANDROID_LOG_INFO, "service '%s' started, pid %d", mSpec.name.c_str(), mPid);
     return true;
 }
 

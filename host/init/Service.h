@@ -16,7 +16,7 @@ struct ServiceSettings {
     double timeScale = 1;                  ///< the restart period is divided by it
 };
 
-/** One service of the phone: its block of the .rc file, its life and its process. */
+/** One service of the phone: its block of the .rc file, its state and its process. */
 class Service {
   public:
     /** Told the value of init.svc.NAME on each change. */
@@ -24,11 +24,11 @@ class Service {
 
     Service(RcService spec, const ServiceSettings& settings, StateListener listener);
 
-    /** Each returns false, having logged why, where the service could not be started. */
+    /** Each returns false, with a log line, if the service could not be started. */
     bool start();
     bool restart();
     void stop();
-    /** Asks the process to end for good; kill() follows for one that does not. */
+    /** Asks the process to end, and starts none again; kill() follows if it does not end. */
     void shutDown();
     void kill() const;
 

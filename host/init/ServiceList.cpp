@@ -19,8 +19,8 @@ bool ServiceList::control(std::string_view action, const std::string& name) {
     Service* service = find(name);
     if (service == nullptr) service = addScript(name);
     if (service == nullptr) {
-        logError("cannot %s service '%s': neither an .rc file nor %s has it",
-                 std::string(action).c_str(), name.c_str(), mSettings.scriptDirectory.c_str());
+        initLog(ANDROID_LOG_ERROR, "cannot %s service '%s': neither an .rc file nor %s has it",
+                std::string(action).c_str(), name.c_str(), mSettings.scriptDirectory.c_str());
         return false;
     }
     if (action == "start") return service->start();
@@ -29,13 +29,14 @@ bool ServiceList::control(std::string_view action, const std::string& name) {
         service->stop();
         return true;
     }
-    logError("service '%s': unknown request '%s'", name.c_str(), std::string(action).c_str());
+    initLog(ANDROID_LOG_ERROR, "service '%s': unknown request '%s'", name.c_str(),
+            std::string(action).c_str());
     return false;
 }
 
 void ServiceList::startClass(std::string_view name) {
     for (Service& service : mServices) {
-        if (service.spec().inClass(name) && !service.spec().disabled) service.start();
+        if (service.spec().className == name) service.start();
     }
 }
 
@@ -83,7 +84,6 @@ Service* ServiceList::addScript(const std::string& name) {
     spec.name = name;
     spec.args = {mSettings.scriptDirectory + "/" + name};
     spec.oneshot = true;
-    spec.disabled = true;
     spec.where = spec.args[0];
     if (access(spec.args[0].c_str(), X_OK) < 0) return nullptr;
     return &mServices.emplace_back(std::move(spec), mSettings, mListener);

@@ -24,16 +24,16 @@ class ServiceList {
 
     /**
      * Carries out "start", "stop" or "restart" for a service of the .rc files or of the script
-     * folder. False, having logged why, where there is no such action or service, or where it
+     * folder. Returns false, with a log line, if there is no such action or service, or if it
      * does not start.
      */
     bool control(std::string_view action, const std::string& name);
-    /** Starts those of the class that are not disabled. */
+    /** Starts the services of the class. */
     void startClass(std::string_view name);
 
-    /** Any process has ended; nothing happens where it was none of a service's. */
+    /** A process has ended, of a service or any other. */
     void ended(pid_t pid, int status);
-    /** The next time at which tick() has something to do. */
+    /** The next time at which tick() is due; nullopt if no service is due to start again. */
     std::optional<BootTime> dueAt() const;
     void tick(BootTime now);
 

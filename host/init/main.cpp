@@ -1,15 +1,15 @@
 // Init's stand-in: boots the simulated phone from its .rc files.
 
-#include <android-base/parsedouble.h>
 #include <getopt.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "host/init/Accounts.h"
 #include "host/init/Init.h"
 #include "host/init/Processes.h"
+#include "host/system/LogSink.h"
+#include "host/system/TimeScale.h"
 
 namespace {
 
@@ -33,22 +33,8 @@ constexpr char kHelp[] =
         "  KAVEL_HOST_PROPERTY_DIR, KAVEL_HOST_PROPERTY_SOCKET\n"
         "                           the property store and its socket\n"
         "\n"
-        "Exit status: COMMAND's, or 128 + N where signal N ended it; 127 or 126 where it cannot "
-        "be\n"
-        "run; 1 where the phone does not boot; 2 for wrong usage.\n";
-
-double timeScale() {
-    const char* text = getenv("KAVEL_HOST_TIME_SCALE");
-    double scale = 1;
-    // As for sleeps: what is no sensible factor leaves real time.
-    const bool sensible = text != nullptr && android::base::ParseDouble(text, &scale) && scale > 0;
-    return sensible ? scale : 1;
-}
-
-std::string outputFile() {
-    const char* directory = getenv("KAVEL_HOST_LOG_DIR");
-    return std::string(directory != nullptr ? directory : "/dev/log") + "/stdio";
-}
+        "Exit status: COMMAND's, or 128 + N if signal N ended it; 127 or 126 if it cannot be run;\n"
+        "1 if the phone does not boot; 2 for wrong usage.\n";
 
 }  // namespace
 
@@ -63,8 +49,8 @@ int main(int argc, char** argv) {
     android::kavel::host::closeInheritedDescriptors();
     android::kavel::host::InitSettings settings;
     settings.command.assign(argv + optind, argv + argc);
-    settings.services.outputFile = outputFile();
+    settings.services.outputFile = android::kavel::host::logDirectory() + "/stdio";
     settings.services.switchUsers = android::kavel::host::canSwitchUsers();
-    settings.services.timeScale = timeScale();
+    settings.services.timeScale = android::kavel::host::timeScale();
     return android::kavel::host::Init(std::move(settings)).run();
 }

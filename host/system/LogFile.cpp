@@ -1,6 +1,5 @@
 #include "host/system/LogFile.h"
 
-#include <android-base/unique_fd.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -12,21 +11,10 @@ namespace android::kavel::host {
 
 namespace {
 
-constexpr mode_t kEveryoneWrites = 0666;
-
 bool isFileAt(const std::string& path, const struct stat& file) {
     struct stat found {};
     return stat(path.c_str(), &found) == 0 && found.st_ino == file.st_ino &&
            found.st_dev == file.st_dev;
-}
-
-base::unique_fd openForAll(const std::string& path) {
-    constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
-    base::unique_fd fd(::open(path.c_str(), kFlags));
-    if (fd.ok()) return fd;
-    fd.reset(::open(path.c_str(), kFlags | O_CREAT, kEveryoneWrites));
-    if (fd.ok()) fchmod(fd.get(), kEveryoneWrites);  // whatever the umask; fails if not ours
-    return fd;
 }
 
 }  // namespace
@@ -35,10 +23,19 @@ LogFile::~LogFile() {
     const base::unique_fd fd(mFd.load());
 }
 
+base::unique_fd LogFile::openFile() const {
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
+    base::unique_fd fd(::open(mPath.c_str(), kFlags));
+    if (fd.ok()) return fd;
+    fd.reset(::open(mPath.c_str(), kFlags | O_CREAT, mMode));
+    if (fd.ok()) fchmod(fd.get(), mMode);  // fails if another user has just created it
+    return fd;
+}
+
 int LogFile::open() {
     const int known = mFd.load(std::memory_order_acquire);
     if (known >= 0) return known;
-    base::unique_fd fd = openForAll(mPath);
+    base::unique_fd fd = openFile();
     int expected = -1;
     if (!fd.ok() || !mFd.compare_exchange_strong(expected, fd.get())) return expected;
     return fd.release();
@@ -48,7 +45,7 @@ bool LogFile::append(std::string_view lines) {
     const int fd = open();
     if (fd < 0) return false;
     if (write(fd, lines.data(), lines.size()) != static_cast<ssize_t>(lines.size())) return false;
-    // Looked at afterwards: only so does one know that the lines went into a file which is there.
+    // Checked after the write: before it, another process could still remove the file in between.
     struct stat info {};
     if (fstat(fd, &info) != 0) return false;
     if (info.st_nlink == 0) {
@@ -60,18 +57,18 @@ bool LogFile::append(std::string_view lines) {
 }
 
 void LogFile::turnOver(int fd) {
-    // Only the holder of the current file's lock may rename it. Someone else at it: the next line
-    // will find the new file.
-    base::unique_fd current = openForAll(mPath);
+    // Only the holder of the current file's lock may rename it. If another process has it, the next
+    // line goes into the new file.
+    base::unique_fd current = openFile();
     struct stat info {};
     if (!current.ok() || fstat(current.get(), &info) != 0) return;
     if (info.st_size >= mLimit) {
         if (flock(current.get(), LOCK_EX | LOCK_NB) != 0) return;
         if (isFileAt(mPath, info) && rename(mPath.c_str(), (mPath + ".1").c_str()) != 0) {
-            // A folder of someone else's: bounded all the same.
+            // Not allowed in this folder: the limit still applies.
             if (ftruncate(current.get(), 0) != 0) return;
         }
-        current = openForAll(mPath);
+        current = openFile();
     }
     if (current.ok()) dup3(current.get(), fd, O_CLOEXEC);
 }

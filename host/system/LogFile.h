@@ -1,5 +1,6 @@
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <sys/types.h>
 
 #include <atomic>
@@ -9,13 +10,15 @@
 namespace android::kavel::host {
 
 /**
- * A file that any number of processes and threads append whole lines to. Once it has reached its
- * limit it becomes "NAME.1" (the one before is dropped) and a new one begins. No line is lost and
- * no writer waits for another. The folder must be writable for all writers and not sticky.
+ * A file to which any number of processes and threads append whole lines. A file that has reached
+ * the limit is renamed to "NAME.1", in place of the one before, and a new one is created. No line
+ * is lost, and no writer waits for another. All writers must be able to rename in its folder.
  */
 class LogFile {
   public:
-    LogFile(std::string path, off_t limit) : mPath(std::move(path)), mLimit(limit) {}
+    /** @param mode  of a new file, whatever the umask; 0666 lets every user append */
+    LogFile(std::string path, off_t limit, mode_t mode = 0666)
+          : mPath(std::move(path)), mLimit(limit), mMode(mode) {}
     ~LogFile();
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
@@ -24,14 +27,16 @@ class LogFile {
     bool append(std::string_view lines);
 
   private:
+    base::unique_fd openFile() const;
     int open();
     void turnOver(int fd);
 
     const std::string mPath;
     const off_t mLimit;
+    const mode_t mMode;
     /**
-     * Opened once; turning over replaces the file behind the number, so that a thread which is
-     * just about to write never meets a number that has come to mean something else.
+     * Opened once. A new file gets the same descriptor number, so a thread that is about to write
+     * never uses a number that now belongs to another file.
      */
     std::atomic<int> mFd{-1};
 };

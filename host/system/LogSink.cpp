@@ -6,17 +6,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 
 #include "host/system/LogFile.h"
-#include "host/system/LogLine.h"
 
 namespace android::kavel::host {
 
 namespace {
 
+/** The buffers that have a file, in the order of their numbers (log_id_t). */
+constexpr std::array<const char*, 5> kBuffers = {"main", "radio", "events", "system", "crash"};
 constexpr off_t kFileLimit = off_t{8} << 20;
 /** liblog on the phone cuts longer messages (LOGGER_ENTRY_MAX_PAYLOAD). */
 constexpr size_t kMaxMessage = 4068;
@@ -25,11 +29,11 @@ constexpr char kDirectoryVariable[] = "KAVEL_HOST_LOG_DIR";
 class Sink {
   public:
     explicit Sink(const std::string& folder)
-          : mFiles{{{folder + "/" + kLogBuffers[0], kFileLimit},
-                    {folder + "/" + kLogBuffers[1], kFileLimit},
-                    {folder + "/" + kLogBuffers[2], kFileLimit},
-                    {folder + "/" + kLogBuffers[3], kFileLimit},
-                    {folder + "/" + kLogBuffers[4], kFileLimit}}} {}
+          : mFiles{{{folder + "/" + kBuffers[0], kFileLimit},
+                    {folder + "/" + kBuffers[1], kFileLimit},
+                    {folder + "/" + kBuffers[2], kFileLimit},
+                    {folder + "/" + kBuffers[3], kFileLimit},
+                    {folder + "/" + kBuffers[4], kFileLimit}}} {}
 
     /** Negative and unknown buffers are the main one, as on the phone. */
     LogFile& file(int buffer) {
@@ -38,38 +42,54 @@ class Sink {
     }
 
   private:
-    std::array<LogFile, kLogBuffers.size()> mFiles;
+    std::array<LogFile, kBuffers.size()> mFiles;
 };
 
 /** Never destroyed: static destructors and late threads log too. */
 Sink* sSink = nullptr;
 
-LogOrigin originNow() {
+/** What logcat's "threadtime" format puts before each line of a message. */
+std::string linePrefix(int priority, std::string_view tag) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
+    tm time{};
+    localtime_r(&now.tv_sec, &time);
     constexpr long kNanosPerMilli = 1'000'000;
-    LogOrigin origin{{}, static_cast<int>(now.tv_nsec / kNanosPerMilli), getpid(), gettid()};
-    localtime_r(&now.tv_sec, &origin.time);
-    return origin;
+    constexpr std::string_view kLetters = "??VDIWEFS";  // by android_LogPriority
+    char head[64];
+    const int length = snprintf(head, sizeof(head), "%02d-%02d %02d:%02d:%02d.%03ld %5d %5d %c ",
+                                time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min,
+                                time.tm_sec, now.tv_nsec / kNanosPerMilli, getpid(), gettid(),
+                                kLetters[static_cast<size_t>(std::clamp(priority, 0, 8))]);
+    constexpr size_t kTagWidth = 8;
+    std::string prefix(head, static_cast<size_t>(length));
+    prefix.append(tag).append(kTagWidth - std::min(tag.size(), kTagWidth), ' ').append(": ");
+    return prefix;
 }
 
 void logToFile(const __android_logger_data* data, const char* message) {
     const int savedErrno = errno;
-    const std::string_view text = message != nullptr ? message : "";
-    const std::string lines =
-            formatThreadtime(originNow(), data->priority,
-                             data->tag != nullptr ? data->tag : program_invocation_short_name,
-                             text.substr(0, kMaxMessage));
+    const std::string prefix = linePrefix(
+            data->priority, data->tag != nullptr ? data->tag : program_invocation_short_name);
+    std::string_view text = message != nullptr ? message : "";
+    text = text.substr(0, kMaxMessage);
+    if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
+    std::string lines;
+    for (size_t begin = 0; begin <= text.size();) {
+        const size_t end = std::min(text.find('\n', begin), text.size());
+        lines.append(prefix).append(text.substr(begin, end - begin)).push_back('\n');
+        begin = end + 1;
+    }
     if (!sSink->file(data->buffer_id).append(lines) && data->priority >= ANDROID_LOG_WARN) {
         __android_log_stderr_logger(data, message);
     }
     errno = savedErrno;
 }
 
-/** Ahead of all C++ static constructors, which may log. */
+/** Runs before all C++ static constructors, which may log. */
 __attribute__((constructor(101))) void install() {
     const std::string folder = logDirectory();
-    // The phone's own folder is init's to make; one that was asked for is made here.
+    // init makes the phone's own folder; one that the variable names is made here.
     if (getenv(kDirectoryVariable) != nullptr) mkdir(folder.c_str(), 0777);
     sSink = new Sink(folder);
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);

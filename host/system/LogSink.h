@@ -1,14 +1,10 @@
 #pragma once
 
-#include <array>
 #include <string>
 
 namespace android::kavel::host {
 
-/** The buffers that have a file, in the order of their numbers (log_id_t). */
-constexpr std::array<const char*, 5> kLogBuffers = {"main", "radio", "events", "system", "crash"};
-
-/** Where the buffers' files are: /dev/log, or what KAVEL_HOST_LOG_DIR says. */
+/** Folder of the log buffers' files: /dev/log, or the value of KAVEL_HOST_LOG_DIR. */
 std::string logDirectory();
 
 }  // namespace android::kavel::host

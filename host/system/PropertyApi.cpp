@@ -1,5 +1,5 @@
-// The platform libraries' property functions, for every process of the phone. The executable's
-// definitions take the place of libbase's, which know only the process itself.
+// The platform libraries' property functions, for every process of the phone. They replace those of
+// Debian's libbase, which keep properties within one process.
 
 #include <android-base/properties.h>
 #include <cutils/properties.h>
@@ -9,13 +9,14 @@
 #include <cstring>
 
 #include "host/system/PropertyClient.h"
+#include "host/system/PropertyStore.h"
 
 namespace {
 
-android::kavel::host::PropertyReader& reader() {
+const android::kavel::host::PropertyFolder& store() {
     // Never destroyed: other threads may still log while the process ends.
     static auto* const instance =
-            new android::kavel::host::PropertyReader(android::kavel::host::propertyDirectory());
+            new android::kavel::host::PropertyFolder(android::kavel::host::propertyDirectory());
     return *instance;
 }
 
@@ -31,7 +32,7 @@ int64_t deadlineAfter(std::chrono::milliseconds timeout) {
 namespace android::base {
 
 std::string GetProperty(const std::string& key, const std::string& default_value) {
-    std::optional<std::string> value = reader().get(key);
+    std::optional<std::string> value = store().read(key);
     if (!value || value->empty()) return default_value;
     return std::move(*value);
 }
@@ -43,7 +44,7 @@ bool SetProperty(const std::string& key, const std::string& value) {
 
 bool WaitForProperty(const std::string& key, const std::string& expected_value,
                      std::chrono::milliseconds relative_timeout) {
-    return reader().waitFor(key, expected_value, deadlineAfter(relative_timeout));
+    return store().waitFor(key, expected_value, deadlineAfter(relative_timeout));
 }
 
 }  // namespace android::base

@@ -36,8 +36,6 @@ const char* describe(PropertyStatus status) {
                    "in a row, at most 255 characters)";
         case PropertyStatus::kInvalidValue:
             return "the value is too long (at most 91 bytes; 65536 for ro.*) or holds a NUL";
-        case PropertyStatus::kInvalidCommand:
-            return "the property service does not know the command";
         case PropertyStatus::kControlFailed:
             return "init refused the control message";
         case PropertyStatus::kSetFailed:

@@ -14,18 +14,17 @@ enum class PropertyStatus : uint32_t {
     kReadOnly = 0x000B,
     kInvalidName = 0x0010,
     kInvalidValue = 0x0014,
-    kInvalidCommand = 0x001B,
     kControlFailed = 0x0020,
     kSetFailed = 0x0024,
-    kNoService = 0xFFFFFFFF, /**< Only made by the client: nobody answered in time. */
+    kNoService = 0xFFFFFFFF, /**< Only from the client: nobody answered in time. */
 };
 
 /** A short text for people, such as "a read-only property is set only once". */
 const char* describe(PropertyStatus status);
 
-/** A property is a file, so its name is bounded by the file system (NAME_MAX). */
+/** Maximum length of a name, which is a file's name (NAME_MAX). */
 constexpr size_t kPropertyNameMax = 255;
-/** Longest value of a ro.* property; all others end at PROP_VALUE_MAX - 1 bytes. */
+/** Maximum length of a ro.* property's value; others have at most PROP_VALUE_MAX - 1 bytes. */
 constexpr size_t kPropertyLongValueMax = 65536;
 
 /** Letters, digits and "._-@:"; no dot at either end, no two dots in a row, not empty. */
@@ -35,8 +34,8 @@ bool isLegalPropertyName(std::string_view name);
 PropertyStatus checkProperty(std::string_view name, std::string_view value);
 
 /**
- * Where the store and the service's socket are: the phone's paths, as far as
- * KAVEL_HOST_PROPERTY_DIR and KAVEL_HOST_PROPERTY_SOCKET do not say otherwise.
+ * Paths of the store and of the service's socket: the phone's, unless KAVEL_HOST_PROPERTY_DIR and
+ * KAVEL_HOST_PROPERTY_SOCKET name others.
  */
 std::string propertyDirectory();
 std::string propertySocketPath();

@@ -3,35 +3,21 @@
 #include <android-base/file.h>
 #include <android-base/strings.h>
 #include <android/log.h>
-#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
-
-#include "host/system/PropertyProtocol.h"
 
 namespace android::kavel::host {
 
 namespace {
 
 constexpr char kTag[] = "property_service";
-/**
- * Requests are answered as soon as they are complete, so only half ones pile up: the oldest goes.
- */
-constexpr size_t kMaxClients = 256;
-constexpr int kEventsPerRound = 64;
-
-bool watch(int epoll, int fd, void* client) {
-    epoll_event event{};
-    event.events = EPOLLIN;
-    event.data.ptr = client;
-    return epoll_ctl(epoll, EPOLL_CTL_ADD, fd, &event) == 0;
-}
+/** How long a client that has connected may take to send its request. */
+constexpr timeval kClientTimeout{2, 0};
 
 bool bindSocket(int fd, const std::string& path) {
     sockaddr_un address{};
@@ -70,69 +56,29 @@ bool PropertyService::open(std::string* error) {
         *error = what + ": " + strerror(errno);
         return false;
     };
-    if (!mStore.reset()) return fail(mOptions.storeDir);
-    base::unique_fd listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!mStore.create()) return fail(mOptions.storeDir);
+    mStore.clear();
+    base::unique_fd listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!listener.ok() || !bindSocket(listener.get(), mOptions.socketPath)) {
         return fail(mOptions.socketPath);
     }
     mListen = std::move(listener);
-    mEpoll.reset(epoll_create1(EPOLL_CLOEXEC));
-    if (!mEpoll.ok() || !watch(mEpoll.get(), mListen.get(), nullptr)) return fail("epoll");
     return true;
 }
 
 void PropertyService::onReadable() {
-    std::array<epoll_event, kEventsPerRound> events;
-    const int count = epoll_wait(mEpoll.get(), events.data(), kEventsPerRound, 0);
-    bool incoming = false;
-    for (int i = 0; i < count; ++i) {
-        auto* client = static_cast<Client*>(events[static_cast<size_t>(i)].data.ptr);
-        if (client == nullptr) {
-            incoming = true;
-        } else if (!serve(*client)) {
-            drop(client);
-        }
-    }
-    // Last, because it may drop a client that this round's events still name.
-    if (incoming) acceptClients();
-}
-
-void PropertyService::acceptClients() {
-    for (int i = 0; i < kEventsPerRound; ++i) {
-        base::unique_fd fd(accept4(mListen.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-        const bool outOfDescriptors = !fd.ok() && (errno == EMFILE || errno == ENFILE);
-        if (!fd.ok() && !outOfDescriptors) return;
-        if (outOfDescriptors || mClients.size() >= kMaxClients) {
-            if (mClients.empty()) return;
-            drop(&mClients.front());
-        }
-        if (outOfDescriptors) continue;
-        mClients.push_back({std::move(fd), {}});
-        if (!watch(mEpoll.get(), mClients.back().fd.get(), &mClients.back())) mClients.pop_back();
-    }
-}
-
-bool PropertyService::serve(Client& client) {
-    std::array<char, 4096> chunk;
-    const ssize_t received = recv(client.fd.get(), chunk.data(), chunk.size(), 0);
-    if (received < 0) return errno == EAGAIN || errno == EINTR;
-    if (received == 0) return false;
-    client.request.append(chunk.data(), static_cast<size_t>(received));
-    const SetRequest request = decodeSetRequest(client.request);
-    if (request.state == SetRequest::State::kIncomplete) return true;
-    const PropertyStatus status = request.state == SetRequest::State::kBroken
-                                          ? request.error
-                                          : set(request.name, request.value);
-    // Four bytes always fit the empty buffer; a client that has gone is no concern of ours.
-    send(client.fd.get(), &status, sizeof(status), MSG_NOSIGNAL);
-    return false;
-}
-
-void PropertyService::drop(const Client* client) {
-    // Closing is not enough: init forks, and a child that holds a copy of the descriptor until it
-    // executes its program would keep the registration, and its pointer, alive.
-    epoll_ctl(mEpoll.get(), EPOLL_CTL_DEL, client->fd.get(), nullptr);
-    mClients.remove_if([client](const Client& each) { return &each == client; });
+    const base::unique_fd client(accept4(mListen.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!client.ok()) return;
+    setsockopt(client.get(), SOL_SOCKET, SO_RCVTIMEO, &kClientTimeout, sizeof(kClientTimeout));
+    std::string request(kPropertyNameMax + 1 + kPropertyLongValueMax, '\0');
+    const ssize_t length = recv(client.get(), request.data(), request.size(), 0);
+    if (length <= 0) return;
+    request.resize(static_cast<size_t>(length));
+    const size_t end = request.find('\0');
+    const PropertyStatus status = end == std::string::npos
+                                          ? PropertyStatus::kReadData
+                                          : set(request.substr(0, end), request.substr(end + 1));
+    send(client.get(), &status, sizeof(status), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 PropertyStatus PropertyService::set(const std::string& name, const std::string& value) {
@@ -157,8 +103,8 @@ PropertyStatus PropertyService::apply(const std::string& name, const std::string
     if (!mStore.write(name, value)) return PropertyStatus::kSetFailed;
     if (origin == Origin::kRequest && base::StartsWith(name, "persist.")) {
         const PropertyFolder persistent(mOptions.persistDir);
-        if (!persistent.create() || !persistent.write(name, value, true)) {
-            // The value holds for this boot all the same, as on a phone with a full /data.
+        if (!persistent.create() || !persistent.write(name, value)) {
+            // The value is still set for this boot, as on a phone with a full /data.
             __android_log_print(ANDROID_LOG_ERROR, kTag, "Cannot keep %s in %s: %s", name.c_str(),
                                 mOptions.persistDir.c_str(), strerror(errno));
         }

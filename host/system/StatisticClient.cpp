@@ -1,18 +1,14 @@
-// Takes the place of the maker's data-collection service: each statistic becomes one JSON line of a
-// file.
+// Stand-in for the maker's data-collection service: each statistic becomes one JSON line of a file.
 
+#include <android-base/file.h>
 #include <android-base/stringprintf.h>
-#include <android-base/unique_fd.h>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <mutex>
 #include <string_view>
 
+#include "host/system/LogFile.h"
 #include "platform/CommonPlxServiceManager.h"
 
 namespace android {
@@ -22,9 +18,8 @@ constexpr char kFile[] = "/data/persist_log/PLX/statistics.jsonl";
 constexpr char kFileVariable[] = "KAVEL_HOST_STATISTICS";
 /** A file of that size becomes NAME.1, and the one before it goes. */
 constexpr off_t kFileLimit = off_t{4} << 20;
-constexpr mode_t kFileMode = 0644;
 
-/** Length of the UTF-8 character (RFC 3629) that @p text starts with; 0 where it does not. */
+/** Length of the UTF-8 character (RFC 3629) at the start of @p text; 0 if there is none. */
 size_t characterLength(std::string_view text) {
     const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned lead = byte(0);
@@ -34,7 +29,7 @@ size_t characterLength(std::string_view text) {
     for (size_t i = 1; i < length; ++i) {
         if ((byte(i) & 0xC0U) != 0x80) return 0;
     }
-    // The second byte shows overlong forms, surrogates and what lies beyond U+10FFFF.
+    // The second byte tells overlong forms, surrogates and code points above U+10FFFF.
     const unsigned second = byte(1);
     const bool isBad = (lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
                        (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F);
@@ -73,13 +68,12 @@ std::string timeNow() {
 
 class FileClient : public CommonPlxServiceManager {
   public:
-    explicit FileClient(std::string path) : mPath(std::move(path)) {}
+    explicit FileClient(const std::string& path)
+          : mFolder(base::Dirname(path)), mFile(path, kFileLimit, 0644) {}
 
     bool hasDirectory() const {
-        const size_t slash = mPath.rfind('/');
-        const std::string directory = slash == std::string::npos ? "." : mPath.substr(0, slash + 1);
         struct stat info {};
-        return stat(directory.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+        return stat(mFolder.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
     }
 
   private:
@@ -96,26 +90,11 @@ class FileClient : public CommonPlxServiceManager {
             appendJsonString(line, value);
             line += ']';
         }
-        line += "]}\n";
-        append(line);
+        mFile.append(line + "]}\n");
     }
 
-    void append(const std::string& line) {
-        const std::lock_guard<std::mutex> lock(mLock);
-        constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
-        const base::unique_fd fd(open(mPath.c_str(), kFlags, kFileMode));
-        // One write: a reader never sees half a line, and a second writer none of it.
-        if (!fd.ok() ||
-            write(fd.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
-            return;
-        }
-        struct stat info {};
-        if (fstat(fd.get(), &info) != 0 || info.st_size < kFileLimit) return;
-        static_cast<void>(rename(mPath.c_str(), (mPath + ".1").c_str()));
-    }
-
-    const std::string mPath;
-    std::mutex mLock;
+    const std::string mFolder;
+    kavel::host::LogFile mFile;
 };
 
 }  // namespace

@@ -92,7 +92,7 @@ TEST(EventLine, IsOneJsonObject) {
     time.tm_year = 124;
     time.tm_mday = 1;
     time.tm_hour = 1;
-    time.tm_gmtoff = 2 * 3600;
+    time.tm_gmtoff = 7200;
     time.millisecond = 7;
     const KavelExtraInfo extra = {"a\"b\\c\n\x7f", "1 \xe2\x82\xac", "\xe2\x82|\xff|\xc0\x80"};
     KavelEvent event(-1, &time, -2, 3, 4, &extra);
@@ -102,7 +102,7 @@ TEST(EventLine, IsOneJsonObject) {
               "\"recordId\":5,\"eventId\":\"0xffffffffffffffff\",\"name\":\"anr\",\"pid\":3,"
               "\"uid\":4,\"process\":\"a\\\"b\\\\c\\u000a\\u007f\",\"version\":\"1 \xe2\x82\xac\","
               "\"type\":\"\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd\",\"mask\":\"0xfffffffe\"}\n");
-    time.tm_gmtoff = -(3 * 3600 + 1800);
+    time.tm_gmtoff = -12600;
     EXPECT_NE(eventLine(KavelEvent(1, &time, 0, 0, 0, &extra), "").find("01:00:00.007-03:30\""),
               std::string::npos);
 }

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "host/system/PropertyProtocol.h"
-
 namespace android::kavel::host {
 namespace {
 
@@ -33,25 +31,6 @@ TEST(PropertyRules, NamesAndValues) {
                 << each.name << " " << each.valueLength;
     }
     EXPECT_EQ(checkProperty("a", std::string_view("x\0y", 3)), PropertyStatus::kInvalidValue);
-}
-
-// Would catch a request that is taken for complete too early, or a length that is believed.
-TEST(PropertyProtocol, EveryPrefixIsIncompleteAndLengthsAreBounded) {
-    const std::string whole = encodeSetRequest("some.name", "value");
-    for (size_t length = 0; length < whole.size(); ++length) {
-        EXPECT_EQ(decodeSetRequest(whole.substr(0, length)).state, SetRequest::State::kIncomplete)
-                << length;
-    }
-    const SetRequest request = decodeSetRequest(whole);
-    EXPECT_EQ(request.state, SetRequest::State::kComplete);
-    EXPECT_EQ(request.name + "=" + request.value, "some.name=value");
-
-    const std::string command = whole.substr(0, 4);
-    const std::string huge = "\xff\xff\xff\xff";
-    EXPECT_EQ(decodeSetRequest(huge).error, PropertyStatus::kInvalidCommand);
-    EXPECT_EQ(decodeSetRequest(command + huge).error, PropertyStatus::kInvalidName);
-    EXPECT_EQ(decodeSetRequest(encodeSetRequest("n", "").substr(0, 9) + huge).error,
-              PropertyStatus::kInvalidValue);
 }
 
 }  // namespace

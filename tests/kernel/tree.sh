@@ -3,7 +3,7 @@
 # of this machine that they lead to, and busybox for everything else.
 
 # Commands whose like busybox has, but which the phone's services run as they are on this machine.
-HOST_PROGRAMS=(/usr/bin/dash /usr/bin/toybox)
+HOST_PROGRAMS=(/usr/bin/dash /usr/bin/setpriv /usr/bin/toybox)
 
 build_initramfs() {
     local tree=$out/tree
