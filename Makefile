@@ -6,7 +6,7 @@ PHONE := build/$(PRESET)/host/phone/phone
 JOBS ?= $(shell nproc)
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build demo test test-kernel test-arm64 run bench format lint clean
+.PHONY: help setup build demo test test-kernel test-arm64 run bench mutate format lint clean
 
 help: ## List the targets
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-11s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
@@ -35,6 +35,9 @@ test-arm64: setup ## Build for arm64 and run the unit tests in emulation (part o
 
 bench: setup ## Run the benchmarks and compare them with the budgets
 	@scripts/bench.sh
+
+mutate: setup ## Put faults into the sources and see whether a test notices (ARGS="--files dump/*.cpp --sample 20")
+	@python3 scripts/mutate.py $(ARGS)
 
 format: setup ## Format the sources
 	@scripts/lint.sh --format
