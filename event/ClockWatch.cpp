@@ -6,15 +6,20 @@ namespace android::kavel {
 namespace {
 
 constexpr int64_t kTolerance = 1'000'000'000;
+/** Part of the time between two readings by which a clock that is being adjusted may differ. */
+constexpr int64_t kDrift = 1000;
 
 }  // namespace
 
 int64_t ClockWatch::steppedBack(int64_t wallNs, int64_t monotonicNs) {
     MutexLock lock(mLock);
     if (monotonicNs < mMonotonicNs) return 0;
-    mMonotonicNs = monotonicNs;
-    const int64_t before = std::exchange(mWallNs, wallNs);
-    return wallNs < before - kTolerance ? before - wallNs : 0;
+    const int64_t passed = monotonicNs - std::exchange(mMonotonicNs, monotonicNs);
+    const int64_t shown = wallNs - std::exchange(mWallNs, wallNs);
+    // The monotonic clock does not count the time in suspend, which can hide a step but not make
+    // one.
+    const int64_t back = passed - shown;
+    return back > kTolerance + passed / kDrift ? back : 0;
 }
 
 }  // namespace android::kavel

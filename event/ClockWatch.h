@@ -12,8 +12,9 @@ class ClockWatch {
     /**
      * Compares a reading of both clocks with the latest earlier one.
      *
-     * @return nanoseconds by which the wall clock has gone back; 0 if it is at most one second
-     *         (ordinary clock corrections) or if another thread has passed a newer reading
+     * @return nanoseconds by which the wall clock has gone back against the monotonic clock; 0 if
+     * it is about a second or less (ordinary clock corrections) or if another thread has passed a
+     * newer reading
      */
     int64_t steppedBack(int64_t wallNs, int64_t monotonicNs);
 

@@ -23,7 +23,7 @@ CallLine::Outcome CallLine::call(std::function<void()> body, std::chrono::millis
     mQueue.push_back(call);
     if (mIdle >= mQueue.size()) {
         mQueued.notify_one();
-    } else if (mThreads < mAtOnce && !startThreadLocked() && mThreads == 0) {
+    } else if (mThreads < mAtOnce && !startThreadLocked() && mIdle == 0) {
         mQueue.pop_back();
         return Outcome::NoThread;
     }

@@ -1,11 +1,10 @@
 // Calls into the maker's libraries, with a time limit: a library that hangs does not block its
 // callers.
 
-#include <algorithm>
-
 #include "platform/CallLine.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
+#include "platform/OneLine.h"
 #include "platform/Shell.h"
 #include "platform/TraceNativeUtils.h"
 
@@ -23,9 +22,7 @@ std::string describe(const std::string& tag, const std::string& eventId,
                      const CommonPlxServiceManager::Pairs& data) {
     std::string text = tag + "/" + eventId;
     for (const auto& [key, value] : data) text.append(" ").append(key).append("=").append(value);
-    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
-    std::replace_if(text.begin(), text.end(), isControl, '_');
-    return text;
+    return kavel::oneLine(text);
 }
 
 }  // namespace

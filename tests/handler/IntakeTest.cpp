@@ -145,6 +145,9 @@ TEST(Intake, ClockThatIsSetBackIsLogged) {
     };
     const std::pair<int64_t, size_t> rows[] = {{0, 0}, {3600, 0}, {-1, 0}, {-2, 1}, {0, 0}, {5, 0}};
     for (const auto& [seconds, lines] : rows) EXPECT_EQ(linesAfter(seconds), lines) << seconds;
+    linesAfter(0);
+    fake::advance(7200);
+    EXPECT_EQ(linesAfter(-7190), 1U) << "less than the time since the last report";
     linesAfter(-7200);
     EXPECT_EQ(fake::logCount("set back, by at least 7200000 ms."), 1U);
 }

@@ -99,18 +99,27 @@ bool report(const std::string& process) {
     return true;
 }
 
+/** The daemon that is killed here has packed what the one before it left. */
+constexpr const char* kPackAtStart = "packLeftoverFolders]: tar czf ";
+
 /** What the daemon logs as it comes to the phase in which it is killed; empty: in no phase. */
 constexpr const char* kPhases[] = {"", "trailLogPack]: tar czf ", "trailLogPack]: mv ",
-                                   "trailLogPack]: rm -rf ", "trailLogPack]: mv "};
+                                   "trailLogPack]: rm -rf ", kPackAtStart};
 
-/** Waits for the next line of the log with @p text, and loses no time over it. */
-void awaitNewLine(const std::string& text) {
-    std::ifstream log("/dev/log/main");
-    log.seekg(0, std::ios::end);
-    for (std::string line; line.find(text) == std::string::npos;) {
-        if (!std::getline(log, line)) log.clear();
+/** The lines of the log from now on. */
+class NewLines {
+  public:
+    NewLines() { mLog.seekg(0, std::ios::end); }
+    /** Waits for one with @p text, and loses no time over it. */
+    void await(const std::string& text) {
+        for (std::string line; line.find(text) == std::string::npos;) {
+            if (!std::getline(mLog, line)) mLog.clear();
+        }
     }
-}
+
+  private:
+    std::ifstream mLog{"/dev/log/main"};
+};
 
 void configure() {
     ASSERT_TRUE(daemonIsUp());
@@ -135,8 +144,15 @@ TEST(StormTest, NoArchiveIsReplacedAndNoReportIsLost) {
             found.look();
             std::this_thread::sleep_for(milliseconds(40));
         }
-        const int pid = daemonPid();
-        if (!phase.empty()) awaitNewLine(phase);
+        int pid = daemonPid();
+        NewLines log;
+        if (phase == kPackAtStart) {
+            ASSERT_EQ(kill(pid, SIGKILL), 0);
+            kills.push_back(Clock::now());
+            ASSERT_TRUE(eventually([&] { return daemonPid() != pid && daemonPid() != 0; }));
+            pid = daemonPid();
+        }
+        if (!phase.empty()) log.await(phase);
         ASSERT_EQ(kill(pid, SIGKILL), 0);
         kills.push_back(Clock::now());
         ASSERT_TRUE(eventually([&] {
