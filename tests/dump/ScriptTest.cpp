@@ -185,8 +185,7 @@ class Phone {
                 std::string packed = test::contentOf(entry.path());
                 std::replace_if(
                         packed.begin(), packed.end(), [](char c) { return c < ' '; }, ' ');
-                packed.erase(packed.find_last_not_of(' ') + 1);
-                name += ": " + packed;
+                name += ": " + base::Trim(packed);
             }
             names.insert(name);
         }
