@@ -28,20 +28,21 @@ std::string output(const std::string& words) {
 
 class LogcatTest : public testing::Test {
   protected:
-    LogcatTest() { setenv("KAVEL_HOST_LOG_DIR", (mFolder / "log").c_str(), 1); }
+    LogcatTest() { setenv("KAVEL_HOST_LOG_DIR", folder().c_str(), 1); }
+
+    std::string folder() const { return mTop / "log"; }
 
   private:
-    const TempDir mFolder;
+    const TempDir mTop;
 };
 
 // Would catch a message in the wrong buffer, form or order, a generation left out, and a buffer
 // that hides the others.
 TEST_F(LogcatTest, ShowsWhatWasLogged) {
-    const std::string folder = getenv("KAVEL_HOST_LOG_DIR");
     EXPECT_EQ(output(KAVEL_LOG " -t First one two"), "");
-    std::filesystem::rename(folder + "/main", folder + "/main.1");
-    EXPECT_EQ(output("sed 's/ I First   : .*/ W Second  : b/' < " + folder + "/main.1 > " + folder +
-                     "/system"),
+    std::filesystem::rename(folder() + "/main", folder() + "/main.1");
+    EXPECT_EQ(output("sed 's/ I First   : .*/ W Second  : b/' < " + folder() + "/main.1 > " +
+                     folder() + "/system"),
               "");
     EXPECT_EQ(output(KAVEL_LOG " 'three\nfour\n'"), "");
     EXPECT_THAT(output(KAVEL_LOGCAT " -d -v threadtime"),
