@@ -35,7 +35,7 @@ std::optional<std::string> freePlace(const std::string& name) {
 
 bool ensureCollectionDirectory() {
     std::error_code error;
-    // A file or a dangling link in its place is left alone.
+    // If the path is a file or a dangling link, that is left alone.
     if (!isThere(kArchiveDirectory)) fs::create_directories(kArchiveDirectory, error);
     return fs::is_directory(kArchiveDirectory, error);
 }

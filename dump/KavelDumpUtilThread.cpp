@@ -67,7 +67,7 @@ void addEventLine(const char* thread, const CatchRef& running, LogFolder& folder
                 kavel::eventText(event).c_str(), kavel::kEventsFile, folder.path().c_str());
 }
 
-/** Removes the folders of technical events that no abnormal action came for. */
+/** Removes the folders of technical events that no abnormal action has claimed. */
 void removeFolders(const std::vector<CatchRef>& catches) {
     for (const CatchRef& dropped : catches) {
         const LogFolderRef folder = dropped->folder();
@@ -76,7 +76,7 @@ void removeFolders(const std::vector<CatchRef>& catches) {
     }
 }
 
-/** The seconds to wait for an event whose window is @p window. */
+/** Returns the seconds to wait for an event whose window is @p window seconds. */
 uint64_t windowSeconds(const KavelEvent& event, int64_t window) {
     if (event.eventId == kShortWindowEvent) return kShortWindow;
     if (window > kMaxWindow) {
@@ -145,7 +145,7 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
     }
     std::vector<CatchRef> dropped;
     if (isCommercial && !kavel::isAbnormalAction(event.eventId)) {
-        // Left for the abnormal action next to it, whose pack takes the folder along.
+        // An abnormal action near it packs the folder.
         dropped = context.technical.keep(running, kavel::monotonicNs());
     }
     kavel::generateKavelHistoryLog(running);

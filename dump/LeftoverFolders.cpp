@@ -38,14 +38,15 @@ constexpr uintmax_t kMaxAttempts = 10;
 /** File of a folder, one byte long for each attempt. */
 constexpr const char* kAttemptsFile = ".pack_attempts";
 
-/** What an earlier life of the daemon left in the staging directory. */
+/** What the daemon left in the staging directory before it ended. */
 struct Leftovers {
     std::vector<std::string> folders;   ///< oldest first
     std::vector<std::string> archives;  ///< paths of their folders, which need not be there
     bool empty() const { return folders.empty() && archives.empty(); }
 };
 
-/** Puts the oldest one first. Each time is read once: commands of the earlier life may still write.
+/** Puts the oldest one first. Each time is read once: commands of the daemon before it may still
+ * write.
  */
 void sortByAge(std::vector<std::string>& folders) {
     std::vector<std::pair<fs::file_time_type, std::string>> byAge;
@@ -58,7 +59,7 @@ void sortByAge(std::vector<std::string>& folders) {
     for (size_t i = 0; i < byAge.size(); ++i) folders[i] = std::move(byAge[i].second);
 }
 
-/** Also removes what was being removed. */
+/** Finds them, and removes folders whose removal had begun. */
 Leftovers findLeftovers() {
     Leftovers found;
     std::error_code error;
@@ -101,16 +102,19 @@ bool isHangWarning(const std::string& folder) {
     return fs::exists(folder + "/" + kHangWarningMarker, error);
 }
 
-/** Packs the folder, or removes it if it is empty. False if it stays for the next start. */
-bool packLeftover(const std::string& path) {
+/**
+ * Packs the folder at the attempt of that number, or removes it if it is empty. False if it stays
+ * for the next start.
+ */
+bool packLeftover(const std::string& path, uintmax_t attempt) {
     const LogFolder folder(path);
     if (!folder.hasContent()) {
         std::error_code error;
         fs::remove_all(path, error);
         return true;
     }
-    // The last attempt takes what tar can read.
-    const bool isLast = countAttempt(path) >= kMaxAttempts;
+    // The last attempt accepts an archive of what tar can read.
+    const bool isLast = attempt >= kMaxAttempts;
     if (packFolder({kPrefix, "leftover folder", !isLast}, folder)) return true;
     if (isLast) giveUp(path, "too many starts have failed to pack a folder");
     return isLast;
@@ -120,7 +124,7 @@ bool packLeftover(const std::string& path) {
 void packFolders(const std::vector<std::string>& folders) {
     std::vector<std::string> kept;
     for (const std::string& path : folders) {
-        if (!isHangWarning(path) && !packLeftover(path)) kept.push_back(path);
+        if (!isHangWarning(path) && !packLeftover(path, countAttempt(path))) kept.push_back(path);
     }
     for (size_t i = 0; i + kMaxKept < kept.size(); ++i) {
         giveUp(kept[i], "too many folders could not be packed");
@@ -129,10 +133,11 @@ void packFolders(const std::vector<std::string>& folders) {
 
 /** Waits for the files of a hang warning again, unless too many starts have done so. */
 void packHangWarning(const std::string& path) {
-    if (countAttempt(path) < kMaxAttempts) copyNwatchcallLog(path);
+    const uintmax_t attempt = countAttempt(path);
+    if (attempt < kMaxAttempts) copyNwatchcallLog(path);
     std::error_code error;
     fs::remove(path + "/" + kHangWarningMarker, error);
-    packLeftover(path);
+    packLeftover(path, attempt);
 }
 
 void pack(const Leftovers& leftovers) {
@@ -146,7 +151,7 @@ void pack(const Leftovers& leftovers) {
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "%s%s, the archive stays: %s\n", kPrefix,
                     problem.c_str(), folder.c_str());
     }
-    // Last, because each waits for its files again.
+    // Last, because each waits five minutes for its files.
     for (const std::string& folder : leftovers.folders) {
         if (isHangWarning(folder)) packHangWarning(folder);
     }

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 
+#include <endian.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -50,9 +51,9 @@ void logNothingToPack(const PackJob& job, const LogFolder& folder) {
 enum class Archive { None, Broken, Whole };
 
 /**
- * What tar made at @p path. Its status does not tell: toybox tar does not look at its gzip, which
- * may be missing or find the disk full. A gzip file ends in the length of what was packed (RFC
- * 1952), and a tar stream is made of blocks of 512 bytes (POSIX).
+ * Returns what tar made at @p path. Its status is not enough: toybox tar does not check its gzip,
+ * which may be missing or find the disk full. A gzip file ends in the length of what was packed
+ * (RFC 1952), and a tar stream is made of blocks of 512 bytes (POSIX).
  */
 Archive checkArchive(const std::string& path) {
     constexpr off_t kGzipFrame = 18;  // header and trailer of the shortest gzip file
@@ -60,15 +61,14 @@ Archive checkArchive(const std::string& path) {
     const base::unique_fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     struct stat info = {};
     if (!file.ok() || fstat(file.get(), &info) != 0 || info.st_size == 0) return Archive::None;
-    unsigned char length[4] = {};
+    uint32_t length = 0;  // little-endian, modulo 2^32
+    const off_t trailer = info.st_size - off_t{sizeof(length)};
     if (info.st_size <= kGzipFrame ||
-        !base::ReadFullyAtOffset(file.get(), length, sizeof(length), info.st_size - 4)) {
+        !base::ReadFullyAtOffset(file.get(), &length, sizeof(length), trailer)) {
         return Archive::Broken;
     }
-    const uint32_t packed = length[0] | static_cast<uint32_t>(length[1]) << 8 |
-                            static_cast<uint32_t>(length[2]) << 16 |
-                            static_cast<uint32_t>(length[3]) << 24;
-    return packed == 0 || packed % kTarBlock != 0 ? Archive::Broken : Archive::Whole;
+    length = le32toh(length);
+    return length == 0 || length % kTarBlock != 0 ? Archive::Broken : Archive::Whole;
 }
 
 /** Runs tar over @p members of the folder into the archive beside it. Returns the wait status. */
@@ -107,7 +107,7 @@ bool makeArchive(const PackJob& job, const std::string& path) {
     return isUsed;
 }
 
-/** Takes the folder away by name and removes it: nobody who knows its name writes into it again. */
+/** Renames the folder, so that no command that knows its path writes into it, and removes it. */
 void discardFolder(const std::string& path) {
     static std::atomic<unsigned> sCount{0};
     const std::string remains =
@@ -177,7 +177,8 @@ bool packFolder(const PackJob& job, const LogFolder& folder) {
     const std::string problem = moveToCollection(job.prefix, folder.path());
     if (!problem.empty()) {
         logError(job, problem + ", the archive stays", folder.path());
-        // In one step: beside a part of its folder the archive would not count as finished.
+        // A rename is one step. Beside a part of its folder the next start would take the archive
+        // for an unfinished one.
         discardFolder(folder.path());
     }
     removeFolder(job.prefix, folder.path());

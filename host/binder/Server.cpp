@@ -25,7 +25,7 @@ namespace {
 using base::unique_fd;
 
 // Far from the usual limit of 1024 descriptors; beyond it the connection unused for longest goes,
-// and its client connects anew when it needs to.
+// and its client connects again when it needs to.
 constexpr size_t kMaxConnections = 256;
 constexpr std::chrono::milliseconds kPause(20);
 

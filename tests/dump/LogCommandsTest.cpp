@@ -12,8 +12,8 @@ namespace {
 
 using test::DumpBench;
 
-// Would catch a command whose end is not logged with its status, a missing tool that nobody hears
-// of, and a catch that lives for ever.
+// Would catch a command whose end is not logged with its status, a missing tool without a line,
+// and a catch that lives for ever.
 TEST(LogCommands, EachIsLoggedWithItsStatusAndReleasesTheCatch) {
     DumpBench bench([](const std::string&) { return 32512; });
     CatchRef running = bench.add(0x999, 0x2, {}, DumpBench::kRecordId, "/data/F");

@@ -35,7 +35,7 @@ TEST(EventList, KeepsTheLast31) {
 
 // Would catch an id that a record outside the list, still being caught, has already.
 TEST(EventList, IdsAreUniqueAmongLiveRecords) {
-    // The generator starts anew at each draw: within a second it offers the same numbers again.
+    // The generator is seeded again at each draw: within a second it offers the same numbers again.
     EventList list;
     std::vector<std::shared_ptr<KavelEvent>> held;
     std::set<int32_t> ids;

@@ -159,7 +159,7 @@ class Roads : public testing::TestWithParam<std::string> {
 
     /** What happened, a line each, and what is so then. */
     std::string outcome(const std::string& verb) {
-        // Said anew for each event, whatever its road; and what the binder library says.
+        // Logged for every event, and by the binder library.
         static const std::regex leftOut(
                 "^[IW] binder: |showAllKavelEvents|checkSystemVerion|getOtaVersion|getTimeWindow|"
                 "buildLogPathFolderName|"

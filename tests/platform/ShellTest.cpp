@@ -22,7 +22,7 @@
 #include "tests/fake/TempDir.h"
 
 // The phone's C library refuses what this one lets pass, and fails where this one does not. The
-// linker puts these in the place of the calls (see CMakeLists.txt).
+// linker replaces the calls by these (see CMakeLists.txt).
 
 namespace {
 

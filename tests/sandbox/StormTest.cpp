@@ -110,7 +110,7 @@ constexpr const char* kPhases[] = {"", "trailLogPack]: tar czf ", "trailLogPack]
 class NewLines {
   public:
     NewLines() { mLog.seekg(0, std::ios::end); }
-    /** Waits for one with @p text, and loses no time over it. */
+    /** Waits for a line with @p text. Polls without a pause: the phase is over in milliseconds. */
     void await(const std::string& text) {
         for (std::string line; line.find(text) == std::string::npos;) {
             if (!std::getline(mLog, line)) mLog.clear();

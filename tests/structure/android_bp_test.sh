@@ -40,7 +40,7 @@ same "dravo_kavel and CMake" "$(phone dravo_kavel)" "$(cmake dravo_kavel)"
 same "libkavelctl and CMake" "$(phone libkavelctl)" "$(cmake kavelctl_lib)"
 same "kavelctl and CMake" "$(phone kavelctl)" "$(cmake kavelctl)"
 same "the daemon's modules and the disk" "$(phone libdravo_kavel dravo_kavel)" \
-    "$(for room in core dig dump event handler platform recovery; do ls $room/*.cpp; done | sort)"
+    "$(for folder in core dig dump event handler platform recovery; do ls $folder/*.cpp; done | sort)"
 # A test that lacks a source of CMake's does not link. CMake alone has what reads the golden files, and
 # the tests of the tool against the stand-in of a service or against tar programs.
 # shellcheck disable=SC2013  # names are words

@@ -95,7 +95,7 @@ TEST_F(CollectionCommands, ListsNewestFirst) {
     EXPECT_TRUE(contains(text.out, "2 other entries passed over")) << text.out;
 }
 
-// Catches two archives of one folder in the place of one or in a wrong order, processes that joined
+// Catches two archives of one folder listed as one or in a wrong order, processes that joined
 // a catch and stay out of sight, and a bad line that hides the good ones.
 TEST_F(CollectionCommands, TellsOfEveryEventOfACatch) {
     const auto event = [](const std::string& process, const std::string& name) {

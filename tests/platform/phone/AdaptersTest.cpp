@@ -38,7 +38,7 @@ void stopTracing() {
 // Would catch another name of library or function, arguments that the adapter reads otherwise, and
 // a crash of the daemon where a device lacks the library or has another one of that name.
 TEST(AdaptersDeathTest, AreFoundByName) {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";  // starts the program anew
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";  // starts the program again
     const struct {
         const char* libraries;
         void (*use)();
