@@ -39,6 +39,13 @@ std::vector<std::string> Split(const std::string& text, const std::string& delim
     }
 }
 
+std::string Trim(const std::string& text) {
+    constexpr char kBlanks[] = " \t\n\v\f\r";
+    const size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == std::string::npos) return "";
+    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
 template std::string Join(const std::vector<std::string>&, char);
 
 bool StartsWith(std::string_view text, std::string_view prefix) {
