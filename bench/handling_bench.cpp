@@ -12,14 +12,13 @@
 #include <android/log.h>
 #include <benchmark/benchmark.h>
 
-#include "event/EventIntake.h"
 #include "event/KavelTimestamp.h"
+#include "handler/KavelEventHandler.h"
 
 namespace {
 
-using android::kavel::eventParameters;
+using android::KavelEventHandler;
 using android::kavel::generateKavelTimestamp;
-using android::kavel::intakeKavelEvent;
 
 constexpr long kEventWithoutLogs = 0x402;
 constexpr int kListBound = 31;
@@ -52,11 +51,11 @@ void writeOut(const __android_logger_data* data, const char* message) {
 void discard(const __android_logger_data* /*data*/, const char* /*message*/) {}
 
 void handleOne() {
-    intakeKavelEvent(kEventWithoutLogs, 0, 1, 1, "");
+    KavelEventHandler::getInstance().report({kEventWithoutLogs, 0, 1, 1, ""});
 }
 
 void fillList() {
-    eventParameters().updateEventParams(kEventWithoutLogs, true, 0);
+    KavelEventHandler::getInstance().parameters().updateEventParams(kEventWithoutLogs, true, 0);
     for (int i = 0; i < kListBound; ++i) handleOne();
 }
 

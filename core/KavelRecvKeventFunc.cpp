@@ -11,7 +11,7 @@
 
 #include "core/KeventDecoder.h"
 #include "core/PlxFile.h"
-#include "event/EventIntake.h"
+#include "handler/KavelEventHandler.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
 #include "platform/Shell.h"
@@ -163,7 +163,8 @@ void handleKernelSendEvent(const std::string& message) {
     for (const kavel::EventToken& token : event.tokens) logToken(token);
     if (event.isBad) return;
     constexpr int kKernelUid = 0;
-    kavel::intakeKavelEvent(event.eventId, event.logInfo, event.pid, kKernelUid, event.extraInfo);
+    KavelEventHandler::getInstance().report(
+            {event.eventId, event.logInfo, event.pid, kKernelUid, event.extraInfo});
 }
 
 void handleKernelSendKavelEvent(const kavel_kevent_packet& packet) {

@@ -1,4 +1,8 @@
-// The daemon: starts its threads in order, then serves binder calls.
+// The daemon: starts its inputs in order, then serves binder calls. Reports come in by two ways:
+// from the framework to KavelBinderService, on a binder thread, and from the kernel to
+// KavelRecvKeventFunc, on the thread of KavelKeventThread. Both pass them to KavelEventHandler,
+// which the first report builds. Raw records come in by the control socket, and only the matcher
+// sees them (sendRawEvent()).
 
 #include <thread>
 
@@ -9,12 +13,12 @@
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 
+#include "core/KavelBinderService.h"
 #include "core/KavelKeventThread.h"
 #include "core/KavelRecvKeventFunc.h"
 #include "dig/ControlSocket.h"
 #include "dig/dig.h"
 #include "dump/LeftoverFolders.h"
-#include "event/KavelBinderService.h"
 #include "platform/Log.h"
 
 using namespace android;  // NOLINT(google-build-using-namespace): the program's own main

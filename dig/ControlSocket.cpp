@@ -13,7 +13,6 @@
 
 #include <cutils/sockets.h>
 
-#include "dig/Tag.h"
 #include "dig/dig.h"
 #include "platform/Log.h"
 #include "platform/Sleep.h"

@@ -8,7 +8,6 @@
 #include "dig/LineText.h"
 #include "dig/LiveEvents.h"
 #include "dig/RawRecord.h"
-#include "dig/Tag.h"
 #include "platform/Log.h"
 
 namespace android {

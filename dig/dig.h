@@ -4,6 +4,9 @@
 
 #include "dig/Event.h"
 
+/** Log tag of the control socket and the matcher. */
+#define KAVEL_TAG_SOCKET "kavel_socket"
+
 namespace android {
 
 // The raw event matcher: finds a key event that follows an event it is related to, and logs that as

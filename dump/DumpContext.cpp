@@ -1,9 +1,22 @@
 #include "dump/DumpContext.h"
 
+#include <system_error>
+
+#include "platform/Log.h"
+
 namespace android::kavel {
 namespace {
 
 constexpr uint64_t kHeavyDumpIntervalNs = 30'000'000'000;
+
+/** Starts the first threads of @p pool. If none can be created, its first task tries again. */
+void start(std::KavelThreadPool& pool, uint16_t count) {
+    try {
+        pool.addThread(count);
+    } catch (const std::system_error& e) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel addThread]: no thread: %s\n", e.what());
+    }
+}
 
 }  // namespace
 
@@ -34,9 +47,9 @@ DumpContext::DumpContext(EventParameters& eventParameters)
         cmdPool("kavel_tp_cmd", 5, 10),
         logcatPool("kavel_tp_logcat", 1, 1),
         historyPool("kavel_tp_history", 1, 5) {
-    cmdPool.addThread(5);
-    logcatPool.addThread(1);
-    historyPool.addThread(1);
+    start(cmdPool, 5);
+    start(logcatPool, 1);
+    start(historyPool, 1);
 }
 
 }  // namespace android::kavel

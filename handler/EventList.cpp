@@ -99,11 +99,6 @@ std::shared_ptr<KavelEvent> EventList::evictHeadLocked() {
     return head;
 }
 
-int32_t EventList::generateKavelEventId() {
-    MutexLock lock(mLock);
-    return generateKavelEventIdLocked();
-}
-
 int32_t EventList::generateKavelEventIdLocked() {
     std::set<int32_t> taken;
     const auto take = [&](const KavelEvent& record) {

@@ -36,12 +36,6 @@ class EventList {
      */
     bool place(const std::shared_ptr<KavelEvent>& event);
 
-    /**
-     * Returns a random id that no record in the list has, and no removed record that a running
-     * catch still holds.
-     */
-    int32_t generateKavelEventId();
-
     /** Returns the records, oldest first. */
     std::vector<EventRef> records() const;
     /**
@@ -53,6 +47,10 @@ class EventList {
 
   private:
     bool isRefusedLocked(const KavelEvent& event) const REQUIRES(mLock);
+    /**
+     * Returns a random id that no record in the list has, and no removed record that a running
+     * catch still holds.
+     */
     int32_t generateKavelEventIdLocked() REQUIRES(mLock);
     void appendLocked(const std::shared_ptr<KavelEvent>& event) REQUIRES(mLock);
     std::shared_ptr<KavelEvent> evictHeadLocked() REQUIRES(mLock);

@@ -1,126 +1,191 @@
 #include "handler/KavelEventHandler.h"
 
-#include "dump/LogPath.h"
+#include <cinttypes>
+#include <exception>
+#include <vector>
+
+#include <android-base/properties.h>
+
 #include "event/ExtraInfo.h"
 #include "event/KavelTimestamp.h"
-#include "handler/EventBuilder.h"
 #include "handler/StatisticUpload.h"
+#include "platform/CheckedCast.h"
+#include "platform/Clock.h"
+#include "platform/Log.h"
+#include "platform/OneLine.h"
+#include "platform/TraceSection.h"
+#include "recovery/KavelRecoverAction.h"
 
 namespace android {
 
 ANDROID_SINGLETON_STATIC_INSTANCE(KavelEventHandler)
 
-KavelEventHandler::KavelEventHandler()
-      : mDump(mParameters),
-        mTrailCatcher(mEvents, mDump),
-        mCommercialCatchers(mEvents, mDump, mTrailCatcher),
-        mRecovery(mParameters),
-        mSteps(mEvents, mParameters, mDump, mVariant, mTrailCatcher, mCommercialCatchers,
-               mRecovery) {}
+using kavel::EventRef;
+using kavel::TraceSection;
+using kavel::VariantPolicy;
+
+KavelEventHandler::KavelEventHandler() = default;
+
+void KavelEventHandler::report(const KavelReport& report) {
+    try {
+        const KavelTimestamp arrival = kavel::generateKavelTimestamp();
+        logStepBack(arrival);
+        buildNewKavelEvent(report.eventId, &arrival, kavel::checkedInt32("logInfo", report.logInfo),
+                           report.pid, report.uid, report.extraInfo.c_str());
+    } catch (const std::exception& e) {
+        // An exception from a report must not end the daemon.
+        KAVEL_LOGE(
+                KAVEL_TAG_BINDER,
+                "[buildNewKavelEvent]: report of eventId 0x%lx dropped: %s; pid %d, uid %d, extra "
+                "text: %s\n",
+                report.eventId, e.what(), report.pid, report.uid,
+                kavel::oneLine(report.extraInfo).c_str());
+    }
+}
+
+/** Time windows, duplicates and names use the wall clock. This line explains odd ones. */
+void KavelEventHandler::logStepBack(const KavelTimestamp& arrival) {
+    const int64_t back = mClock.steppedBack(arrival.realtimeNs, kavel::monotonicNs());
+    if (back == 0) return;
+    KAVEL_LOGW(KAVEL_TAG_BINDER,
+               "[report]: the wall clock was set back, by at least %" PRId64 " ms.\n",
+               back / 1'000'000);
+}
 
 bool KavelEventHandler::buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp,
                                            int logInfo, int pid, int uid, const char* extraInfo) {
-    return kavel::buildNewKavelEvent(mParameters, mSteps,
-                                     {eventId, timestamp, logInfo, pid, uid, extraInfo});
+    const TraceSection trace("buildNewKavelEvent");
+    if (!mParameters.isEnabled(eventId)) {
+        KAVEL_LOGI(KAVEL_TAG_BINDER, "buildNewKavelEvent eventId: 0x%lx is Disable! value: %d",
+                   eventId, false);
+        return false;
+    }
+    KAVEL_LOGI(KAVEL_TAG_BINDER, "[buildNewKavelEvent]: buildNewKavelEvent start.\n");
+    const KavelExtraInfo parts = kavel::parseExtraInfo(extraInfo, eventId);
+    // The event list sets the record's id when it inserts it: under one lock, so ids are unique.
+    kavelEventHandleThread(
+            std::make_shared<KavelEvent>(eventId, timestamp, logInfo, pid, uid, &parts));
+    return true;
 }
 
-KavelExtraInfo KavelEventHandler::parseExtraInfo(const std::string& extraInfo, long eventId) {
-    return kavel::parseExtraInfo(extraInfo, eventId);
-}
-
-int KavelEventHandler::generateKavelEventId() {
-    return mEvents.generateKavelEventId();
-}
-
-KavelTimestamp KavelEventHandler::generateKavelTimestamp() {
-    return kavel::generateKavelTimestamp();
-}
-
-std::string KavelEventHandler::kavelTimeStampToString(const KavelTimestamp* timestamp) {
-    return kavel::kavelTimeStampToString(*timestamp);
-}
-
-bool KavelEventHandler::placeKavelEvent(const std::shared_ptr<KavelEvent>& event) {
-    return mEvents.place(event);
-}
+const KavelEventHandler::Step KavelEventHandler::kSteps[] = {
+        &KavelEventHandler::uploadStatistic,       &KavelEventHandler::showAllKavelEvents,
+        &KavelEventHandler::switchVariant,         &KavelEventHandler::recover,
+        &KavelEventHandler::skipEventsWithoutLogs, &KavelEventHandler::collectNwatchcallLog,
+        &KavelEventHandler::prepareXlogDump,       &KavelEventHandler::catchTrailLogs,
+        &KavelEventHandler::catchCommercialLogs,
+};
 
 void KavelEventHandler::kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event) {
-    mSteps.kavelEventHandleThread(event);
+    const TraceSection trace("kavelEventHandleThread");
+    if (!mEvents.place(event)) {
+        KAVEL_LOGI(KAVEL_NO_TAG,
+                   "[dravo_kavel kavelEventHandleThread]: placeKavelEvent failed or event "
+                   "dumped.\n");
+        return;
+    }
+    for (const Step step : kSteps) {
+        if ((this->*step)(event) == Next::Stop) return;
+    }
 }
 
-int KavelEventHandler::dravo_statistic_common(const KavelEvent* event) {
-    return kavel::dravo_statistic_common(mParameters, *event);
+KavelEventHandler::Next KavelEventHandler::uploadStatistic(const EventRef& event) {
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel kavelEventHandleThread]: dravo_statistic_common kavel event "
+               "upload.\n");
+    kavel::dravo_statistic_common(mParameters, *event);
+    return Next::Continue;
 }
 
-void KavelEventHandler::updateEventParams(long eventId, bool isEnable, long reportFreq) {
-    mParameters.updateEventParams(eventId, isEnable, reportFreq);
+KavelEventHandler::Next KavelEventHandler::showAllKavelEvents(const EventRef& /*event*/) {
+    const std::vector<EventRef> records = mEvents.records();
+    if (records.empty()) return Next::Continue;
+    // Each line shows the time of the oldest record. Readers use it to group the lines.
+    const KavelTimestamp& time = records.front()->timestamp;
+    for (const EventRef& record : records) {
+        KAVEL_LOGI(KAVEL_TAG_BINDER,
+                   "[dravo_kavel showAllKavelEvents]:eventID: %ld logInfo: %d timestamp: "
+                   "%d-%02d-%02d %02d:%02d:%02d %03d.\n",
+                   static_cast<long>(record->eventId), record->logInfo, time.tm_year + 1900,
+                   time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec,
+                   time.millisecond);
+    }
+    return Next::Continue;
 }
 
-void KavelEventHandler::setTimeWindow(long eventId, long timeWindow) {
-    mParameters.setTimeWindow(eventId, timeWindow);
-}
-
-void KavelEventHandler::setRecoverId(long eventId, long recoverId) {
-    mParameters.setRecoverId(eventId, recoverId);
-}
-
-void KavelEventHandler::setEventIdMap(long recoverId, long eventId, const std::string& eventName) {
-    mParameters.setEventIdMap(recoverId, eventId, eventName);
-}
-
-long KavelEventHandler::getTimeWindow(long eventId) {
-    return mParameters.getTimeWindow(eventId);
-}
-
-bool KavelEventHandler::checkSystemVerion() {
-    return kavel::VariantPolicy::checkSystemVerion();
-}
-
-void KavelEventHandler::getOtaVersion() {
-    kavel::VariantPolicy::getOtaVersion();
-}
-
-void KavelEventHandler::kavelVersionSwitch() {
+KavelEventHandler::Next KavelEventHandler::switchVariant(const EventRef& /*event*/) {
     mVariant.kavelVersionSwitch();
+    return Next::Continue;
 }
 
-void KavelEventHandler::trailKavelLogCatcher(const kavel::EventRef& event) {
+KavelEventHandler::Next KavelEventHandler::recover(const EventRef& event) {
+    if (event->eventId < kavel::kFirstRecoverableEvent ||
+        !mParameters.hasRecoverId(event->eventId)) {
+        return Next::Continue;
+    }
+    if (!VariantPolicy::checkSystemVerion() &&
+        base::GetIntProperty<int32_t>("persist.sys.agingtest", 0) != 1) {
+        kavel::doKavelRecoverAction(mParameters, event->pid, event->eventId,
+                                    event->extraInfo.processName, event->extraInfo.eventType);
+    }
+    // Recovery events never cause a catch, even if there was no recovery.
+    return Next::Stop;
+}
+
+KavelEventHandler::Next KavelEventHandler::skipEventsWithoutLogs(const EventRef& event) {
+    switch (event->eventId) {
+        case 0x203:
+        case 0x204:
+        case 0x402:
+        case 0x804:
+            KAVEL_LOGI(KAVEL_NO_TAG,
+                       "[dravo_kavel kavelEventHandleThread]: don't catchlog, just return \n");
+            return Next::Stop;
+        default:
+            return Next::Continue;
+    }
+}
+
+KavelEventHandler::Next KavelEventHandler::collectNwatchcallLog(const EventRef& event) {
+    if (event->eventId != kavel::KAVEL_EVENT_SF_HANG_WARNING) return Next::Continue;
+    // Tools that read the log depend on the spelling "nwatchall".
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel kavelEventHandleThread]: KAVEL_EVENT_SF_HANG_WARNING, don't catch any "
+               "kavel log, just catch nwatchall log.\n");
+    mHangWarnings.collect(event);
+    return Next::Stop;
+}
+
+KavelEventHandler::Next KavelEventHandler::prepareXlogDump(const EventRef& event) {
+    const bool isXlogEvent =
+            event->eventId == 0x3 || event->eventId == 0x101 || event->eventId == 0x5;
+    if (!VariantPolicy::checkSystemVerion() && event->extraInfo.processName == "com.tencent.mm" &&
+        isXlogEvent) {
+        mDump.xlogRequested.store(true, std::memory_order_release);
+        KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel kavelEventHandleThread]: prepare dump xlog.\n");
+    }
+    return Next::Continue;
+}
+
+KavelEventHandler::Next KavelEventHandler::catchTrailLogs(const EventRef& event) {
+    if (mVariant.systemVersion() != kavel::KAVEL_SYSTEM_VERSION_TRAIL) return Next::Continue;
     mTrailCatcher.trailKavelLogCatcher(event);
+    return Next::Stop;
 }
 
-void KavelEventHandler::commerialAbnormalActionKavelEventLogCatcher(const kavel::EventRef& event) {
-    mCommercialCatchers.commerialAbnormalActionKavelEventLogCatcher(event);
-}
-
-void KavelEventHandler::commerialTechnicalKavelEventLogCatcher(const kavel::EventRef& event) {
-    mCommercialCatchers.commerialTechnicalKavelEventLogCatcher(event);
-}
-
-std::string KavelEventHandler::buildLogPathFolderName(const KavelEvent* event) {
-    return kavel::buildLogPathFolderName(mParameters, event);
-}
-
-void KavelEventHandler::doKavelRecoverAction(int pid, long eventId, const std::string& processName,
-                                             const std::string& eventType) {
-    mRecovery.doKavelRecoverAction(pid, eventId, processName, eventType);
-}
-
-void KavelEventHandler::doKavelAnrRecoverAction(int pid, long eventId,
-                                                const std::string& processName,
-                                                const std::string& eventType) {
-    mRecovery.doKavelAnrRecoverAction(pid, eventId, processName, eventType);
-}
-
-int KavelEventHandler::doKavelWmRebootAction() {
-    return mRecovery.doKavelWmRebootAction();
-}
-
-int KavelEventHandler::doKavelRebootAction() {
-    return mRecovery.doKavelRebootAction();
-}
-
-int KavelEventHandler::getPidForCommand(const std::string& command) {
-    return kavel::RecoveryActions::getPidForCommand(command);
+KavelEventHandler::Next KavelEventHandler::catchCommercialLogs(const EventRef& event) {
+    const bool isAbnormal = kavel::isAbnormalAction(event->eventId);
+    // Tools that read the log depend on the spelling "commerial".
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel commerialKavelLogCatcher]: commerialKavelLogCatcher %s event "
+               "found.\n",
+               isAbnormal ? "abnormal action" : "technical");
+    if (isAbnormal) {
+        mCommercialCatchers.commerialAbnormalActionKavelEventLogCatcher(event);
+    } else {
+        mCommercialCatchers.commerialTechnicalKavelEventLogCatcher(event);
+    }
+    return Next::Stop;
 }
 
 }  // namespace android

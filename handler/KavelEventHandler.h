@@ -6,86 +6,79 @@
 #include <utils/Singleton.h>
 
 #include "dump/DumpContext.h"
+#include "event/ClockWatch.h"
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
 #include "handler/CommercialCatchers.h"
 #include "handler/EventList.h"
-#include "handler/HandlingSteps.h"
-#include "handler/RecoveryActions.h"
+#include "handler/HangWarnings.h"
 #include "handler/TrailCatcher.h"
 #include "handler/VariantPolicy.h"
 
 namespace android {
 
+/** One report, as the framework or the kernel sent it. */
+struct KavelReport {
+    long eventId;
+    long logInfo;  ///< log-selection bits; a value outside int32 ends the process
+    int pid;
+    int uid;
+    std::string extraInfo;
+};
+
 /**
- * The process-wide object behind all inputs. Owns the event list, the settings, the pools and the
- * catches, and forwards each public operation to the class that implements it. Created on first
- * use, never destroyed. Any thread.
+ * The process-wide object that the inputs report to. Owns the settings, the event list, the pools
+ * and the catchers. The first report builds it; it is never destroyed. Any thread.
  */
 class KavelEventHandler : public Singleton<KavelEventHandler> {
   public:
-    // Building and handling records.
-
-    /** Builds and handles a record if the event type is enabled. Returns whether it is. */
-    bool buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp, int logInfo, int pid,
-                            int uid, const char* extraInfo);
-    KavelExtraInfo parseExtraInfo(const std::string& extraInfo, long eventId);
-    int generateKavelEventId();
-    KavelTimestamp generateKavelTimestamp();
-    std::string kavelTimeStampToString(const KavelTimestamp* timestamp);
-    bool placeKavelEvent(const std::shared_ptr<KavelEvent>& event);
-    void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
-    /**
-     * Returns 0 if a statistic about @p event was passed to the data-collection service, otherwise
-     * -1.
-     */
-    int dravo_statistic_common(const KavelEvent* event);
-
-    // Settings of an event type.
-
-    void updateEventParams(long eventId, bool isEnable, long reportFreq);
-    void setTimeWindow(long eventId, long timeWindow);
-    void setRecoverId(long eventId, long recoverId);
-    void setEventIdMap(long recoverId, long eventId, const std::string& eventName);
-    long getTimeWindow(long eventId);
-
-    // Policy and catchers. The spellings "Verion" and "commerial" are required: the names are part
-    // of the interface.
-
-    bool checkSystemVerion();
-    void getOtaVersion();
-    void kavelVersionSwitch();
-    void trailKavelLogCatcher(const kavel::EventRef& event);
-    void commerialAbnormalActionKavelEventLogCatcher(const kavel::EventRef& event);
-    void commerialTechnicalKavelEventLogCatcher(const kavel::EventRef& event);
-    std::string buildLogPathFolderName(const KavelEvent* event);
-
-    // Recovery.
-
-    void doKavelRecoverAction(int pid, long eventId, const std::string& processName,
-                              const std::string& eventType);
-    void doKavelAnrRecoverAction(int pid, long eventId, const std::string& processName,
-                                 const std::string& eventType);
-    int doKavelWmRebootAction();
-    int doKavelRebootAction();
-    int getPidForCommand(const std::string& command);
-
-    /** For the functions through which lower modules use objects that the handler owns. */
-    kavel::EventParameters& parameters() { return mParameters; }
-    const kavel::RecoveryActions& recovery() const { return mRecovery; }
-
-  private:
-    friend class Singleton<KavelEventHandler>;
     KavelEventHandler();
 
+    /**
+     * Takes the time of arrival, builds a record and handles it. Blocks the calling thread until
+     * the handling returns, which does not wait for a catch. Throws nothing: if a report cannot be
+     * handled, one error line is logged.
+     */
+    void report(const KavelReport& report);
+
+    /** Settings of each event type. */
+    kavel::EventParameters& parameters() { return mParameters; }
+
+  private:
+    enum class Next { Continue, Stop };
+    using Step = Next (KavelEventHandler::*)(const kavel::EventRef&);
+    static const Step kSteps[];
+
+    void logStepBack(const KavelTimestamp& arrival);
+
+    /** Returns whether the event type is enabled. If not, nothing is built. */
+    bool buildNewKavelEvent(long eventId, const KavelTimestamp* timestamp, int logInfo, int pid,
+                            int uid, const char* extraInfo);
+
+    /**
+     * Adds @p event to the list and runs the steps. If the list refuses it, the record is released.
+     */
+    void kavelEventHandleThread(const std::shared_ptr<KavelEvent>& event);
+
+    // The steps of the handling, in order. Each one either ends the handling or continues.
+    Next uploadStatistic(const kavel::EventRef& event);
+    Next showAllKavelEvents(const kavel::EventRef& event);
+    Next switchVariant(const kavel::EventRef& event);
+    Next recover(const kavel::EventRef& event);
+    Next skipEventsWithoutLogs(const kavel::EventRef& event);
+    Next collectNwatchcallLog(const kavel::EventRef& event);
+    Next prepareXlogDump(const kavel::EventRef& event);
+    Next catchTrailLogs(const kavel::EventRef& event);
+    Next catchCommercialLogs(const kavel::EventRef& event);
+
+    kavel::ClockWatch mClock;
     kavel::EventParameters mParameters;
-    kavel::DumpContext mDump;
+    kavel::DumpContext mDump{mParameters};
     kavel::EventList mEvents;
+    kavel::TrailCatcher mTrailCatcher{mEvents, mDump};
+    kavel::CommercialCatchers mCommercialCatchers{mEvents, mDump, mTrailCatcher};
+    kavel::HangWarnings mHangWarnings{mDump};
     kavel::VariantPolicy mVariant;
-    kavel::TrailCatcher mTrailCatcher;
-    kavel::CommercialCatchers mCommercialCatchers;
-    kavel::RecoveryActions mRecovery;
-    kavel::HandlingSteps mSteps;
 };
 
 }  // namespace android

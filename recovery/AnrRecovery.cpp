@@ -1,15 +1,17 @@
 // The body of a watch: waits, checks the process again, and escalates a failed recovery.
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <memory>
 #include <new>
+#include <optional>
+#include <string_view>
 
 #include <android-base/properties.h>
 
 #include "platform/Log.h"
 #include "platform/ProcFs.h"
-#include "platform/ProcText.h"
 #include "platform/PropertyWait.h"
 #include "platform/Sleep.h"
 #include "recovery/KavelAnrRecoveryMonitor.h"
@@ -26,6 +28,22 @@ constexpr long kUserRequestSeconds = 5;
 constexpr std::chrono::milliseconds kBootTimeout(300000);
 constexpr const char* kBootCompleted = "sys.dravo.boot_completed";
 constexpr size_t kStatusSize = 4096;
+
+/**
+ * Returns the real user id from the text of a process's status file: the first number of its "Uid:"
+ * line. Returns nullopt if there is no such line or number.
+ */
+std::optional<int64_t> uidOf(std::string_view status) {
+    constexpr std::string_view kKey = "\nUid:";
+    // The name of the process is in the first line, so no text of its own can be the key.
+    const size_t key = status.find(kKey);
+    if (key == std::string_view::npos) return std::nullopt;
+    status.remove_prefix(key + kKey.size());
+    status.remove_prefix(std::min(status.find_first_not_of(" \t"), status.size()));
+    int64_t uid = -1;
+    std::from_chars(status.data(), status.data() + status.size(), uid);
+    return uid < 0 ? std::nullopt : std::optional(uid);
+}
 
 }  // namespace
 
@@ -96,14 +114,14 @@ void KavelAnrRecoveryMonitor::escalateLocked() {
                "ss reboot.");
     // The line is logged in every case, but only a failed recovery of the test package may restart
     // the phone.
-    if (!kavel::isAnrRecoveryTested()) return;
+    if (!mIsKavelAnrTesting) return;
     base::SetProperty(kBootCompleted, "0");
-    kavel::restartFramework();
+    kavel::doKavelWmRebootAction();
     if (kavel::waitForProperty(kBootCompleted, "1", kBootTimeout)) return;
     KAVEL_LOGE(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::handle_anr_recovery]: start reboot recover, ss recover "
                "failed.");
-    kavel::rebootByPanic();
+    kavel::doKavelRebootAction();
 }
 
 void KavelAnrRecoveryMonitor::retireLocked(const MonitorThread& thread) {
@@ -140,7 +158,7 @@ proc_t* KavelAnrRecoveryMonitor::read_proc_stat(int pid, proc_t* out) {
         case kavel::ProcRead::Done:
             break;
     }
-    const auto uid = kavel::uidOfStatus(text.get());
+    const auto uid = uidOf(text.get());
     if (!uid) return nullptr;
     *out = {pid, *uid};
     return out;

@@ -90,6 +90,10 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     /** Whether the same process exists after the wait, which means that its recovery has failed. */
     static bool isReboot(const proc_t* before, const proc_t* after);
 
+    /** Whether the test package is being recovered. Only then is a failed recovery escalated. */
+    void setAnrTesting(bool testing) { mIsKavelAnrTesting = testing; }
+    bool isAnrTesting() const { return mIsKavelAnrTesting; }
+
     /** Current number of entries in each list. */
     struct ListSizes {
         size_t requested;
@@ -119,6 +123,7 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     void retireLocked(const MonitorThread& thread) REQUIRES(mLock);
     void countWatchesLocked() REQUIRES(mLock) { mWatchCount = mMonitorList.size(); }
 
+    std::atomic<bool> mIsKavelAnrTesting{false};
     mutable kavel::Mutex mLock;
     Messages mRequestList GUARDED_BY(mLock);
     Messages mMonitorList GUARDED_BY(mLock);

@@ -1,16 +1,21 @@
 #pragma once
 
+#include <string>
+
 namespace android::kavel {
 
-// Functions of the event handling that the recovery monitor calls. The handler defines them.
+// What brings a hung device back, and the search for the process to end. Any thread.
 
 /** Kills system_server, so that init restarts the framework. Returns 0, or -1 if there is none. */
-int restartFramework();
+int doKavelWmRebootAction();
 
-/** Crashes the kernel. Returns -1 if that is not possible. */
-int rebootByPanic();
+/** Crashes the kernel. Returns -1 if the kernel does not allow it. */
+int doKavelRebootAction();
 
-/** Whether a recovery of the test package is running. Only then is a failed recovery escalated. */
-bool isAnrRecoveryTested();
+/**
+ * Returns the pid of the first process with that command: -1 if /proc cannot be opened, -2 if there
+ * is none.
+ */
+int getPidForCommand(const std::string& command);
 
 }  // namespace android::kavel

@@ -23,13 +23,14 @@ TIMEOUT = 120  # seconds for the cases of one fault
 
 # Test programs that can see a fault in a folder, and the sandbox suites that go through it.
 TESTS = {
-    "core": (["kavel_kevent_thread_test", "kavel_kevent_decoding_test", "kavel_intake_test"],
+    "core": (["kavel_kevent_thread_test", "kavel_kevent_decoding_test",
+              "kavel_binder_service_test", "kavel_storm_test"],
              "KernelTest|RawTest|RestartTest"),
     "dig": (["kavel_dig_test"], "RawTest"),
     "dump": (["kavel_dump_test", "dump_data_test", "framework_call_test"],
              "ReportTest|CaptureTest|CommercialTest|RestartTest"),
-    "event": (["kavel_event_test", "kavel_event_binder_test", "kavel_intake_test"], "ReportTest"),
-    "handler": (["kavel_handler_test", "kavel_intake_test", "dump_data_test"],
+    "event": (["kavel_event_test", "kavel_binder_service_test", "kavel_handler_test"], "ReportTest"),
+    "handler": (["kavel_handler_test", "kavel_storm_test", "dump_data_test"],
                 "ReportTest|CommercialTest|RecoveryTest"),
     "platform": (["kavel_platform_test", "phone_platform_test", "framework_call_test",
                   "kavel_handler_test"], "ReportTest|RecoveryTest"),

@@ -10,7 +10,7 @@
 
 #include "core/KavelRecvKeventFunc.h"
 #include "platform/Log.h"
-#include "tests/core/FakeUpperRooms.h"
+#include "tests/core/FakeHandler.h"
 #include "tests/core/Messages.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
@@ -42,6 +42,7 @@ class KeventDecoding : public testing::Test {
   protected:
     void SetUp() override {
         fake::captureLog();
+        KavelEventHandler::getInstance();  // logs when the first report builds it
         fake::clearLog();
         fake::resetShell([](const std::string& command) {
             EXPECT_THAT(fake::takePropertySets(), IsEmpty());  // the text is saved first
@@ -52,7 +53,7 @@ class KeventDecoding : public testing::Test {
         });
         fake::takePropertySets();
         fake::takeUploads();
-        fake::takeIntakes();
+        fake::takeReports();
         fake::setStatisticService(true);
         base::SetProperty(kLastDump, "");
         sElapsedMs = kNow;
@@ -73,7 +74,7 @@ std::string resultOf(const test::ScriptLine& packet) {
         for (const auto& [key, value] : upload.data) result += " [" + key + "]=[" + value + "]";
         result += "\n";
     }
-    for (const fake::Intake& event : fake::takeIntakes()) {
+    for (const KavelReport& event : fake::takeReports()) {
         result += base::StringPrintf("event %ld %ld %d %d [%s]\n", event.eventId, event.logInfo,
                                      event.pid, event.uid, event.extraInfo.c_str());
     }

@@ -30,6 +30,53 @@ std::string abridged(std::string text) {
     return text;
 }
 
+/** A name for a line of the results, and the line's text around its values. */
+struct Word {
+    std::string name;
+    std::vector<std::string> parts;
+
+    /** Returns NAME or NAME(VALUE,...) if @p line is this word's, otherwise an empty text. */
+    std::string shortFor(const std::string& line) const {
+        if (line.rfind(parts[0], 0) != 0) return "";
+        std::vector<std::string> values;
+        size_t at = parts[0].size();
+        for (size_t i = 1; i < parts.size(); ++i) {
+            const bool isLast = i + 1 == parts.size();
+            const size_t end = isLast && parts[i].empty() ? line.size() : line.find(parts[i], at);
+            if (end == std::string::npos) return "";
+            values.push_back(line.substr(at, end - at));
+            at = end + parts[i].size();
+        }
+        if (at != line.size()) return "";
+        return values.empty() ? name : name + "(" + base::Join(values, ',') + ")";
+    }
+};
+
+/** @p results, with the words for its lines. */
+std::string shortened(const std::string& results, const std::vector<Word>& words) {
+    constexpr size_t kWidth = 140;
+    std::string text;
+    std::string row;
+    const auto endRow = [&] {
+        if (!row.empty()) text += "    (" + row + ")\n";
+        row.clear();
+    };
+    std::istringstream lines(results);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.empty()) continue;
+        std::string word;
+        for (size_t i = 0; i < words.size() && word.empty(); ++i) word = words[i].shortFor(line);
+        if (word.empty() || row.size() + word.size() > kWidth) endRow();
+        if (word.empty()) {
+            text += "    " + abridged(line) + "\n";
+        } else {
+            row += (row.empty() ? "" : " ") + word;
+        }
+    }
+    endRow();
+    return text;
+}
+
 }  // namespace
 
 ScriptLine::ScriptLine(const std::string& text) : mWords(base::Split(text, " ")) {}
@@ -52,15 +99,18 @@ void expectScript(const std::string& path,
                   const std::function<std::string(const ScriptLine& line)>& follow) {
     std::string expected;
     std::string actual;
+    std::vector<Word> words;
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
         expected += line + "\n";
         if (line.rfind("    ", 0) == 0) continue;
         actual += line + "\n";
         if (line.empty() || line[0] == '#') continue;
-        std::istringstream results(follow(ScriptLine(expanded(line))));
-        for (std::string result; std::getline(results, result);) {
-            if (!result.empty()) actual += "    " + abridged(result) + "\n";
+        const ScriptLine step(expanded(line));
+        if (step.verb() == "=") {
+            words.push_back({step.word(1), base::Split(step.rest(2), "*")});
+        } else {
+            actual += shortened(follow(step), words);
         }
     }
     if (getenv("KAVEL_WRITE_GOLDEN") != nullptr) std::ofstream(path) << actual;

@@ -33,6 +33,9 @@ using ScriptVerbs = std::map<std::string, std::function<void(const ScriptLine&)>
  * stands indented below that line. Blank lines and those with "#" are for the reader; "{x*511}" is
  * 511 times x, and "\t" and "\n" in a line to follow are themselves.
  *
+ * "= NAME TEXT" shortens the results: a line that is TEXT becomes NAME, or NAME(VALUE,...) if TEXT
+ * has "*" for a value, and neighbours share a line in brackets. All other lines are shown in full.
+ *
  * With KAVEL_WRITE_GOLDEN in the environment the file is rewritten, to be looked through.
  */
 void expectScript(const std::string& path,

@@ -43,7 +43,6 @@ TEST(EventList, IdsAreUniqueAmongLiveRecords) {
         held.push_back(event(1));
         list.place(held.back());
         EXPECT_TRUE(ids.insert(held.back()->kavelEventId).second) << i;
-        EXPECT_EQ(ids.count(list.generateKavelEventId()), 0u);
     }
 }
 

@@ -16,14 +16,16 @@ namespace {
 
 Mutex lock;
 std::vector<std::string> started GUARDED_BY(lock);
+std::map<int, CatchRef> held GUARDED_BY(lock);
 std::atomic<bool> refused{false};
 
 void note(const char* kind, const CatchRef& running) {
     const LogFolderRef folder = running->folder();
+    const int pid = running->event->pid;
     MutexLock hold(lock);
-    started.push_back(std::string(kind) + ' ' + std::to_string(running->event->logInfo) + ' ' +
-                      std::to_string(running->event->kavelEventId) + ' ' +
-                      (folder == nullptr ? "" : folder->path()));
+    started.push_back(std::string(kind) + ' ' + std::to_string(running->event->logInfo) + " of " +
+                      std::to_string(pid) + (folder == nullptr ? "" : ' ' + folder->path()));
+    held[pid] = running;
 }
 
 }  // namespace
@@ -31,6 +33,17 @@ void note(const char* kind, const CatchRef& running) {
 std::vector<std::string> fake::takeDumpThreads() {
     MutexLock hold(lock);
     return std::exchange(started, {});
+}
+
+std::map<int, CatchRef> fake::heldCatches() {
+    MutexLock hold(lock);
+    return held;
+}
+
+void fake::releaseCatches() {
+    std::map<int, CatchRef> released;
+    MutexLock hold(lock);
+    released.swap(held);
 }
 
 void fake::refuseThreads(bool refuse) {
@@ -46,7 +59,7 @@ void startDumpThread(CatchRef /*running*/, std::function<void()> body) {
 
 void KavelDumpUtilThread::immediateDumpThread(const kavel::CatchRef& running,
                                               kavel::LogFolder::Work work) {
-    // Else a pack that begins before the thread does not wait for it.
+    // Otherwise a pack that begins before the thread does not wait for it.
     EXPECT_EQ(work == nullptr, running->commercial.isCommercial());
     kavel::note("immediate", running);
 }
@@ -56,8 +69,9 @@ void KavelDumpUtilThread::trailContinuousDumpThread(const kavel::CatchRef& runni
 }
 
 void KavelDumpUtilThread::commercialContinuousDumpThread(
-        const kavel::CatchRef& running,
-        const std::function<std::vector<kavel::EventRef>()>& /*ring*/) {
+        const kavel::CatchRef& running, const std::function<std::vector<kavel::EventRef>()>& ring) {
+    // The pack takes the main record's data from the first one.
+    EXPECT_EQ(ring().front(), running->event);
     kavel::note("commercial", running);
 }
 

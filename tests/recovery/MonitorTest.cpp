@@ -17,7 +17,6 @@
 #include <android/log.h>
 #include <gtest/gtest.h>
 
-#include "recovery/RecoveryActions.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProcesses.h"
@@ -27,28 +26,9 @@ namespace android {
 namespace kavel {
 namespace {
 
-std::atomic<int> sRestarts{0};
-std::atomic<int> sPanics{0};
-std::atomic<bool> sTested{false};
 std::atomic<const char*> sRefusedThread{""};  // threads of this name do not start
 
 }  // namespace
-
-// The handler's side of the seam.
-
-int restartFramework() {
-    ++sRestarts;
-    return 0;
-}
-
-int rebootByPanic() {
-    ++sPanics;
-    return 0;
-}
-
-bool isAnrRecoveryTested() {
-    return sTested;
-}
 
 // Takes the place of Thread::run(): the linker wraps the symbol.
 extern "C" status_t __real__ZN7android6Thread3runEPKcim(Thread* self, const char* name,
@@ -62,6 +42,9 @@ extern "C" status_t __wrap__ZN7android6Thread3runEPKcim(Thread* self, const char
 namespace {
 
 constexpr const char* kBootCompleted = "sys.dravo.boot_completed";
+constexpr int kSystemServer = 51;
+const std::string kRestart = "signal 51 9";
+using Deeds = std::vector<std::string>;
 constexpr const char* kFailed = "anr process recover failed, goto ss reboot.";
 
 class MonitorTest : public testing::Test {
@@ -71,11 +54,10 @@ class MonitorTest : public testing::Test {
         fake::resetTime(0);
         fake::onSleep(nullptr);
         fake::onPropertyWait(nullptr);
-        fake::setProcesses({});
+        fake::setProcesses({{kSystemServer, fake::process(1000, "system_server")}});
         base::SetProperty(kBootCompleted, "1");
-        sRestarts = 0;
-        sPanics = 0;
-        sTested = false;
+        fake::takeDeeds();
+        mMonitor.setAnrTesting(false);
         // A sanitizer starts a thread of its own along with the first of ours. Counted in that one:
         // a joined thread may still be seen for a moment.
         std::thread([this] { mThreadsBefore = threadCount() - 1; }).join();
@@ -87,7 +69,9 @@ class MonitorTest : public testing::Test {
         EXPECT_TRUE(test::eventually([this] { return threadCount() == mThreadsBefore; }));
         EXPECT_TRUE(listsBecome(0, 0, 0));
         for (const fake::LogLine& line : fake::logLines()) {
-            EXPECT_EQ(line.text.rfind("[KavelAnrRecoveryMonitor::", 0), 0u) << line.text;
+            const bool isOurs = line.text.rfind("[KavelAnrRecoveryMonitor::", 0) == 0 ||
+                                line.text.rfind("[dravo_kavel ", 0) == 0;
+            EXPECT_TRUE(isOurs) << line.text;
         }
         fake::clearLog();  // under the log's lock: what they logged was before this
     }
@@ -150,7 +134,7 @@ struct Course {
     const char* what;
     std::function<void()> duringWatch;
     std::function<void()> duringBoot;
-    int restarts, panics;
+    Deeds deeds;  // that are left to be seen
     bool userRequest, tested, failed;
 };
 
@@ -160,28 +144,33 @@ TEST_F(MonitorTest, WatchEndsAsItsProcessDoes) {
     const auto nothing = [] {};
     const auto bootAgain = [] {
         EXPECT_EQ(base::GetProperty(kBootCompleted, ""), "0");
-        EXPECT_EQ(sRestarts, 1);
+        EXPECT_EQ(fake::takeDeeds(), Deeds{kRestart});
         base::SetProperty(kBootCompleted, "1");
     };
     const auto end = [] { fake::removeProcess(7); };
     const auto becomeAnother = [] { fake::setProcess(7, fake::process(8)); };
     const auto hide = [] { fake::setProcess(7, {std::nullopt, std::nullopt}); };
     const Course courses[] = {
-            {"gone", end, nothing, 0, 0, false, true, false},
-            {"of another user", becomeAnother, nothing, 0, 0, true, true, false},
-            {"not to be read", hide, nothing, 0, 0, false, true, false},
-            {"there, no test", nothing, nothing, 0, 0, false, false, true},
-            {"there, closed by the user, no test", nothing, nothing, 0, 0, true, false, true},
-            {"there, framework comes back", nothing, bootAgain, 1, 0, false, true, true},
-            {"there, framework stays away", nothing, nothing, 1, 1, true, true, true},
+            {"gone", end, nothing, {}, false, true, false},
+            {"of another user", becomeAnother, nothing, {}, true, true, false},
+            {"not to be read", hide, nothing, {}, false, true, false},
+            {"there, no test", nothing, nothing, {}, false, false, true},
+            {"there, closed by the user, no test", nothing, nothing, {}, true, false, true},
+            {"there, framework comes back", nothing, bootAgain, {}, false, true, true},
+            {"there, framework stays away",
+             nothing,
+             nothing,
+             {kRestart, "panic"},
+             true,
+             true,
+             true},
     };
     for (const Course& course : courses) {
         SCOPED_TRACE(course.what);
         fake::clearLog();
         const size_t sleeps = fake::sleeps().size();
-        sRestarts = 0;
-        sPanics = 0;
-        sTested = course.tested;
+        fake::takeDeeds();
+        mMonitor.setAnrTesting(course.tested);
         base::SetProperty(kBootCompleted, "1");
         fake::setProcess(7, fake::process(10007));
         fake::onSleep([&](uint64_t seconds) {
@@ -193,21 +182,22 @@ TEST_F(MonitorTest, WatchEndsAsItsProcessDoes) {
         const int seconds = course.userRequest ? 5 : 30;
         ASSERT_TRUE(fake::awaitLog("monitor timeout(" + std::to_string(seconds) + ")."));
         ASSERT_TRUE(listsBecome(0, 0, 0));
+        const bool isPanic = course.deeds.size() == 2;
         EXPECT_EQ(fake::sleeps()[sleeps], static_cast<uint64_t>(seconds));
         EXPECT_EQ(fake::logCount(kFailed), course.failed ? 1u : 0u);
-        EXPECT_EQ(sRestarts, course.restarts);
-        EXPECT_EQ(sPanics, course.panics);
-        EXPECT_EQ(fake::sleeps().back() == 300, course.panics == 1);
-        EXPECT_EQ(fake::logCount("start reboot recover, ss recover failed."),
-                  course.panics == 1 ? 1u : 0u);
-        EXPECT_EQ(base::GetProperty(kBootCompleted, ""), course.panics == 1 ? "0" : "1");
+        EXPECT_EQ(fake::takeDeeds(), course.deeds);
+        EXPECT_EQ(fake::sleeps().back() == 300, isPanic);
+        EXPECT_EQ(fake::logCount("start reboot recover, ss recover failed."), isPanic ? 1u : 0u);
+        EXPECT_EQ(base::GetProperty(kBootCompleted, ""), isPanic ? "0" : "1");
     }
 }
 
 // Would catch a watch of a process that was never there, an entry that a cancel cannot find, and a
 // cancel that outlives its watch and ends the next one of that process.
 TEST_F(MonitorTest, WatchOfAnUnreadableProcessStaysListedUntilCancelled) {
-    fake::setProcesses({{1, {std::nullopt, std::nullopt}}, {2, {"Name:\tx\n", std::nullopt}}});
+    fake::setProcesses({{1, {std::nullopt, std::nullopt}},
+                        {kSystemServer, fake::process(1000, "system_server")},
+                        {2, {"Name:\tx\n", std::nullopt}}});
     for (const int pid : {1, 2, 3}) mMonitor.monitor(pid, false);
     ASSERT_TRUE(fake::awaitLog("read A proc failed.", 3));
     EXPECT_EQ(fake::logCount("Unable to read /proc/1/status"), 1u);
@@ -225,7 +215,7 @@ TEST_F(MonitorTest, WatchOfAnUnreadableProcessStaysListedUntilCancelled) {
 
 // Would catch a cancelled watch that is taken further, and a cancel that compares more than pids.
 TEST_F(MonitorTest, CancelInTimeEndsTheWatchQuietly) {
-    sTested = true;
+    mMonitor.setAnrTesting(true);
     for (const bool userRequest : {false, true}) {
         fake::clearLog();
         startHeldWatches({7}, userRequest);
@@ -238,7 +228,7 @@ TEST_F(MonitorTest, CancelInTimeEndsTheWatchQuietly) {
                 1u);
         EXPECT_EQ(fake::logCount(kFailed), 0u);
     }
-    EXPECT_EQ(sRestarts, 0);
+    EXPECT_EQ(fake::takeDeeds(), Deeds());
 }
 
 // Would catch an end that is applied to the wrong watch of its process, or to both.
@@ -348,14 +338,14 @@ TEST_F(MonitorTest, UnlistedWatchCancelsAllOthers) {
 
 // Would catch an escalation that lets others in, or that never lets them in again.
 TEST_F(MonitorTest, RequestsWaitForAnEscalationAndThenProceed) {
-    sTested = true;
+    mMonitor.setAnrTesting(true);
     std::promise<void> begun;
     std::promise<void> goOn;
     fake::onPropertyWait([&](const std::string& name) {
         EXPECT_EQ(name, kBootCompleted);
         begun.set_value();
         goOn.get_future().wait();
-        sTested = false;
+        mMonitor.setAnrTesting(false);
         base::SetProperty(kBootCompleted, "1");
     });
     fake::setProcess(7, fake::process(10007));
@@ -373,8 +363,7 @@ TEST_F(MonitorTest, RequestsWaitForAnEscalationAndThenProceed) {
     ASSERT_TRUE(fake::awaitLog("monitor timeout(5)."));
     ASSERT_TRUE(fake::awaitLog("cancel invalid pid(9)."));
     EXPECT_TRUE(listsBecome(0, 0, 0));
-    EXPECT_EQ(sRestarts, 1);
-    EXPECT_EQ(sPanics, 0);
+    EXPECT_EQ(fake::takeDeeds(), Deeds{kRestart});
 }
 
 // Would catch a race on lists or references, a lost request, and an entry that stays behind.

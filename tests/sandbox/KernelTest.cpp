@@ -7,7 +7,7 @@
 
 #include "core/KavelRecvKeventFunc.h"
 #include "core/PlxFile.h"
-#include "event/EventIntake.h"
+#include "handler/KavelEventHandler.h"
 #include "tests/core/Messages.h"
 #include "tests/core/TestKernel.h"
 #include "tests/fake/TempDir.h"
@@ -19,9 +19,10 @@ namespace {
 // A kernel report that ends anywhere short of the archive a binder report would get.
 TEST(KernelTest, EventBecomesAnArchive) {
     constexpr int64_t kEvent = 257;
-    eventParameters().updateEventParams(kEvent, true, 0);
-    eventParameters().setTimeWindow(kEvent, 60'000);
-    eventParameters().setEventIdMap(0, kEvent, "kernel");
+    EventParameters& parameters = KavelEventHandler::getInstance().parameters();
+    parameters.updateEventParams(kEvent, true, 0);
+    parameters.setTimeWindow(kEvent, 60'000);
+    parameters.setEventIdMap(0, kEvent, "kernel");
 
     TestKernel kernel;
     kernel.messages = {familyReply(0x1c),

@@ -17,7 +17,7 @@
 #include "core/KavelKeventThread.h"
 #include "core/KavelRecvKeventFunc.h"
 #include "core/KeventDecoder.h"
-#include "tests/core/FakeUpperRooms.h"
+#include "tests/core/FakeHandler.h"
 #include "tests/core/Messages.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
@@ -75,8 +75,8 @@ CommonPlxServiceManager::Pairs pairsByScanf(const std::string& payload) {
     return isWhole ? pairs : CommonPlxServiceManager::Pairs{};
 }
 
-std::vector<fake::Intake> intakesByScanf(const std::string& message) {
-    fake::Intake intake = {};
+std::vector<KavelReport> intakesByScanf(const std::string& message) {
+    KavelReport intake = {};
     bool isBad = false;
     splitAt(message, ".", [&](const char* token) {
         Buffer key = {};
@@ -99,19 +99,19 @@ std::vector<fake::Intake> intakesByScanf(const std::string& message) {
         }
         return !isBad;
     });
-    return isBad ? std::vector<fake::Intake>{} : std::vector<fake::Intake>{intake};
+    return isBad ? std::vector<KavelReport>{} : std::vector<KavelReport>{intake};
 }
 
 void check(const kavel_kevent_packet& packet) {
     const auto uploads = fake::takeUploads();
-    const auto intakes = fake::takeIntakes();
+    const auto intakes = fake::takeReports();
     const auto pairs = packet.type == KEVENT_TYPE_STATISTIC ? pairsByScanf(packet.payload)
                                                             : CommonPlxServiceManager::Pairs{};
     require(uploads.size() == (pairs.empty() ? 0 : 1), "the same statistics");
     if (!pairs.empty()) require(uploads[0].data == pairs, "the same pairs");
 
     const auto expected = packet.type == KEVENT_TYPE_EVENT ? intakesByScanf(packet.payload)
-                                                           : std::vector<fake::Intake>{};
+                                                           : std::vector<KavelReport>{};
     require(intakes.size() == expected.size(), "the same events");
     if (!intakes.empty()) {
         require(intakes[0].eventId == expected[0].eventId, "the same event id");

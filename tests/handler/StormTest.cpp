@@ -13,11 +13,11 @@
 #include <android-base/properties.h>
 #include <gtest/gtest.h>
 
+#include "core/KavelBinderService.h"
 #include "core/KavelRecvKeventFunc.h"
 #include "dump/LogFolderName.h"
 #include "dump/TechnicalCatches.h"
-#include "event/EventIntake.h"
-#include "event/KavelBinderService.h"
+#include "handler/KavelEventHandler.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
@@ -47,13 +47,14 @@ long kind(int report) {
     return kKinds[static_cast<size_t>(report) % std::size(kKinds)];
 }
 
-struct Counts {
-    std::map<long, size_t> reported;
-    std::atomic<size_t> handled{0};
-};
+using Counts = std::map<long, size_t>;  // of the reports of each type
+
+KavelEventHandler& handler() {
+    return KavelEventHandler::getInstance();
+}
 
 void configure() {
-    EventParameters& parameters = eventParameters();
+    EventParameters& parameters = handler().parameters();
     for (const long eventId : kKinds) {
         parameters.updateEventParams(eventId, eventId != kDisabled, 0);
         parameters.setTimeWindow(eventId, eventId == kAlone ? 0 : 10'000);
@@ -62,21 +63,22 @@ void configure() {
 }
 
 /** Reports from all threads at once. */
-void storm(bool timeMoves, Counts& counts) {
+Counts storm(bool timeMoves) {
     fake::tickAtEachReading();  // so that each folder has a name of its own
-    for (int i = 0; i < kThreads * kReports; ++i) ++counts.reported[kind(i)];
+    Counts reported;
+    for (int i = 0; i < kThreads * kReports; ++i) ++reported[kind(i)];
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([t, timeMoves, &counts] {
+        threads.emplace_back([t, timeMoves] {
             for (int i = t * kReports; i < (t + 1) * kReports; ++i) {
-                const long eventId = kind(i);
-                counts.handled += intakeKavelEvent(eventId, 0x3, i, t, "com.a");
+                handler().report({kind(i), 0x3, i, t, "com.a"});
                 if (i % 50 == 0) configure();
                 if (timeMoves && i % 25 == 0) fake::advance(31);
             }
         });
     }
     for (std::thread& thread : threads) thread.join();
+    return reported;
 }
 
 std::string between(const std::string& text, const std::string& from, const std::string& to) {
@@ -126,7 +128,7 @@ void reportByKernel() {
 }
 
 // Would catch a time of arrival that is taken before the handler is there.
-TEST(Intake, FirstReportMakesTheHandlerBeforeItsTime) {
+TEST(Report, FirstReportMakesTheHandlerBeforeItsTime) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process of its own for each way in
     EXPECT_EXIT(_exit(firstReport(reportOverBinder)), testing::ExitedWithCode(0), "");
     EXPECT_EXIT(_exit(firstReport(reportByKernel)), testing::ExitedWithCode(0), "");
@@ -134,14 +136,14 @@ TEST(Intake, FirstReportMakesTheHandlerBeforeItsTime) {
 
 // Would catch a clock set back without a line, a line for a correction or for time that goes on,
 // and one that comes twice.
-TEST(Intake, ClockThatIsSetBackIsLogged) {
+TEST(Report, ClockThatIsSetBackIsLogged) {
     fake::captureLog();
     fake::resetTime(2'000'000'000'000'000);
     const auto linesAfter = [](int64_t seconds) {
         fake::clearLog();
         fake::stepWallClock(seconds);
-        for (int i = 0; i < 2; ++i) intakeKavelEvent(kDisabled, 0, 0, 0, "");
-        return fake::logCount("[intakeKavelEvent]: the wall clock was set back");
+        for (int i = 0; i < 2; ++i) handler().report({kDisabled, 0, 0, 0, ""});
+        return fake::logCount("[report]: the wall clock was set back");
     };
     const std::pair<int64_t, size_t> rows[] = {{0, 0}, {3600, 0}, {-1, 0}, {-2, 1}, {0, 0}, {5, 0}};
     for (const auto& [seconds, lines] : rows) EXPECT_EQ(linesAfter(seconds), lines) << seconds;
@@ -150,18 +152,6 @@ TEST(Intake, ClockThatIsSetBackIsLogged) {
     EXPECT_EQ(linesAfter(-7190), 1U) << "less than the time since the last report";
     linesAfter(-7200);
     EXPECT_EQ(fake::logCount("set back, by at least 7200000 ms."), 1U);
-}
-
-// Would catch a dropped report whose line does not say which it was, and a text that begins a line
-// of its own there.
-TEST(Intake, DroppedReportIsNamedInOneLine) {
-    fake::captureLog();
-    eventParameters().updateEventParams(kMalformed, true, 0);
-    fake::clearLog();
-    EXPECT_FALSE(intakeKavelEvent(kMalformed, 0, 7, 1000, "a\nE b\x7f\xc3\xa4"));
-    EXPECT_EQ(fake::takeLog().back(),
-              "E KavelBinder: [buildNewKavelEvent]: report of eventId 0x3 dropped: the extra text "
-              "is too short for its keys; pid 7, uid 1000, extra text: a\\x0aE b\\x7f\xc3\xa4");
 }
 
 class Storm : public testing::TestWithParam<bool> {};
@@ -177,8 +167,7 @@ TEST_P(Storm, EveryCatchEnds) {
     fake::resetTime(1'709'802'302'007'000 + (GetParam() ? 3'600'000'000 : 0));
     fake::holdSleeps(true);
     configure();
-    Counts counts;
-    storm(GetParam(), counts);
+    Counts reported = storm(GetParam());
     fake::holdSleeps(false);
     ASSERT_TRUE(test::eventually([] {
         return fake::commandCount("mkdir /data/persist_log/kavel30/") ==
@@ -186,11 +175,9 @@ TEST_P(Storm, EveryCatchEnds) {
                staged() == 0;
     }));
 
-    EXPECT_EQ(fake::logCount("is Disable! value: 0"), counts.reported[kDisabled]);
-    EXPECT_EQ(fake::logCount("report of eventId 0x3 dropped"), counts.reported[kMalformed]);
-    EXPECT_EQ(counts.handled, size_t{kThreads} * kReports - counts.reported[kDisabled] -
-                                      counts.reported[kMalformed]);
-    EXPECT_EQ(fake::logCount("don't catchlog, just return"), counts.reported[kNoLog]);
+    EXPECT_EQ(fake::logCount("is Disable! value: 0"), reported[kDisabled]);
+    EXPECT_EQ(fake::logCount("report of eventId 0x3 dropped"), reported[kMalformed]);
+    EXPECT_EQ(fake::logCount("don't catchlog, just return"), reported[kNoLog]);
     // These lines mean that an entry of the table was lost to another record of the same id.
     EXPECT_EQ(fake::logCount("no event "), 0u);
 
@@ -212,19 +199,18 @@ TEST_P(Storm, EveryCatchEnds) {
         if (command.find("EventType:alone") != std::string::npos) liveIds.insert(id);
     }
     const size_t refused = fake::logCount("placeKavelEvent failed or event dumped");
-    EXPECT_EQ(caught, counts.reported[kCombined] + counts.reported[kAlone] +
-                              counts.reported[kAbnormal] - refused);
+    EXPECT_EQ(caught, reported[kCombined] + reported[kAlone] + reported[kAbnormal] - refused);
     EXPECT_GT(refused, 0u);
     // A refused record goes no further.
-    EXPECT_EQ(fake::logCount("kavel event upload"), caught + counts.reported[kNoLog]);
-    EXPECT_GT(made.size(), counts.reported[kAlone]);
+    EXPECT_EQ(fake::logCount("kavel event upload"), caught + reported[kNoLog]);
+    EXPECT_GT(made.size(), reported[kAlone]);
     for (const std::string& folder : made) {
         const std::string path = "/data/persist_log/kavel30/" + folder;
         EXPECT_EQ(fake::commandCount("tar czf " + path + ".tar.gz"), 1u) << folder;
         EXPECT_EQ(fake::commandCount("rm -rf " + path), 1u) << folder;
     }
     fake::clearLog();
-    EXPECT_TRUE(intakeKavelEvent(kNoLog, 0, 0, 0, ""));
+    handler().report({kNoLog, 0, 0, 0, ""});
     EXPECT_EQ(fake::logCount("[dravo_kavel showAllKavelEvents]:"), 31u);
 }
 
@@ -239,12 +225,11 @@ TEST_P(Storm, CommercialCatchesEndOrAreKept) {
     fake::resetShell(fake::carryOut);
     fake::resetTime(1'709'902'302'007'000 + (GetParam() ? 3'600'000'000 : 0));
     configure();
-    Counts counts;
-    storm(GetParam(), counts);
+    Counts reported = storm(GetParam());
     base::SetProperty("persist.kavel.user_panic_for_debug", "");
 
     const size_t actions =
-            counts.reported[kAbnormal] -
+            reported[kAbnormal] -
             fake::logCount("[placeKavelEvent]: Event dumped since duplicate abnormal action") -
             fake::logCount(
                     "[kavelEventHandleThread]: Event dumped since duplicate abnormal action");

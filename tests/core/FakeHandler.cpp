@@ -1,8 +1,6 @@
-#include "tests/core/FakeUpperRooms.h"
+#include "tests/core/FakeHandler.h"
 
 #include <utility>
-
-#include "event/EventIntake.h"
 
 namespace android {
 namespace kavel {
@@ -10,7 +8,7 @@ namespace fake {
 namespace {
 
 std::vector<Upload> sUploads;
-std::vector<Intake> sIntakes;
+std::vector<KavelReport> sReports;
 bool sHasService = true;
 
 class Client : public CommonPlxServiceManager {
@@ -25,8 +23,8 @@ std::vector<Upload> takeUploads() {
     return std::exchange(sUploads, {});
 }
 
-std::vector<Intake> takeIntakes() {
-    return std::exchange(sIntakes, {});
+std::vector<KavelReport> takeReports() {
+    return std::exchange(sReports, {});
 }
 
 void setStatisticService(bool isThere) {
@@ -35,12 +33,15 @@ void setStatisticService(bool isThere) {
 
 }  // namespace fake
 
-bool intakeKavelEvent(long eventId, long logInfo, int pid, int uid, const std::string& extraInfo) {
-    fake::sIntakes.push_back({eventId, logInfo, pid, uid, extraInfo});
-    return true;
-}
-
 }  // namespace kavel
+
+ANDROID_SINGLETON_STATIC_INSTANCE(KavelEventHandler)
+
+KavelEventHandler::KavelEventHandler() = default;
+
+void KavelEventHandler::report(const KavelReport& report) {
+    kavel::fake::sReports.push_back(report);
+}
 
 CommonPlxServiceManager* CommonPlxServiceManager::getDefaultCommonPlxServiceManager() {
     static kavel::fake::Client client;

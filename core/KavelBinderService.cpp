@@ -1,11 +1,11 @@
-#include "event/KavelBinderService.h"
+#include "core/KavelBinderService.h"
 
 #include <exception>
 #include <string>
 
 #include <utils/String8.h>
 
-#include "event/EventIntake.h"
+#include "handler/KavelEventHandler.h"
 #include "platform/Log.h"
 
 namespace android {
@@ -21,7 +21,7 @@ void KavelBinderService::sendFrameworkEvent(long eventId, long timestamp, long l
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent uid: %d", uid);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent extraInfo: %s", extraText.c_str());
 
-    kavel::intakeKavelEvent(eventId, logInfo, pid, uid, extraText);
+    KavelEventHandler::getInstance().report({eventId, logInfo, pid, uid, extraText});
 }
 
 void KavelBinderService::updateEventParams(long eventId, String16 eventName, bool isEnable,
@@ -32,7 +32,7 @@ void KavelBinderService::updateEventParams(long eventId, String16 eventName, boo
                "%ld,recoverId: %ld",
                eventId, isEnable, reportFreq, timeWindow, recoverId);
     try {
-        kavel::EventParameters& parameters = kavel::eventParameters();
+        kavel::EventParameters& parameters = KavelEventHandler::getInstance().parameters();
         parameters.updateEventParams(eventId, isEnable, reportFreq);
         parameters.setTimeWindow(eventId, timeWindow);
         parameters.setRecoverId(eventId, recoverId);

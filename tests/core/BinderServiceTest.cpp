@@ -1,42 +1,19 @@
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "event/EventIntake.h"
-#include "event/KavelBinderService.h"
+#include "core/KavelBinderService.h"
+#include "handler/KavelEventHandler.h"
+#include "tests/core/FakeHandler.h"
 #include "tests/fake/FakeLog.h"
 
 namespace android {
-namespace kavel {
 namespace {
 
 // Event, log-info, pid, uid, extra text.
 using Report = std::tuple<long, long, int, int, std::string>;
-
-std::vector<Report> reports;
-
-}  // namespace
-
-// The handler's side of the intake seam.
-
-EventParameters& eventParameters() {
-    static auto* parameters = new EventParameters;
-    return *parameters;
-}
-
-bool intakeKavelEvent(long eventId, long logInfo, int pid, int uid, const std::string& extraInfo) {
-    reports.emplace_back(eventId, logInfo, pid, uid, extraInfo);
-    return true;
-}
-
-}  // namespace kavel
-
-namespace {
-
-using kavel::Report;
 
 constexpr uint32_t kSend = 1;
 constexpr uint32_t kUpdate = 2;
@@ -60,12 +37,12 @@ class KavelBinder : public testing::Test {
     }
 
     const sp<KavelBinderService> mService = new KavelBinderService;
-    kavel::EventParameters& mParameters = kavel::eventParameters();
+    kavel::EventParameters& mParameters = KavelEventHandler::getInstance().parameters();
 };
 
 // Would catch fields read in another order or width than clients write them, a truncated text, a
 // short request that is refused or read beyond its end.
-TEST_F(KavelBinder, ReportGoesToIntake) {
+TEST_F(KavelBinder, ReportGoesToTheHandler) {
     Parcel whole;
     request(&whole, {0x10000001, -7, -2});  // event, the reporter's clock, log-info
     for (const int32_t number : {11, 2000}) whole.writeInt32(number);
@@ -75,7 +52,12 @@ TEST_F(KavelBinder, ReportGoesToIntake) {
     for (const Parcel* data : {&whole, &bare}) EXPECT_EQ(transact(kSend, *data), NO_ERROR);
     const std::vector<Report> expected = {{0x10000001, -2, 11, 2000, "caf\xc3\xa9"},
                                           {0, 0, 0, 0, ""}};
-    EXPECT_EQ(std::exchange(kavel::reports, {}), expected);
+    std::vector<Report> reports;
+    for (const KavelReport& report : kavel::fake::takeReports()) {
+        reports.emplace_back(report.eventId, report.logInfo, report.pid, report.uid,
+                             report.extraInfo);
+    }
+    EXPECT_EQ(reports, expected);
 }
 
 // Would catch settings that end in the wrong table, and a name kept beside a recover id.
@@ -155,7 +137,7 @@ TEST_F(KavelBinder, OtherTokensAndCodesDoNotReachTheObject) {
     EXPECT_EQ(transact(kSend, Parcel()), PERMISSION_DENIED);
     Parcel data;
     EXPECT_EQ(transact(3, *request(&data, {})), UNKNOWN_TRANSACTION);
-    EXPECT_TRUE(kavel::reports.empty());
+    EXPECT_TRUE(kavel::fake::takeReports().empty());
 }
 
 // Would catch a proxy for an object of this process, a local pointer for another interface, a null

@@ -3,11 +3,12 @@
 #include <string>
 #include <vector>
 
+#include "handler/KavelEventHandler.h"
 #include "platform/CommonPlxServiceManager.h"
 
 namespace android::kavel::fake {
 
-// Takes the place of the event handling and of the data-collection client.
+// Takes the place of the handler's report() and of the data-collection client.
 
 struct Upload {
     std::string tag;
@@ -15,17 +16,9 @@ struct Upload {
     CommonPlxServiceManager::Pairs data;
 };
 
-struct Intake {
-    long eventId;
-    long logInfo;
-    int pid;
-    int uid;
-    std::string extraInfo;
-};
-
 /** What has been uploaded, or reported, since the last call. */
 std::vector<Upload> takeUploads();
-std::vector<Intake> takeIntakes();
+std::vector<KavelReport> takeReports();
 /** Whether the device has a data-collection service; it has at first. */
 void setStatisticService(bool isThere);
 

@@ -4,7 +4,7 @@
 
 namespace android {
 
-/** Implementation of "KavelBinderService": passes the framework's calls to the intake. */
+/** Implementation of "KavelBinderService": passes the framework's calls to the handler. */
 class KavelBinderService : public BnKavelBinder {
   public:
     void sendFrameworkEvent(long eventId, long timestamp, long logInfo, int pid, int uid,

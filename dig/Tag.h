@@ -1,4 +1,0 @@
-#pragma once
-
-/** Log tag of the control socket and the matcher. */
-#define KAVEL_TAG_SOCKET "kavel_socket"
