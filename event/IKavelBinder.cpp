@@ -10,7 +10,6 @@ namespace android {
 // here.
 
 const String16 IKavelBinder::descriptor("KavelBinder");
-sp<IKavelBinder> IKavelBinder::default_impl;
 
 IKavelBinder::IKavelBinder() = default;
 IKavelBinder::~IKavelBinder() = default;
@@ -20,16 +19,6 @@ sp<IKavelBinder> IKavelBinder::asInterface(const sp<IBinder>& binder) {
     const sp<IInterface> local = binder->queryLocalInterface(descriptor);
     if (local != nullptr) return static_cast<IKavelBinder*>(local.get());
     return new BpKavelBinder(binder);
-}
-
-bool IKavelBinder::setDefaultImpl(sp<IKavelBinder> impl) {
-    if (impl == nullptr) return false;
-    default_impl = impl;
-    return true;
-}
-
-const sp<IKavelBinder>& IKavelBinder::getDefaultImpl() {
-    return default_impl;
 }
 
 const String16& IKavelBinder::getInterfaceDescriptor() const {

@@ -25,11 +25,6 @@ class IKavelBinder : public IInterface {
 
     /** Returns @p binder if it is a local object, otherwise a new proxy; null for a null binder. */
     static sp<IKavelBinder> asInterface(const sp<IBinder>& binder);
-    /**
-     * Replaces the default implementation. Returns false and changes nothing if @p impl is null.
-     */
-    static bool setDefaultImpl(sp<IKavelBinder> impl);
-    static const sp<IKavelBinder>& getDefaultImpl();
 
     virtual const String16& getInterfaceDescriptor() const;
 
@@ -55,9 +50,6 @@ class IKavelBinder : public IInterface {
   protected:
     IKavelBinder();
     ~IKavelBinder() override;
-
-  private:
-    static sp<IKavelBinder> default_impl;
 };
 
 /** Client side: writes each call into a parcel and sends it one-way. */

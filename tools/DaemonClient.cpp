@@ -56,7 +56,7 @@ void callDaemon(const Call& call) {
                            " is not running (is dravo_kavel started, and may this user reach it?)");
     }
     const sp<StatusRelay> relay = new StatusRelay(remote);
-    const sp<IKavelBinder> daemon = new BpKavelBinder(relay);
+    const sp<IKavelBinder> daemon = interface_cast<IKavelBinder>(relay);
     call(*daemon);
     if (relay->status() != NO_ERROR) throw CommandError(statusText(relay->status()));
 }

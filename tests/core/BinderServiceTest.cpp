@@ -140,21 +140,14 @@ TEST_F(KavelBinder, OtherTokensAndCodesDoNotReachTheObject) {
     EXPECT_TRUE(kavel::fake::takeReports().empty());
 }
 
-// Would catch a proxy for an object of this process, a local pointer for another interface, a null
-// default that replaces, and one that is set only once.
-TEST_F(KavelBinder, InterfacesAndTheDefault) {
+// Would catch a proxy for an object of this process, and a local pointer for another interface.
+TEST_F(KavelBinder, OnlyARemoteObjectGetsAProxy) {
     EXPECT_EQ(IKavelBinder::asInterface(nullptr), nullptr);
     EXPECT_EQ(IKavelBinder::asInterface(mService).get(), mService.get());
     const sp<IBinder> stranger = new BBinder;
     const sp<IKavelBinder> proxy = IKavelBinder::asInterface(stranger);
     ASSERT_NE(proxy, nullptr);
     EXPECT_EQ(IInterface::asBinder(proxy), stranger);
-
-    EXPECT_EQ(IKavelBinder::getDefaultImpl(), nullptr);
-    EXPECT_TRUE(IKavelBinder::setDefaultImpl(new KavelBinderService));
-    EXPECT_TRUE(IKavelBinder::setDefaultImpl(mService));
-    EXPECT_FALSE(IKavelBinder::setDefaultImpl(nullptr));
-    EXPECT_EQ(IKavelBinder::getDefaultImpl().get(), mService.get());
 }
 
 }  // namespace
