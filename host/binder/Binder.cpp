@@ -77,8 +77,8 @@ BBinder* BBinder::localBinder() {
     return this;
 }
 
-// Holds its reference to the remote object until it is destroyed. The header's other variant, in
-// which a weak reference revives a proxy, is not used here.
+// Holds a strong reference to the remote object for its whole life. The header also allows weak
+// references that revive a proxy; the phone's programs do not need them.
 BpRefBase::BpRefBase(const sp<IBinder>& o) : mRemote(o.get()), mRefs(nullptr), mState(0) {
     if (mRemote != nullptr) mRemote->incStrong(this);
 }

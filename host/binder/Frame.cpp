@@ -16,8 +16,8 @@ namespace {
 using base::unique_fd;
 
 constexpr uint32_t kMagic = 0x3142564b;  // "KVB1"
-// A body above this size travels as a memory file beside the header: a packet must fit the
-// socket's send buffer, and a call may be larger than that.
+// Maximum size of a body in a packet. A larger one is sent as a memory file, because it may not fit
+// into the socket's send buffer.
 constexpr size_t kInlineLimit = size_t{64} * 1024;
 
 struct Header {
@@ -47,7 +47,7 @@ unique_fd memoryWith(const uint8_t* body, size_t size) {
 }
 
 bool readMemory(int memory, std::vector<uint8_t>* body) {
-    // Only memory files know seals: reading anything else could block.
+    // Only memory files have seals. A read from any other descriptor could block.
     if (fcntl(memory, F_GET_SEALS) < 0) return false;
     for (size_t done = 0; done < body->size();) {
         const ssize_t count = TEMP_FAILURE_RETRY(
@@ -69,7 +69,7 @@ unique_fd takeDescriptor(msghdr* message) {
     return unique_fd(fd);
 }
 
-bool isSound(const Header& header, size_t length) {
+bool isValid(const Header& header, size_t length) {
     if (length < sizeof(header) || header.magic != kMagic) return false;
     if (header.size > kTransactionSpace) return false;
     return length == sizeof(header) + (isAttached(header.size) ? 0 : header.size);
@@ -110,7 +110,7 @@ int receiveFrame(int fd, int flags, Frame* frame) {
             TEMP_FAILURE_RETRY(recv(fd, &header, sizeof(header), flags | MSG_PEEK | MSG_TRUNC));
     if (length < 0) return errno;
     if (length == 0) return EPIPE;
-    if (!isSound(header, static_cast<size_t>(length))) return EBADMSG;
+    if (!isValid(header, static_cast<size_t>(length))) return EBADMSG;
 
     frame->code = header.code;
     frame->flags = header.flags;

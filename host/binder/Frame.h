@@ -6,12 +6,12 @@
 
 namespace android::kavel::host {
 
-/** Room of one process for calls in flight: what the driver maps for it, 1 MiB less two pages. */
+/** Maximum bytes of the pending calls of a process: the driver's mapping, 1 MiB less two pages. */
 inline constexpr size_t kTransactionSpace = (size_t{1} << 20) - 2 * size_t{4096};
-/** The part of it that one-way calls may take. */
+/** Maximum bytes of the pending one-way calls of a process. */
 inline constexpr size_t kOneWaySpace = kTransactionSpace / 2;
 
-/** One call or one answer. */
+/** A call or an answer. */
 struct Frame {
     uint32_t code = 0;   ///< transaction code of a call, status of an answer
     uint32_t flags = 0;  ///< IBinder's transaction flags; 0 in an answer
@@ -22,7 +22,7 @@ struct Frame {
  * Sends one frame on a seqpacket socket, as a whole or not at all.
  *
  * @param flags  for sendmsg, besides MSG_NOSIGNAL
- * @return 0, or the errno of the failure (EPIPE or ECONNRESET where the peer is gone)
+ * @return 0, or the errno of the failure (EPIPE or ECONNRESET if the peer has gone)
  */
 int sendFrame(int fd, int flags, uint32_t code, uint32_t transactionFlags, const uint8_t* body,
               size_t size);
@@ -31,8 +31,8 @@ int sendFrame(int fd, int flags, uint32_t code, uint32_t transactionFlags, const
  * Receives one frame.
  *
  * @param flags  for recvmsg
- * @return 0, EPIPE where the peer has closed, EBADMSG for anything that is no frame, or the errno;
- *         ECONNRESET says that the peer closed without reading all that was sent to it
+ * @return 0; EPIPE if the peer has closed the connection, ECONNRESET if it did so before it had
+ *         read everything; EBADMSG for an invalid frame; or another errno
  */
 int receiveFrame(int fd, int flags, Frame* frame);
 

@@ -8,8 +8,8 @@
 
 #include "host/binder/ParcelToken.h"
 
-// The buffer and the writing side, as far as the phone's programs use it; ParcelRead.cpp reads.
-// Layout as on the phone: every value is padded to four bytes, and bool takes four.
+// The buffer and those write functions that the phone's programs use. The layout is the phone's:
+// each value is padded to four bytes, and a bool takes four.
 namespace android {
 
 using kavel::host::kTokenMark;
@@ -109,7 +109,7 @@ status_t Parcel::errorCheck() const {
     return mError;
 }
 
-/** Makes the @p len bytes from the position on part of the data. */
+/** Extends the data with zeros, if necessary, to @p len bytes after the current position. */
 status_t Parcel::growData(size_t len) {
     if (mError != NO_ERROR) return mError;
     if (len > INT32_MAX || mDataPos > INT32_MAX - len) return BAD_VALUE;
@@ -182,7 +182,7 @@ status_t Parcel::writeString16(const char16_t* str, size_t len) {
 }
 
 status_t Parcel::writeInterfaceToken(const String16& interface) {
-    // As on the phone, before the name: strict mode policy, work source, partition mark.
+    // As on the phone, three words precede the name: strict mode policy, work source, partition.
     for (const int32_t word : {0, IPCThreadState::kUnsetWorkSource, kTokenMark}) {
         const status_t status = writeInt32(word);
         if (status != NO_ERROR) return status;

@@ -9,8 +9,8 @@
 
 #include "host/binder/ParcelToken.h"
 
-// The reading side. A read beyond the end returns NOT_ENOUGH_DATA and does not move the position;
-// the value is zero then, a string empty.
+// The read functions. If a number is beyond the end, the status is NOT_ENOUGH_DATA, the value is 0
+// and the position does not change. A string that cannot be read is empty.
 namespace android {
 
 using kavel::host::kTokenMark;
@@ -45,7 +45,7 @@ T Parcel::readAligned() const {
     return value;
 }
 
-// NOLINTBEGIN(bugprone-macro-parentheses): a type cannot have any.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type must not be in parentheses.
 #define READ_VALUE(NAME, TYPE, WIRE_TYPE)                   \
     status_t Parcel::read##NAME(TYPE* pArg) const {         \
         WIRE_TYPE value{};                                  \

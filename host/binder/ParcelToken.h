@@ -4,7 +4,7 @@
 
 namespace android::kavel::host {
 
-/** The word before the interface's name in a call of the system partition's libbinder. */
+/** Word that the system partition's libbinder writes before the interface name of a call. */
 inline constexpr int32_t kTokenMark = B_PACK_CHARS('S', 'Y', 'S', 'T');
 
 }  // namespace android::kavel::host

@@ -13,7 +13,7 @@
 namespace android {
 namespace {
 
-constexpr size_t kDefaultMaxThreads = 15;  // libbinder's own default
+constexpr size_t kDefaultMaxThreads = 15;  // as in libbinder
 
 }  // namespace
 
@@ -59,7 +59,7 @@ String8 ProcessState::makeBinderThreadName() {
     return String8::format("Binder:%d_%X", getpid(), ++mThreadPoolSeq);
 }
 
-/** The first thread is always started, the others as far as the pool may grow. */
+/** Starts a pool thread: always the main one, others only up to the maximum. */
 void ProcessState::spawnPooledThread(bool isMain) {
     const AutoMutex lock(mLock);
     if (!mThreadPoolStarted) return;

@@ -19,10 +19,10 @@ namespace {
 using base::unique_fd;
 
 constexpr size_t kMaxIdleConnections = 4;
-// A server may close a connection that it has not used for long just as a call sets out on it.
+// Maximum number of attempts: a server may close an idle connection just before a call is sent.
 constexpr int kAttempts = 3;
-// The server takes one-way calls at once; only a stopped one makes their sender wait, and no
-// longer.
+// Maximum wait of the sender of a one-way call. A server accepts the call at once, unless it is
+// stopped.
 constexpr int kOneWayTimeoutMs = 5000;
 
 int receiveAnswer(int fd, bool isOneWay, Frame* answer) {
@@ -59,16 +59,16 @@ status_t Proxy::transact(uint32_t code, const Parcel& data, Parcel* reply, uint3
         if (!connection.ok()) error = openConnection(&connection);
         if (!connection.ok()) break;
         Frame answer;
-        bool isTaken = true;
-        error = exchange(connection, code, data, flags, &answer, &isTaken);
+        bool mayHaveArrived = true;
+        error = exchange(connection, code, data, flags, &answer, &mayHaveArrived);
         if (error == 0) {
             keepIdle(std::move(connection));
             const auto status = static_cast<status_t>(answer.code);
             if (status != NO_ERROR || reply == nullptr || (flags & FLAG_ONEWAY) != 0) return status;
             return reply->setData(answer.body.data(), answer.body.size());
         }
-        if (isTaken) break;
-        closeIdle();  // as old as the one that failed
+        if (mayHaveArrived) break;
+        closeIdle();  // the others are as old as the one that failed
     }
     if (!meansDead(error)) {
         ALOGE("call %u failed: %s", code, strerror(error));
@@ -80,15 +80,15 @@ status_t Proxy::transact(uint32_t code, const Parcel& data, Parcel* reply, uint3
 }
 
 int Proxy::exchange(const unique_fd& connection, uint32_t code, const Parcel& data, uint32_t flags,
-                    Frame* answer, bool* isTaken) {
+                    Frame* answer, bool* mayHaveArrived) {
     const int sent = sendFrame(connection.get(), 0, code, flags, data.data(), data.dataSize());
     if (sent != 0) {
-        // A closed connection, which nothing can have been read from, is worth another attempt.
-        *isTaken = sent != EPIPE && sent != ECONNRESET;
+        // If the connection was already closed, the server has not read the call.
+        *mayHaveArrived = sent != EPIPE && sent != ECONNRESET;
         return sent == EPIPE ? ECONNRESET : sent;
     }
     const int received = receiveAnswer(connection.get(), (flags & FLAG_ONEWAY) != 0, answer);
-    *isTaken = received != ECONNRESET;
+    *mayHaveArrived = received != ECONNRESET;
     return received;
 }
 
@@ -96,7 +96,7 @@ int Proxy::openConnection(unique_fd* connection) {
     std::string address;
     unique_fd opened = connectTo(mPath, &address);
     if (!opened.ok()) return errno;
-    if (address != mAddress) return ENOENT;  // the name is another's by now
+    if (address != mAddress) return ENOENT;  // another server has this name now
     *connection = std::move(opened);
     return 0;
 }
@@ -136,7 +136,7 @@ status_t Proxy::pingBinder() {
 }
 
 status_t Proxy::dump(int, const Vector<String16>&) {
-    return INVALID_OPERATION;  // a descriptor cannot travel
+    return INVALID_OPERATION;  // frames do not carry descriptors
 }
 
 status_t Proxy::linkToDeath(const sp<DeathRecipient>&, void*, uint32_t) {

@@ -13,13 +13,13 @@
 namespace android::kavel::host {
 
 /**
- * One registration of a service of another process: once that server is dead or replaced, every
- * call returns DEAD_OBJECT, even if another one serves under the name. Thread-safe; each two-way
- * call in progress has a connection of its own.
+ * Proxy of a service in another process. If that process has ended or another one has registered
+ * the name, every call returns DEAD_OBJECT. Thread-safe; each two-way call in progress has its own
+ * connection.
  */
 class Proxy : public IBinder {
   public:
-    /** @param connection  a first connection to @p path, @p address what it is connected to */
+    /** @param connection  connection to @p path; its server has the address @p address */
     Proxy(std::string path, std::string address, base::unique_fd connection);
 
     const String16& getInterfaceDescriptor() const override;
@@ -27,10 +27,10 @@ class Proxy : public IBinder {
     status_t pingBinder() override;
     status_t dump(int fd, const Vector<String16>& args) override;
     /**
-     * One-way calls return once the server has taken or refused the call, before it is handled.
+     * A one-way call returns when the server has accepted or refused it, before it is handled.
      *
-     * @return the handler's status; DEAD_OBJECT if the server is gone; FAILED_TRANSACTION if the
-     *         call is too large or the server has no room for it
+     * @return the handler's status; DEAD_OBJECT if the server has gone; FAILED_TRANSACTION if the
+     *         call is too large or the server's queue is full
      */
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override;
     status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie,
@@ -45,7 +45,7 @@ class Proxy : public IBinder {
   private:
     ~Proxy() override;
     int exchange(const base::unique_fd& connection, uint32_t code, const Parcel& data,
-                 uint32_t flags, Frame* answer, bool* isTaken);
+                 uint32_t flags, Frame* answer, bool* mayHaveArrived);
     int openConnection(base::unique_fd* connection);
     base::unique_fd takeIdle();
     void keepIdle(base::unique_fd connection);

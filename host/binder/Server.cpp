@@ -24,8 +24,8 @@ namespace {
 
 using base::unique_fd;
 
-// Far from the usual limit of 1024 descriptors; beyond it the connection unused for longest goes,
-// and its client connects again when it needs to.
+// Maximum number of connections, far below the usual limit of 1024 descriptors. A further one
+// replaces the least recently used one, whose client connects again for its next call.
 constexpr size_t kMaxConnections = 256;
 constexpr std::chrono::milliseconds kPause(20);
 
@@ -91,7 +91,8 @@ void Server::run() {
         epoll_event events[16];
         const int count = epoll_wait(mEpoll.get(), events, std::size(events), -1);
         for (int i = 0; i < count; ++i) {
-            // An event for a descriptor that has changed hands meanwhile finds nothing to read.
+            // An earlier event may have closed this descriptor, and its number may have been used
+            // again: then there is nothing to read.
             const int fd = events[i].data.fd;
             const auto connection = mConnections.find(fd);
             if (connection != mConnections.end()) {
@@ -105,11 +106,11 @@ void Server::run() {
 
 void Server::acceptOn(const Listener& listener) {
     unique_fd fd = acceptClient(listener.fd.get());
-    if (!fd.ok() && (errno == EMFILE || errno == ENFILE)) return turnAway(listener);
+    if (!fd.ok() && (errno == EMFILE || errno == ENFILE)) return refuseClient(listener);
     if (!fd.ok()) return;
-    mIsShort = false;
+    mIsRefusing = false;
     if (mConnections.size() >= kMaxConnections && !dropLeastUsed()) {
-        ALOGW("too many clients in a call: one of '%s' is turned away", listener.name.c_str());
+        ALOGW("too many calls in progress: refusing a client of '%s'", listener.name.c_str());
         return;
     }
     ucred peer{};
@@ -129,16 +130,16 @@ void Server::acceptOn(const Listener& listener) {
     mConnections[connection->fd.get()] = connection;
 }
 
-void Server::turnAway(const Listener& listener) {
-    // The waiting client would wake this thread for ever; it tries again.
-    if (!std::exchange(mIsShort, true)) {
+void Server::refuseClient(const Listener& listener) {
+    // A client that is not accepted would wake this thread again and again.
+    if (!std::exchange(mIsRefusing, true)) {
         ALOGW("no descriptor left for a client of '%s'", listener.name.c_str());
     }
     mReserve.reset();
     acceptClient(listener.fd.get()).reset();
     dropLeastUsed();
     mReserve = openReserve();
-    // There is nothing left to give up: the client stays, and wakes this thread again at once.
+    // Without the reserve, the next client cannot be refused and wakes this thread at once.
     if (!mReserve.ok()) std::this_thread::sleep_for(kPause);
 }
 
@@ -174,7 +175,7 @@ void Server::receiveFrom(const std::shared_ptr<Connection>& connection) {
         connection->busy = true;
     }
     const bool accepted = WorkQueue::instance().post(std::move(call));
-    if (!accepted) ALOGW("no room for a call of pid %d", connection->pid);
+    if (!accepted) ALOGW("queue full: refusing a call of pid %d", connection->pid);
     if (isOneWay || !accepted) {
         answer(connection, accepted ? NO_ERROR : FAILED_TRANSACTION, nullptr, 0);
     }
@@ -188,7 +189,7 @@ void Server::answer(const std::shared_ptr<Connection>& connection, status_t stat
         if (error != EPIPE && error != ECONNRESET) {
             ALOGW("dropping the connection of pid %d: %s", connection->pid, strerror(error));
         }
-        shutdown(fd, SHUT_RDWR);  // the receiving thread finds its end
+        shutdown(fd, SHUT_RDWR);  // the receiving thread then removes it
     }
     connection->busy = false;
     rearm(*connection);

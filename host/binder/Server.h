@@ -19,27 +19,28 @@ struct Connection {
     sp<BBinder> object;
     pid_t pid;
     uid_t uid;
-    uint64_t lastUse;               ///< the receiving thread's own
-    std::atomic<bool> busy{false};  ///< a two-way call of it is waiting or in work
+    uint64_t lastUse;               ///< only for the receiving thread
+    std::atomic<bool> busy{false};  ///< a two-way call is queued or running
 };
 
 /**
- * The services of this process. One thread receives for all of them and never waits for a client
- * or a handler: it puts calls into the work queue and answers one-way calls at once with whether
- * there was room. It sleeps while nothing arrives. Thread-safe.
+ * The services of this process. One thread receives all calls and never waits for a client or a
+ * handler: it queues the calls, and tells the sender of a one-way call at once whether the call was
+ * accepted. Thread-safe.
  */
 class Server {
   public:
     /** The process's server; the first use starts its thread. Never destroyed. */
     static Server& instance();
 
-    /** Registers @p object under @p name; NO_ERROR, or minus the errno of the failure. */
+    /** Registers @p object as @p name. Returns NO_ERROR or a negative errno. */
     status_t publish(const std::string& name, const sp<BBinder>& object);
 
     /** The object that this process has registered with address @p address; null if none. */
     sp<BBinder> findLocal(const std::string& address);
 
-    /** Ends a two-way call; a client that is gone or reads nothing only loses its connection. */
+    /** Sends the answer to a call. If the client has gone or does not read, closes the connection.
+     */
     void answer(const std::shared_ptr<Connection>& connection, status_t status, const uint8_t* body,
                 size_t size);
 
@@ -54,17 +55,17 @@ class Server {
     Server();
     void run();
     void acceptOn(const Listener& listener);
-    void turnAway(const Listener& listener);
+    void refuseClient(const Listener& listener);
     void receiveFrom(const std::shared_ptr<Connection>& connection);
     void rearm(const Connection& connection);
     bool dropLeastUsed();
     std::shared_ptr<Listener> listenerOf(int fd);
 
     const base::unique_fd mEpoll;
-    base::unique_fd mReserve;  ///< given up to turn a client away when no descriptor is left
-    bool mIsShort = false;     ///< the last client was turned away
+    base::unique_fd mReserve;  ///< closed to refuse a client if no other descriptor is free
+    bool mIsRefusing = false;  ///< the last client was refused: one warning is enough
     uint64_t mUses = 0;
-    std::map<int, std::shared_ptr<Connection>> mConnections;  ///< the receiving thread's own
+    std::map<int, std::shared_ptr<Connection>> mConnections;  ///< only for the receiving thread
 
     Mutex mLock;
     std::map<int, std::shared_ptr<Listener>> mListeners GUARDED_BY(mLock);

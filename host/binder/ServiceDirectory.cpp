@@ -23,18 +23,18 @@ namespace {
 
 using base::unique_fd;
 
-constexpr size_t kMaxNameLength = 127;  // as the real service manager
-constexpr timeval kStuckServer{5, 0};   // a server that accepts nothing for so long is given up
+constexpr size_t kMaxNameLength = 127;  // as in the real service manager
+constexpr timeval kSendTimeout{5, 0};   // for servers that are stopped
 
 std::string directory() {
     const char* path = getenv("KAVEL_HOST_BINDER_DIR");
     return path != nullptr && *path != '\0' ? path : "/dev/binder_sockets";
 }
 
-/** The directory, made for every user if it is not there yet. */
+/** Returns the directory. Creates it, writable for every user, if it is missing. */
 std::string ensuredDirectory() {
     std::string path = directory();
-    if (mkdir(path.c_str(), 0777) == 0) chmod(path.c_str(), 0777);  // whatever the umask
+    if (mkdir(path.c_str(), 0777) == 0) chmod(path.c_str(), 0777);  // regardless of the umask
     return path;
 }
 
@@ -54,7 +54,7 @@ unique_fd makeSocket(int flags) {
     return unique_fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
 }
 
-/** A path in the directory that no socket had before. */
+/** Returns a random path in the directory, which no other socket has. */
 std::string uniquePath() {
     uint64_t random = 0;
     if (getrandom(&random, sizeof(random), 0) != sizeof(random)) return "";
@@ -74,14 +74,15 @@ bool isValidServiceName(const std::string& name) {
 
 std::string servicePath(const std::string& name) {
     std::string file = name;
-    // Service names may have a slash, file names may not; no service name has a percent sign.
+    // A service name may contain "/", which a file name cannot, but never "%".
     std::replace(file.begin(), file.end(), '/', '%');
     return directory() + "/" + file;
 }
 
 unique_fd listenAs(const std::string& name, std::string* address) {
-    // The socket listens before its name appears, and the rename replaces a dead server's file in
-    // one step. The kernel keeps reporting the path it was bound to: that is its identity.
+    // A client must never find a socket that does not listen yet, so the socket gets its name last;
+    // the rename also replaces the file of a dead server. getpeername() still returns the first
+    // path, which identifies this server.
     *address = uniquePath();
     sockaddr_un bound{};
     sockaddr_un named{};
@@ -107,8 +108,8 @@ unique_fd connectTo(const std::string& path, std::string* address) {
     if (!fillAddress(path, &target)) return unique_fd();
     unique_fd fd = makeSocket(0);
     if (!fd.ok()) return fd;
-    // Bounds connect() too, which otherwise waits for ever once a stopped server's queue is full.
-    setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &kStuckServer, sizeof(kStuckServer));
+    // Also limits connect(), which would wait forever if the backlog of a stopped server is full.
+    setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &kSendTimeout, sizeof(kSendTimeout));
     if (TEMP_FAILURE_RETRY(
                 connect(fd.get(), reinterpret_cast<sockaddr*>(&target), sizeof(target))) != 0) {
         return unique_fd();

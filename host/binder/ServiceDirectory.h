@@ -5,34 +5,38 @@
 #include <chrono>
 #include <string>
 
-// Every registered service is one listening socket, named after the service, in one directory.
+// Each registered service is a listening socket in one directory, named after the service.
 namespace android::kavel::host {
 
-/** What the real service manager accepts, except that no name may begin with a dot. */
+/** Applies the real service manager's rules; also refuses a dot at the start of a name. */
 bool isValidServiceName(const std::string& name);
 
-/** Path of the socket of service @p name. */
+/** Returns the path of the socket of service @p name. */
 std::string servicePath(const std::string& name);
 
 /**
- * Makes a listening socket known under @p name, in place of any other, open to every user.
+ * Creates a listening socket for the service @p name, to which every user can connect. Replaces an
+ * earlier socket of that name.
  *
- * @param address  receives the address that connectTo() reports for this very socket: no other
- *                 socket ever carries it, so it tells a server from its successors
- * @return the socket, non-blocking; none on failure, with errno set
+ * @param address  receives the address that connectTo() returns for this socket; it is unique, so a
+ *                 client can tell whether the server has been replaced
+ * @return the non-blocking socket; an invalid one on failure, with errno set
  */
 base::unique_fd listenAs(const std::string& name, std::string* address);
 
-/** A connection to the socket at @p path and that socket's address; none on failure, with errno. */
+/**
+ * Connects to the socket at @p path and stores the address of that socket. On failure, returns an
+ * invalid descriptor, with errno set.
+ */
 base::unique_fd connectTo(const std::string& path, std::string* address);
 
-/** Notices names that appear in the directory after its construction. */
+/** Waits for services that are registered after its construction. */
 class DirectoryWatch {
   public:
     using Clock = std::chrono::steady_clock;
 
     DirectoryWatch();
-    /** Waits for a change; false at @p deadline (time_point::max() for none) or on failure. */
+    /** Returns false at @p deadline (time_point::max(): no deadline) or on failure. */
     bool wait(Clock::time_point deadline);
 
   private:

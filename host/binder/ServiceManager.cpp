@@ -18,13 +18,13 @@ namespace {
 
 using Clock = DirectoryWatch::Clock;
 
-constexpr std::chrono::seconds kGetServiceTimeout{5};  // as the real one's five attempts
+constexpr std::chrono::seconds kGetServiceTimeout{5};  // as in the real service manager
 
 std::string narrow(const String16& text) {
     return String8(text).c_str();
 }
 
-/** The directory of sockets in the shape of the service manager. */
+/** The service manager's interface, implemented with the directory of sockets. */
 class HostServiceManager : public IServiceManager {
   public:
     sp<IBinder> checkService(const String16& name) const override {
@@ -51,7 +51,7 @@ class HostServiceManager : public IServiceManager {
     status_t addService(const String16& name, const sp<IBinder>& service, bool, int) override {
         const std::string plain = narrow(name);
         if (!isValidServiceName(plain)) {
-            ALOGE("'%s' is no name for a service", plain.c_str());
+            ALOGE("'%s' is not a valid service name", plain.c_str());
             return BAD_VALUE;
         }
         if (service == nullptr) return UNEXPECTED_NULL;

@@ -5,7 +5,7 @@
 namespace android::kavel::host {
 namespace {
 
-// Each buffer costs the driver's space its bookkeeping too: an empty call is not free.
+// Bytes that the driver needs for each call in addition to the data.
 constexpr size_t kCallOverhead = 104;
 
 size_t costOf(const Call& call) {

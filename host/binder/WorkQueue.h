@@ -15,45 +15,45 @@ namespace android::kavel::host {
 
 struct Connection;
 
-/** A call that has arrived and waits for, or is with, a pool thread. */
+/** A received call, which is queued or running. */
 struct Call {
     sp<BBinder> object;
     Frame frame;
-    pid_t pid = 0;  ///< the caller's; 0 for one-way calls, as with the driver
+    pid_t pid = 0;  ///< of the caller; 0 for one-way calls, as with the driver
     uid_t uid = 0;
-    std::shared_ptr<Connection> connection;  ///< where the answer goes; none for one-way calls
+    std::shared_ptr<Connection> connection;  ///< for the answer; null for one-way calls
 
     bool isOneWay() const { return connection == nullptr; }
 };
 
 /**
- * The calls of this process that wait for a thread. Two-way calls are handed out as they came;
- * one-way calls to one object one after the other, each when the one before is finished. What is
- * waiting or in work is bounded as by the driver. Thread-safe.
+ * The calls that wait for a pool thread. Two-way calls start in the order of their arrival. One-way
+ * calls to the same object run one after the other. The size of all queued and running calls is
+ * limited as by the driver. Thread-safe.
  */
 class WorkQueue {
   public:
-    /** The process's queue; never destroyed, as pool threads outlive main. */
+    /** The queue of the process. Never destroyed, because pool threads outlive main(). */
     static WorkQueue& instance();
 
-    /** Accepts @p call; false, and no change, where its room is used up. */
+    /** Queues @p call. Returns false, without a change, if the limit is reached. */
     bool post(Call call);
 
     /**
-     * Waits for a call and hands it to the calling thread.
+     * Waits for a call and removes it from the queue.
      *
-     * @param wasLastIdle  set to whether no other thread is left waiting
+     * @param wasLastIdle  set to true if no other thread waits for a call now
      */
     Call take(bool* wasLastIdle);
 
-    /** Gives back the room of a call that was handed out and has been handled. */
+    /** Ends a call from take(): the next one-way call to its object may start. */
     void finish(const Call& call);
 
   private:
     Mutex mLock;
     Condition mWork;
     std::deque<Call> mReady GUARDED_BY(mLock);
-    /** The objects with a one-way call ready or in work, and the calls that must wait for it. */
+    /** Objects with a one-way call in mReady or running, and the calls queued behind that one. */
     std::map<const BBinder*, std::deque<Call>> mOneWay GUARDED_BY(mLock);
     size_t mUsed GUARDED_BY(mLock) = 0;
     size_t mOneWayUsed GUARDED_BY(mLock) = 0;

@@ -11,12 +11,12 @@ namespace android::kavel::host {
 std::optional<uid_t> findUser(const std::string& name);
 std::optional<gid_t> findGroup(const std::string& name);
 
-/** Gives @p path to a user and a group. Returns what went wrong, or an empty text. */
+/** Sets the owner of @p path. Returns the reason if that fails, otherwise an empty text. */
 std::string changeOwner(const std::string& path, const std::string& user, const std::string& group);
 
 /**
- * True if processes and files can be given to other users. False for an ordinary user, whose
- * sandbox has only one user id: everything belongs to that one.
+ * Whether processes and files can be given to other users. An ordinary user cannot do this, because
+ * the sandbox of such a user has only one user id.
  */
 bool canSwitchUsers();
 

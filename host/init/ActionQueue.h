@@ -17,7 +17,7 @@ class ActionQueue {
 
     /** Queues the actions on @p trigger: an event such as "boot", or "property:NAME=VALUE". */
     void trigger(const std::string& trigger);
-    /** Queues the actions on properties that have the value already. */
+    /** Queues the actions on properties that already have the value. */
     void propertiesReady();
     /** Runs the queued actions, and those that they queue. Failures are logged. */
     void run();

@@ -21,7 +21,7 @@ std::string errnoText(const std::string& what) {
 }
 
 std::string commandMkdir(const Words& words, const CommandContext& context) {
-    // PATH MODE OWNER GROUP, then perhaps encryption=..., which needs the phone's disk.
+    // PATH MODE OWNER GROUP [encryption=...]; the encryption needs the phone's disk and is ignored.
     const auto mode = parseMode(words[2]);
     if (!mode) return "'" + words[2] + "' is not an octal mode";
     const char* path = words[1].c_str();
@@ -29,7 +29,7 @@ std::string commandMkdir(const Words& words, const CommandContext& context) {
     std::string failure;
     if (context.switchUsers) failure = changeOwner(words[1], words[3], words[4]);
     if (!failure.empty()) return failure;
-    // A folder of an earlier boot gets its mode too, and the umask does not apply.
+    // Also sets the mode of an existing folder, and does not depend on the umask.
     return chmod(path, *mode) == 0 ? std::string() : errnoText("chmod " + words[1]);
 }
 
@@ -62,7 +62,7 @@ struct CommandRow {
     std::string (*run)(const Words& words, const CommandContext& context);
 };
 
-// Those that the phone's .rc files use.
+// Commands that the phone's .rc files use.
 constexpr std::array kCommands{
         CommandRow{"chmod", 2, 2, commandChmod},     CommandRow{"chown", 3, 3, commandChown},
         CommandRow{"copy", 2, 2, commandCopy},       CommandRow{"mkdir", 4, 5, commandMkdir},

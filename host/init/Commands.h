@@ -7,7 +7,7 @@
 
 namespace android::kavel::host {
 
-/** What the commands of an action need, apart from the file system. */
+/** Environment of the commands of an action. */
 struct CommandContext {
     /** Sets a property. Returns the reason if it is refused, otherwise an empty text. */
     std::function<std::string(const std::string& name, const std::string& value)> setProperty;
@@ -15,7 +15,7 @@ struct CommandContext {
     bool switchUsers = false;
 };
 
-/** Carries out one command of an action. Returns what went wrong, or an empty text. */
+/** Runs one command of an action. Returns the reason if it fails, otherwise an empty text. */
 std::string runCommand(const RcCommand& command, const CommandContext& context);
 
 }  // namespace android::kavel::host

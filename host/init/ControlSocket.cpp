@@ -13,7 +13,7 @@
 
 namespace android::kavel::host {
 base::unique_fd createControlSocket(const RcSocket& spec, const std::string& directory,
-                                    bool giveAway, std::string* error) {
+                                    bool setOwner, std::string* error) {
     const std::string path = directory + "/" + spec.name;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -29,13 +29,13 @@ base::unique_fd createControlSocket(const RcSocket& spec, const std::string& dir
         return {};
     }
     unlink(path.c_str());
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): the way of the socket API
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): the socket API needs it
     if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) < 0) {
         *error = "bind to " + path + ": " + strerror(errno);
         return {};
     }
-    // Owner first, so that nobody but init can connect until the mode is right.
-    if (giveAway) *error = changeOwner(path, spec.user, spec.group);
+    // The owner first: only init can connect before the mode is set.
+    if (setOwner) *error = changeOwner(path, spec.user, spec.group);
     if (!error->empty()) return {};
     if (chmod(path.c_str(), spec.mode) < 0) {
         *error = std::string("chmod: ") + strerror(errno);
@@ -46,7 +46,7 @@ base::unique_fd createControlSocket(const RcSocket& spec, const std::string& dir
 
 std::string controlSocketVariable(const std::string& socketName) {
     std::string variable = "ANDROID_SOCKET_" + socketName;
-    // As on the phone: characters that a variable's name cannot have become "_".
+    // As on the phone, characters that are not allowed in the name of a variable become "_".
     for (char& c : variable) {
         if (isalnum(static_cast<unsigned char>(c)) == 0) c = '_';
     }

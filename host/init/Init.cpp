@@ -29,7 +29,7 @@ using std::chrono::seconds;
 /** Maximum time of a boot. */
 constexpr BootTime kBootLimit = seconds(60);
 
-/** Exit statuses, as a shell's. */
+/** Exit statuses, as in a shell. */
 constexpr int kBootFailed = 1;
 constexpr int kSignalBase = 128;
 
@@ -40,7 +40,7 @@ sigset_t handledSignals() {
     return set;
 }
 
-/** The .rc files of a folder, in the order of their names. */
+/** Parses the .rc files of a folder, sorted by name. */
 RcScript readScripts(const std::string& directory) {
     RcScript script;
     std::error_code error;
@@ -87,7 +87,7 @@ bool Init::open() {
     const sigset_t signals = handledSignals();
     sigprocmask(SIG_BLOCK, &signals, nullptr);
     static_cast<void>(signal(SIGPIPE, SIG_IGN));
-    // If init is not the first process, orphans of services come to it all the same.
+    // Services' orphans become children of init even if init is not process 1.
     prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
     mSignals.reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     mTimer.reset(timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK));
@@ -116,8 +116,7 @@ void Init::boot() {
     initLog(ANDROID_LOG_INFO, "the phone boots");
     if (!mContext.switchUsers) {
         initLog(ANDROID_LOG_WARN,
-                "there is only one user id here: every service runs as that one, and "
-                "it owns all files");
+                "there is only one user id: all services run as that user, which owns all files");
     }
     mDeadline = bootTimeNow() + kBootLimit;
     if (!mProperties->loadFile(mSettings.propertyFile)) {
@@ -144,7 +143,7 @@ void Init::boot() {
     mActions->run();
     mServices->startClass("core");
     mServices->startClass("main");
-    // Without a command there is nothing to wait for.
+    // Without a command, nothing depends on the end of the boot, so it has no deadline.
     if (mSettings.command.empty()) {
         mPhase = Phase::Up;
         mDeadline.reset();
@@ -174,7 +173,7 @@ void Init::onSignals() {
         if (number == SIGCHLD) {
             reap();
         } else {
-            askedToEnd(number, info.ssi_code == SI_KERNEL);
+            onEndSignal(number, info.ssi_code == SI_KERNEL);
         }
     }
 }
@@ -185,7 +184,7 @@ void Init::reap() {
         if (pid == mCommandPid) {
             commandEnded(status);
         } else {
-            mServices->ended(pid, status);  // anything else is an orphan, reaped by now
+            mServices->ended(pid, status);
         }
     }
     if (mPhase == Phase::Stopping && mCommandPid == 0 && !mServices->anyRunning()) {
@@ -245,11 +244,11 @@ void Init::commandEnded(int status) {
     if (mPhase != Phase::Stopping) shutDown();
 }
 
-void Init::askedToEnd(int number, bool fromTerminal) {
+void Init::onEndSignal(int number, bool fromTerminal) {
     if (mPhase == Phase::Stopping) return;
     if (mCommandPid != 0 && number == SIGINT) {
-        // The command decides what an interrupt means, as under a shell. It has had the
-        // terminal's own already.
+        // As in a shell, the command handles the interrupt. The terminal sends it to the command
+        // as well.
         if (!fromTerminal) kill(mCommandPid, SIGINT);
         return;
     }
@@ -260,7 +259,7 @@ void Init::askedToEnd(int number, bool fromTerminal) {
 
 void Init::powerControl(const std::string& request) {
     if (mPhase == Phase::Stopping) return;
-    // There is no reboot: a phone that would boot again stays down.
+    // A request to reboot only shuts the phone down.
     initLog(ANDROID_LOG_INFO, "asked to end by sys.powerctl: %s", request.c_str());
     shutDown();
 }

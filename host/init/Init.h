@@ -14,25 +14,25 @@
 
 namespace android::kavel::host {
 
-/** Where init finds what it reads, and what it is to run. The defaults are the phone's paths. */
+/** Files that init reads, and the command that it runs. The defaults are the phone's paths. */
 struct InitSettings {
     std::string rcDirectory = "/system/etc/init";
     std::string propertyFile = "/system/build.prop";
     ServiceListSettings services;
-    std::vector<std::string> command;             ///< runs once the phone is up; none: stay up
-    BootTime endGrace = std::chrono::seconds(3);  ///< for processes to end by themselves
+    std::vector<std::string> command;             ///< runs after the boot; empty: init stays up
+    BootTime endGrace = std::chrono::seconds(3);  ///< time between SIGTERM and SIGKILL
 };
 
 /**
- * Init's stand-in: boots the phone as the .rc files say, keeps its services and its properties,
- * reaps what ends, and takes everything down at the end. One thread, one poll loop, which wakes
- * up only when something has happened or a service is due to start again.
+ * Stand-in for init: boots the phone from the .rc files, runs its services and its property
+ * service, reaps processes and ends all of them at the shutdown. It has one thread with a poll
+ * loop, which wakes up only for an event or to restart a service.
  */
 class Init {
   public:
     explicit Init(InitSettings settings);
 
-    /** Boots and runs until the command ends, or a signal asks to; the exit status for main. */
+    /** Boots, and runs until the command or a signal ends it. Returns the exit status. */
     int run();
 
   private:
@@ -49,7 +49,7 @@ class Init {
 
     void bootCompleted();
     void commandEnded(int status);
-    void askedToEnd(int signal, bool fromTerminal);
+    void onEndSignal(int signal, bool fromTerminal);
     void powerControl(const std::string& request);
     void shutDown();
 
@@ -61,9 +61,9 @@ class Init {
     base::unique_fd mSignals;
     base::unique_fd mTimer;
     Phase mPhase = Phase::Booting;
-    bool mPropertyTriggers = false;  ///< actions on properties run only once boot is through
+    bool mPropertyTriggers = false;  ///< actions on properties do not run during the boot
     bool mBootCompleted = false;
-    std::optional<BootTime> mDeadline;  ///< of the boot, or of an orderly end
+    std::optional<BootTime> mDeadline;  ///< of the boot, or of the processes at the shutdown
     pid_t mCommandPid = 0;
     int mExitStatus = 0;
 };

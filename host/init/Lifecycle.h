@@ -9,8 +9,8 @@ namespace android::kavel::host {
 using BootTime = std::chrono::milliseconds;
 
 /**
- * What init decides about one service: pure state, no processes, no clock. The caller carries
- * out the step that a request answers with and reports what came of it.
+ * State of one service and init's decisions about it, without processes and clocks. The caller
+ * performs the step that a request returns, and reports the result.
  */
 class Lifecycle {
   public:
@@ -24,22 +24,22 @@ class Lifecycle {
     Step requestStart();
     Step requestStop();
     Step requestRestart();
-    /** From now on nothing starts any more. */
+    /** After this call the service does not start again. */
     void shutDown();
 
-    /** The step Start succeeded at @p now. */
+    /** Reports that the step Start has succeeded at @p now. */
     void started(BootTime now);
-    /** The step Start failed: a program that cannot be started is not tried again. */
+    /** Reports that the step Start has failed: there is no further attempt. */
     void startFailed();
-    /** The process has ended. */
+    /** Reports that the process has ended. */
     void ended();
 
-    /** When tick() has something to do; none while nothing is due. */
+    /** Time of the next restart; nullopt if none is due. */
     std::optional<BootTime> dueAt() const;
     Step tick(BootTime now);
 
     State state() const { return mState; }
-    /** The state as the property init.svc.NAME names it. */
+    /** The value of the property init.svc.NAME for the state. */
     const char* stateName() const;
 
   private:
@@ -47,7 +47,7 @@ class Lifecycle {
     BootTime mRestartPeriod;
     BootTime mLastStart{0};
     State mState = State::Stopped;
-    bool mStartAgain = false;  ///< a stop that belongs to a restart
+    bool mStartAgain = false;  ///< the service stops only to be restarted
     bool mShutDown = false;
 };
 

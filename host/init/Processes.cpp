@@ -26,7 +26,8 @@ void closeInheritedDescriptors() {
 }
 
 void killDescendants() {
-    // Each round takes the present children; theirs come up to us and fall in the next one.
+    // Each pass kills the current children. Their children become children of this process, and
+    // the next pass kills them.
     const std::string list = "/proc/self/task/" + std::to_string(getpid()) + "/children";
     do {
         std::ifstream children(list);

@@ -2,11 +2,11 @@
 
 namespace android::kavel::host {
 
-/** Closes every descriptor from 3 up: what the starter left open is none of the phone's. */
+/** Closes every descriptor from 3 up, so that the phone does not inherit open files. */
 void closeInheritedDescriptors();
 
 /**
- * Kills and reaps whatever is still below this process, orphans that come up to it included.
+ * Kills and reaps all descendants of this process, including its adopted orphans.
  * Requires that this process is a subreaper or the first of its pid namespace.
  */
 void killDescendants();

@@ -9,7 +9,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/** Applies one option line to @p service. Returns what is wrong with the line, or an empty text. */
+/** Applies one option line to @p service. Returns an error message, or an empty text. */
 std::string applyOption(const Words& words, RcService* service) {
     const std::string& option = words[0];
     const Words values(words.begin() + 1, words.end());
@@ -31,7 +31,7 @@ std::string applyOption(const Words& words, RcService* service) {
     return {};
 }
 
-/** Reads lines into a script; holds the block that the next line belongs to. */
+/** Adds lines to a script. Remembers the block to which the next line belongs. */
 class Parser {
   public:
     Parser(std::string_view name, RcScript* script) : mName(name), mScript(script) {}
@@ -59,7 +59,7 @@ class Parser {
     }
 
   private:
-    /** Skipped: a block whose first line cannot be used; its lines are ignored. */
+    /** Skipped: the first line of the block is invalid, so its other lines are ignored. */
     enum class Block { None, Service, Action, Skipped };
 
     void problem(std::string text) { mScript->problems.push_back({mWhere, std::move(text)}); }

@@ -9,7 +9,7 @@
 
 namespace android::kavel::host {
 
-/** A line of an .rc file that cannot be used. */
+/** An invalid or unsupported line of an .rc file. */
 struct RcProblem {
     std::string where;  ///< "file:line"
     std::string text;
@@ -32,11 +32,11 @@ struct RcService {
     std::vector<std::string> groups;  ///< the first is the primary group; none means root
     std::optional<std::vector<std::string>> capabilities;  ///< as in the file, such as NET_ADMIN
     std::vector<RcSocket> sockets;
-    bool oneshot = false;  ///< of no .rc file, but of the programs in the script folder
+    bool oneshot = false;  ///< only for programs of the script folder; no .rc file uses it
     std::string where;
 };
 
-/** One command of an action: its words, the command's name first. */
+/** One command of an action. The first word is its name. */
 struct RcCommand {
     std::vector<std::string> words;
     std::string where;
@@ -56,9 +56,9 @@ struct RcScript {
 };
 
 /**
- * Reads @p text, the contents of the file @p name, and adds them to @p script. A line that cannot
- * be used becomes a problem, and the rest is still read. Of init's language this is what the
- * phone's files use: no quotes, no backslashes, one trigger for an action.
+ * Parses @p text, the contents of the file @p name, and adds the result to @p script. An invalid
+ * line becomes a problem and does not end the parsing. Supports the part of init's language that
+ * the phone's files use: no quotes, no backslashes, one trigger for each action.
  */
 void parseRc(std::string_view name, const std::string& text, RcScript* script);
 

@@ -19,10 +19,11 @@
 namespace android::kavel::host {
 namespace {
 
-/** init's own default for a service that sets none. */
+/** Minimum time between two starts of a service; the default of the phone's init. */
 constexpr std::chrono::seconds kRestartPeriod{5};
 
-/** Adds the options of setpriv for user and groups; false with *error if one is unknown. */
+/** Adds the options of setpriv for user and groups. If one is unknown, returns false with *error.
+ */
 bool addIdentity(const RcService& spec, std::vector<std::string>* options, std::string* error) {
     if (!findUser(spec.user)) *error = "unknown user " + spec.user;
     for (const auto& group : spec.groups) {
@@ -88,14 +89,14 @@ void Service::kill() const {
 }
 
 void Service::signalGroup(int number) const {
-    // The service leads a session of its own, so its children get the signal as well.
+    // The service is a session leader, so its process group also contains its children.
     static_cast<void>(::kill(-mPid, number));
 }
 
 void Service::ended(int status) {
     const pid_t pid = mPid;
     const bool asked = mLifecycle.state() == Lifecycle::State::Stopping;
-    kill();  // what the service started itself does not outlive it
+    kill();  // also ends the service's children
     mPid = 0;
     mLifecycle.ended();
     const char* verb = WIFSIGNALED(status) ? "was killed by signal" : "exited with status";

@@ -8,18 +8,18 @@
 
 namespace android::kavel::host {
 
-/** What all services share. */
+/** Settings of all services. */
 struct ServiceSettings {
     std::string socketDirectory = "/dev/socket";
-    std::string outputFile = "/dev/null";  ///< where the services' stdout and stderr go
+    std::string outputFile = "/dev/null";  ///< receives the services' stdout and stderr
     bool switchUsers = false;              ///< see canSwitchUsers()
-    double timeScale = 1;                  ///< the restart period is divided by it
+    double timeScale = 1;                  ///< divides the restart period
 };
 
 /** One service of the phone: its block of the .rc file, its state and its process. */
 class Service {
   public:
-    /** Told the value of init.svc.NAME on each change. */
+    /** Called with each new value of init.svc.NAME. */
     using StateListener = std::function<void(const std::string& name, const char* state)>;
 
     Service(RcService spec, const ServiceSettings& settings, StateListener listener);
@@ -28,18 +28,18 @@ class Service {
     bool start();
     bool restart();
     void stop();
-    /** Asks the process to end, and starts none again; kill() follows if it does not end. */
+    /** Sends SIGTERM to the process, and prevents further starts. */
     void shutDown();
     void kill() const;
 
-    /** The process has ended with @p status, as wait() gives it. */
+    /** Reports that the process has ended, with the @p status of wait(). */
     void ended(int status);
-    /** When tick() is due. */
+    /** Time at which tick() restarts the service; nullopt if no restart is due. */
     std::optional<BootTime> dueAt() const { return mLifecycle.dueAt(); }
     void tick(BootTime now);
 
     const RcService& spec() const { return mSpec; }
-    /** The process, and the process group that it leads; 0 while there is none. */
+    /** The process id, which is also that of its process group; 0 if there is no process. */
     pid_t pid() const { return mPid; }
 
   private:
@@ -56,7 +56,7 @@ class Service {
     pid_t mPid = 0;
 };
 
-/** The clock of all service times. */
+/** The current time, for all times of services. */
 BootTime bootTimeNow();
 
 }  // namespace android::kavel::host

@@ -12,7 +12,7 @@
 namespace android::kavel::host {
 
 struct ServiceListSettings : ServiceSettings {
-    /** Each program in here is a one-shot service of its file's name. */
+    /** Each program in this folder is a one-shot service with the name of its file. */
     std::string scriptDirectory = "/system/phone/services";
 };
 
@@ -23,21 +23,21 @@ class ServiceList {
                 Service::StateListener listener);
 
     /**
-     * Carries out "start", "stop" or "restart" for a service of the .rc files or of the script
-     * folder. Returns false, with a log line, if there is no such action or service, or if it
-     * does not start.
+     * Performs the action "start", "stop" or "restart" for a service of the .rc files or of the
+     * script folder. Returns false, with a log line, if the action or the service is unknown, or
+     * the service does not start.
      */
     bool control(std::string_view action, const std::string& name);
     /** Starts the services of the class. */
     void startClass(std::string_view name);
 
-    /** A process has ended, of a service or any other. */
+    /** Reports that a process has ended. Ignores processes that are not services. */
     void ended(pid_t pid, int status);
-    /** The next time at which tick() is due; nullopt if no service is due to start again. */
+    /** Time of the next restart; nullopt if none is due. */
     std::optional<BootTime> dueAt() const;
     void tick(BootTime now);
 
-    /** Asks all of them to end for good. */
+    /** Sends SIGTERM to all services, and prevents further starts. */
     void shutDown();
     bool anyRunning() const;
     void killAll();

@@ -10,7 +10,7 @@
 namespace android::kavel::host {
 namespace {
 
-/** @p texts as exec functions take them; valid as long as @p texts. */
+/** Returns an argument array for exec functions; valid as long as @p texts. */
 std::vector<char*> pointers(std::vector<std::string>* texts) {
     std::vector<char*> result;
     for (std::string& text : *texts) result.push_back(text.data());
@@ -21,7 +21,7 @@ std::vector<char*> pointers(std::vector<std::string>* texts) {
 }  // namespace
 
 pid_t spawn(const SpawnPlan& plan) {
-    // Without a PID namespace of its own, init's end would not end its services.
+    // --pdeathsig: in the machine's PID namespace, services would outlive init.
     std::vector<std::string> args{"/usr/bin/setpriv", "--pdeathsig", "KILL"};
     args.insert(args.end(), plan.privileges.begin(), plan.privileges.end());
     args.emplace_back("--");
@@ -38,10 +38,11 @@ pid_t spawn(const SpawnPlan& plan) {
                                          0644);
         posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
     }
-    // Onto itself: clears close-on-exec.
+    // Duplicating a descriptor onto itself clears its close-on-exec flag.
     for (const int fd : plan.sockets) posix_spawn_file_actions_adddup2(&actions, fd, fd);
 
-    // Neither the signals that init blocks nor those that init or its caller ignores are passed on.
+    // The process must not inherit the signals that init blocks, or that init or its caller
+    // ignores.
     sigset_t none;
     sigemptyset(&none);
     sigset_t reset = none;

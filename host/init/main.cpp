@@ -1,4 +1,4 @@
-// Init's stand-in: boots the simulated phone from its .rc files.
+// Stand-in for init: boots the simulated phone from its .rc files.
 
 #include <getopt.h>
 
@@ -19,17 +19,16 @@ constexpr char kHelp[] =
         "Usage: kavel_init [--] [COMMAND ARGS...]\n"
         "\n"
         "Boots the simulated phone: reads /system/etc/init/*.rc, runs their actions, starts their\n"
-        "services and serves the system properties. Once sys.boot_completed is 1 it runs COMMAND\n"
-        "in the foreground; when that ends, so does the phone. Without COMMAND the phone stays up\n"
-        "until SIGTERM or SIGINT.\n"
+        "services and serves the system properties. When sys.boot_completed is 1, it runs COMMAND\n"
+        "in the foreground, and shuts down when COMMAND ends. Without COMMAND, it runs until\n"
+        "SIGTERM or SIGINT.\n"
         "\n"
         "  -h, --help  this text\n"
         "\n"
         "Environment:\n"
         "  KAVEL_HOST_TIME_SCALE    divides restart periods\n"
-        "  KAVEL_HOST_LOG_DIR       holds the log files (/dev/log); services' stdout and stderr "
-        "go\n"
-        "                           to its file \"stdio\"\n"
+        "  KAVEL_HOST_LOG_DIR       folder of the log files (default: /dev/log); in it, \"stdio\"\n"
+        "                           receives the services' stdout and stderr\n"
         "  KAVEL_HOST_PROPERTY_DIR, KAVEL_HOST_PROPERTY_SOCKET\n"
         "                           the property store and its socket\n"
         "\n"
@@ -40,7 +39,7 @@ constexpr char kHelp[] =
 
 int main(int argc, char** argv) {
     static constexpr option kOptions[] = {{"help", no_argument, nullptr, 'h'}, {}};
-    // "+": options end where the command begins.
+    // "+": the first word that is not an option begins the command.
     for (int c = 0; (c = getopt_long(argc, argv, "+h", kOptions, nullptr)) != -1;) {
         static_cast<void>(fputs(kHelp, c == 'h' ? stdout : stderr));
         return c == 'h' ? 0 : kUsageError;

@@ -1,4 +1,4 @@
-// libcutils' own function always says -1 on a desktop.
+// Replaces libcutils' function, which always returns -1 on a desktop.
 
 #include <android-base/parseint.h>
 #include <cutils/sockets.h>
@@ -14,7 +14,7 @@
 
 int android_get_control_socket(const char* name) {
     std::string variable = std::string(ANDROID_SOCKET_ENV_PREFIX) + name;
-    // init names the variable so too: what an environment's name cannot hold becomes '_'.
+    // As in init, characters that are not allowed in the name of a variable become '_'.
     std::replace_if(
             variable.begin(), variable.end(), [](unsigned char c) { return isalnum(c) == 0; }, '_');
     const char* text = getenv(variable.c_str());

@@ -45,27 +45,27 @@ bool LogFile::append(std::string_view lines) {
     const int fd = open();
     if (fd < 0) return false;
     if (write(fd, lines.data(), lines.size()) != static_cast<ssize_t>(lines.size())) return false;
-    // Checked after the write: before it, another process could still remove the file in between.
+    // Check after the write: another process could remove the file after an earlier check.
     struct stat info {};
     if (fstat(fd, &info) != 0) return false;
     if (info.st_nlink == 0) {
-        turnOver(fd);
+        rotate(fd);
         return write(fd, lines.data(), lines.size()) == static_cast<ssize_t>(lines.size());
     }
-    if (info.st_size >= mLimit) turnOver(fd);
+    if (info.st_size >= mLimit) rotate(fd);
     return true;
 }
 
-void LogFile::turnOver(int fd) {
-    // Only the holder of the current file's lock may rename it. If another process has it, the next
-    // line goes into the new file.
+void LogFile::rotate(int fd) {
+    // Only the holder of the current file's lock may rename it. If another process holds it, that
+    // process renames the file.
     base::unique_fd current = openFile();
     struct stat info {};
     if (!current.ok() || fstat(current.get(), &info) != 0) return;
     if (info.st_size >= mLimit) {
         if (flock(current.get(), LOCK_EX | LOCK_NB) != 0) return;
         if (isFileAt(mPath, info) && rename(mPath.c_str(), (mPath + ".1").c_str()) != 0) {
-            // Not allowed in this folder: the limit still applies.
+            // This folder does not allow it, so truncate the file to keep to the limit.
             if (ftruncate(current.get(), 0) != 0) return;
         }
         current = openFile();

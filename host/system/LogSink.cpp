@@ -19,10 +19,10 @@ namespace android::kavel::host {
 
 namespace {
 
-/** The buffers that have a file, in the order of their numbers (log_id_t). */
+/** Log buffers that have a file; the index is their log_id_t. */
 constexpr std::array<const char*, 5> kBuffers = {"main", "radio", "events", "system", "crash"};
 constexpr off_t kFileLimit = off_t{8} << 20;
-/** liblog on the phone cuts longer messages (LOGGER_ENTRY_MAX_PAYLOAD). */
+/** Maximum length of a message, at which the phone's liblog cuts (LOGGER_ENTRY_MAX_PAYLOAD). */
 constexpr size_t kMaxMessage = 4068;
 constexpr char kDirectoryVariable[] = "KAVEL_HOST_LOG_DIR";
 
@@ -35,7 +35,7 @@ class Sink {
                     {folder + "/" + kBuffers[3], kFileLimit},
                     {folder + "/" + kBuffers[4], kFileLimit}}} {}
 
-    /** Negative and unknown buffers are the main one, as on the phone. */
+    /** Returns the file of the main buffer for an unknown number, as on the phone. */
     LogFile& file(int buffer) {
         const auto index = static_cast<size_t>(buffer);
         return mFiles[buffer < 0 || index >= mFiles.size() ? 0 : index];
@@ -48,7 +48,7 @@ class Sink {
 /** Never destroyed: static destructors and late threads log too. */
 Sink* sSink = nullptr;
 
-/** What logcat's "threadtime" format puts before each line of a message. */
+/** Returns the text before each line of a message in logcat's format "threadtime". */
 std::string linePrefix(int priority, std::string_view tag) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
@@ -89,7 +89,7 @@ void logToFile(const __android_logger_data* data, const char* message) {
 /** Runs before all C++ static constructors, which may log. */
 __attribute__((constructor(101))) void install() {
     const std::string folder = logDirectory();
-    // init makes the phone's own folder; one that the variable names is made here.
+    // The launcher creates the phone's folder, but not a folder from the variable.
     if (getenv(kDirectoryVariable) != nullptr) mkdir(folder.c_str(), 0777);
     sSink = new Sink(folder);
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);

@@ -4,7 +4,7 @@
 
 namespace android::kavel::host {
 
-/** Folder of the log buffers' files: /dev/log, or the value of KAVEL_HOST_LOG_DIR. */
+/** Returns the folder of the log files: KAVEL_HOST_LOG_DIR, or /dev/log if that is not set. */
 std::string logDirectory();
 
 }  // namespace android::kavel::host

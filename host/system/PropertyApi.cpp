@@ -1,5 +1,5 @@
-// The platform libraries' property functions, for every process of the phone. They replace those of
-// Debian's libbase, which keep properties within one process.
+// The platform libraries' property functions. Debian's libbase has functions of these names, but
+// its properties exist only within one process.
 
 #include <android-base/properties.h>
 #include <cutils/properties.h>

@@ -8,9 +8,9 @@ namespace android::kavel::host {
 
 /**
  * Asks the property service to set a property. Waits for the answer, at most about two seconds;
- * returns kNoService at once if nobody listens. Any thread but the service's own.
+ * returns kNoService at once if no process listens. Any thread except that of the service.
  *
- * The request is one packet, NAME NUL VALUE, and so is the answer, a PropertyStatus.
+ * The request is one packet: NAME NUL VALUE. The answer is one packet with a PropertyStatus.
  */
 PropertyStatus requestSet(const std::string& socketPath, const std::string& name,
                           const std::string& value);

@@ -29,13 +29,12 @@ const char* describe(PropertyStatus status) {
         case PropertyStatus::kReadData:
             return "the request is not complete";
         case PropertyStatus::kReadOnly:
-            return "a read-only property is set only once";
+            return "a read-only property can be set only once";
         case PropertyStatus::kInvalidName:
-            return "the name is not legal (letters, digits and \"._-@:\", no dot at an end or "
-                   "twice "
-                   "in a row, at most 255 characters)";
+            return "the name is not legal (letters, digits and \"._-@:\", no dot at either end, no "
+                   "two dots in a row, at most 255 characters)";
         case PropertyStatus::kInvalidValue:
-            return "the value is too long (at most 91 bytes; 65536 for ro.*) or holds a NUL";
+            return "the value is too long (at most 91 bytes; 65536 for ro.*) or contains a NUL";
         case PropertyStatus::kControlFailed:
             return "init refused the control message";
         case PropertyStatus::kSetFailed:

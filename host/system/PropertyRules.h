@@ -16,26 +16,26 @@ enum class PropertyStatus : uint32_t {
     kInvalidValue = 0x0014,
     kControlFailed = 0x0020,
     kSetFailed = 0x0024,
-    kNoService = 0xFFFFFFFF, /**< Only from the client: nobody answered in time. */
+    kNoService = 0xFFFFFFFF, /**< Only from the client: the service did not answer in time. */
 };
 
-/** A short text for people, such as "a read-only property is set only once". */
+/** Returns a message for the user, such as "a read-only property can be set only once". */
 const char* describe(PropertyStatus status);
 
-/** Maximum length of a name, which is a file's name (NAME_MAX). */
+/** Maximum length of a name: that of a file name (NAME_MAX). */
 constexpr size_t kPropertyNameMax = 255;
 /** Maximum length of a ro.* property's value; others have at most PROP_VALUE_MAX - 1 bytes. */
 constexpr size_t kPropertyLongValueMax = 65536;
 
-/** Letters, digits and "._-@:"; no dot at either end, no two dots in a row, not empty. */
+/** Whether @p name has letters, digits and "._-@:"; no dot at an end; no two dots in a row. */
 bool isLegalPropertyName(std::string_view name);
 
-/** kSuccess, kInvalidName or kInvalidValue: the rules that do not depend on what is stored. */
+/** Checks name and value: kSuccess, kInvalidName or kInvalidValue. Ignores stored values. */
 PropertyStatus checkProperty(std::string_view name, std::string_view value);
 
 /**
- * Paths of the store and of the service's socket: the phone's, unless KAVEL_HOST_PROPERTY_DIR and
- * KAVEL_HOST_PROPERTY_SOCKET name others.
+ * Paths of the store and of the service's socket: KAVEL_HOST_PROPERTY_DIR and
+ * KAVEL_HOST_PROPERTY_SOCKET, or the phone's paths if they are not set.
  */
 std::string propertyDirectory();
 std::string propertySocketPath();

@@ -16,7 +16,7 @@ namespace android::kavel::host {
 namespace {
 
 constexpr char kTag[] = "property_service";
-/** How long a client that has connected may take to send its request. */
+/** Maximum time in which a connected client must send its request. */
 constexpr timeval kClientTimeout{2, 0};
 
 bool bindSocket(int fd, const std::string& path) {

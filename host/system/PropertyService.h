@@ -13,18 +13,18 @@
 namespace android::kavel::host {
 
 /**
- * The one writer of the system properties, inside init. init's poll loop waits for pollFd() and
+ * The only writer of the system properties, part of init. init's poll loop waits for pollFd() and
  * then calls onReadable(), which waits for a client at most two seconds, as on the phone.
  *
- * Within init set() changes properties; SetProperty() would wait for its own answer.
- * GetProperty() may be used. Not thread-safe: all calls come from the thread of the poll loop.
+ * init must use set(), because SetProperty() would wait for an answer of its own thread.
+ * GetProperty() is allowed. Not thread-safe: all calls come from the thread of the poll loop.
  */
 class PropertyService {
   public:
     struct Options {
         std::string storeDir;   /**< Created if missing; values of an earlier boot are removed. */
         std::string socketPath; /**< The folder must exist; a stale socket is replaced. */
-        std::string persistDir; /**< Holds persist.*; created with the first such value. */
+        std::string persistDir; /**< Contains persist.*; created with the first such value. */
 
         /** propertyDirectory(), propertySocketPath() and the phone's /data/property. */
         static Options fromEnvironment();
@@ -37,7 +37,7 @@ class PropertyService {
     /** Called after each stored set. May call set(). */
     using ChangeHandler = std::function<void(const std::string& name, const std::string& value)>;
 
-    /** Opens store and socket. Returns null on failure, with the reason in *error. */
+    /** Opens the store and the socket. Returns null on failure, with the reason in *error. */
     static std::unique_ptr<PropertyService> start(Options options, std::string* error);
     ~PropertyService();
     PropertyService(const PropertyService&) = delete;
@@ -63,7 +63,7 @@ class PropertyService {
     void loadPersistent();
 
   private:
-    /** Only what clients and init ask for is kept for the next boot, not what a boot loads. */
+    /** Values from kRequest are stored for the next boot; those that a boot loads are not. */
     enum class Origin { kRequest, kBoot };
 
     explicit PropertyService(Options options);

@@ -10,7 +10,7 @@ namespace android::kavel {
 
 namespace {
 
-/** Far beyond any wait, and still a time the kernel's 64 bits of nanoseconds can hold. */
+/** Maximum sleep in seconds: longer than any wait, but still an int64 in nanoseconds. */
 constexpr double kLongestSleep = 4e9;
 
 }  // namespace
@@ -22,7 +22,7 @@ void sleepSeconds(uint64_t seconds) {
     double whole = 0;
     const double fraction = std::modf(scaled, &whole);
 
-    // An absolute end, so that signals do not stretch the sleep.
+    // An absolute time, so that signals do not make the sleep longer.
     timespec end{};
     clock_gettime(CLOCK_MONOTONIC, &end);
     end.tv_sec += static_cast<time_t>(whole);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr char kFile[] = "/data/persist_log/PLX/statistics.jsonl";
 constexpr char kFileVariable[] = "KAVEL_HOST_STATISTICS";
-/** A file of that size becomes NAME.1, and the one before it goes. */
+/** Maximum size of the file in bytes (see LogFile). */
 constexpr off_t kFileLimit = off_t{4} << 20;
 
 /** Length of the UTF-8 character (RFC 3629) at the start of @p text; 0 if there is none. */

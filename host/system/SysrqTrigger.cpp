@@ -1,5 +1,5 @@
-// A panic of the simulated phone: it is written down and the phone goes down in good order. The
-// machine's own trigger file is none of this program's business.
+// A panic of the simulated phone: writes a record and shuts the phone down in order. Never opens
+// the machine's own trigger file.
 
 #include "platform/SysrqTrigger.h"
 
@@ -26,7 +26,8 @@ bool triggerKernelPanic() {
     __android_log_print(ANDROID_LOG_FATAL, kTag,
                         "simulated panic, recorded in %s: the phone goes down", kRecord);
     if (!base::SetProperty("sys.powerctl", "shutdown,panic")) {
-        __android_log_write(ANDROID_LOG_ERROR, kTag, "init does not answer: the phone stays up");
+        __android_log_write(ANDROID_LOG_ERROR, kTag,
+                            "init does not answer: the phone keeps running");
     }
     return true;
 }

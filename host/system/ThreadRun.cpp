@@ -1,5 +1,5 @@
-// libutils names its threads on Android only. This definition takes the place of the library's;
-// all of a thread's life after its name is still the library's own _threadLoop.
+// libutils sets thread names only on Android. This definition replaces the library's: the thread
+// sets its name and then runs the library's own _threadLoop.
 
 #include <utils/AndroidThreads.h>
 #include <utils/Thread.h>
@@ -32,19 +32,19 @@ status_t Thread::run(const char* name, int32_t priority, size_t stack) {
 
     mStatus = OK;
     mExitPending = false;
-    mHoldSelf = this;  // the loop takes it over, and lets go of it at the end
+    mHoldSelf = this;  // the loop takes it over, and releases it at the end
     mRunning = true;
 
     auto start = std::make_unique<Start>(Start{_threadLoop, this, name});
     const auto create = mCanCallJava ? androidCreateThreadEtc : androidCreateRawThreadEtc;
-    // mThread has its idle value, from the constructor or from the end of the loop before.
+    // mThread has its idle value, from the constructor or from the end of an earlier loop.
     if (create(nameThenLoop, start.get(), name, priority, stack, &mThread) == 0) {
         mStatus = UNKNOWN_ERROR;
         mRunning = false;
         mHoldSelf.clear();
         return UNKNOWN_ERROR;
     }
-    static_cast<void>(start.release());  // the thread's own from here on
+    static_cast<void>(start.release());  // now owned by the thread
     return OK;
 }
 

@@ -2,7 +2,7 @@
 
 namespace android::kavel::host {
 
-/** How many times faster than the phone's this host's time runs; 1 if not said or not sensible. */
+/** Divisor of all waits, from KAVEL_HOST_TIME_SCALE; 1 if that is not set or not valid. */
 double timeScale();
 
 }  // namespace android::kavel::host

@@ -1,4 +1,4 @@
-// Takes the place of the maker's trace utility: each flush leaves a file where the real one would.
+// Stand-in for the maker's trace utility: each flush writes a file to the folder of the real one.
 
 #include "platform/TraceNativeUtils.h"
 

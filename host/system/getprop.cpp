@@ -1,4 +1,4 @@
-// getprop: shows one property or all of them.
+// getprop: prints one property or all of them.
 
 #include <android-base/properties.h>
 

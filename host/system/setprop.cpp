@@ -9,9 +9,8 @@ namespace {
 
 constexpr char kHelp[] =
         "usage: setprop NAME VALUE\n\n"
-        "Sets the property NAME; \"ctl.start\", \"ctl.stop\" and \"ctl.restart\" with a service "
-        "as\n"
-        "VALUE are carried out by init.\n\n"
+        "Sets the property NAME. \"ctl.start\", \"ctl.stop\" and \"ctl.restart\" are requests to\n"
+        "init; VALUE is then the name of a service.\n\n"
         "Exit codes: 0 done, 1 refused or wrong usage.\n";
 
 }  // namespace

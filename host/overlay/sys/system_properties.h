@@ -1,4 +1,4 @@
-/* <cutils/properties.h> wants this bionic header; the limits are those of bionic. */
+/* <cutils/properties.h> includes this header of bionic for its limits. */
 #pragma once
 
 #define PROP_NAME_MAX 32
