@@ -1,4 +1,4 @@
-// phone_framework: the part of the framework that the daemon talks to.
+// phone_framework: stand-in for the part of the framework that the daemon uses.
 
 #include <android-base/properties.h>
 #include <android/log.h>

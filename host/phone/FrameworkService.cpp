@@ -16,7 +16,7 @@ namespace {
 
 constexpr char kTag[] = "KavelManager";
 
-/** Request codes of android.os.IKavelManager, as far as the daemon uses them. */
+/** Request codes of android.os.IKavelManager that the daemon uses. */
 enum Request : uint32_t {
     DUMP_ANR_TRACE = 2,
     DUMP_SYSTEM_TRACE = 7,
@@ -32,7 +32,7 @@ std::string timeText() {
     return text;
 }
 
-int32_t leaveFile(const std::string& path, const std::string& content) {
+int32_t writeDump(const std::string& path, const std::string& content) {
     if (base::WriteStringToFile(content, path)) {
         __android_log_print(ANDROID_LOG_INFO, kTag, "wrote %s", path.c_str());
         return 0;
@@ -48,17 +48,17 @@ int32_t dumpAnrTrace(int32_t pid) {
     const std::string stacks =
             base::StringPrintf("----- pid %d at %s -----\nCmd line: %s\n----- end %d -----\n", pid,
                                now.c_str(), name.c_str(), pid);
-    // What the process itself dumped when it hung, and what is dumped at the daemon's request.
+    // One file is the process's own dump at the time of the hang, the other is the requested dump.
     const int32_t own =
-            leaveFile(base::StringPrintf("/data/anr/trace_anr_%s_%d", now.c_str(), pid), stacks);
-    const int32_t asked = leaveFile(
+            writeDump(base::StringPrintf("/data/anr/trace_anr_%s_%d", now.c_str(), pid), stacks);
+    const int32_t requested = writeDump(
             base::StringPrintf("/data/anr/kavel_DumpTraces_%d_%s", pid, now.c_str()), stacks);
-    return own != 0 ? own : asked;
+    return own != 0 ? own : requested;
 }
 
 int32_t dumpSystemTrace() {
     const std::string now = timeText();
-    return leaveFile("/data/persist_log/PLX/de/kavel/dravo-trace-" + now,
+    return writeDump("/data/persist_log/PLX/de/kavel/dravo-trace-" + now,
                      "# tracer: nop (simulated phone, " + now + ")\n");
 }
 

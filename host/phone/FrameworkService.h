@@ -7,9 +7,9 @@
 namespace android::kavel::host {
 
 /**
- * The framework's binder service "kavel": what the daemon asks the framework for. Each request
- * is logged; the dumps leave a file where the real framework leaves its own. The int32 reply is
- * 0, or -1 where the file could not be written.
+ * The framework's binder service "kavel", which handles the daemon's requests. Each request is
+ * logged; dumps are written to the folders of the real framework. The int32 reply is 0, or -1 if a
+ * file could not be written.
  */
 class FrameworkService : public BBinder {
   public:

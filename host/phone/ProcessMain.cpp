@@ -1,5 +1,5 @@
-// phone_process NAME: a process of the simulated phone that is there and idles. On SIGQUIT it
-// leaves a stack dump in /data/anr, as the phone's runtime does; anything else ends it.
+// phone_process NAME: an idle process of the simulated phone. On SIGQUIT it writes a stack dump to
+// /data/anr, like the phone's runtime.
 
 #include <android-base/file.h>
 #include <android-base/stringprintf.h>
@@ -18,7 +18,7 @@ namespace {
 constexpr int kUsageError = 2;
 constexpr char kProgram[] = "phone_process";
 
-/** Starts over with NAME as the whole command line: that is what ps and pidof look at. */
+/** Runs this program again with NAME as its whole command line, which ps and pidof show. */
 int becomeNamed(char* name) {
     char* const args[] = {name, nullptr};
     execv("/proc/self/exe", args);

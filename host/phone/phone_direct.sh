@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2154,SC2034
-# Part of phone: where namespaces are forbidden, the same tree as links on the machine itself.
+# Part of phone: creates the phone's paths as links on a machine that forbids namespaces.
 
-# Path on the machine and what it leads to in $dir. A link of exactly this kind is ours.
+# Links on the machine and their targets in $dir. Only a link with exactly its target is removed.
 DIRECT_LINKS='/data data
 /system system
 /system_ext system
@@ -26,28 +26,28 @@ check_direct() {
 not look like one"
     while read -r path name; do
         is_ours "$path" "$dir/$name" || { [ ! -e "$path" ] && [ ! -L "$path" ]; } ||
-            die "KAVEL_SANDBOX=direct: this machine has a $path already, which is not the phone's"
+            die "KAVEL_SANDBOX=direct: this machine already has a $path, which is not the phone's"
     done <<< "$DIRECT_LINKS"
 }
 
-# Users and groups of the phone that the machine lacks, ahead of its own, so that an id that both
-# have gets the phone's name. The machine's lists are kept aside.
+# Adds the phone's users and groups that the machine does not have, before the machine's own: an id
+# that both have gets the phone's name. Saves the machine's lists for remove_direct.
 add_accounts() {
     local list line
     for list in passwd group; do
-        cp -p "/etc/$list" "$dir/machine.$list" || die "cannot keep /etc/$list aside"
+        cp -p "/etc/$list" "$dir/machine.$list" || die "cannot save /etc/$list"
         while read -r line; do
             grep -q "^${line%%:*}:" "$dir/machine.$list" || echo "$line"
         done < "$dir/etc/$list" | cat - "$dir/machine.$list" > "/etc/$list"
     done
 }
 
-lay_direct() {
+create_direct() {
     local path name
-    remove_direct  # what a launcher that was killed left behind
+    remove_direct  # a launcher that was killed may have left its links
     add_accounts
     while read -r path name; do
-        ln -s "$dir/$name" "$path" || die "cannot lay $path"
+        ln -s "$dir/$name" "$path" || die "cannot create $path"
     done <<< "$DIRECT_LINKS"
 }
 

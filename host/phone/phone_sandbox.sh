@@ -1,9 +1,9 @@
 # shellcheck shell=bash disable=SC2154,SC2034
-# Part of phone: how the phone is kept apart from the machine.
+# Part of phone: isolates the phone from the machine.
 
-# What the phone's init needs to boot and its services keep at most. Not among them: mounting
-# (so nothing can be uncovered again), modules, raw devices, reboot, the clock. net_admin is for
-# the size of a socket buffer; the only network is the phone's own, which is empty.
+# Capabilities that the phone's init needs; services get no others. They do not allow mounting,
+# which could make the machine's files visible, modules, raw devices, reboot or setting the clock.
+# net_admin is for the size of a socket buffer: the phone has only its own, empty network.
 CAPABILITIES='chown dac_override fowner fsetid kill net_admin setgid setuid setpcap sys_ptrace syslog'
 
 # Sets sandbox (namespaces, shared-pids or direct) and, for the first two, the array isolation.
@@ -31,21 +31,21 @@ choose_sandbox() {
     isolation=("${base[@]}" "${user[@]}" --ro-bind /proc /proc)
     if probe; then
         [ "${KAVEL_SANDBOX-}" = shared-pids ] && { sandbox=shared-pids; return; }
-        die "this machine forbids a /proc of the phone's own ($reason). The phone would share
+        die "this machine forbids a separate /proc for the phone ($reason). The phone would share
 the machine's processes, and its daemon could signal any of them. In a throwaway container,
 KAVEL_SANDBOX=shared-pids allows that."
     fi
     die "this machine forbids new namespaces ($probe_error), without which the phone cannot be
-kept apart from it. In a throwaway container without a /data of its own, KAVEL_SANDBOX=direct lays
-the phone's paths directly on the machine and removes them afterwards."
+isolated. In a throwaway container without its own /data, KAVEL_SANDBOX=direct creates the phone's
+paths directly on the machine and removes them afterwards."
 }
 
 probe() {
     probe_error=$(bwrap --ro-bind / / "${isolation[@]}" --dev /dev -- true 2>&1)
 }
 
-# Makes the folders above $1, open to all: those that bubblewrap makes itself are closed to all
-# but root.
+# Creates the parent folders of $1 for all users: those that bubblewrap itself creates are only for
+# root.
 add_parents() {
     local parent='' name
     while read -r -d / name; do
@@ -56,8 +56,8 @@ add_parents() {
 
 # Runs the phone's init in the sandbox; does not return.
 launch() {
-    # The phone's init gets the terminal's interrupt itself. Bubblewrap must not end of it, or
-    # the phone would be gone before its init could end it in good order.
+    # The phone's init gets the terminal's interrupt itself. It must not end bubblewrap, because
+    # that would kill init before it has shut the phone down.
     trap '' INT
     set_phone_env
     [ "$sandbox" = direct ] && launch_direct "$@"
@@ -72,13 +72,13 @@ launch() {
     for name in passwd group nsswitch.conf; do
         args+=(--ro-bind "$dir/etc/$name" "/etc/$name")
     done
-    # The programs stand where they were built; the tests' folder holds sanitizer settings.
+    # The programs are in the build folder, the settings of the sanitizers in tests/.
     for name in "$BUILD_DIR" "$SOURCE_DIR/tests"; do
         add_parents "$name"
         args+=(--ro-bind "$name" "$name")
     done
     args+=("${isolation[@]}")
-    # Kernel settings stay the machine's; what is written to sysrq-trigger lands in a file.
+    # The phone cannot change kernel settings, and its sysrq-trigger is a plain file.
     [ "$sandbox" = shared-pids ] || args+=(--ro-bind-try /proc/sys /proc/sys)
     if [ "$sandbox" = namespaces ]; then
         args+=(--as-pid-1)
@@ -94,7 +94,7 @@ launch() {
         -- /system/bin/kavel_init -- "$@" 8> "$dir/info"
 }
 
-# The phone's environment: little of the caller's, so that a run depends on little.
+# Sets the phone's environment: only a few of the caller's variables, so that runs are alike.
 set_phone_env() {
     phone_env=(PATH=/system/bin:/usr/bin:/bin HOME=/data KAVEL_PHONE_DATA="$dir/data")
     local name

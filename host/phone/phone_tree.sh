@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2154,SC2034
 # Part of phone: the phone's files below $dir.
 
-# Android's own tools where Debian's differ in what they print or take.
+# Tools from toybox, as on Android, because Debian's have other output or options.
 TOYBOX_TOOLS='dmesg find head mount pidof ps tar top xargs'
 
 copy_files() {
@@ -13,15 +13,15 @@ copy_files() {
         cp "$1"/{passwd,group} "$dir/etc"
 }
 
-lay_tree() {
+create_tree() {
     local fresh=$1 program tool
     [ -z "$fresh" ] || rm -rf "${dir:?}"/{data,log,properties,sysrq-trigger} || die "cannot empty $dir"
     rm -rf "${dir:?}"/{sockets,binder_sockets,system,etc}
     mkdir -p "$dir"/{data,log,properties,sockets,binder_sockets,etc} \
-        "$dir"/system/{bin,etc/init,phone/services} || die "cannot lay out $dir"
-    # Every service writes its own lines, whoever it runs as.
+        "$dir"/system/{bin,etc/init,phone/services} || die "cannot create the folders of $dir"
+    # Services of every user write to these folders.
     chmod 0777 "$dir/log" "$dir/binder_sockets"
-    # In place of the kernel's file, which the phone's group system may write.
+    # Replaces the kernel's file, which the phone's group system may write.
     touch "$dir/sysrq-trigger" && chmod 0666 "$dir/sysrq-trigger"
 
     copy_files "$SOURCE_DIR/host/phone" || die "the phone's own files are not complete"
@@ -30,7 +30,7 @@ group: files' > "$dir/etc/nsswitch.conf"
 
     for program in "${PROGRAMS[@]}"; do
         if [ ! -x "$program" ]; then
-            echo "phone: $program is not built: the phone lacks it" >&2
+            echo "phone: $program is not built, so the phone does not have it" >&2
             continue
         fi
         ln -s "$program" "$dir/system/bin/${program##*/}"

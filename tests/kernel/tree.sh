@@ -26,7 +26,7 @@ lay_phone() (
     # shellcheck disable=SC1091
     . "$build/host/phone/phone_tree.sh"
     dir=$out/phone
-    lay_tree 1 &&
+    create_tree 1 &&
         cp -a "$dir/system" "$1" &&
         ln -s system "$1/system_ext" &&
         cp "$dir/etc"/* "$1/etc"
