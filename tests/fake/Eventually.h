@@ -5,8 +5,8 @@
 
 namespace android::kavel::test {
 
-/** Whether @p condition, looked at every few milliseconds, comes true within a time that only a
- * fault can use up. */
+/** Polls @p condition until it is true. Returns false after a minute: only a fault takes so long.
+ */
 template <class Condition>
 bool eventually(Condition condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);

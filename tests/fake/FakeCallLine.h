@@ -5,8 +5,8 @@
 namespace android::kavel::fake {
 
 /**
- * Calls run on the caller's thread, so that their log lines have their place among the caller's.
- * How every call ends from now on: one that is dropped does not run. At first all return.
+ * Sets the outcome of all further calls; the default is Returned. A call runs on the caller's
+ * thread, so that its log lines come in order; a dropped call does not run.
  */
 void setCallOutcome(CallLine::Outcome outcome);
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kFailed = 1 << 8;
 
-/** The words of a command, without the quotes of shellQuote(). */
+/** Splits a command into words, without the quotes of shellQuote(). */
 std::vector<std::string> wordsOf(const std::string& command) {
     std::vector<std::string> words(1);
     bool isQuoted = false;

@@ -5,9 +5,9 @@
 namespace android::kavel::fake {
 
 /**
- * Does to the files below /data what the shell would do for mkdir, tar, mv, rm, echo and any output
- * that goes to a file; an archive holds the names that were packed, a line each. The wait status.
- * For resetShell(), in tests that run where /data is their own (kavel_add_test(... DATA)).
+ * Does what the shell would do below /data for mkdir, tar, mv, cp, rm and output into a file. An
+ * archive contains the packed names, one in each line. Returns a wait status. For resetShell(), in
+ * tests that have their own /data (kavel_add_test(... DATA)).
  */
 int carryOut(const std::string& command);
 

@@ -35,7 +35,7 @@ void keep(const PassingLine& line) {
     captured().changed.notify_all();
 }
 
-/** What liblog puts where a line has no tag: the program's name, as it finds it. */
+/** Returns the tag that liblog gives a line without one: its text for the program's name. */
 const std::string& defaultTag() {
     static const std::string tag = [] {
         __android_log_write(ANDROID_LOG_INFO, nullptr, "");

@@ -6,27 +6,27 @@
 
 namespace android::kavel::fake {
 
-/** One line that went to liblog. */
+/** One captured log line. */
 struct LogLine {
     int priority;
-    std::string tag;  ///< the program's name where the daemon gave none, as liblog has it
+    std::string tag;  ///< if the daemon gave none: the program's name, from liblog
     std::string text;
-    std::thread::id thread;  ///< that logged it
+    std::thread::id thread;
 };
 
-/** From the first call on, log lines are kept here instead of being written. Any thread. */
+/** Captures all further log lines of all threads, which are not written. */
 void captureLog();
-/** What has been logged since the last clearLog(). */
+/** Returns the lines since the last clearLog(). */
 std::vector<LogLine> logLines();
 void clearLog();
 /**
- * What the calling thread has logged since then, each line as "I text" or "I TAG: text" and without
- * the newline at its end; all that was logged is cleared.
+ * Returns the lines of the calling thread since the last clearLog(), each as "I text" or
+ * "I TAG: text" without a newline at its end. Clears the lines of all threads.
  */
 std::vector<std::string> takeLog();
-/** How many lines hold @p text. */
+/** Returns the number of lines that contain @p text. */
 size_t logCount(const std::string& text);
-/** Waits until at least @p count lines hold @p text; false where that takes too long. */
+/** Waits until at least @p count lines contain @p text. Returns false if that takes too long. */
 bool awaitLog(const std::string& text, size_t count = 1);
 
 }  // namespace android::kavel::fake

@@ -24,7 +24,7 @@ struct Kernel {
 };
 
 Kernel& kernel() {
-    static auto* instance = new Kernel;  // late threads look too
+    static auto* instance = new Kernel;  // late threads use it too
     return *instance;
 }
 

@@ -7,26 +7,26 @@
 
 namespace android::kavel::fake {
 
-/** What /proc says of a process; no text where the file can be opened but not read. */
+/** Files of a process in /proc; nullopt if the file can be opened but not read. */
 struct Process {
     std::optional<std::string> status;
     std::optional<std::string> cmdline;
 };
 
-/** A process of user @p uid, as the kernel describes it. */
+/** Returns the kernel's texts for a process of user @p uid. */
 Process process(int uid, const std::string& command = "app");
 
-// A scripted /proc, and signals and panics that are only written down.
+// Replaces /proc; signals and panics are only recorded.
 
 void setProcesses(std::map<int, Process> processes);
 void setProcess(int pid, const Process& process);
 void removeProcess(int pid);
-/** From now on /proc cannot be opened, or can again. */
+/** Sets whether /proc cannot be opened. */
 void closeProc(bool closed);
 
-/** Everything sent to processes since the last call: "signal PID NUMBER" and "panic", in order. */
+/** Returns the actions since the last call, in order: "signal PID NUMBER" and "panic". */
 std::vector<std::string> takeDeeds();
-/** From now on the kernel refuses to panic, or no longer. */
+/** Sets whether the kernel refuses to panic. */
 void refusePanic(bool refuse);
 
 }  // namespace android::kavel::fake

@@ -6,13 +6,13 @@
 
 namespace android::kavel::fake {
 
-/** Commands that went through runShell() since the last resetShell(), in order. */
+/** Returns the commands of runShell() since the last resetShell(), in order. */
 std::vector<std::string> commands();
-/** How many of them hold @p text. */
+/** Returns the number of those that contain @p text. */
 size_t commandCount(const std::string& text);
-/** Blocks until at least @p count commands holding @p text have been run. */
+/** Waits until there are at least @p count commands that contain @p text. */
 void awaitCommands(const std::string& text, size_t count);
-/** Forgets the commands; from now on each one's wait status is what @p result says, or 0. */
+/** Clears the commands. @p result returns the wait status of each further one; if null, 0. */
 void resetShell(std::function<int(const std::string&)> result = nullptr);
 
 }  // namespace android::kavel::fake

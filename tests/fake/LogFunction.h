@@ -4,14 +4,15 @@
 
 namespace android::kavel::fake {
 
-/** A line on its way to the log. */
+/** Arguments of a log function. */
 struct PassingLine {
     int priority;
-    const char* tag;  ///< null where there is none
+    const char* tag;  ///< null if there is none
     const char* text;
 };
 
-/** What __android_log_set_logger() takes, for @p Keep: its form differs between releases of liblog.
+/**
+ * Adapts @p Keep to __android_log_set_logger(), whose argument differs between releases of liblog.
  */
 template <void (*Keep)(const PassingLine&)>
 struct LogFunction {

@@ -1,5 +1,5 @@
-// Part of each test program that changes /data. It runs only where that is its own: an empty file
-// system in memory, which CTest's command gives it.
+// Part of each test program that changes /data. Such a program runs only if /data is an empty file
+// system in memory, which CTest's command provides.
 
 #include <cstdio>
 #include <cstdlib>
@@ -20,8 +20,7 @@ class OwnData : public testing::Environment {
             std::filesystem::is_empty("/data")) {
             return;
         }
-        fprintf(stderr,
-                "this program changes /data and has none of its own here: run it by ctest\n");
+        fprintf(stderr, "this program changes /data, so it needs its own: run it with ctest\n");
         exit(1);
     }
 };

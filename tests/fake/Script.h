@@ -7,19 +7,19 @@
 
 namespace android::kavel::test {
 
-/** A line of a script: a verb and its words. */
+/** A line of a script: a verb and further words. */
 class ScriptLine {
   public:
     explicit ScriptLine(const std::string& text);
 
     const std::string& verb() const { return mWords[0]; }
-    /** The word at @p i, the verb's place being 0; empty where there is none. */
+    /** Returns word @p i, or an empty text if there is none. The verb is word 0. */
     std::string word(size_t i) const { return i < mWords.size() ? mWords[i] : ""; }
     size_t size() const { return mWords.size(); }
     int64_t number(size_t i) const { return std::stoll(mWords.at(i), nullptr, 0); }
-    /** What stands from the word at @p i on, blanks and all. */
+    /** Returns the text from word @p i to the end of the line. */
     std::string rest(size_t i) const;
-    /** VALUE of a word NAME=VALUE; empty where there is none. */
+    /** Returns VALUE of the word NAME=VALUE, or an empty text if there is none. */
     std::string option(const std::string& name) const;
 
   private:
@@ -29,14 +29,14 @@ class ScriptLine {
 using ScriptVerbs = std::map<std::string, std::function<void(const ScriptLine&)>>;
 
 /**
- * Follows the script at @p path: what comes of each line, as @p follow tells it, has to be what
- * stands indented below that line. Blank lines and those with "#" are for the reader; "{x*511}" is
- * 511 times x, and "\t" and "\n" in a line to follow are themselves.
+ * Calls @p follow for each line of the script at @p path, and compares its result with the indented
+ * text below the line. Ignores blank lines and those that begin with "#". In a line, "{x*511}"
+ * means 511 times x, "\t" a tab and "\n" a newline.
  *
- * "= NAME TEXT" shortens the results: a line that is TEXT becomes NAME, or NAME(VALUE,...) if TEXT
- * has "*" for a value, and neighbours share a line in brackets. All other lines are shown in full.
+ * "= NAME TEXT" abbreviates results: a line TEXT becomes NAME, or NAME(VALUE,...) if TEXT has "*"
+ * for a value, and neighbours share a line in brackets.
  *
- * With KAVEL_WRITE_GOLDEN in the environment the file is rewritten, to be looked through.
+ * With KAVEL_WRITE_GOLDEN in the environment, rewrites the file.
  */
 void expectScript(const std::string& path,
                   const std::function<std::string(const ScriptLine& line)>& follow);

@@ -8,7 +8,7 @@
 
 namespace android::kavel::test {
 
-/** An empty directory of our own, removed with all that is in it at the end of the scope. */
+/** A new, empty directory, which is removed with its contents at the end of the scope. */
 class TempDir {
   public:
     TempDir() : mPath((std::filesystem::temp_directory_path() / "kavel.XXXXXX").string()) {
@@ -34,7 +34,7 @@ inline std::string contentOf(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/** A file of @p size bytes that takes no room on the disk. */
+/** Creates a sparse file of @p size bytes. */
 inline void makeFile(const std::string& path, uintmax_t size = 0) {
     std::ofstream(path).close();
     std::filesystem::resize_file(path, size);
