@@ -24,16 +24,16 @@ std::filesystem::path directoryOf(const Arguments& arguments) {
 constexpr std::string_view kListHelp =
         "usage: kavelctl list [--dir DIR] [--json]\n"
         "\n"
-        "Lists the archives of the collection directory, the newest first. The number in front\n"
-        "(-1 is the newest) can be given to 'kavelctl show'. Archives that do not read back are\n"
-        "marked broken; the exit code is 0 all the same. Other files are counted only. Of each\n"
-        "archive the first 64 MiB of its unpacked content are read: a count such as 12+ says that\n"
-        "there is more, which 'kavelctl show' reads.\n"
+        "Lists the archives of the collection directory, newest first. Each line begins with\n"
+        "the number of the archive for 'kavelctl show'; -1 is the newest. Archives that cannot\n"
+        "be read to their end are marked broken; this does not change the exit code. Other files\n"
+        "are only counted. Reads at most the first 64 MiB of an archive's unpacked content: a\n"
+        "count such as 12+ means that there are more files, which 'kavelctl show' reads.\n"
         "\n"
-        "  --dir DIR  another directory than /data/persist_log/PLX/de/kavel\n"
+        "  --dir DIR  the directory (default: /data/persist_log/PLX/de/kavel)\n"
         "  --json     one JSON document:\n"
         "               directory   text\n"
-        "               passedOver  number of entries that are no archives\n"
+        "               passedOver  number of other entries\n"
         "               archives    list, newest first, of:\n"
         "                 index      -1 for the newest\n"
         "                 path       text\n"
@@ -45,11 +45,11 @@ constexpr std::string_view kListHelp =
         "                 sequence   1, or N for NAME.N.tar.gz, a further archive of the folder\n"
         "                 size       of the archive, in bytes\n"
         "                 fileCount  number\n"
-        "                 partial    true if there is more than was read\n"
-        "                 broken     text why it does not read back, or null\n"
-        "                 events     list of the objects in kavel_events.txt; empty without one\n"
-        "                 malformedEvents  its lines that are no objects of that form\n"
-        "                 moreEvents  true if there are more lines than are read\n";
+        "                 partial    true if the archive has more content than was read\n"
+        "                 broken     text, why the archive cannot be read, or null\n"
+        "                 events     list of the objects in kavel_events.txt; may be empty\n"
+        "                 malformedEvents  list of that file's lines that are not such objects\n"
+        "                 moreEvents  true if that file has more lines than were read\n";
 
 void printList(std::ostream& out, const std::vector<Archive>& archives) {
     struct Row {
@@ -111,7 +111,7 @@ int runList(const Arguments& arguments, const Output& output) {
                << printable(directory.string());
     if (collection.passedOver != 0) {
         output.out << "; " << collection.passedOver << " other "
-                   << (collection.passedOver == 1 ? "entry" : "entries") << " passed over";
+                   << (collection.passedOver == 1 ? "entry" : "entries") << " ignored";
     }
     const bool hasPartial = std::any_of(archives.begin(), archives.end(), [](const Archive& each) {
         return each.contents.isPartial;
@@ -124,16 +124,16 @@ int runList(const Arguments& arguments, const Output& output) {
 constexpr std::string_view kShowHelp =
         "usage: kavelctl show ARCHIVE | -N [--dir DIR] [--json]\n"
         "\n"
-        "Shows one archive: what its name says, its history lines and events, its extraInfo.txt,\n"
-        "its files. -N is the Nth newest of the collection directory, -1 the newest. ARCHIVE is\n"
-        "a file name in there or a path, with or without .tar.gz. Of a broken archive it shows\n"
-        "what could be read, and exits with 1.\n"
+        "Shows one archive: the parts of its name, its history lines, its events, its\n"
+        "extraInfo.txt and its files. -N is the Nth newest archive of the collection directory.\n"
+        "ARCHIVE is a path, or a file name in that directory, with or without .tar.gz. If the\n"
+        "archive is broken, shows the part that can be read, and exits with 1.\n"
         "\n"
-        "  --dir DIR  another directory than /data/persist_log/PLX/de/kavel\n"
-        "  --json     one JSON document: what 'kavelctl list --json' has of an archive but index\n"
-        "             (event to sequence are null if the file's name is not an archive's), and\n"
+        "  --dir DIR  the directory (default: /data/persist_log/PLX/de/kavel)\n"
+        "  --json     one JSON document: the keys of an archive in 'kavelctl list --json' without\n"
+        "             index (event to sequence are null if the name has another form), and\n"
         "               history    list of {event, time, logInfo: hexadecimal text, recordId}\n"
-        "               extraInfo  text, or null where the archive has none\n"
+        "               extraInfo  text, or null if there is none\n"
         "               files      list of {name, size in bytes}, 4096 at most\n";
 
 int runShow(const Arguments& arguments, const Output& output) {
@@ -154,7 +154,9 @@ const Command kListCommand{"list",    "list the archives of the collection direc
                            kOptions,  std::size(kOptions),
                            runList};
 
-const Command kShowCommand{"show",   "show what one archive holds", kShowHelp, "ARCHIVE",
-                           kOptions, std::size(kOptions),           runShow};
+const Command kShowCommand{"show",    "show the contents of one archive",
+                           kShowHelp, "ARCHIVE",
+                           kOptions,  std::size(kOptions),
+                           runShow};
 
 }  // namespace android::kavel::tools

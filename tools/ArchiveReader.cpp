@@ -117,7 +117,7 @@ ArchiveContents readArchive(const std::filesystem::path& path, uint64_t limit) {
     contents.isPartial = file.isBeyondLimit();
     contents.broken = file.error();
     if (contents.broken.empty() && !contents.isPartial && !reader.error().empty()) {
-        contents.broken = "not a sound tar archive: " + reader.error();
+        contents.broken = "not a valid tar archive: " + reader.error();
     }
     return contents;
 }

@@ -148,10 +148,10 @@ void printArchive(std::ostream& out, const Archive& archive) {
     if (contents.fileCount > contents.files.size()) {
         out << "  ... and " << contents.fileCount - contents.files.size() << " more\n";
     }
-    if (contents.isPartial) out << "too large: what is shown is what its first 4 GiB hold\n";
+    if (contents.isPartial) out << "too large: only the first 4 GiB were read\n";
     if (!contents.broken.empty()) {
         out << "broken: " << printable(contents.broken)
-            << "; what is shown is what could be read\n";
+            << "; the rest of the archive is not shown\n";
     }
 }
 

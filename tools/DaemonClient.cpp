@@ -38,7 +38,7 @@ std::string statusText(status_t status) {
         case DEAD_OBJECT:
             return "the daemon has died; the call is lost";
         case FAILED_TRANSACTION:
-            return "the call was not taken: the daemon's queue is full, the daemon does not "
+            return "the call was not accepted: the daemon's queue is full, the daemon does not "
                    "respond, or the call is too large";
         default:
             return "binder refused the call with status " + std::to_string(status);

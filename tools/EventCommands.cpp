@@ -26,19 +26,19 @@ constexpr std::string_view kSetHelp =
         "                    [--recover-id N]\n"
         "\n"
         "Configures the event type EVENT. The daemon builds records only of event types that are\n"
-        "configured and enabled. A call replaces all settings of the event type but two: a\n"
-        "recover id of 0, and a name beside a recover id, leave what was set before.\n"
+        "configured and enabled. A call replaces all settings of the event type, except that a\n"
+        "recover id of 0, or a name together with a recover id, does not change an earlier one.\n"
         "\n"
         "  --name N        name in folders, archives and the history line; required unless a\n"
         "                  recover id is given, because the daemon then stores no name\n"
         "  --enable        handle reports of this event type (the default)\n"
         "  --disable       drop them\n"
-        "  --freq N        reporting frequency; stored, limits nothing (default 0)\n"
+        "  --freq N        reporting frequency; stored, but has no effect (default 0)\n"
         "  --window MS     milliseconds for which further reports join the same catch\n"
         "                  (default 180000; below 1000 each report gets an archive of its own;\n"
         "                  an hour at most)\n"
-        "  --recover-id N  recovery action for event types from 0x10000001 up; 0 leaves an\n"
-        "                  earlier one in place\n"
+        "  --recover-id N  recovery action for event types from 0x10000001 up; 0 does not change\n"
+        "                  an earlier one\n"
         "\n"
         "The call is one-way: exit code 0 means that it is queued for the daemon.\n";
 
@@ -80,15 +80,15 @@ constexpr std::string_view kSendHelp =
         "  --log-info MASK  which logs to collect: a number, or names of log bits joined by \",\"\n"
         "                   or \"|\" (default 0; must fit a signed 32-bit number; 'kavelctl\n"
         "                   explain MASK' shows what a mask collects)\n"
-        "  --pid N          process concerned (default 0)\n"
-        "  --uid N          user concerned (default 0)\n"
-        "  --process P      name of the process concerned\n"
+        "  --pid N          process id (default 0)\n"
+        "  --uid N          user id (default 0)\n"
+        "  --process P      process name\n"
         "  --version V      version of its package\n"
-        "  --type T         sub-type of the event; of 0x10000001 the state of the ANR: end,\n"
-        "                   dialog, closeUser, or any other for its start\n"
-        "  --extra TEXT     the whole extra text as it stands, instead of these three\n"
+        "  --type T         sub-type of the event; for 0x10000001 the state of the ANR: end,\n"
+        "                   dialog, closeUser, or any other text for its start\n"
+        "  --extra TEXT     the whole extra text, in place of the three options above\n"
         "\n"
-        "What the event type carries:\n"
+        "Options of the event types:\n"
         "  0x3 0x602 0x702                   --process and --version, both required\n"
         "  0x5 0x601 0x701                   --process, --version and --type, all required\n"
         "  0x10000001                        --process and --type required, --version not kept\n"
@@ -107,7 +107,7 @@ ExtraText extraText(int64_t eventId, const Arguments& arguments) {
     const auto whole = given("extra");
     if (!whole) return buildExtraText(eventId, fields);
     if (fields.process || fields.version || fields.type) {
-        throw UsageError("--extra stands instead of --process, --version and --type");
+        throw UsageError("--extra replaces --process, --version and --type: give only one of them");
     }
     return wholeExtraText(eventId, *whole);
 }

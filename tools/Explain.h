@@ -53,8 +53,8 @@ struct Explanation {
 };
 
 /**
- * Seconds for which the pack of a field-trial build waits if the recorded bits never equal the
- * mask: 15 checks and 2 s.
+ * Seconds for which the pack of a trail build waits if the recorded bits never equal the mask: 15
+ * checks and 2 s.
  */
 inline constexpr int kFullPackWaitSeconds = 17;
 

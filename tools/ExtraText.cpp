@@ -38,7 +38,7 @@ void check(int64_t eventId, Need need, const char* option,
     if (need == Need::Required && !value) {
         throw UsageError(event + " needs " + option + " (or the whole text with --extra)");
     }
-    if (need == Need::None && value) throw UsageError(event + " has no place for " + option);
+    if (need == Need::None && value) throw UsageError(event + " does not take " + option);
 }
 
 }  // namespace
@@ -70,8 +70,8 @@ ExtraText buildExtraText(int64_t eventId, const ExtraFields& fields) {
     if (read.processName != process || (keepsVersion && read.packageVersion != *fields.version) ||
         read.eventType != fields.type.value_or("")) {
         throw UsageError(
-                "--process, --version or --type holds one of the keys processName, "
-                "packageVersion, eventType: the daemon would part the text elsewhere");
+                "--process, --version or --type contains one of the keys processName, "
+                "packageVersion, eventType: the daemon would split the text there");
     }
     return extra;
 }

@@ -15,17 +15,15 @@ void printHelp(std::ostream& out) {
            "       kavelctl COMMAND --help\n"
            "       kavelctl --version\n"
            "\n"
-           "Configures dravo_kavel, reports events to it and reads what its catches and "
-           "statistics\n"
-           "left behind.\n"
+           "Configures dravo_kavel, reports events to it, and shows its archives and statistics.\n"
            "\n"
            "commands:\n";
     for (const Command* command : kCommands) {
         out << "  " << std::left << std::setw(9) << command->name << command->summary << '\n';
     }
     out << "\n"
-           "Event ids and masks are decimal or 0x numbers. A mask may also name log bits, as in\n"
-           "\"android,kernel,display\".\n"
+           "Event ids and masks are decimal or 0x numbers. A mask can also be names of log bits,\n"
+           "such as \"android,kernel,display\".\n"
            "\n"
            "exit codes: 0 done; 1 not found, broken or refused, or the daemon is not running;\n"
            "2 wrong usage, nothing was done\n";

@@ -19,17 +19,17 @@ constexpr std::string_view kHelp =
         "       kavelctl raw -\n"
         "\n"
         "Sends raw events to the daemon's control socket, one for each TIME, or one for each line\n"
-        "ID:NAME:TIME of standard input. A bad line is named and left out, an empty one skipped.\n"
+        "ID:NAME:TIME of standard input. Reports invalid lines and skips them and empty lines.\n"
         "\n"
         "  ID    raw event id; 0x100300001, 0x100300003 and 0x100300006 are matched against\n"
         "        the events before them\n"
         "  NAME  any text without \":\"\n"
         "  TIME  time stamp, in the reporter's unit\n"
         "\n"
-        "The daemon serves exactly one connection in its life: once this command has ended, it\n"
-        "takes no more raw events until it is restarted. A second connection may seem to be made\n"
-        "and be read by nobody; this command then gives up after 10 s. What was matched is in the\n"
-        "log, under the tag kavel_socket: 'accept from fd' tells that a connection is served.\n"
+        "The daemon serves exactly one connection in its life: when this command has ended, it\n"
+        "takes no more raw events until it is restarted. A second connection may succeed although\n"
+        "the daemon does not read from it; this command then gives up after 10 s. Matches are in\n"
+        "the log with the tag kavel_socket; 'accept from fd' means that a connection is served.\n"
         "\n"
         "exit codes: 0 the daemon has read all records; 1 not all, or a line was refused;\n"
         "2 wrong usage, nothing was sent\n";
@@ -44,7 +44,7 @@ std::string makeRecord(std::string_view id, std::string_view name, std::string_v
     constexpr std::string_view kEnds(":\0", 2);
     if (name.empty()) throw UsageError("NAME is empty");
     if (name.find_first_of(kEnds) != std::string_view::npos) {
-        throw UsageError("NAME '" + printable(name) + "' holds a ':' or NUL, which would end it");
+        throw UsageError("NAME '" + printable(name) + "' contains ':' or NUL, which would end it");
     }
     std::string record = std::to_string(number("ID", id)) + ":" + std::string(name) + ":" +
                          std::to_string(number("TIME", time));
@@ -91,7 +91,7 @@ size_t sendLines(RawEventSender& sender, const Output& output) {
 }
 
 void warn(const Output& output) {
-    output.note() << "the daemon serves exactly one connection in its life: once this command "
+    output.note() << "the daemon serves exactly one connection in its life: when this command "
                      "has ended, it takes no more raw events until it is restarted\n";
 }
 

@@ -24,17 +24,17 @@ constexpr Option kOptions[] = {{"json", false}, {"follow", false}, {"file", true
 constexpr std::string_view kHelp =
         "usage: kavelctl stats [--json] [--follow] [--file PATH]\n"
         "\n"
-        "Shows the statistics that the daemon uploaded, oldest first: time, event, pairs. The\n"
-        "simulated phone keeps them in a file, and the generation before it in PATH.1. Lines of\n"
-        "the file that are no statistics are counted only; the exit code is 0 all the same.\n"
+        "Shows the statistics that the daemon uploaded, oldest first: time, event, pairs. Only\n"
+        "the simulated phone has a file of them, PATH, and an older one, PATH.1. Lines that are\n"
+        "not statistics are only counted; they do not change the exit code.\n"
         "\n"
         "  --json       one JSON document, a list of:\n"
         "                 time   YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
         "                 tag    text\n"
         "                 event  text\n"
         "                 data   list of [key, value], in their order\n"
-        "  --follow     stays and shows what comes, until Ctrl-C; with --json one object a line\n"
-        "  --file PATH  another file than /data/persist_log/PLX/statistics.jsonl\n";
+        "  --follow     also shows new statistics, until Ctrl-C; with --json one object per line\n"
+        "  --file PATH  the file (default: /data/persist_log/PLX/statistics.jsonl)\n";
 
 /** Waits for changes of a file or for a signal to end. */
 class Watch {
@@ -140,8 +140,9 @@ class Shower {
         }
         mOutput.out.flush();
         if (bad == 0) return;
-        mOutput.note() << bad << (bad == 1 ? " line is" : " lines are") << " no statistic"
-                       << (bad == 1 ? "" : "s") << ", passed over\n";
+        mOutput.note() << "ignored " << bad
+                       << (bad == 1 ? " line that is not a statistic\n"
+                                    : " lines that are not statistics\n");
     }
 
   private:

@@ -24,7 +24,7 @@ constexpr Field kPrefix{345, 155};
 
 constexpr std::string_view kPosixMagic("ustar\0", 6);  // GNU has "ustar " and no prefix
 
-/** GNU's long name and long link target; pax for one member, the same of Solaris, pax for all. */
+/** Types of extended headers: GNU long name, GNU long link target, pax, Solaris pax, global pax. */
 constexpr std::string_view kExtensions = "LKxXg";
 
 using Header = std::array<char, kBlock>;

@@ -27,7 +27,7 @@ std::string sizeText(uint64_t bytes);
  * Writes one JSON document. Replaces text that is not UTF-8, so that the document is always valid.
  */
 void writeJson(std::ostream& out, const Json::Value& document);
-/** The same on one line. */
+/** Writes one JSON document on one line; otherwise like writeJson(). */
 void writeJsonLine(std::ostream& out, const Json::Value& document);
 
 }  // namespace android::kavel::tools

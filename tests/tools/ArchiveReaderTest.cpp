@@ -64,12 +64,12 @@ TEST(ArchiveReader, MarksWhatDoesNotReadBack) {
             {"empty", "", "the file is empty", 0},
             {"not packed", tar, "not a gzip file", 4},
             {"text", "hello", "not a gzip file", 0},
-            {"no tar", gzipBytes("hello"), "not a sound tar archive: it ends within a header", 0},
-            {"nothing packed", gzipBytes(""), "not a sound tar archive: it has no end mark", 0},
+            {"no tar", gzipBytes("hello"), "not a valid tar archive: it ends within a header", 0},
+            {"nothing packed", gzipBytes(""), "not a valid tar archive: it has no end mark", 0},
             {"no end mark", gzipBytes(tar.substr(0, tar.size() - 1024)),
-             "not a sound tar archive: it has no end mark", 4},
+             "not a valid tar archive: it has no end mark", 4},
             {"tar cut", gzipBytes(tar.substr(0, tar.size() / 2)),
-             "not a sound tar archive: it ends within a member", 3},
+             "not a valid tar archive: it ends within a member", 3},
     };
     const test::TempDir folder;
     for (const auto& each : cases) {

@@ -92,7 +92,7 @@ TEST_F(CollectionCommands, ListsNewestFirst) {
     EXPECT_EQ(text.exitCode, kExitOk);
     EXPECT_TRUE(contains(text.out, "x\\xc2\\x9b2J  BROKEN: not a gzip file")) << text.out;
     EXPECT_TRUE(contains(text.out, "3 archives in ")) << text.out;
-    EXPECT_TRUE(contains(text.out, "2 other entries passed over")) << text.out;
+    EXPECT_TRUE(contains(text.out, "2 other entries ignored")) << text.out;
 }
 
 // Catches two archives of one folder listed as one or in a wrong order, processes that joined

@@ -48,7 +48,7 @@ TEST(Stats, ShowsWhatIsThere) {
     EXPECT_EQ(table.exitCode, kExitOk);
     EXPECT_EQ(table.out, row + "oldest   a=1 b=2\n" + row + "esc\\x1b  a=1 b=2\n" + row +
                                  "new      a=1 b=2\n");
-    EXPECT_EQ(table.err, "kavelctl: 7 lines are no statistics, passed over\n");
+    EXPECT_EQ(table.err, "kavelctl: ignored 7 lines that are not statistics\n");
     const Json::Value json = parseJson(stats(file, {"--json"}).out);
     ASSERT_EQ(json.size(), 3U);
     EXPECT_EQ(json[1]["event"].asString(), "esc\x1b");
