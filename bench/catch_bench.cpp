@@ -1,5 +1,5 @@
-// A catch and its pack, without the waits, beside a shell script of the same commands. Runs inside
-// the simulated phone: catch_bench [CATCHES].
+// Compares a catch and its pack, without the waits, with a shell script of the same commands. Runs
+// in the simulated phone: catch_bench [CATCHES].
 
 #include <algorithm>
 #include <chrono>
@@ -27,8 +27,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-constexpr int64_t kEvent = 0x999;      // asks for nothing but its mask
-constexpr uint32_t kMask = 0x1bebf9b;  // the demonstration's: quick to take, and all is reported
+constexpr int64_t kEvent = 0x999;      // collects only the logs of its mask
+constexpr uint32_t kMask = 0x1bebf9b;  // as in the demo: quick commands, and all bits are confirmed
 constexpr const char* kScript = "/data/local/catch_bench.sh";
 
 DumpContext* gContext = nullptr;
@@ -39,7 +39,7 @@ bool hasChild() {
     return waitid(P_ALL, 0, &child, WEXITED | WNOWAIT | WNOHANG) == 0;
 }
 
-/** In the place of a wait: what it waits for, and nothing more. */
+/** Replaces a wait: returns as soon as the commands have ended. */
 void awaitCommands(uint64_t /*seconds*/) {
     for (int quiet = 0; quiet < 3; ++quiet) {
         if (hasChild()) quiet = 0;
@@ -63,7 +63,7 @@ Milliseconds timeCatch(int id) {
     return Clock::now() - start;
 }
 
-/** The commands of the catch before, from its log, in a script. */
+/** Writes a script with the commands of the last catch, from its log. */
 void writeScript() {
     std::ofstream script(kScript);
     for (const fake::LogLine& line : fake::logLines()) {

@@ -1,6 +1,6 @@
-// Raw records through the socket: the reader with the matcher behind it, beside a bare receive loop
-// and beside one that also writes the lines of an ordinary record. In CPU time of the receiving
-// thread; what sending costs is a counter. Lines go to a sink that throws them away.
+// Compares the control socket's reader and matcher with a bare receive loop, and with one that also
+// writes the lines of an ordinary raw event. Measures the CPU time of the receiving thread; a
+// counter shows the cost of sending. The log function discards all lines.
 
 #include <cstdio>
 #include <ctime>
@@ -23,16 +23,16 @@
 namespace {
 
 constexpr int kRecords = 200'000;
-// As many as a socket's default buffer holds: the sender is done before the receiver starts, so
-// that neither waits for the other.
+// As many as a socket's default buffer holds: the sender ends before the receiver starts, so that
+// neither waits for the other.
 constexpr int kBatch = 200;
 
-// Two in five are key events, and each of those is a freeze: the dearest mix.
+// Two in five are key events, and each of those is a freeze: the most expensive mix.
 constexpr const char* kIds[] = {"4298113025", "4298113026", "7", "4298113030", "8"};
 
 void discard(const __android_logger_data* /*data*/, const char* /*message*/) {}
 
-/** What init gives the daemon as its output. */
+/** Sends stdout and stderr to /dev/null, as init does for the daemon. */
 class NullOutput {
   public:
     NullOutput() : mStdout(dup(STDOUT_FILENO)), mStderr(dup(STDERR_FILENO)) {
@@ -59,7 +59,7 @@ class NullOutput {
 
 double sReaderSeconds;
 
-/** CPU time that the calling thread has used so far. */
+/** Returns the CPU time of the calling thread so far. */
 double threadSeconds() {
     timespec used = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
@@ -70,7 +70,7 @@ thread_local bool sHasStopped;
 
 }  // namespace
 
-// The daemon's reader pauses after each failed receive; the first one is the end of a batch.
+// The daemon's reader sleeps after each failed receive; the first failure is the end of a batch.
 void android::kavel::sleepSeconds(uint64_t /*seconds*/) {
     if (!sHasStopped) sReaderSeconds += threadSeconds();
     sHasStopped = true;
@@ -88,7 +88,7 @@ void* bareReader(void* fdPointer) {
     return nullptr;
 }
 
-/** The lines that an ordinary record has to leave behind, and nothing else. */
+/** Only receives, and writes the required lines of an ordinary raw event. */
 void* printingReader(void* fdPointer) {
     char buffer[256 + 1] = {};
     while (recvfrom(*static_cast<int*>(fdPointer), buffer, 256, 0, nullptr, nullptr) > 0) {
@@ -102,7 +102,7 @@ void* printingReader(void* fdPointer) {
     return nullptr;
 }
 
-/** Sends records whose times are @p step apart, batch by batch, to @p reader. */
+/** Sends batches of raw events to @p reader; their times are @p step apart. */
 void receive(benchmark::State& state, void* (*reader)(void*), int64_t step) {
     const NullOutput output;
     __android_log_set_logger(discard);
@@ -143,8 +143,8 @@ void receive(benchmark::State& state, void* (*reader)(void*), int64_t step) {
 }
 
 constexpr int64_t kFortyLive = 10'001 / 40;
-constexpr int64_t kYoung = 0;   // all at once
-constexpr int64_t kRising = 1;  // the dearest to remember: no two alike
+constexpr int64_t kYoung = 0;   // all with the same time
+constexpr int64_t kRising = 1;  // needs the most memory: all times differ
 
 void bareReceive(benchmark::State& state) {
     receive(state, bareReader, kFortyLive);

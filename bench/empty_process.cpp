@@ -1,5 +1,5 @@
-// The measure for what the daemon costs: a process with the same libraries and as many threads, all
-// asleep. bench_empty_process [THREADS [SERVICE]], where SERVICE is a name to register under.
+// Reference for the daemon's cost: a process with the same libraries and number of threads, all of
+// which sleep. bench_empty_process [THREADS [SERVICE]]; SERVICE is a binder service to register.
 
 #include <cstdlib>
 #include <thread>
@@ -10,7 +10,7 @@
 #include <binder/Binder.h>
 #include <binder/IServiceManager.h>
 
-using namespace android;  // NOLINT(google-build-using-namespace): a program of its own
+using namespace android;  // NOLINT(google-build-using-namespace): the only file of the program
 
 int main(int argc, char** argv) {
     const int threads = argc > 1 ? atoi(argv[1]) : 1;

@@ -1,5 +1,5 @@
-// An enabled event that catches nothing, with the list full, beside the bare cost of the log lines
-// that its handling writes. And the memory that a handled event leaves behind.
+// Compares the handling of an enabled event without logs, with a full event list, with the cost of
+// its log lines alone. Also measures the memory that remains in use after each event.
 
 #include <optional>
 #include <string>
@@ -39,7 +39,7 @@ void keep(const __android_logger_data* data, const char* message) {
     if (data->tag != nullptr) sLines.back().tag = data->tag;
 }
 
-/** A sink as cheap as one can be that still makes the system call. */
+/** The cheapest log function that makes a system call. */
 void writeOut(const __android_logger_data* data, const char* message) {
     static const int fd = memfd_create("log", MFD_CLOEXEC);
     char line[1280];
@@ -66,7 +66,7 @@ void handleEvent(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) handleOne();
 }
 
-/** The same lines from the same values, without the handling around them. */
+/** Writes the same lines from the same values, without the handling. */
 void logLinesAlone(benchmark::State& state) {
     __android_log_set_logger(discard);
     fillList();

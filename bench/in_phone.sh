@@ -1,5 +1,5 @@
 #!/bin/bash
-# Whole-process figures. Runs inside the phone: bench/in_phone.sh BENCH_DIR.
+# Measures the whole daemon process. Runs in the simulated phone: in_phone.sh BENCH_DIR.
 set -u
 bench=$1
 idle_seconds=${KAVEL_BENCH_IDLE:-30}
@@ -11,7 +11,7 @@ switches() { cat /proc/"$1"/task/*/status | awk '/ctxt_switches/ {n += $2} END {
 ticks() { awk '{print $14 + $15}' /proc/"$1"/stat; }
 rss() { awk '/^VmRSS/ {print $2}' /proc/"$1"/status; }
 
-# One report first, so that the pools and the handler exist as in daily life.
+# The first reports create the handler and the pools, as in normal use.
 kavelctl send 0x402 > /dev/null
 kavelctl set 0x402 --name bench2 > /dev/null && kavelctl send 0x402 > /dev/null
 sleep 2
@@ -26,10 +26,10 @@ awk -v d="$(rss "$daemon")" -v e="$(rss "$empty")" -v t="$threads" \
     'BEGIN {printf "rss: daemon %d kB, empty process with %d threads %d kB, ratio %.2f (budget 1.15)\n", d, t, e, d / e}'
 kill "$empty"
 
-# The commands that complain of a desktop's /proc say the same in both.
+# Errors of the commands, about a desktop's /proc, are the same for both.
 "$bench/catch_bench" 2> /dev/null
 
-# What catches cost while their windows are open, once the commands of their first round have ended.
+# Memory of catches whose windows are open and whose first round has ended.
 catches=20
 private() { awk '/^Private_(Clean|Dirty)/ {n += $2} END {print n}' /proc/"$1"/smaps_rollup; }
 children() { cat /proc/"$daemon"/task/*/children; }
@@ -41,7 +41,8 @@ await_round() {
         sleep 0.05
     done
 }
-# An abnormal action has a folder of its own, unless the list still holds another: others push it out.
+# Reports an abnormal action, which gets its own log folder unless the event list has another one:
+# 31 further events remove it from the list.
 catch_on() {
     local filler
     kavelctl send 0xF01 --log-info 0x3 > /dev/null

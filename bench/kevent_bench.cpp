@@ -1,5 +1,5 @@
-// Packets of the kernel: received, decoded and handled by the daemon, beside libnl's receive-and-
-// parse loop and a bare receive loop; and how many of a burst are lost.
+// Compares the daemon's receiving, decoding and handling of kernel packets with libnl's receive and
+// parse loop and with a bare receive loop. Also measures how many packets of a burst are lost.
 
 #include <cerrno>
 #include <chrono>
@@ -18,7 +18,7 @@
 #include "tests/core/FakeUpperRooms.h"
 #include "tests/core/Messages.h"
 
-using namespace android;         // NOLINT(google-build-using-namespace): a program of its own
+using namespace android;         // NOLINT(google-build-using-namespace): the only file
 using namespace android::kavel;  // NOLINT(google-build-using-namespace)
 using Clock = std::chrono::steady_clock;
 
@@ -35,7 +35,7 @@ ssize_t __real_sendto(int fd, const void* data, size_t size, int flags, const so
 
 namespace {
 
-// The protocol that any two processes may use with each other stands in for the kernel's family.
+// Replaces the kernel's family by a protocol that any two processes may use.
 base::unique_fd openSocket() {
     return base::unique_fd(__real_socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_USERSOCK));
 }
@@ -72,10 +72,10 @@ std::string eventMessage() {
                                              "event_id: 257.loginfo: 3.pid: 1234.extrainfo: boot"));
 }
 
-/** Times batches of packets that wait in the socket of @p port. */
+/** Measures @p drain with batches of packets that are already in the socket of @p port. */
 template <typename Drain>
 void timeBatches(benchmark::State& state, uint32_t port, const Drain& drain) {
-    constexpr int kBatch = 64;  // as many as fit the default receive buffer
+    constexpr int kBatch = 64;  // as many as fit into the default receive buffer
     const base::unique_fd peer = openSocket();
     const std::string messages[] = {statisticMessage(), eventMessage()};
     for ([[maybe_unused]] auto _ : state) {
@@ -111,22 +111,22 @@ int parseWithLibnl(nl_msg* message, void* /*unused*/) {
 void libnlReceiveAndParse(benchmark::State& state) {
     nl_sock* const sock = nl_socket_alloc();
     nl_socket_disable_seq_check(sock);
-    nl_socket_disable_msg_peek(sock);  // one call a packet, as everybody else here
+    nl_socket_disable_msg_peek(sock);  // one call per packet, as in the other loops
     nl_socket_modify_cb(sock, NL_CB_VALID, NL_CB_CUSTOM, parseWithLibnl, nullptr);
     if (nl_connect(sock, NETLINK_USERSOCK) != 0) abort();
-    nl_socket_set_buffer_size(sock, 212'992, 0);  // libnl's own is too small for a batch
+    nl_socket_set_buffer_size(sock, 212'992, 0);  // libnl's default is too small for a batch
     timeBatches(state, nl_socket_get_local_port(sock), [&](int count) {
         while (count-- > 0) nl_recvmsgs_default(sock);
     });
     nl_socket_free(sock);
 }
 
-/** Leaves the thread's endless loop. */
+/** Thrown to leave the thread's endless loop. */
 struct NothingLeft {};
 
 base::unique_fd sReceiving;
-int sLeft = 0;       // packets to receive; negative: all that are there
-std::string sBurst;  // sent kBurst times before the first receive, unless empty
+int sLeft = 0;       // number of packets to receive; negative: all
+std::string sBurst;  // if not empty, sent kBurst times before the first receive
 bool sRaisesBuffer = false;
 
 bool lookAtPacket(kavel_kevent_packet* packet) {
@@ -157,8 +157,8 @@ constexpr int kBurst = 20'000;
 int sHandled = 0;
 
 /**
- * To a group, as the kernel does: what does not fit is dropped. All of it before the first packet
- * is handled, so that the figure does not depend on how the scheduler shares the processors.
+ * Sends to a group, as the kernel does: packets that do not fit into the buffer are dropped. Sends
+ * all packets before the first is handled, so that the result does not depend on the scheduler.
  */
 void sendBurst() {
     const base::unique_fd peer = openSocket();
@@ -196,7 +196,7 @@ void burstLoss(benchmark::State& state) {
         try {
             thread->threadLoop();
         } catch (const NothingLeft&) {
-            // as it should
+            // the only way out of the loop
         }
     }
     sReceiving.reset();
@@ -222,7 +222,7 @@ BENCHMARK(burstLoss)
 
 extern "C" {
 
-// The thread's own socket: one that is already open.
+// Gives the thread the socket that is already open.
 int __wrap_socket(int /*domain*/, int /*type*/, int /*protocol*/) {
     return dup(sReceiving.get());
 }
@@ -252,7 +252,7 @@ ssize_t __wrap_recvfrom(int fd, void* data, size_t size, int flags, sockaddr* ad
     const ssize_t received =
             __real_recvfrom(fd, data, size, flags | MSG_DONTWAIT, address, addressSize);
     if (received < 0 && errno == EAGAIN) throw NothingLeft();
-    reinterpret_cast<sockaddr_nl*>(address)->nl_pid = 0;  // stands for the kernel
+    reinterpret_cast<sockaddr_nl*>(address)->nl_pid = 0;  // the kernel's port
     return received;
 }
 }

@@ -1,5 +1,5 @@
-// The task pool beside Boost.Asio's thread_pool: the cost of one small task, committed by one
-// thread and run by five. And a burst of commands through it, beside the same from xargs.
+// Compares the thread pool with Boost.Asio's thread_pool: the cost of a small task that one thread
+// commits and one of five runs. Also compares a burst of commands with xargs.
 
 #include <atomic>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// One command through runShell() beside one through system().
+// Compares runShell() with system() for one command.
 
 #include <cstdlib>
 

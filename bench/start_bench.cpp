@@ -1,5 +1,5 @@
-// From exec to a registered service: the daemon beside an empty process with the same libraries and
-// as many threads. Runs inside the simulated phone while its own daemon is stopped:
+// Compares the time from exec to a registered service of the daemon with that of an empty process
+// with the same libraries and number of threads. Runs in the simulated phone without its daemon:
 // start_bench DAEMON EMPTY_PROCESS.
 
 #include <algorithm>
@@ -37,12 +37,14 @@ bool isRegistered(const String16& service) {
     return defaultServiceManager()->checkService(service) != nullptr;
 }
 
-/** Starts @p arguments, ends it again; how long its @p service took, and how many threads it has.
+/**
+ * Starts a program and returns the time until its @p service is registered. Stores its number of
+ * threads, and kills it.
  */
 Milliseconds timeStart(std::vector<std::string> arguments, const char* service, size_t* threads) {
     const String16 name(service);
     if (isRegistered(name)) {
-        fprintf(stderr, "start_bench: %s runs already\n", service);
+        fprintf(stderr, "start_bench: %s already runs\n", service);
         exit(1);
     }
     std::vector<char*> argv;
