@@ -14,10 +14,10 @@
 #include <sys/wait.h>
 
 #include "dump/DumpContext.h"
-#include "dump/HandlerSeams.h"
 #include "dump/KavelDumpUtilThread.h"
+#include "dump/LogCollector.h"
+#include "dump/LogPath.h"
 #include "event/KavelTimestamp.h"
-#include "handler/LogFolder.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeTime.h"
 
@@ -30,9 +30,6 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 constexpr int64_t kEvent = 0x999;      // collects only the logs of its mask
 constexpr uint32_t kMask = 0x1bebf9b;  // as in the demo: quick commands, and all bits are confirmed
 constexpr const char* kScript = "/data/local/catch_bench.sh";
-
-DumpContext* gContext = nullptr;
-EventParameters gParameters;
 
 bool hasChild() {
     siginfo_t child;
@@ -47,19 +44,21 @@ void awaitCommands(uint64_t /*seconds*/) {
     }
 }
 
-Milliseconds timeCatch(int id) {
+/** Runs a catch and stores the path of its log folder. */
+Milliseconds timeCatch(DumpContext& context, int id, std::string* folder) {
     const KavelTimestamp now = generateKavelTimestamp();
     const KavelExtraInfo extra;
     const auto event =
             std::make_shared<KavelEvent>(kEvent, &now, static_cast<int>(kMask), 1, 1000, &extra);
     event->kavelEventId = id;
-    const std::string folder = makeLogFolder(*event);
+    *folder = buildLogPathFolderName(context.parameters, event.get());
     fake::clearLog();
 
     const Clock::time_point start = Clock::now();
-    const CatchRef running = gContext->catches.add(event);
-    KavelDumpUtilThread::immediateDumpThread(static_cast<int>(kMask), id, folder);
-    KavelDumpUtilThread::trailContinuousDumpThread(static_cast<int>(kMask), id, folder);
+    const CatchRef running = context.catches.add(event);
+    running->setFolder(std::make_shared<LogFolder>(*folder));
+    KavelDumpUtilThread::immediateDumpThread(running, running->folder()->beginWork(kFirstRound));
+    KavelDumpUtilThread::trailContinuousDumpThread(running);
     return Clock::now() - start;
 }
 
@@ -93,20 +92,15 @@ int run(int catches) {
     fake::captureLog();
     fake::onSleep(awaitCommands);
     fake::resetTime(1'700'000'000'000'000);
-    DumpContext context(gParameters);
-    gContext = &context;
-    gParameters.setTimeWindow(kEvent, 1);
+    EventParameters parameters;
+    parameters.setTimeWindow(kEvent, 1);
+    DumpContext context(parameters);
     std::vector<double> ours;
     std::vector<double> scripts;
     for (int i = 0; i < catches; ++i) {
-        const double catchMs = timeCatch(i + 1).count();
-        writeScript();
         std::string folder;
-        for (const fake::LogLine& line : fake::logLines()) {
-            const size_t at = line.text.find("rm -rf ");
-            if (at != std::string::npos) folder = line.text.substr(at + 7);
-        }
-        ours.push_back(catchMs);
+        ours.push_back(timeCatch(context, i + 1, &folder).count());
+        writeScript();
         scripts.push_back(timeScript(folder).count());
     }
     printf("catch and pack: daemon %.0f ms, script %.0f ms, ratio %.2f (budget 1.05)\n",
@@ -115,18 +109,6 @@ int run(int catches) {
 }
 
 }  // namespace
-
-DumpContext& dumpContext() {
-    return *gContext;
-}
-
-std::string makeLogFolder(const KavelEvent& event) {
-    return buildLogPathFolderName(gParameters, &event);
-}
-
-std::vector<EventRef> eventRing(const EventRef& main) {
-    return {main};
-}
 
 }  // namespace android::kavel
 
