@@ -6,31 +6,10 @@
 #include <array>
 #include <cinttypes>
 
+#include "platform/Utf8.h"
+
 namespace android::kavel::tools {
 namespace {
-
-struct CodePoint {
-    uint32_t value;
-    size_t length;  ///< in bytes; 0 if the text does not start with valid UTF-8
-};
-
-/** Decodes the first character of a non-empty text by RFC 3629. */
-CodePoint decodeFront(std::string_view text) {
-    const auto byte = [&](size_t i) { return uint32_t{static_cast<unsigned char>(text[i])}; };
-    const uint32_t lead = byte(0);
-    if (lead < 0x80) return {lead, 1};
-    const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return {0, 0};
-    uint32_t value = lead & (0xFFU >> (length + 1));
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return {0, 0};
-        value = (value << 6) | (byte(i) & 0x3F);
-    }
-    const bool overlong = (length == 3 && value < 0x800) || (length == 4 && value < 0x10000);
-    const bool surrogate = value >= 0xD800 && value <= 0xDFFF;
-    if (overlong || surrogate || value > 0x10FFFF) return {0, 0};
-    return {value, length};
-}
 
 /** Whether @p value is a control character (C0, DEL or C1), which a terminal might act on. */
 bool isControl(uint32_t value) {
@@ -48,7 +27,7 @@ void writeIndented(std::ostream& out, const Json::Value& document, const char* i
 
 bool isUtf8(std::string_view text) {
     while (!text.empty()) {
-        const size_t length = decodeFront(text).length;
+        const size_t length = decodeUtf8(text).length;
         if (length == 0) return false;
         text.remove_prefix(length);
     }
@@ -58,7 +37,7 @@ bool isUtf8(std::string_view text) {
 std::string printable(std::string_view text) {
     std::string result;
     while (!text.empty()) {
-        const CodePoint front = decodeFront(text);
+        const CodePoint front = decodeUtf8(text);
         const size_t length = front.length == 0 ? 1 : front.length;
         if (front.length == 0 || isControl(front.value)) {
             for (const char c : text.substr(0, length)) {

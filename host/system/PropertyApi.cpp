@@ -5,9 +5,6 @@
 #include <cutils/properties.h>
 #include <utils/Timers.h>
 
-#include <cstdio>
-#include <cstring>
-
 #include "host/system/PropertyClient.h"
 #include "host/system/PropertyStore.h"
 
@@ -48,13 +45,6 @@ bool WaitForProperty(const std::string& key, const std::string& expected_value,
 }
 
 }  // namespace android::base
-
-int property_get(const char* key, char* value, const char* default_value) {
-    const std::string text =
-            android::base::GetProperty(key, default_value != nullptr ? default_value : "");
-    snprintf(value, PROPERTY_VALUE_MAX, "%s", text.c_str());
-    return static_cast<int>(strlen(value));
-}
 
 int property_set(const char* key, const char* value) {
     return android::base::SetProperty(key, value != nullptr ? value : "") ? 0 : -1;

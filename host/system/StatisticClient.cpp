@@ -6,10 +6,11 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <string_view>
+#include <string>
 
 #include "host/system/LogFile.h"
 #include "platform/CommonPlxServiceManager.h"
+#include "platform/Utf8.h"
 
 namespace android {
 namespace {
@@ -18,42 +19,6 @@ constexpr char kFile[] = "/data/persist_log/PLX/statistics.jsonl";
 constexpr char kFileVariable[] = "KAVEL_HOST_STATISTICS";
 /** Maximum size of the file in bytes (see LogFile). */
 constexpr off_t kFileLimit = off_t{4} << 20;
-
-/** Length of the UTF-8 character (RFC 3629) at the start of @p text; 0 if there is none. */
-size_t characterLength(std::string_view text) {
-    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned lead = byte(0);
-    if (lead < 0x80) return 1;
-    const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0U) != 0x80) return 0;
-    }
-    // The second byte tells overlong forms, surrogates and code points above U+10FFFF.
-    const unsigned second = byte(1);
-    const bool isBad = (lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-                       (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F);
-    return isBad ? 0 : length;
-}
-
-void appendJsonString(std::string& out, std::string_view text) {
-    out += '"';
-    while (!text.empty()) {
-        const size_t length = characterLength(text);
-        const char first = text.front();
-        if (length == 0) {
-            out += "\xEF\xBF\xBD";  // U+FFFD, in the place of one byte
-        } else if (first == '"' || first == '\\') {
-            out += {'\\', first};
-        } else if (length == 1 && (static_cast<unsigned char>(first) < 0x20 || first == 0x7F)) {
-            out += base::StringPrintf("\\u%04x", static_cast<unsigned>(first));
-        } else {
-            out += text.substr(0, length);
-        }
-        text.remove_prefix(length == 0 ? 1 : length);
-    }
-    out += '"';
-}
 
 std::string timeNow() {
     timespec now{};
@@ -78,19 +43,13 @@ class FileClient : public CommonPlxServiceManager {
 
   private:
     void upload(const std::string& tag, const std::string& eventId, const Pairs& data) override {
-        std::string line = "{\"time\":\"" + timeNow() + "\",\"tag\":";
-        appendJsonString(line, tag);
-        line += ",\"event\":";
-        appendJsonString(line, eventId);
-        line += ",\"data\":[";
+        using kavel::jsonString;
+        std::string pairs;
         for (const auto& [key, value] : data) {
-            line += &key == &data.front().first ? "[" : ",[";
-            appendJsonString(line, key);
-            line += ',';
-            appendJsonString(line, value);
-            line += ']';
+            pairs += (pairs.empty() ? "[" : ",[") + jsonString(key) + "," + jsonString(value) + "]";
         }
-        mFile.append(line + "]}\n");
+        mFile.append("{\"time\":\"" + timeNow() + "\",\"tag\":" + jsonString(tag) +
+                     ",\"event\":" + jsonString(eventId) + ",\"data\":[" + pairs + "]}\n");
     }
 
     const std::string mFolder;

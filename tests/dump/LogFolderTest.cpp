@@ -94,14 +94,16 @@ TEST(EventLine, IsOneJsonObject) {
     time.tm_hour = 1;
     time.tm_gmtoff = 7200;
     time.millisecond = 7;
-    const KavelExtraInfo extra = {"a\"b\\c\n\x7f", "1 \xe2\x82\xac", "\xe2\x82|\xff|\xc0\x80"};
+    const KavelExtraInfo extra = {"a\"b\\c\n\x7f", "1 \xe2\x82\xac",
+                                  "\xe2\x82|\xff|\xc0\x80|\xed\xa0\x80"};
     KavelEvent event(-1, &time, -2, 3, 4, &extra);
     event.kavelEventId = 5;
     EXPECT_EQ(eventLine(event, "anr"),
               "{\"utc\":\"2023-12-31T23:00:00.007Z\",\"local\":\"2024-01-01T01:00:00.007+02:00\","
               "\"recordId\":5,\"eventId\":\"0xffffffffffffffff\",\"name\":\"anr\",\"pid\":3,"
               "\"uid\":4,\"process\":\"a\\\"b\\\\c\\u000a\\u007f\",\"version\":\"1 \xe2\x82\xac\","
-              "\"type\":\"\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd\",\"mask\":\"0xfffffffe\"}\n");
+              "\"type\":\"\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd\",\"mask\":"
+              "\"0xfffffffe\"}\n");
     time.tm_gmtoff = -12600;
     EXPECT_NE(eventLine(KavelEvent(1, &time, 0, 0, 0, &extra), "").find("01:00:00.007-03:30\""),
               std::string::npos);
