@@ -42,23 +42,24 @@ struct Explanation {
     const TraceEvent* nativeTrace;     ///< row of the event type, or null
     std::vector<ExplainedBit> bits;    ///< lowest first
     uint32_t secondRound;              ///< bits that are collected again after the time window
-    uint32_t collected;                ///< bits that are recorded when all commands have ended
-    uint32_t neverCollected;           ///< bits of the mask that no command records
-    uint32_t notAskedFor;              ///< recorded bits that are not in the mask
+    uint32_t collected;                ///< bits that are confirmed when all commands have ended
+    uint32_t neverCollected;           ///< bits of the mask that no command confirms
+    uint32_t notAskedFor;              ///< confirmed bits that are not in the mask
     bool hasHeavy;
     CommercialPart commercial;
 
-    /** Whether the pack waits its full time, because the recorded bits can never equal the mask. */
+    /** Whether the pack waits its full time, because the confirmed bits can never equal the mask.
+     */
     bool waitsFullTime() const { return collected != mask; }
 };
 
 /**
- * Seconds for which the pack of a trail build waits if the recorded bits never equal the mask: 15
+ * Seconds for which the pack of a trail build waits if the confirmed bits never equal the mask: 15
  * checks and 2 s.
  */
 inline constexpr int kFullPackWaitSeconds = 17;
 
-/** The same for the pack of a commercial build, for each event besides the abnormal action. */
+/** Seconds for which the pack of a commercial build waits for each technical event. */
 inline constexpr int kCommercialWaitSeconds = 15;
 
 Explanation explainMask(uint32_t mask, std::optional<int64_t> eventId);

@@ -13,10 +13,9 @@ constexpr std::string_view kHelp =
         "\n"
         "Shows what a catch does for a log-info mask: the exact commands of each bit (FOLDER and\n"
         "TIME stand for values that only a catch has), the bits of the second round, and whether\n"
-        "all bits can be recorded as collected; if not, the pack waits its full 17 s. All this\n"
-        "is for a trail build; the differences of a commercial build come last. Uses the daemon's\n"
-        "own tables, so the daemon need not run. Does not show whether an event type collects\n"
-        "logs.\n"
+        "all bits can be confirmed; if not, the pack waits its full 17 s. All this is for a trail\n"
+        "build; the differences of a commercial build come last. Uses the daemon's own tables, so\n"
+        "the daemon need not run. Does not show whether an event type collects logs.\n"
         "\n"
         "  MASK        a number, or names of log bits joined by \",\" or \"|\"; 32 bits\n"
         "  --event ID  the event type: some add a system trace to every mask\n"
@@ -34,9 +33,9 @@ constexpr std::string_view kHelp =
         "                  commands      list of {command, order, pool: \"cmd\" or \"logcat\",\n"
         "                                testBit, tagBit: hexadecimal text, heavy}\n"
         "                secondRound     bits that are collected again after the time window\n"
-        "                collected       bits that are recorded when all commands have ended\n"
-        "                neverCollected  bits of the mask that are never recorded\n"
-        "                notAskedFor     recorded bits that are not in the mask\n"
+        "                collected       bits that are confirmed when all commands have ended\n"
+        "                neverCollected  bits of the mask that are never confirmed\n"
+        "                notAskedFor     confirmed bits that are not in the mask\n"
         "                waitsFullTime   true if the pack waits its full time\n"
         "                waitSeconds     that time, in seconds\n"
         "                commercial      what differs on a commercial build; values are null\n"
@@ -125,7 +124,7 @@ void printBit(std::ostream& out, const ExplainedBit& bit) {
     for (const ExplainedCommand& command : bit.commands) {
         const LogCommand& row = *command.row;
         out << "    " << command.text << "\n        no. " << command.order << ", "
-            << poolName(row.pool) << " pool, tests " << hexText(row.testBit) << ", records "
+            << poolName(row.pool) << " pool, tests " << hexText(row.testBit) << ", confirms "
             << hexText(row.tagBit);
         if (row.tagBit != row.testBit) out << " (" << logBitName(row.tagBit) << ")";
         if (row.heavy) out << ", heavy: at most one set of heavy dumps in 30 s for all events";
@@ -164,7 +163,7 @@ void printCommercial(std::ostream& out, const Explanation& explanation) {
     out << "\non a commercial build:\n";
     if (mayBeAction) {
         out << "    abnormal action (0xf01 to 0xf05): has an archive; the second round comes 30 s "
-               "after the event, the pack at once after it\n";
+               "after the event, then the pack\n";
     }
     if (mayBeNeighbour) {
         out << "    other event type: no second round; packed with the abnormal action next to it, "
@@ -193,21 +192,21 @@ void printExplanation(std::ostream& out, const Explanation& explanation) {
     if (explanation.bits.empty()) out << "no bit set: starts nothing\n";
 
     out << "\nsecond round, after the time window: " << maskText(explanation.secondRound)
-        << "\nrecorded as collected: " << maskText(explanation.collected) << '\n';
+        << "\nconfirmed: " << maskText(explanation.collected) << '\n';
     if (explanation.neverCollected != 0) {
-        out << "never recorded: " << maskText(explanation.neverCollected) << '\n';
+        out << "never confirmed: " << maskText(explanation.neverCollected) << '\n';
     }
     if (explanation.notAskedFor != 0) {
-        out << "recorded without being in the mask: " << maskText(explanation.notAskedFor) << '\n';
+        out << "confirmed but not in the mask: " << maskText(explanation.notAskedFor) << '\n';
     }
     if (explanation.waitsFullTime()) {
-        out << "The recorded bits never equal the mask: the pack waits its full "
+        out << "The confirmed bits never equal the mask: the pack waits its full "
             << kFullPackWaitSeconds << " s.\n";
     } else {
         out << "The pack goes on 2 s after all commands have ended.\n";
         if (explanation.hasHeavy) {
-            out << "A heavy dump that its limit skips is not recorded: then the pack waits its "
-                   "full "
+            out << "If the limit skips a heavy dump, its bit is not confirmed: then the pack waits "
+                   "its full "
                 << kFullPackWaitSeconds << " s.\n";
         }
     }

@@ -23,7 +23,7 @@ constexpr auto kLookAgain = std::chrono::microseconds(100);
  * attached descriptor (unix(7), SCM_RIGHTS). The daemon does not accept the descriptor, so the
  * kernel closes it.
  */
-bool sendApart(int socket, std::string text, int barrier) {
+bool sendSeparately(int socket, std::string text, int barrier) {
     iovec piece = {text.data(), text.size()};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(barrier))] = {};
     msghdr message = {};
@@ -52,7 +52,7 @@ void RawEventSender::send(const std::string& record) {
     if (!mConnection.ok()) connect();
     std::string text = record;
     text += '\0';
-    if (!sendApart(mConnection.get(), std::move(text), mBarrier.get())) fail(strerror(errno));
+    if (!sendSeparately(mConnection.get(), std::move(text), mBarrier.get())) fail(strerror(errno));
     awaitReader();
     ++mSent;
 }

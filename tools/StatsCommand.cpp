@@ -114,12 +114,12 @@ void printTable(std::ostream& out, const std::vector<Statistic>& statistics) {
     }
 }
 
-class Shower {
+class Printer {
   public:
-    Shower(const Arguments& arguments, const Output& output)
+    Printer(const Arguments& arguments, const Output& output)
           : mOutput(output), mIsJson(arguments.has("json")), mFollows(arguments.has("follow")) {}
 
-    void show(const std::vector<std::string>& lines) const {
+    void print(const std::vector<std::string>& lines) const {
         std::vector<Statistic> statistics;
         size_t bad = 0;
         for (const std::string& line : lines) {
@@ -159,17 +159,17 @@ int runStats(const Arguments& arguments, const Output& output) {
         throw CommandError("no statistics: cannot read " + printable(path.string()) + ": " +
                            strerror(errno));
     }
-    const Shower shower(arguments, output);
+    const Printer printer(arguments, output);
     if (arguments.has("follow")) {
         const Watch watch(path);
         do {
-            shower.show(file.readNew());
+            printer.print(file.readNew());
         } while (output.out && watch.wait());
         return kExitOk;
     }
     std::vector<std::string> lines = file.readNew();
     if (file.isCutOff()) lines.emplace_back();  // counts as a line that is not a statistic
-    shower.show(lines);
+    printer.print(lines);
     return kExitOk;
 }
 

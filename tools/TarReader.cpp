@@ -68,7 +68,7 @@ std::optional<uint64_t> parseNumber(std::string_view bytes) {
     return start == end ? 0 : parseDigits(bytes.substr(start, end - start), 8);
 }
 
-bool hasItsChecksum(const Header& header) {
+bool hasValidChecksum(const Header& header) {
     const auto wanted = parseNumber(bytesOf(header, kChecksum));
     uint64_t sum = 0;
     int64_t signedSum = 0;  // some old programs add the bytes as signed
@@ -109,7 +109,7 @@ std::optional<TarMember> TarReader::next() {
         }
         if (++mHeaders > kMaxTarHeaders) return fail("it has too many members");
         const auto size = parseNumber(bytesOf(header, kSize));
-        if (!hasItsChecksum(header) || !size) return fail("a header is damaged");
+        if (!hasValidChecksum(header) || !size) return fail("a header is damaged");
 
         const char type = header[kType.offset];
         if (kExtensions.find(type) != std::string_view::npos) {
