@@ -21,7 +21,7 @@ struct Frame {
 /**
  * Sends one frame on a seqpacket socket, as a whole or not at all.
  *
- * @param flags  for sendmsg, besides MSG_NOSIGNAL
+ * @param flags  for sendmsg, in addition to MSG_NOSIGNAL
  * @return 0, or the errno of the failure (EPIPE or ECONNRESET if the peer has gone)
  */
 int sendFrame(int fd, int flags, uint32_t code, uint32_t transactionFlags, const uint8_t* body,

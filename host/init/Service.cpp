@@ -63,19 +63,19 @@ Service::Service(RcService spec, const ServiceSettings& settings, StateListener 
                    std::chrono::duration_cast<BootTime>(kRestartPeriod / settings.timeScale)) {}
 
 bool Service::start() {
-    return carryOut(mLifecycle.requestStart());
+    return perform(mLifecycle.requestStart());
 }
 
 bool Service::restart() {
-    return carryOut(mLifecycle.requestRestart());
+    return perform(mLifecycle.requestRestart());
 }
 
 void Service::stop() {
-    carryOut(mLifecycle.requestStop());
+    perform(mLifecycle.requestStop());
 }
 
 void Service::tick(BootTime now) {
-    carryOut(mLifecycle.tick(now));
+    perform(mLifecycle.tick(now));
 }
 
 void Service::shutDown() {
@@ -111,7 +111,7 @@ void Service::ended(int status) {
     announce();
 }
 
-bool Service::carryOut(Lifecycle::Step step) {
+bool Service::perform(Lifecycle::Step step) {
     bool done = true;
     if (step == Lifecycle::Step::Kill) kill();
     if (step == Lifecycle::Step::Start) {

@@ -43,7 +43,7 @@ class Service {
     pid_t pid() const { return mPid; }
 
   private:
-    bool carryOut(Lifecycle::Step step);
+    bool perform(Lifecycle::Step step);
     bool startProcess();
     void signalGroup(int number) const;
     void announce();

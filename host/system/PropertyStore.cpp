@@ -22,7 +22,7 @@ namespace android::kavel::host {
 namespace {
 
 constexpr char kUnfinishedName[] = ".unfinished";  // no legal name begins with a dot
-constexpr mode_t kFileMode = 0644;                 // readable for all, whatever init's umask is
+constexpr mode_t kFileMode = 0644;                 // readable for all, regardless of init's umask
 
 }  // namespace
 
