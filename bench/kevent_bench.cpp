@@ -15,7 +15,7 @@
 
 #include "core/KavelKeventThread.h"
 #include "core/KavelRecvKeventFunc.h"
-#include "tests/core/FakeUpperRooms.h"
+#include "tests/core/FakeHandler.h"
 #include "tests/core/Messages.h"
 
 using namespace android;         // NOLINT(google-build-using-namespace): the only file
@@ -147,7 +147,7 @@ void daemonReceives(benchmark::State& state, bool (*callback)(kavel_kevent_packe
             thread->threadLoop();
         } catch (const NothingLeft&) {
             fake::takeUploads();
-            fake::takeIntakes();
+            fake::takeReports();
         }
     });
     sReceiving.reset();
