@@ -1,25 +1,35 @@
 #!/usr/bin/env python3
 """Puts one small fault at a time into the daemon's sources and says whether a test notices it.
 
-The faults go into a copy of the tree below build/mutate, never into the tree itself. For each one
-the programs of TESTS are built again and their cases run; with --sandbox the whole-daemon suites
-run for a fault that survives these. Results are kept: a run that is ended goes on where it was.
+The faults go into copies of the tree below build/mutate, never into the tree itself. For each one
+the test programs of TESTS are built again and run; with --sandbox the whole-daemon suites run for a
+fault that survives these. Results are kept: a run that is ended goes on where it was, as long as
+no file of the tree changes.
 """
 
 import argparse
 import fnmatch
+import hashlib
 import json
+import os
+import queue
 import random
 import re
 import shutil
 import subprocess
 import sys
+import time
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
+from faults import faults_of
+
 ROOT = Path(__file__).resolve().parent.parent
-TREE = ROOT / "build/mutate/tree"
-BUILD = ROOT / "build/mutate/build"
-TIMEOUT = 120  # seconds for the cases of one fault
+WORK = ROOT / "build/mutate"
+BASE = WORK / "base"  # the tree without a fault, and its build; a copy takes its place for a fault
+TREE, BUILD = BASE / "tree", BASE / "build"
+WORKERS = os.cpu_count() or 1
+SHARDS = 3  # of each test program; many cases wait, few need the processor
 
 # Test programs that can see a fault in a folder, and the sandbox suites that go through it.
 TESTS = {
@@ -38,80 +48,15 @@ TESTS = {
     "tools": (["kavelctl_test"], "ReportTest|RawTest"),
 }
 
-COMPARISONS = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "=="}
-STATEMENT = re.compile(r"^\s+(?!return\b|const\b|auto\b|using\b|static\b|case\b|break\b|throw\b)"
-                       r"[\w:.>()*\[\]-]+(\(.*\)| [-+|&]?= .*);\s*$")
 
-
-def masked(text):
-    """The text with every comment blanked out, and with the places of its string literals."""
-    literals, out, i = [], list(text), 0
-    while i < len(text):
-        if text.startswith(("//", "/*"), i):
-            end = text.find("\n" if text[i + 1] == "/" else "*/", i)
-            end = len(text) if end < 0 else end + (0 if text[i + 1] == "/" else 2)
-            out[i:end] = [c if c == "\n" else " " for c in text[i:end]]
-            i = end
-        elif text[i] in "\"'":
-            end = i + 1
-            while end < len(text) and text[end] != text[i]:
-                end += 2 if text[end] == "\\" else 1
-            if text[i] == '"':
-                literals.append((i + 1, end))
-            out[i + 1:end] = " " * (end - i - 1)
-            i = end + 1
-        else:
-            i += 1
-    return "".join(out), literals
-
-
-def faults_of(path):
-    """All faults of one file: (offset, length, replacement, operator)."""
-    text = (ROOT / path).read_text()
-    code, literals = masked(text)
-
-    def each(pattern, operator, replacement, group=0):
-        for match in re.finditer(pattern, code, re.M):
-            line = code[code.rfind("\n", 0, match.start()) + 1:match.end()]
-            if line.lstrip().startswith(("#", "static_assert")):
-                continue
-            start, end = match.span(group)
-            yield start, end - start, replacement(match), operator
-
-    yield from each(r" (<=|>=|==|!=|<|>) ", "comparison", lambda m: COMPARISONS[m[1]], 1)
-    yield from each(r" (&&|\|\|) ", "logic", lambda m: {"&&": "||", "||": "&&"}[m[1]], 1)
-    yield from each(r"\b(?:if|while) \((.*)\) (?:\{|\w.*;)$", "condition", lambda m: f"!({m[1]})", 1)
-    yield from each(r"(?<![\w.'])(\d+)(?![\w.'])", "constant", lambda m: str(int(m[1]) + 1), 1)
-    yield from each(r"(?:seconds|milliseconds)\((\d+)\)", "duration", lambda m: m[1] + "0", 1)
-    yield from each(r"^ +if \(.*\) (?:return\b.*|continue|break);$", "early exit", lambda m: "")
-    yield from each(r"\w\((\w+), (\w+)(?=[,)])", "arguments",
-                    lambda m: f"{m[0][:2]}{m[2]}, {m[1]}")
-    for start, end in literals:
-        line = text[text.rfind("\n", 0, start) + 1:start]
-        if end > start and not line.lstrip().startswith("#"):
-            yield start, 0, "~", "literal"
-
-    lines, offset, previous = code.split("\n"), 0, None
-    for line in lines:
-        if STATEMENT.match(line):
-            yield offset, len(line), "", "removed statement"
-            if previous is not None:
-                start, other = previous
-                here = text[offset:offset + len(line)]
-                there = text[start:start + len(other)]
-                yield start, offset + len(line) - start, f"{here}\n{there}", "exchanged statements"
-            previous = (offset, line)
-        else:
-            previous = None
-        offset += len(line) + 1
+def run(command, **options):
+    return subprocess.run(command, cwd=ROOT, text=True, capture_output=True, **options)
 
 
 def changed_lines(commit):
     """The lines of each file that are not as in the commit."""
-    diff = subprocess.run(["git", "diff", "-U0", commit], cwd=ROOT, text=True, check=True,
-                          capture_output=True).stdout
     lines, name = {}, None
-    for line in diff.splitlines():
+    for line in run(["git", "diff", "-U0", commit], check=True).stdout.splitlines():
         if line.startswith("+++ "):
             name = line[6:]
         elif match := re.match(r"@@ -\S+ \+(\d+)(?:,(\d+))? @@", line):
@@ -121,84 +66,150 @@ def changed_lines(commit):
 
 
 def all_faults(options):
-    files = subprocess.run(["git", "ls-files", *TESTS], cwd=ROOT, text=True, check=True,
-                           capture_output=True).stdout.split()
     changed = changed_lines(options.since) if options.since else None
-    for path in sorted(files):
-        if not path.endswith((".cpp", ".h")):
-            continue
-        if options.files and not any(fnmatch.fnmatch(path, each) for each in options.files):
+    for path in sorted(run(["git", "ls-files", *TESTS], check=True).stdout.split()):
+        if not path.endswith((".cpp", ".h")) or not any(
+                fnmatch.fnmatch(path, pattern) for pattern in options.files):
             continue
         text = (ROOT / path).read_text()
-        for offset, length, replacement, operator in faults_of(path):
+        for offset, length, replacement, operator in sorted(faults_of(text)):
             line = text.count("\n", 0, offset) + 1
             if changed is None or line in changed.get(path, ()):
-                yield {"file": path, "line": line, "offset": offset, "length": length,
-                       "operator": operator, "was": text[offset:offset + length],
-                       "is": replacement}
+                yield {"file": path, "line": line, "offset": offset, "operator": operator,
+                       "was": text[offset:offset + length], "is": replacement}
 
 
 def copy_tree():
-    """Brings the copy up to date, and leaves alone what is as it was, so that little is built."""
-    files = subprocess.run(["git", "ls-files", "-co", "--exclude-standard"], cwd=ROOT, text=True,
-                           check=True, capture_output=True).stdout.splitlines()
-    for name in files:
+    """Brings the copy up to date, and leaves alone what is as it was, so that little is built.
+    Returns a digest of all files."""
+    files = run(["git", "ls-files", "-co", "--exclude-standard"], check=True).stdout.splitlines()
+    digest = hashlib.sha256()
+    for name in sorted(files):
         source, target = ROOT / name, TREE / name
         if not source.is_file():
             target.unlink(missing_ok=True)
-        elif not target.exists() or source.read_bytes() != target.read_bytes():
+            continue
+        digest.update(name.encode() + b"\0" + source.read_bytes())
+        if not target.exists() or source.read_bytes() != target.read_bytes():
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source, target)
+    return digest.hexdigest()
+
+
+def build_base(targets):
+    cache = BUILD / "CMakeCache.txt"
+    if cache.exists() and f"CMAKE_HOME_DIRECTORY:INTERNAL={TREE}\n" not in cache.read_text():
+        shutil.rmtree(BUILD)  # the checkout has moved
     if not (BUILD / "build.ninja").exists():
-        subprocess.run(["cmake", "-S", TREE, "-B", BUILD, "-G", "Ninja",
-                        "-DCMAKE_CXX_COMPILER=clang++", "-DCMAKE_BUILD_TYPE=Debug",
-                        "-DCMAKE_CXX_FLAGS=-O0 -Wno-error"], check=True, stdout=subprocess.DEVNULL)
+        run(["cmake", "-S", TREE, "-B", BUILD, "-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++",
+             "-DCMAKE_CXX_FLAGS=-O0", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld",
+             "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST"], check=True)
+    result = run(["ninja", "-C", BUILD, *targets])
+    if result.returncode != 0:
+        sys.exit(f"{result.stdout[-4000:]}\nthe tree does not build without a fault")
 
 
-def build(targets):
-    return subprocess.run(["ninja", "-C", BUILD, *targets], stdout=subprocess.DEVNULL,
-                          stderr=subprocess.DEVNULL).returncode == 0
+class Copy:
+    """A copy of the base, where programs see it in place of the base."""
+
+    def __init__(self, place):
+        self.place = WORK / f"copy-{place}"
+        shutil.rmtree(self.place, ignore_errors=True)
+        subprocess.run(["cp", "-a", BASE, self.place], check=True)
+
+    def build(self, targets):
+        return run(["bwrap", "--dev-bind", "/", "/", "--bind", self.place, BASE,
+                    "ninja", "-j", "2", "-C", BUILD, *targets]).returncode == 0
+
+    def test(self, programs, limit):
+        """Runs the programs until a case fails. Returns a result, and the case that failed."""
+        box = ["bwrap", "--unshare-pid", "--die-with-parent", "--tmpfs", "/", "--dev", "/dev",
+               "--proc", "/proc", "--ro-bind", "/usr", "/usr", "--tmpfs", "/tmp", "--tmpfs", "/data"]
+        for link in ("bin", "lib", "lib64"):
+            box += ["--symlink", f"usr/{link}", f"/{link}"]
+        running = []
+        for path in (path for name in programs for path in BUILD.glob(f"tests/*/{name}")):
+            for shard in range(SHARDS):
+                log = self.place / f"{path.name}.{shard}"
+                with log.open("w") as out:
+                    process = subprocess.Popen(
+                        [*box, "--bind", self.place, BASE, path, "--gtest_fail_fast"], stdout=out,
+                        stderr=out, env={**os.environ, "GTEST_TOTAL_SHARDS": str(SHARDS),
+                                         "GTEST_SHARD_INDEX": str(shard)})
+                running.append((process, log))
+        end = time.monotonic() + limit
+        try:
+            while running:
+                for process, log in [each for each in running if each[0].poll() is not None]:
+                    running.remove((process, log))
+                    if process.returncode != 0:
+                        return "killed", failed_case(log.read_text(errors="replace"))
+                if time.monotonic() > end:
+                    return "timed out", f"{limit:.0f} s"
+                time.sleep(0.01)
+            return "survived", ""
+        finally:
+            for process, _ in running:
+                process.kill()
+                process.wait()
+
+    def test_sandbox(self, suites):
+        """The same with the sandbox suites."""
+        result = run(["bwrap", "--dev-bind", "/", "/", "--bind", self.place, BASE, "ctest",
+                      "--test-dir", BUILD, "--stop-on-failure", "-R", f"^sandbox\\.({suites})$"])
+        failed = re.search(r"(sandbox\.\w+) \(", result.stdout)
+        return ("killed", failed and failed[1]) if result.returncode else ("survived", "")
 
 
-def ctest(arguments):
-    """Whether the cases pass; None if they take too long."""
-    try:
-        return subprocess.run(["ctest", "--test-dir", BUILD, "--stop-on-failure", "--timeout",
-                               "60", *arguments], stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL, timeout=TIMEOUT).returncode == 0
-    except subprocess.TimeoutExpired:
-        return None
+def failed_case(log):
+    if log.startswith("bwrap:"):
+        sys.exit(log)  # no test has run
+    cases = re.findall(r"^\[  FAILED  \] ([^\s,]+)", log, re.M) or re.findall(
+        r"^\[ RUN      \] (\S+)", log, re.M)
+    return cases[-1] if cases else "start"
 
 
-def cases_of(programs):
-    """The numbers of the CTest cases that run one of the programs."""
-    listing = json.loads(subprocess.run(["ctest", "--test-dir", BUILD, "--show-only=json-v1"],
-                                        text=True, check=True, capture_output=True).stdout)
-    return [str(number) for number, test in enumerate(listing["tests"], 1)
-            if any(Path(word).name in programs for word in test.get("command", []))]
+def tests_of(faults):
+    folders = sorted({fault["file"].split("/")[0] for fault in faults})
+    programs = sorted({program for folder in folders for program in TESTS[folder][0]})
+    return programs, "|".join(TESTS[folder][1] for folder in folders)
 
 
-def try_fault(fault, options):
-    programs, suites = TESTS[fault["file"].split("/")[0]]
-    target = TREE / fault["file"]
+SANDBOX = ["kavel_phone", "sandbox_test", "sandbox_kernel_test"]
+
+
+def check_base(place, faults, sandbox):
+    """Ends the run if the tests fail without a fault. Returns the time they take."""
+    begin = time.monotonic()
+    programs, suites = tests_of(faults)
+    copy = Copy(place)
+    result, case = copy.test(programs, 300)
+    took = time.monotonic() - begin
+    if result == "survived" and sandbox:
+        result, case = copy.test_sandbox(suites)
+    if result != "survived":
+        raise RuntimeError(f"the tests fail without a fault: {case} ({copy.place})")
+    return took
+
+
+def try_fault(place, fault, limit, sandbox):
+    programs, suites = tests_of([fault])
+    copy = Copy(place)
+    target = copy.place / "tree" / fault["file"]
     text = target.read_text()
-    end = fault["offset"] + fault["length"]
+    end = fault["offset"] + len(fault["was"])
     target.write_text(text[:fault["offset"]] + fault["is"] + text[end:])
-    try:
-        if not build(programs):
-            return "not compiled"
-        result = ctest(["-j2", "-I", "0,0,0," + ",".join(cases_of(programs))])
-        if result and options.sandbox:
-            build(["all"])
-            result = ctest(["-R", f"^sandbox\\.({suites})$"])
-        return {True: "survived", False: "killed", None: "timed out"}[result]
-    finally:
-        target.write_text(text)
+    if not copy.build(programs):
+        return "not compiled", ""
+    result, case = copy.test(programs, limit)
+    if result == "survived" and sandbox:
+        result, case = copy.test_sandbox(suites) if copy.build(SANDBOX) else ("not compiled", "")
+    return result, case
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
-    parser.add_argument("--files", nargs="+", metavar="GLOB", help="only these, as dump/*.cpp")
+    parser.add_argument("--files", nargs="+", metavar="GLOB", default=["*"], help="as dump/*.cpp")
     parser.add_argument("--sample", type=int, metavar="N", help="only N faults, chosen by the seed")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--since", metavar="COMMIT", help="only lines that are not as in COMMIT")
@@ -213,41 +224,50 @@ def main():
         sys.exit("no faults: nothing fits --files and --since")
     if options.list:
         for fault in faults:
-            print(f"{fault['file']}:{fault['line']} {fault['operator']}: "
-                  f"{fault['was'].strip()!r} -> {fault['is'].strip()!r}")
+            print(described(fault))
         return
-    copy_tree()
-    if not build(sorted({program for programs, _ in TESTS.values() for program in programs})):
-        sys.exit("the tree does not build without a fault")
-    results = ROOT / "build/mutate/results.jsonl"
-    known = {}
-    if results.exists():
-        known = {line["key"]: line["result"]
-                 for line in map(json.loads, results.read_text().splitlines())}
-    score = {}
-    with results.open("a") as log:
-        for fault in faults:
-            text = (ROOT / fault["file"]).read_text()
-            key = json.dumps([fault, options.sandbox, hash_of(text)])
-            result = known.get(key) or try_fault(fault, options)
+    digest = copy_tree()
+    kept = WORK / "results.jsonl"
+    known = dict(map(json.loads, kept.read_text().splitlines())) if kept.exists() else {}
+    known = {key: result for key, result in known.items() if digest in key}
+    kept.write_text("".join(json.dumps(each) + "\n" for each in known.items()))
+
+    def key_of(fault):
+        return json.dumps([digest, options.sandbox, fault])
+
+    new = [fault for fault in faults if key_of(fault) not in known]
+    if new:
+        build_base(tests_of(new)[0] + (SANDBOX if options.sandbox else []))
+    places = queue.SimpleQueue()
+    with ThreadPoolExecutor(WORKERS) as pool, kept.open("a") as log:
+        limit = 15 + 3 * max(pool.map(lambda place: check_base(place, new, options.sandbox),
+                                      range(WORKERS if new else 1)))
+
+        def attempt(fault):
+            key = key_of(fault)
             if key not in known:
-                log.write(json.dumps({"key": key, "result": result}) + "\n")
+                place = places.get()
+                known[key] = try_fault(place, fault, limit, options.sandbox)
+                places.put(place)
+                log.write(json.dumps([key, known[key]]) + "\n")
                 log.flush()
-            print(f"{result:12} {fault['file']}:{fault['line']} {fault['operator']}: "
-                  f"{fault['was'].strip()!r} -> {fault['is'].strip()!r}", flush=True)
+            return known[key]
+
+        for place in range(WORKERS):
+            places.put(place)
+        score = {}
+        for fault, (result, case) in zip(faults, pool.map(attempt, faults)):
+            print(f"{result:12} {described(fault)}{' by ' + case if case else ''}", flush=True)
             score.setdefault(fault["file"].split("/")[0], []).append(result)
     for folder, found in sorted(score.items()):
         noticed = sum(result in ("killed", "timed out") for result in found)
         tried = noticed + found.count("survived")
-        print(f"{folder}: {noticed} of {tried} killed, {len(found) - tried} not compiled")
+        print(f"{folder}: {noticed} of {tried} noticed, {len(found) - tried} not compiled")
 
 
-def hash_of(text):
-    """A number for the text that is the same in each run, unlike hash()."""
-    value = 0
-    for char in text:
-        value = (value * 31 + ord(char)) % 2**61
-    return value
+def described(fault):
+    return (f"{fault['file']}:{fault['line']} {fault['operator']}: "
+            f"{' '.join(fault['was'].split())!r} -> {' '.join(fault['is'].split())!r}")
 
 
 if __name__ == "__main__":
