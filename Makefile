@@ -36,7 +36,7 @@ test-arm64: setup ## Build for arm64 and run the unit tests in emulation (part o
 bench: setup ## Run the benchmarks and compare them with the budgets
 	@scripts/bench.sh
 
-mutate: setup ## Put faults into the sources and see whether a test notices (ARGS="--files dump/*.cpp --sample 20")
+mutate: setup ## Put faults into the sources and see whether a test notices (ARGS="--files 'dump/*' --sample 20")
 	@python3 scripts/mutate.py $(ARGS)
 
 format: setup ## Format the sources

@@ -14,6 +14,7 @@
 
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/FastClock.h"
 #include "tests/fake/TempDir.h"
 
 namespace android::kavel {
@@ -127,6 +128,8 @@ TEST(KavelThreadPool, GrowsWhenBusyRetiresWhenIdleAndNeverPassesItsMaximum) {
 // Would catch a burst, queued before the idle count falls, that waits behind hung commands. Whether
 // it is depends on the scheduler, so several pools get one.
 TEST(KavelThreadPool, GrowsWhileTasksWaitAndNoWorkerBecomesFree) {
+    const fake::FastClock clock(5);
+    const auto begin = std::chrono::steady_clock::now();
     std::promise<void> release;
     const std::shared_future<void> released = release.get_future().share();
     std::list<KavelThreadPool> pools;
@@ -138,8 +141,9 @@ TEST(KavelThreadPool, GrowsWhileTasksWaitAndNoWorkerBecomesFree) {
         waiting.push_back(pool.commit([] {}));
     }
     for (const std::future<void>& task : waiting) {
-        EXPECT_EQ(task.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+        EXPECT_EQ(task.wait_for(std::chrono::seconds(28)), std::future_status::ready);
     }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(28));
     release.set_value();
 }
 

@@ -19,6 +19,7 @@
 
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/FastClock.h"
 #include "tests/fake/TempDir.h"
 
 // The phone's C library refuses what this one lets pass, and fails where this one does not. The
@@ -65,6 +66,7 @@ namespace android::kavel {
 namespace {
 
 using std::chrono::milliseconds;
+using std::chrono::seconds;
 
 class Shell : public testing::Test {
   protected:
@@ -131,6 +133,7 @@ TEST_F(Shell, CommandStartsWithCleanSignals) {
 
 // Would catch a catch that is lost because the phone is out of processes for a moment.
 TEST_F(Shell, ShellThatCannotBeStartedIsTriedAgain) {
+    const fake::FastClock clock(10);
     spawnFailures = 3;
     EXPECT_EQ(runShell("exit 7"), 7 << 8);
     EXPECT_TRUE(fake::logLines().empty());
@@ -178,10 +181,11 @@ TEST_F(Shell, CollectedFileHasALimit) {
 // Would catch a deadline that is for the shell alone: a child that is not asked to end, and could
 // tidy up, or one that refuses and runs on for ever.
 TEST_F(Shell, DeadlineEndsTheWholeGroup) {
+    const fake::FastClock clock(5);
     const int status = runShell(
             "echo $$ >" + file("group") + "; (trap '' TERM; sleep 300) & (trap 'echo tidy >" +
                     file("tidy") + "' TERM; sleep 300 & wait) & trap '' TERM; wait $!; exit 4",
-            milliseconds(500));
+            seconds(3));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 4) << status;
     EXPECT_EQ(content("tidy"), "tidy\n");
     EXPECT_TRUE(groupEnds(std::stoi(content("group"))));
@@ -189,11 +193,16 @@ TEST_F(Shell, DeadlineEndsTheWholeGroup) {
     EXPECT_EQ(fake::logCount("status is: 1024: echo $$ >"), 1u);
 }
 
-// Would catch a command that is asked to end but never made to.
+// Would catch a command that is asked to end but never made to, or has no time to tidy up.
 TEST_F(Shell, CommandThatIgnoresTerminationIsKilled) {
+    const fake::FastClock clock(5);
+    const auto begin = std::chrono::steady_clock::now();
     const int status = runShell(
             "trap '' TERM; echo $$ >" + file("group") + "; while :; do sleep 300 & wait; done",
-            milliseconds(300));
+            seconds(2));
+    const auto took = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(took, seconds(7));
+    EXPECT_LT(took, seconds(40));
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
     EXPECT_TRUE(groupEnds(std::stoi(content("group"))));
     EXPECT_EQ(fake::logCount("status is: 9: trap"), 1u);
