@@ -42,7 +42,7 @@ mutate: setup ## Put faults into the sources and see whether a test notices (ARG
 format: setup ## Format the sources
 	@scripts/lint.sh --format
 
-lint: build ## Check the format, run clang-tidy, compile as the phone's build does
+lint: setup ## Check the format, run clang-tidy, compile as the phone's build does
 	@scripts/lint.sh
 
 clean: ## Remove everything that was built

@@ -14,11 +14,17 @@ echo "== lint: clang-format"
 sources | xargs clang-format --dry-run -Werror
 [ "${1:-}" != --check-format ] || exit 0
 echo "== lint: clang-tidy"
-# Only compiled files have a command line; headers are checked with their sources. The counts of
-# suppressed warnings in library headers go to a file.
+# Only compiled files have a command line; headers are checked with their sources. A file that is
+# compiled for several programs is checked once. The counts of suppressed warnings in library headers
+# go to a file.
 cmake --preset default > /dev/null
+mkdir -p build/clang-tidy
+python3 -c 'import json, sys
+commands = json.load(sys.stdin)
+json.dump(list({each["file"]: each for each in reversed(commands)}.values()), sys.stdout)' \
+    < build/default/compile_commands.json > build/clang-tidy/compile_commands.json
 git ls-files '*.cpp' | grep -v '^bench/' |
-    xargs -P "${JOBS:-$(nproc)}" -n 4 clang-tidy --quiet -p build/default 2> build/clang-tidy.log
+    xargs -P "${JOBS:-$(nproc)}" -n 4 clang-tidy --quiet -p build/clang-tidy 2> build/clang-tidy.log
 echo "== lint: the phone's compiler flags"
 scripts/arm64-sysroot.sh
 scripts/check_phone.sh

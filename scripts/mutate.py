@@ -236,12 +236,13 @@ def main():
         return json.dumps([digest, options.sandbox, fault])
 
     new = [fault for fault in faults if key_of(fault) not in known]
-    if new:
-        build_base(tests_of(new)[0] + (SANDBOX if options.sandbox else []))
+    limit = 0
     places = queue.SimpleQueue()
     with ThreadPoolExecutor(WORKERS) as pool, kept.open("a") as log:
-        limit = 15 + 3 * max(pool.map(lambda place: check_base(place, new, options.sandbox),
-                                      range(WORKERS if new else 1)))
+        if new:
+            build_base(tests_of(new)[0] + (SANDBOX if options.sandbox else []))
+            limit = 15 + 3 * max(pool.map(lambda place: check_base(place, new, options.sandbox),
+                                          range(WORKERS)))
 
         def attempt(fault):
             key = key_of(fault)
