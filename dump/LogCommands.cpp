@@ -4,7 +4,7 @@
 
 namespace android::kavel {
 
-const std::array<LogBit, 31> kLogBits = {{
+const std::array<LogBit, kLogBitCount> kLogBits = {{
         {KAVEL_LOGINFO_ANDROID, "ANDROID"},
         {KAVEL_LOGINFO_KERNEL, "KERNEL"},
         {KAVEL_LOGINFO_ANR_TRACE, "ANR_TRACE"},
@@ -42,44 +42,46 @@ namespace {
 constexpr bool kLight = false;
 constexpr bool kHeavy = true;
 constexpr CommandPool kCmd = CommandPool::Cmd;
+constexpr CommandPool kLogcat = CommandPool::Logcat;
 }  // namespace
 
 // These texts are part of the interface: readers of the archives expect them, including "vask", the
 // double blanks, and the missing blank in "top>". "dumpsys power" records the bit of the binder
 // transactions, not its own: tools that read the integrity results rely on it.
 // clang-format off
-const std::array<LogCommand, 31> kLogCommands = {{
-    {0x1,       "logcat -d -v threadtime > ",                         "/android-",                   0x1,       CommandPool::Logcat, kLight},
-    {0x2,       "dmesg > ",                                           "/kernel-",                    0x2,       kCmd, kLight},
-    {0x8,       "dumpsys display > ",                                 "/display-",                   0x8,       kCmd, kLight},
-    {0x8,       "dumpsys SurfaceFlinger > ",                          "/dumpsysSF-",                 0x8,       kCmd, kLight},
-    {0x8,       "dumpsys SurfaceFlinger --dravo > ",                  "/dumpsysSF_dravo-",           0x8,       kCmd, kLight},
-    {0x10,      "dumpsys -t 60 meminfo > ",                           "/meminfo-",                   0x10,      kCmd, kLight},
-    {0x40,      "dumpsys power > ",                                   "/power-",                     0x20,      kCmd, kLight},
-    {0x20,      "cat /sys/kernel/debug/binder/transactions > ",       "/binderinfo-",                0x20,      kCmd, kLight},
-    {0x100,     "dumpsys cpuinfo > ",                                 "/cpuinfo-",                   0x100,     kCmd, kLight},
-    {0x200,     "head /proc/cpuinfo > ",                              "/cpu_info_num_raw-",          0x200,     kCmd, kLight},
-    {0x400,     "head /proc/stat > ",                                 "/cpu_info_overall_raw-",      0x400,     kCmd, kLight},
-    {0x800,     "head /proc/*/stat > ",                               "/cpu_info_per_process_raw-",  0x800,     kCmd, kLight},
-    {0x1000,    "logcat -d -b events > ",                             "/events-",                    0x1000,    kCmd, kLight},
-    {0x2000,    "dumpsys activity vask history > ",                   "/frozen_info-",               0x2000,    kCmd, kLight},
-    {0x4000,    "cat /proc/interrupts > ",                            "/interrupts-",                0x4000,    kCmd, kLight},
-    {0x8000,    "dumpsys storaged > ",                                "/ioinfo-",                    0x8000,    kCmd, kLight},
-    {0x10000,   "find /proc/irq -iname '*' -type f | xargs head > ",  "/irqinfo-",                   0x10000,   kCmd, kLight},
-    {0x40000,   "cat /proc/meminfo > ",                               "/proc_meminfo-",              0x40000,   kCmd, kLight},
-    {0x40000,   "cat /proc/vmallocinfo > ",                           "/vmalloc_info-",              0x40000,   kCmd, kLight},
-    {0x80,      "dumpsys dropbox -p system_app_crash --print > ",     "/app_crash_history-",         0x80,      kCmd, kLight},
-    {0x100000,  "logcat -d -b radio  > ",                             "/radio-",                     0x100000,  kCmd, kLight},
-    {0x1000000, "top -n 1 > ",                                        "/top-",                       0x1000000, kCmd, kLight},
-    {0x200000,  "debuggerd -b `pidof surfaceflinger` > ",             "/surfaceflinger_backtrace-",  0x200000,  kCmd, kLight},
-    {0x800000,  "ps -A -T -Z > ",                                     "/thread_list-",               0x800000,  kCmd, kLight},
-    {0x80000,   "getprop > ",                                         "/prop-",                      0x80000,   kCmd, kLight},
-    {0x80000,   "mount > ",                                           "/mount-",                     0x80000,   kCmd, kLight},
-    {0x20000,   "cat /data/system/packages.xml  > ",                  "/packageinfo-",               0x20000,   kCmd, kLight},
-    {0x4000000, "dumpsys activity > ",                                "/dumpsys_activity-",          0x4000000, kCmd, kHeavy},
-    {0x4000000, "dumpsys activity top> ",                             "/dumpsys_activity_top-",      0x4000000, kCmd, kHeavy},
-    {0x8000000, "dumpsys window > ",                                  "/dumpsys_window-",            0x8000000, kCmd, kHeavy},
-    {0x400000,  "dumpsys input > ",                                   "/dumpsysINPUT-",              0x400000,  kCmd, kHeavy},
+const std::array<LogCommand, kLogCommandCount> kLogCommands = {{
+//   test bit                                command                                              output file                   pool     weight  tag bit, if another
+    {KAVEL_LOGINFO_ANDROID,                  "logcat -d -v threadtime > ",                        "/android-",                  kLogcat, kLight},
+    {KAVEL_LOGINFO_KERNEL,                   "dmesg > ",                                          "/kernel-",                   kCmd,    kLight},
+    {KAVEL_LOGINFO_DISPLAY,                  "dumpsys display > ",                                "/display-",                  kCmd,    kLight},
+    {KAVEL_LOGINFO_DISPLAY,                  "dumpsys SurfaceFlinger > ",                         "/dumpsysSF-",                kCmd,    kLight},
+    {KAVEL_LOGINFO_DISPLAY,                  "dumpsys SurfaceFlinger --dravo > ",                 "/dumpsysSF_dravo-",          kCmd,    kLight},
+    {KAVEL_LOGINFO_MEMINFO,                  "dumpsys -t 60 meminfo > ",                          "/meminfo-",                  kCmd,    kLight},
+    {KAVEL_LOGINFO_POWER,                    "dumpsys power > ",                                  "/power-",                    kCmd,    kLight, KAVEL_LOGINFO_BINDERINFO},
+    {KAVEL_LOGINFO_BINDERINFO,               "cat /sys/kernel/debug/binder/transactions > ",      "/binderinfo-",               kCmd,    kLight},
+    {KAVEL_LOGINFO_CPUINFO,                  "dumpsys cpuinfo > ",                                "/cpuinfo-",                  kCmd,    kLight},
+    {KAVEL_LOGINFO_CPU_INFO_NUM_RAW,         "head /proc/cpuinfo > ",                             "/cpu_info_num_raw-",         kCmd,    kLight},
+    {KAVEL_LOGINFO_CPU_INFO_OVERALL_RAW,     "head /proc/stat > ",                                "/cpu_info_overall_raw-",     kCmd,    kLight},
+    {KAVEL_LOGINFO_CPU_INFO_PER_PROCESS_RAW, "head /proc/*/stat > ",                              "/cpu_info_per_process_raw-", kCmd,    kLight},
+    {KAVEL_LOGINFO_EVENTS,                   "logcat -d -b events > ",                            "/events-",                   kCmd,    kLight},
+    {KAVEL_LOGINFO_FROZEN_INFO,              "dumpsys activity vask history > ",                  "/frozen_info-",              kCmd,    kLight},
+    {KAVEL_LOGINFO_INTERRUPTS,               "cat /proc/interrupts > ",                           "/interrupts-",               kCmd,    kLight},
+    {KAVEL_LOGINFO_IOINFO,                   "dumpsys storaged > ",                               "/ioinfo-",                   kCmd,    kLight},
+    {KAVEL_LOGINFO_IRQINFO,                  "find /proc/irq -iname '*' -type f | xargs head > ", "/irqinfo-",                  kCmd,    kLight},
+    {KAVEL_LOGINFO_PROC_MEMINFO,             "cat /proc/meminfo > ",                              "/proc_meminfo-",             kCmd,    kLight},
+    {KAVEL_LOGINFO_PROC_MEMINFO,             "cat /proc/vmallocinfo > ",                          "/vmalloc_info-",             kCmd,    kLight},
+    {KAVEL_LOGINFO_APP_CRASH_HISTORY,        "dumpsys dropbox -p system_app_crash --print > ",    "/app_crash_history-",        kCmd,    kLight},
+    {KAVEL_LOGINFO_RADIO,                    "logcat -d -b radio  > ",                            "/radio-",                    kCmd,    kLight},
+    {KAVEL_LOGINFO_TOP,                      "top -n 1 > ",                                       "/top-",                      kCmd,    kLight},
+    {KAVEL_LOGINFO_SURFACEFLINGER_BACKTRACE, "debuggerd -b `pidof surfaceflinger` > ",            "/surfaceflinger_backtrace-", kCmd,    kLight},
+    {KAVEL_LOGINFO_THREAD_LIST,              "ps -A -T -Z > ",                                    "/thread_list-",              kCmd,    kLight},
+    {KAVEL_LOGINFO_PROP,                     "getprop > ",                                        "/prop-",                     kCmd,    kLight},
+    {KAVEL_LOGINFO_PROP,                     "mount > ",                                          "/mount-",                    kCmd,    kLight},
+    {KAVEL_LOGINFO_PACKAGEINFO,              "cat /data/system/packages.xml  > ",                 "/packageinfo-",              kCmd,    kLight},
+    {KAVEL_LOGINFO_DUMPSYS_ACTIVITY,         "dumpsys activity > ",                               "/dumpsys_activity-",         kCmd,    kHeavy},
+    {KAVEL_LOGINFO_DUMPSYS_ACTIVITY,         "dumpsys activity top> ",                            "/dumpsys_activity_top-",     kCmd,    kHeavy},
+    {KAVEL_LOGINFO_DUMPSYS_WINDOW,           "dumpsys window > ",                                 "/dumpsys_window-",           kCmd,    kHeavy},
+    {KAVEL_LOGINFO_DUMPSYS_INPUT,            "dumpsys input > ",                                  "/dumpsysINPUT-",             kCmd,    kHeavy},
 }};
 // clang-format on
 

@@ -54,8 +54,11 @@ struct LogBit {
     std::string_view name;
 };
 
+/** Number of defined bits. */
+inline constexpr size_t kLogBitCount = 31;
+
 /** All defined bits, lowest first. */
-extern const std::array<LogBit, 31> kLogBits;
+extern const std::array<LogBit, kLogBitCount> kLogBits;
 
 enum class CommandPool { Cmd, Logcat };
 
@@ -64,13 +67,16 @@ struct LogCommand {
     uint32_t testBit;  ///< the command runs if the log-info word has this bit
     const char* head;  ///< command text up to and including the redirection
     const char* stem;  ///< start of the output file's name, with its "/" and "-"
-    uint32_t tagBit;   ///< bit recorded as collected when the command has ended
     CommandPool pool;
-    bool heavy;  ///< limited to one set of heavy dumps in 30 seconds
+    bool heavy;                 ///< limited to one set of heavy dumps in 30 seconds
+    uint32_t tagBit = testBit;  ///< bit recorded as collected when the command has ended
 };
 
+/** Number of commands. Some bits have several, others none. */
+inline constexpr size_t kLogCommandCount = 31;
+
 /** All commands, in the order of submission. */
-extern const std::array<LogCommand, 31> kLogCommands;
+extern const std::array<LogCommand, kLogCommandCount> kLogCommands;
 
 /** Returns the bits that are recorded as collected when all commands for @p logInfo have run. */
 uint32_t collectableBits(uint32_t logInfo);
