@@ -20,11 +20,10 @@ namespace {
 
 constexpr const char* kPrefix = "[dravo_kavel commercialLogPack]: ";
 constexpr double kRelatedWindow = 30.0;  // seconds
-constexpr int64_t kNeverRelated = 0xE01;
 
 /** A later record is always related, an earlier one only right before the main one. */
 bool isRelated(const KavelEvent& record, const KavelEvent& main) {
-    if (isAbnormalAction(record.eventId) || record.eventId == kNeverRelated) return false;
+    if (record.type.commercial != CommercialPart::Neighbour) return false;
     return secondsBetween(record.timestamp, main.timestamp) < kRelatedWindow;
 }
 

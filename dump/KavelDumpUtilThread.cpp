@@ -26,11 +26,11 @@ using kavel::CatchRef;
 using kavel::DumpContext;
 using kavel::LogFolder;
 using kavel::LogFolderRef;
+using kavel::SystemTrace;
 
 namespace {
 
-constexpr int64_t kShortWindowEvent = 0x402;
-constexpr uint64_t kShortWindow = 5;        // seconds
+constexpr uint64_t kQuickWindow = 5;        // seconds
 constexpr uint64_t kCommercialWindow = 30;  // seconds, whatever the event's own window
 constexpr uint64_t kWindowless = 30;  // seconds for the logs of an event without a window to come
 /** Maximum length of a window in seconds. While it is open, events of all types join it. */
@@ -78,7 +78,7 @@ void removeFolders(const std::vector<CatchRef>& catches) {
 
 /** Returns the seconds to wait for an event whose window is @p window seconds. */
 uint64_t windowSeconds(const KavelEvent& event, int64_t window) {
-    if (event.eventId == kShortWindowEvent) return kShortWindow;
+    if (event.type.has(kavel::kQuickPack)) return kQuickWindow;
     if (window > kMaxWindow) {
         KAVEL_LOGW(KAVEL_NO_TAG,
                    "[dravo_kavel trailContinuousDumpThread]: window of %lld s of %s is cut to %lld "
@@ -136,15 +136,15 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
     DumpContext& context = running->context;
     auto mask = static_cast<uint32_t>(event.logInfo);
     event.collected = 0;
-    if (kavel::findFrameworkTraceEvent(event.eventId) != nullptr) {
+    if (event.type.trace.source == SystemTrace::Source::Framework) {
         mask |= KAVEL_LOGINFO_FRAMEWORK_SYSTRACE;
     }
-    if (kavel::findNativeTraceEvent(event.eventId) != nullptr) {
+    if (event.type.trace.source == SystemTrace::Source::Native) {
         context.captures.start(KAVEL_LOGINFO_NATIVE_SYSTRACE, event.timestamp);
         mask |= KAVEL_LOGINFO_NATIVE_SYSTRACE;
     }
     std::vector<CatchRef> dropped;
-    if (isCommercial && !kavel::isAbnormalAction(event.eventId)) {
+    if (isCommercial && !event.type.isAbnormalAction()) {
         // An abnormal action near it packs the folder.
         dropped = context.technical.keep(running, kavel::monotonicNs());
     }

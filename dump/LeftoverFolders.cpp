@@ -32,7 +32,7 @@ namespace {
 
 constexpr const char* kPrefix = "[dravo_kavel packLeftoverFolders]: ";
 /** Maximum number of folders that are kept after their tar failed. */
-constexpr size_t kMaxKept = 31;
+constexpr size_t kMaxKeptFolders = 31;
 /** Maximum number of starts that try to pack a folder. */
 constexpr uintmax_t kMaxAttempts = 10;
 /** File of a folder, one byte long for each attempt. */
@@ -126,7 +126,7 @@ void packFolders(const std::vector<std::string>& folders) {
     for (const std::string& path : folders) {
         if (!isHangWarning(path) && !packLeftover(path, countAttempt(path))) kept.push_back(path);
     }
-    for (size_t i = 0; i + kMaxKept < kept.size(); ++i) {
+    for (size_t i = 0; i + kMaxKeptFolders < kept.size(); ++i) {
         giveUp(kept[i], "too many folders could not be packed");
     }
 }

@@ -78,15 +78,16 @@ void collectLog(uint32_t logInfo, const CatchRef& running) {
         submit(command, running);
     }
 
-    const TraceEvent* framework = findFrameworkTraceEvent(event.eventId);
-    if ((logInfo & KAVEL_LOGINFO_FRAMEWORK_SYSTRACE) != 0 && framework != nullptr) {
+    const SystemTrace& systemTrace = event.type.trace;
+    if ((logInfo & KAVEL_LOGINFO_FRAMEWORK_SYSTRACE) != 0 &&
+        systemTrace.source == SystemTrace::Source::Framework) {
         context.captures.start(KAVEL_LOGINFO_FRAMEWORK_SYSTRACE, event.timestamp);
         callFrameworkDumpSystrace();
         KAVEL_LOGI(KAVEL_NO_TAG, "[tagL]: callFrameworkDumpSystrace:%ld",
-                   static_cast<long>(framework->traceCode));
+                   static_cast<long>(systemTrace.code));
     }
     if ((logInfo & KAVEL_LOGINFO_NATIVE_SYSTRACE) != 0 &&
-        findNativeTraceEvent(event.eventId) != nullptr) {
+        systemTrace.source == SystemTrace::Source::Native) {
         callNativeDumpSystrace(running);
     }
 }

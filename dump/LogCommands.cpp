@@ -85,43 +85,6 @@ const std::array<LogCommand, kLogCommandCount> kLogCommands = {{
 }};
 // clang-format on
 
-const std::array<TraceEvent, 7> kFrameworkTraceEvents = {{
-        {0x004, 0x10004001},
-        {0x101, 0x10004002},
-        {0x103, 0x10004007},
-        {0x702, 0x1000400B},
-        {0x602, 0x1000400D},
-        {0x705, 0x1000400E},
-        {0x704, 0x1000400F},
-}};
-
-const std::array<TraceEvent, 4> kNativeTraceEvents = {{
-        {0x301, 0x10004010},
-        {0x302, 0x10004011},
-        {0x201, 0x10004012},
-        {0x202, 0x10004013},
-}};
-
-namespace {
-
-template <size_t N>
-const TraceEvent* findTraceEvent(const std::array<TraceEvent, N>& table, int64_t eventId) {
-    for (const TraceEvent& row : table) {
-        if (row.eventId == eventId) return &row;
-    }
-    return nullptr;
-}
-
-}  // namespace
-
-const TraceEvent* findFrameworkTraceEvent(int64_t eventId) {
-    return findTraceEvent(kFrameworkTraceEvents, eventId);
-}
-
-const TraceEvent* findNativeTraceEvent(int64_t eventId) {
-    return findTraceEvent(kNativeTraceEvents, eventId);
-}
-
 uint32_t collectableBits(uint32_t logInfo) {
     uint32_t bits = 0;
     for (const LogCommand& command : kLogCommands) {

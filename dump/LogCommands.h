@@ -81,18 +81,6 @@ extern const std::array<LogCommand, kLogCommandCount> kLogCommands;
 /** Returns the bits that are recorded as collected when all commands for @p logInfo have run. */
 uint32_t collectableBits(uint32_t logInfo);
 
-/** An event type whose catch requests a system trace from the framework or the trace utility. */
-struct TraceEvent {
-    int64_t eventId;
-    int64_t traceCode;  ///< only logged
-};
-extern const std::array<TraceEvent, 7> kFrameworkTraceEvents;
-extern const std::array<TraceEvent, 4> kNativeTraceEvents;
-
-/** Returns the row of @p eventId in one of the two tables above, or null. */
-const TraceEvent* findFrameworkTraceEvent(int64_t eventId);
-const TraceEvent* findNativeTraceEvent(int64_t eventId);
-
 /** Returns the command text before the time: head, folder (quoted if necessary) and stem. */
 std::string commandText(const LogCommand& command, const std::string& folder);
 

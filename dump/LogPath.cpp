@@ -5,7 +5,6 @@
 #include <android-base/properties.h>
 
 #include "dump/LogFolderName.h"
-#include "event/ExtraInfo.h"
 #include "event/KavelTimestamp.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
@@ -15,11 +14,8 @@
 namespace android::kavel {
 namespace {
 
-/** Event types that concern a process are named after it, the others after the system. */
 std::string processPart(const KavelEvent& event) {
-    const bool concernsProcess = extraTextForm(event.eventId) != ExtraTextForm::Dropped &&
-                                 event.eventId != kFirstRecoverableEvent;
-    if (!concernsProcess) return "system";
+    if (event.type.subject == FolderSubject::System) return "system";
     return event.extraInfo.processName.empty() ? "empty" : event.extraInfo.processName;
 }
 

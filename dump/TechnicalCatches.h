@@ -19,8 +19,8 @@ class TechnicalCatches {
     static constexpr size_t kUsual = 8;
     /** Maximum age of further catches: an abnormal action may still claim them. */
     static constexpr int64_t kClaimTimeNs = 70'000'000'000;
-    /** Maximum number of catches: the size of the event list, which abnormal actions search. */
-    static constexpr size_t kMost = 31;
+    /** Maximum number of catches: abnormal actions search only the event list. */
+    static constexpr size_t kMost = kEventListSize;
 
     /** Stores @p running. Returns the catches that it replaced, whose folders must be removed. */
     std::vector<CatchRef> keep(const CatchRef& running, int64_t nowNs);

@@ -7,7 +7,6 @@
 
 #include "dump/CollectionDirectory.h"
 #include "dump/DumpContext.h"
-#include "dump/LogCommands.h"
 #include "dump/LogFolderName.h"
 #include "dump/NearestFile.h"
 #include "dump/Pack.h"
@@ -91,9 +90,10 @@ int dumpSystemServerTraces(const KavelEvent& event) {
 }
 
 void callNativeDumpSystrace(const CatchRef& running) {
-    const TraceEvent* const row = findNativeTraceEvent(running->event->eventId);
+    const SystemTrace& requested = running->event->type.trace;
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel callNativeDumpSystrace]: callNativeDumpSystrace:%ld",
-               row == nullptr ? 0L : static_cast<long>(row->traceCode));
+               requested.source == SystemTrace::Source::Native ? static_cast<long>(requested.code)
+                                                               : 0L);
     if (base::GetIntProperty<int64_t>("debug.atrace.tags.enableflags", 0) == 0) {
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel callNativeDumpSystrace]: Systrace status is off.\n");
         return;

@@ -12,7 +12,6 @@
 #include "dump/LogCommands.h"
 #include "dump/Pack.h"
 #include "dump/TraceCapture.h"
-#include "event/ExtraInfo.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
@@ -26,7 +25,6 @@ using base::StringPrintf;
 namespace {
 
 constexpr const char* kPrefix = "[dravo_kavel trailLogPack]: ";
-constexpr int64_t kQuickPackEvent = 0x402;
 constexpr const char* kAnrDirectory = "/data/anr";
 
 /**
@@ -45,12 +43,6 @@ bool holdsSpecialFile(const char* directory) {
     return false;
 }
 
-/** Whether the extra info of the event type has a version, as for apps that crash or hang. */
-bool namesVersion(int64_t eventId) {
-    const ExtraTextForm form = extraTextForm(eventId);
-    return form == ExtraTextForm::ProcessVersion || form == ExtraTextForm::ProcessVersionType;
-}
-
 /** Packs the messaging app's logs, which a service of the device copies to a staging folder. */
 void packRequestedXlog(DumpContext& context, const std::string& path) {
     if (!context.xlogRequested) return;
@@ -61,18 +53,18 @@ void packRequestedXlog(DumpContext& context, const std::string& path) {
 }
 
 /** Packs system traces and system_server traces, whose files are outside the folder. */
-void packPendingCaptures(DumpContext& context, int64_t eventId, const std::string& path) {
+void packPendingCaptures(DumpContext& context, const EventType& type, const std::string& path) {
     const auto time = [&](uint32_t bit) {
         return static_cast<uint64_t>(context.captures.timeOf(bit));
     };
-    if (findFrameworkTraceEvent(eventId) != nullptr ||
+    if (type.trace.source == SystemTrace::Source::Framework ||
         context.captures.isPending(KAVEL_LOGINFO_FRAMEWORK_SYSTRACE)) {
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel trailLogPack packSystraceLog]: pack framework systrace");
         packSystraceLog(path, time(KAVEL_LOGINFO_FRAMEWORK_SYSTRACE));
         context.captures.clear(KAVEL_LOGINFO_FRAMEWORK_SYSTRACE);
     }
-    if (findNativeTraceEvent(eventId) != nullptr ||
+    if (type.trace.source == SystemTrace::Source::Native ||
         context.captures.isPending(KAVEL_LOGINFO_NATIVE_SYSTRACE)) {
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel trailLogPack packSystraceLog]: pack native systrace");
@@ -98,7 +90,7 @@ void trailLogPack(const CatchRef& running, int needPackAnrStacktrace) {
     if (!canPack(job, *folder)) return;
     const std::string& path = folder->path();
 
-    if (namesVersion(event.eventId)) packExtraInfo(event, path);
+    if (event.type.extraInfo != ExtraInfoFile::None) packExtraInfo(event, path);
     packTargetBacktrace(path, event.eventId);
     packAnrStacktrace(event.pid, path, needPackAnrStacktrace,
                       static_cast<uint64_t>(event.timestamp.realtimeNs));
@@ -107,8 +99,8 @@ void trailLogPack(const CatchRef& running, int needPackAnrStacktrace) {
         event.extraInfo.eventType == "native_crash") {
         packNativeTombstones(path);
     }
-    packPendingCaptures(context, event.eventId, path);
-    if (event.eventId != kQuickPackEvent) {
+    packPendingCaptures(context, event.type, path);
+    if (!event.type.has(kQuickPack)) {
         awaitCollected(event);
         sleepSeconds(2);
     }
@@ -116,7 +108,7 @@ void trailLogPack(const CatchRef& running, int needPackAnrStacktrace) {
 }
 
 void packExtraInfo(const KavelEvent& event, const std::string& path) {
-    const bool isAnr = extraTextForm(event.eventId) == ExtraTextForm::ProcessVersion;
+    const bool isAnr = event.type.extraInfo == ExtraInfoFile::Anr;
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packExtraInfo]: pack %s ExtraInfo start.\n",
                isAnr ? "anr" : "crash");
     const std::string folder = shellQuote(path);
@@ -131,9 +123,7 @@ void packExtraInfo(const KavelEvent& event, const std::string& path) {
 }
 
 void packTargetBacktrace(const std::string& path, int64_t eventId) {
-    const char* const pattern = eventId == 0x4     ? "/data/anr/kavel_UITimeout*"
-                                : eventId == 0x101 ? "/data/anr/kavel_NoFocusWindow*"
-                                                   : nullptr;
+    const char* const pattern = eventTypeOf(eventId).backtrace;
     if (pattern == nullptr) return;
     logAndRun("[dravo_kavel packTargetBacktrace]: ",
               StringPrintf("mv %s %s/", pattern, shellQuote(path).c_str()), ";");

@@ -35,30 +35,6 @@ constexpr int32_t kToTheEnd = -1;
 
 }  // namespace
 
-ExtraTextForm extraTextForm(int64_t eventId) {
-    switch (eventId) {
-        case 0x1:
-        case 0x2:
-        case 0x4:
-        case 0x101:
-        case 0x103:
-        case 0x106:
-            return ExtraTextForm::Whole;
-        case 0x3:
-        case 0x602:
-        case 0x702:
-            return ExtraTextForm::ProcessVersion;
-        case 0x5:
-        case 0x601:
-        case 0x701:
-            return ExtraTextForm::ProcessVersionType;
-        case kFirstRecoverableEvent:
-            return ExtraTextForm::ProcessType;
-        default:
-            return ExtraTextForm::Dropped;
-    }
-}
-
 KavelExtraInfo parseExtraInfo(const std::string& text, int64_t eventId) {
     const int32_t process = find(text, "processName");
     const int32_t version = find(text, "packageVersion");
@@ -75,7 +51,7 @@ KavelExtraInfo parseExtraInfo(const std::string& text, int64_t eventId) {
     };
     const auto eventType = [&] { return cut(text, type + kAfterEventType, kToTheEnd); };
 
-    switch (extraTextForm(eventId)) {
+    switch (eventTypeOf(eventId).extraText) {
         case ExtraTextForm::Whole:
             return {text, "", ""};
         case ExtraTextForm::ProcessVersion:

@@ -9,6 +9,7 @@ namespace android {
 KavelEvent::KavelEvent(long eventId, const KavelTimestamp* timestamp, int logInfo, int pid, int uid,
                        const KavelExtraInfo* extraInfo)
       : eventId(eventId),
+        type(kavel::eventTypeOf(eventId)),
         timestamp(*timestamp),
         logInfo(logInfo),
         pid(pid),
@@ -16,10 +17,6 @@ KavelEvent::KavelEvent(long eventId, const KavelTimestamp* timestamp, int logInf
         extraInfo(*extraInfo) {}
 
 namespace kavel {
-
-bool isAbnormalAction(int64_t eventId) {
-    return eventId >= 0xF01 && eventId <= 0xF05;
-}
 
 std::string eventText(const KavelEvent& event) {
     return base::StringPrintf("event 0x%" PRIx64 " (record %d)",

@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "event/EventTypes.h"
+
 namespace android {
 
 /** Local time of arrival: the C library's broken-down time, and more precise values. */
@@ -33,6 +35,7 @@ class KavelEvent {
 
     int32_t kavelEventId = 0;  ///< random, unique among the existing records; set by the event list
     const int64_t eventId;     ///< event type id
+    const kavel::EventType& type;  ///< what is special about the event type
     const KavelTimestamp timestamp;
     const int32_t logInfo;  ///< log-selection bits
     const int32_t pid;      ///< process that the report is about
@@ -45,22 +48,14 @@ class KavelEvent {
 
 namespace kavel {
 
+/** Maximum number of records in the event list. */
+inline constexpr size_t kEventListSize = 31;
+
 /** A complete record. Only what it has collected still changes. */
 using EventRef = std::shared_ptr<const KavelEvent>;
 
-/**
- * Whether @p eventId is an abnormal action of the user (0xF01 to 0xF05), such as a forced reboot.
- */
-bool isAbnormalAction(int64_t eventId);
-
 /** "event 0xTYPE (record ID)", for the daemon's own log lines. */
 std::string eventText(const KavelEvent& event);
-
-/** The SurfaceFlinger hang warning, for which only the nwatchcall log is collected. */
-inline constexpr int64_t KAVEL_EVENT_SF_HANG_WARNING = 0x401;
-
-/** Lowest event type that can have a recovery action. */
-inline constexpr int64_t kFirstRecoverableEvent = 0x10000001;
 
 }  // namespace kavel
 }  // namespace android

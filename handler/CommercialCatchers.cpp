@@ -59,7 +59,7 @@ bool CommercialCatchers::noteRelatedEvents(const std::vector<EventRef>& records,
             *logInfo |= event->logInfo;
             continue;
         }
-        if (!isAbnormalAction(record->eventId)) {
+        if (!record->type.isAbnormalAction()) {
             if (!isHistory(*record, *event)) continue;
             notes.setHasRelatedEvents(true);
             notes.addRelatedEvent(relatedEntry(*record));
@@ -92,7 +92,7 @@ bool CommercialCatchers::joinOlderEvents(const std::vector<EventRef>& records,
     for (const EventRef& record : records) {
         // Skip abnormal actions, although only their catches have these notes. So an event joins a
         // catch only if a technical record has the same id as the catch of an abnormal action.
-        if (isAbnormalAction(record->eventId) || !isHistory(*record, *event)) continue;
+        if (record->type.isAbnormalAction() || !isHistory(*record, *event)) continue;
         const CatchRef older = mDump.catches.find(record->kavelEventId);
         if (older == nullptr) continue;
         older->commercial.joinRelatedEvents(relatedEntry(*event));

@@ -12,8 +12,6 @@
 namespace android::kavel {
 namespace {
 
-constexpr int32_t kMaxEvents = 31;
-
 /** Calls @p visit for each record of the ring, once, starting at the head. */
 template <typename Visit>
 void walkRing(const std::shared_ptr<KavelEvent>& head, Visit visit) {
@@ -28,7 +26,7 @@ void walkRing(const std::shared_ptr<KavelEvent>& head, Visit visit) {
 }  // namespace
 
 bool isDuplicateAbnormalAction(const KavelEvent& present, const KavelEvent& added, double* gap) {
-    if (!isAbnormalAction(present.eventId) || !isAbnormalAction(added.eventId)) return false;
+    if (!present.type.isAbnormalAction() || !added.type.isAbnormalAction()) return false;
     // If the present record has a later time than the new one, the gap is negative and counts too.
     *gap = secondsBetween(present.timestamp, added.timestamp);
     return *gap < kDuplicateWindow;
@@ -48,12 +46,12 @@ bool EventList::place(const std::shared_ptr<KavelEvent>& event) {
     if (isRefusedLocked(*event)) return false;
     event->kavelEventId = generateKavelEventIdLocked();
     appendLocked(event);
-    if (mKavelEventCount > kMaxEvents) evicted = evictHeadLocked();
+    if (mKavelEventCount > int32_t{kEventListSize}) evicted = evictHeadLocked();
     return true;
 }
 
 bool EventList::isRefusedLocked(const KavelEvent& event) const {
-    if (!isAbnormalAction(event.eventId)) return false;
+    if (!event.type.isAbnormalAction()) return false;
     bool refused = false;
     walkRing(mKavelEventList, [&](const std::shared_ptr<KavelEvent>& present) {
         // Tools that read the log depend on the spelling "commerial".

@@ -19,8 +19,9 @@ inline constexpr double kDuplicateWindow = 30.0;
 bool isDuplicateAbnormalAction(const KavelEvent& present, const KavelEvent& added, double* gap);
 
 /**
- * The latest events: a ring of at most 31 records, linked by KavelEvent::next, oldest first. Each
- * record owns its successor. Any thread; the lock is held only for operations on the list.
+ * The latest events: a ring of at most kEventListSize records, linked by KavelEvent::next, oldest
+ * first. Each record owns its successor. Any thread; the lock is held only for operations on the
+ * list.
  */
 class EventList {
   public:
@@ -30,7 +31,7 @@ class EventList {
     EventList& operator=(const EventList&) = delete;
 
     /**
-     * Gives @p event a new record id and appends it. The 32nd record removes the oldest one.
+     * Gives @p event a new record id and appends it. A full list removes its oldest record.
      * Returns false, and changes nothing, if @p event is an abnormal action that repeats one in the
      * list.
      */

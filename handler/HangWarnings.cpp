@@ -12,12 +12,13 @@
 namespace android::kavel {
 namespace {
 
-constexpr int kMaxWaiting = 31;
+/** Maximum number of hang warnings that wait for their files. Each one holds a thread. */
+constexpr int kMaxWaitingWarnings = 31;
 
 /** Claims a slot; false if all are in use. */
 bool claimSlot(std::atomic<int>& waiting) {
     int now = waiting;
-    while (now < kMaxWaiting) {
+    while (now < kMaxWaitingWarnings) {
         if (waiting.compare_exchange_weak(now, now + 1)) return true;
     }
     return false;
@@ -31,7 +32,7 @@ void HangWarnings::collect(const EventRef& event) {
                 KAVEL_NO_TAG,
                 "[dravo_kavel copyNwatchcallLog]: %d hang warnings are waiting already, event %d "
                 "skipped.\n",
-                kMaxWaiting, event->kavelEventId);
+                kMaxWaitingWarnings, event->kavelEventId);
         return;
     }
     // Released when the thread ends, or at once if there is no thread.

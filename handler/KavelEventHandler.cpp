@@ -119,8 +119,7 @@ KavelEventHandler::Next KavelEventHandler::switchVariant(const EventRef& /*event
 }
 
 KavelEventHandler::Next KavelEventHandler::recover(const EventRef& event) {
-    if (event->eventId < kavel::kFirstRecoverableEvent ||
-        !mParameters.hasRecoverId(event->eventId)) {
+    if (!event->type.has(kavel::kRecoverable) || !mParameters.hasRecoverId(event->eventId)) {
         return Next::Continue;
     }
     if (!VariantPolicy::checkSystemVerion() &&
@@ -133,21 +132,14 @@ KavelEventHandler::Next KavelEventHandler::recover(const EventRef& event) {
 }
 
 KavelEventHandler::Next KavelEventHandler::skipEventsWithoutLogs(const EventRef& event) {
-    switch (event->eventId) {
-        case 0x203:
-        case 0x204:
-        case 0x402:
-        case 0x804:
-            KAVEL_LOGI(KAVEL_NO_TAG,
-                       "[dravo_kavel kavelEventHandleThread]: don't catchlog, just return \n");
-            return Next::Stop;
-        default:
-            return Next::Continue;
-    }
+    if (event->type.logs != kavel::LogRule::None) return Next::Continue;
+    KAVEL_LOGI(KAVEL_NO_TAG,
+               "[dravo_kavel kavelEventHandleThread]: don't catchlog, just return \n");
+    return Next::Stop;
 }
 
 KavelEventHandler::Next KavelEventHandler::collectNwatchcallLog(const EventRef& event) {
-    if (event->eventId != kavel::KAVEL_EVENT_SF_HANG_WARNING) return Next::Continue;
+    if (event->type.logs != kavel::LogRule::HangFiles) return Next::Continue;
     // Tools that read the log depend on the spelling "nwatchall".
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel kavelEventHandleThread]: KAVEL_EVENT_SF_HANG_WARNING, don't catch any "
@@ -157,10 +149,8 @@ KavelEventHandler::Next KavelEventHandler::collectNwatchcallLog(const EventRef& 
 }
 
 KavelEventHandler::Next KavelEventHandler::prepareXlogDump(const EventRef& event) {
-    const bool isXlogEvent =
-            event->eventId == 0x3 || event->eventId == 0x101 || event->eventId == 0x5;
     if (!VariantPolicy::checkSystemVerion() && event->extraInfo.processName == "com.tencent.mm" &&
-        isXlogEvent) {
+        event->type.has(kavel::kAppLogs)) {
         mDump.xlogRequested.store(true, std::memory_order_release);
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel kavelEventHandleThread]: prepare dump xlog.\n");
     }
@@ -174,7 +164,7 @@ KavelEventHandler::Next KavelEventHandler::catchTrailLogs(const EventRef& event)
 }
 
 KavelEventHandler::Next KavelEventHandler::catchCommercialLogs(const EventRef& event) {
-    const bool isAbnormal = kavel::isAbnormalAction(event->eventId);
+    const bool isAbnormal = event->type.isAbnormalAction();
     // Tools that read the log depend on the spelling "commerial".
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel commerialKavelLogCatcher]: commerialKavelLogCatcher %s event "

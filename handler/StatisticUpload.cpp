@@ -24,7 +24,7 @@ CommonPlxServiceManager::Pairs statisticPairs(const KavelEvent& event,
 
 bool isRepeatedStatistic(const KavelEvent& event) {
     const std::string& type = event.extraInfo.eventType;
-    return event.eventId == kFirstRecoverableEvent &&
+    return event.type.statistic == StatisticRule::NewOnly &&
            (type == "closeUser" || type == "dialog" || type == "end");
 }
 

@@ -50,7 +50,7 @@ void TrailCatcher::trailKavelLogCatcher(const EventRef& event) {
 }
 
 bool TrailCatcher::isCombined(const KavelEvent& event) const {
-    return !isAbnormalAction(event.eventId) && mDump.parameters.getTimeWindow(event.eventId) != 0;
+    return !event.type.isAbnormalAction() && mDump.parameters.getTimeWindow(event.eventId) != 0;
 }
 
 bool TrailCatcher::claimWindow() {

@@ -32,22 +32,16 @@ void printField(std::ostream& out, const char* name, const std::string& value) {
 void printEvents(std::ostream& out, const Archive& archive) {
     const EventLines& lines = archive.events;
     out << "events (" << lines.events.size() << "):\n";
-    std::vector<std::string> rows(lines.events.empty() ? 0 : lines.events.size() + 1);
+    std::vector<std::vector<std::string>> columns;
     for (const EventKey& key : kEventKeys) {
-        if (key.column == nullptr || rows.empty()) continue;
-        std::vector<std::string> cells{key.column};
+        if (key.column == nullptr || lines.events.empty()) continue;
+        std::vector<std::string>& cells = columns.emplace_back();
+        cells.emplace_back(key.column);
         for (const Json::Value& event : lines.events) {
             cells.push_back(printable(event[key.name].asString()));
         }
-        size_t width = 0;
-        for (const std::string& cell : cells) width = std::max(width, cell.size());
-        for (size_t i = 0; i < rows.size(); ++i) {
-            rows[i] += "  " + cells[i] + std::string(width - cells[i].size(), ' ');
-        }
     }
-    for (const std::string& row : rows) {
-        out << row.substr(0, row.find_last_not_of(' ') + 1) << '\n';
-    }
+    printTable(out, columns);
     for (const std::string& line : lines.malformed) {
         out << "  malformed: " << printable(line) << '\n';
     }

@@ -70,8 +70,11 @@ Arguments parseArguments(const Command& command, const std::vector<std::string>&
             if (!option->takesValue) throw UsageError(dashed + " takes no value");
             value = word->substr(equals + 1);
         } else if (option->takesValue) {
-            if (++word == words.end()) throw UsageError(dashed + " needs a value");
-            value = *word;
+            const bool isLast = word + 1 == words.end();
+            if (!option->valueOptional || !(isLast || isOption(word[1]))) {
+                if (isLast) throw UsageError(dashed + " needs a value");
+                value = *++word;
+            }
         }
         if (!arguments.options.emplace(option->name, value).second) {
             throw UsageError(dashed + " is given twice");
@@ -82,7 +85,8 @@ Arguments parseArguments(const Command& command, const std::vector<std::string>&
     if (operands.size() > wanted && !command.takesMore) {
         throw UsageError("unexpected argument '" + printable(operands[wanted]) + "'");
     }
-    if (operands.size() < wanted) throw UsageError(std::string(command.operand) + " is missing");
+    if (operands.size() < wanted && !command.operandOptional)
+        throw UsageError(std::string(command.operand) + " is missing");
     return arguments;
 }
 

@@ -45,6 +45,7 @@ struct Output {
 struct Option {
     std::string_view name;  ///< without the dashes
     bool takesValue;
+    bool valueOptional = false;  ///< without one, the value is empty
 };
 
 /** The words after the command's name. */
@@ -70,7 +71,8 @@ struct Command {
     const Option* options;
     size_t optionCount;
     int (*run)(const Arguments& arguments, const Output& output);
-    bool takesMore = false;  ///< more operands are allowed; the command checks their number
+    bool takesMore = false;        ///< more operands are allowed; the command checks their number
+    bool operandOptional = false;  ///< the command checks if it is missing
 };
 
 /**

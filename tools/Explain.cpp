@@ -1,6 +1,7 @@
 #include "tools/Explain.h"
 
-#include "event/KavelEvent.h"
+#include <map>
+
 #include "tools/Text.h"
 #include "tools/Values.h"
 
@@ -30,19 +31,26 @@ constexpr Capture kCaptures[] = {
          "moves the traces into the folder"},
 };
 
-template <size_t N>
-std::string eventIds(const std::array<TraceEvent, N>& events) {
+/** Returns the ids of the event types that add a trace of @p source, in the order of their codes.
+ */
+std::string tracedEventIds(SystemTrace::Source source) {
+    std::map<int64_t, int64_t> idsByCode;
+    for (const EventType& type : kEventTypes) {
+        if (type.trace.source == source) idsByCode[type.trace.code] = type.ids.first;
+    }
     std::string ids;
-    for (const TraceEvent& event : events) {
+    for (const auto& [code, id] : idsByCode) {
         if (!ids.empty()) ids += ", ";
-        ids += hexText(static_cast<uint64_t>(event.eventId));
+        ids += hexText(static_cast<uint64_t>(id));
     }
     return ids;
 }
 
-/** States for a trace that depends on the event type whether this event type gets it. */
-void limitToEvents(ExplainedBit& bit, const std::string& ids, bool eventKnown, bool eventListed) {
-    bit.taken = !eventKnown || eventListed;
+/** States for the bit of a trace from @p source whether the event type adds such a trace. */
+void limitToEvents(ExplainedBit& bit, const Explanation& whole, SystemTrace::Source source) {
+    const std::string ids = tracedEventIds(source);
+    const bool eventKnown = whole.eventId.has_value();
+    bit.taken = !eventKnown || whole.trace.source == source;
     if (!eventKnown) bit.capture += " (only for event types " + ids + ")";
     if (!bit.taken) bit.capture = "not taken: only for event types " + ids;
 }
@@ -62,13 +70,10 @@ ExplainedBit explainBit(uint32_t bit, const Explanation& whole) {
     }
     result.taken = !result.commands.empty() || !result.capture.empty();
 
-    const bool eventKnown = whole.eventId.has_value();
     if (bit == KAVEL_LOGINFO_FRAMEWORK_SYSTRACE) {
-        limitToEvents(result, eventIds(kFrameworkTraceEvents), eventKnown,
-                      whole.frameworkTrace != nullptr);
+        limitToEvents(result, whole, SystemTrace::Source::Framework);
     } else if (bit == KAVEL_LOGINFO_NATIVE_SYSTRACE) {
-        limitToEvents(result, eventIds(kNativeTraceEvents), eventKnown,
-                      whole.nativeTrace != nullptr);
+        limitToEvents(result, whole, SystemTrace::Source::Native);
     } else if (bit == KAVEL_LOGINFO_ANR_STACKTRACE && (whole.mask & KAVEL_LOGINFO_ANR_TRACE) != 0) {
         result.taken = false;
         result.capture = "not taken: ANR_TRACE is in the mask, and packing moves its traces only";
@@ -76,11 +81,17 @@ ExplainedBit explainBit(uint32_t bit, const Explanation& whole) {
     return result;
 }
 
-CommercialPart commercialPart(std::optional<int64_t> eventId) {
-    constexpr int64_t kNeverPacked = 0xE01;
-    if (!eventId) return CommercialPart::Unknown;
-    if (isAbnormalAction(*eventId)) return CommercialPart::Action;
-    return *eventId == kNeverPacked ? CommercialPart::None : CommercialPart::Neighbour;
+/** Returns the bit that a trace from @p source adds to the mask. */
+uint32_t traceBit(SystemTrace::Source source) {
+    switch (source) {
+        case SystemTrace::Source::Framework:
+            return KAVEL_LOGINFO_FRAMEWORK_SYSTRACE;
+        case SystemTrace::Source::Native:
+            return KAVEL_LOGINFO_NATIVE_SYSTRACE;
+        case SystemTrace::Source::None:
+            break;
+    }
+    return 0;
 }
 
 }  // namespace
@@ -89,17 +100,17 @@ Explanation explainMask(uint32_t mask, std::optional<int64_t> eventId) {
     Explanation result{};
     result.mask = mask;
     result.eventId = eventId;
-    result.frameworkTrace = eventId ? findFrameworkTraceEvent(*eventId) : nullptr;
-    result.nativeTrace = eventId ? findNativeTraceEvent(*eventId) : nullptr;
+    if (eventId) {
+        const EventType& type = eventTypeOf(*eventId);
+        result.trace = type.trace;
+        result.commercial = type.commercial;
+    }
     result.secondRound = mask & KAVEL_LOGINFO_CONTINUOUS;
     result.collected = collectableBits(mask);
     result.neverCollected = mask & ~result.collected;
-    result.commercial = commercialPart(eventId);
     result.notAskedFor = result.collected & ~mask;
 
-    uint32_t shown = mask;
-    if (result.frameworkTrace != nullptr) shown |= KAVEL_LOGINFO_FRAMEWORK_SYSTRACE;
-    if (result.nativeTrace != nullptr) shown |= KAVEL_LOGINFO_NATIVE_SYSTRACE;
+    const uint32_t shown = mask | traceBit(result.trace.source);
     for (uint32_t bit = 1; bit != 0; bit <<= 1) {
         if ((shown & bit) == 0) continue;
         result.bits.push_back(explainBit(bit, result));

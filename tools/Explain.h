@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dump/LogCommands.h"
+#include "event/EventTypes.h"
 
 namespace android::kavel::tools {
 
@@ -26,27 +27,18 @@ struct ExplainedBit {
     bool taken;           ///< false if nothing is started for the bit in this mask
 };
 
-/** Role of an event in the archives of a commercial build. */
-enum class CommercialPart {
-    Unknown,    ///< no event type was given
-    Action,     ///< an abnormal action, which has its own archive
-    Neighbour,  ///< packed into the archive of the abnormal action next to it
-    None,       ///< not packed into any archive
-};
-
 /** Actions that a log-info mask causes in a catch, from the daemon's own tables. */
 struct Explanation {
     uint32_t mask;
     std::optional<int64_t> eventId;
-    const TraceEvent* frameworkTrace;  ///< row of the event type, or null
-    const TraceEvent* nativeTrace;     ///< row of the event type, or null
-    std::vector<ExplainedBit> bits;    ///< lowest first
-    uint32_t secondRound;              ///< bits that are collected again after the time window
-    uint32_t collected;                ///< bits that are confirmed when all commands have ended
-    uint32_t neverCollected;           ///< bits of the mask that no command confirms
-    uint32_t notAskedFor;              ///< confirmed bits that are not in the mask
+    SystemTrace trace;               ///< that the event type adds
+    std::vector<ExplainedBit> bits;  ///< lowest first
+    uint32_t secondRound;            ///< bits that are collected again after the time window
+    uint32_t collected;              ///< bits that are confirmed when all commands have ended
+    uint32_t neverCollected;         ///< bits of the mask that no command confirms
+    uint32_t notAskedFor;            ///< confirmed bits that are not in the mask
     bool hasHeavy;
-    CommercialPart commercial;
+    std::optional<CommercialPart> commercial;  ///< nullopt if no event type was given
 
     /** Whether the pack waits its full time, because the confirmed bits can never equal the mask.
      */

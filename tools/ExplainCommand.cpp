@@ -1,25 +1,37 @@
+#include <algorithm>
+
 #include "tools/Commands.h"
 #include "tools/Explain.h"
+#include "tools/ExplainEvents.h"
 #include "tools/Text.h"
 #include "tools/Values.h"
 
 namespace android::kavel::tools {
 namespace {
 
-constexpr Option kOptions[] = {{"event", true}, {"json", false}};
+constexpr Option kOptions[] = {{"event", true, true}, {"json", false}, {"markdown", false}};
 
 constexpr std::string_view kHelp =
-        "usage: kavelctl explain MASK [--event ID] [--json]\n"
+        "usage: kavelctl explain MASK [--event EVENT] [--json]\n"
+        "       kavelctl explain --event [EVENT] [--json | --markdown]\n"
         "\n"
         "Shows what a catch does for a log-info mask: the exact commands of each bit (FOLDER and\n"
         "TIME stand for values that only a catch has), the bits of the second round, and whether\n"
         "all bits can be confirmed; if not, the pack waits its full 17 s. All this is for a trail\n"
-        "build; the differences of a commercial build come last. Uses the daemon's own tables, so\n"
-        "the daemon need not run. Does not show whether an event type collects logs.\n"
+        "build; the differences of a commercial build come last. Does not show whether an event\n"
+        "type collects logs.\n"
+        "Without MASK, shows what differs by event type: all of EVENT with the meaning of each\n"
+        "column, or a table of all event types. Uses the daemon's own tables, so the daemon need\n"
+        "not run.\n"
         "\n"
         "  MASK        a number, or names of log bits joined by \",\" or \"|\"; 32 bits\n"
-        "  --event ID  the event type: some add a system trace to every mask\n"
-        "  --json      one JSON document:\n"
+        "  --event EVENT\n"
+        "              the event type, some of which add a system trace to every mask: a number,\n"
+        "              or a name in the table, in upper or lower case\n"
+        "  --markdown  the table of all event types as the page docs/event-types.md\n"
+        "  --json      one JSON document. Without MASK: {eventTypes: list of rows}; the cells of "
+        "a\n"
+        "              row are text, true, false, or null if empty. With MASK:\n"
         "                mask            hexadecimal text\n"
         "                event           null without --event, else {id: hexadecimal text,\n"
         "                                frameworkTrace, nativeTrace: the trace code as\n"
@@ -54,9 +66,9 @@ std::string maskText(uint32_t mask) {
     return mask == 0 ? "none" : hexText(mask) + " (" + logBitNames(mask) + ")";
 }
 
-Json::Value codeOrNull(const TraceEvent* event) {
-    return event == nullptr ? Json::Value()
-                            : Json::Value(hexText(static_cast<uint64_t>(event->traceCode)));
+Json::Value codeOrNull(const SystemTrace& trace, SystemTrace::Source source) {
+    return trace.source == source ? Json::Value(hexText(static_cast<uint64_t>(trace.code)))
+                                  : Json::Value();
 }
 
 Json::Value bitJson(const ExplainedBit& bit) {
@@ -88,8 +100,8 @@ Json::Value commercialJson(const Explanation& explanation) {
     json["part"] = Json::nullValue;
     json["secondRound"] = Json::nullValue;
     json["waitSeconds"] = Json::nullValue;
-    if (explanation.commercial == CommercialPart::Unknown) return json;
-    json["part"] = isAction ? "action" : isNeighbour ? "neighbour" : "none";
+    if (!explanation.commercial) return json;
+    json["part"] = commercialPartText(*explanation.commercial);
     json["secondRound"] = hexText(isAction ? explanation.secondRound : 0);
     json["waitSeconds"] = isNeighbour ? kCommercialWaitSeconds : 0;
     return json;
@@ -101,8 +113,9 @@ Json::Value explanationJson(const Explanation& explanation) {
     json["event"] = Json::nullValue;
     if (explanation.eventId) {
         json["event"]["id"] = hexText(static_cast<uint64_t>(*explanation.eventId));
-        json["event"]["frameworkTrace"] = codeOrNull(explanation.frameworkTrace);
-        json["event"]["nativeTrace"] = codeOrNull(explanation.nativeTrace);
+        json["event"]["frameworkTrace"] =
+                codeOrNull(explanation.trace, SystemTrace::Source::Framework);
+        json["event"]["nativeTrace"] = codeOrNull(explanation.trace, SystemTrace::Source::Native);
     }
     Json::Value& bits = json["bits"] = Json::arrayValue;
     for (const ExplainedBit& bit : explanation.bits) bits.append(bitJson(bit));
@@ -134,25 +147,24 @@ void printBit(std::ostream& out, const ExplainedBit& bit) {
 
 void printEvent(std::ostream& out, const Explanation& explanation) {
     out << "event type " << hexText(static_cast<uint64_t>(*explanation.eventId));
-    if (explanation.frameworkTrace != nullptr) {
-        out << ": adds a framework system trace (" << hexText(KAVEL_LOGINFO_FRAMEWORK_SYSTRACE)
-            << "), trace code "
-            << hexText(static_cast<uint64_t>(explanation.frameworkTrace->traceCode)) << '\n';
-    } else if (explanation.nativeTrace != nullptr) {
-        out << ": adds a native system trace (" << hexText(KAVEL_LOGINFO_NATIVE_SYSTRACE)
-            << "), trace code "
-            << hexText(static_cast<uint64_t>(explanation.nativeTrace->traceCode)) << '\n';
-    } else {
+    const SystemTrace& trace = explanation.trace;
+    if (trace.source == SystemTrace::Source::None) {
         out << ": adds no system trace\n";
+        return;
     }
+    const bool isNative = trace.source == SystemTrace::Source::Native;
+    out << ": adds a " << (isNative ? "native" : "framework") << " system trace ("
+        << hexText(isNative ? KAVEL_LOGINFO_NATIVE_SYSTRACE : KAVEL_LOGINFO_FRAMEWORK_SYSTRACE)
+        << "), trace code " << hexText(static_cast<uint64_t>(trace.code)) << '\n';
 }
 
 /** On a commercial build only abnormal actions are packed, with different rules. */
 void printCommercial(std::ostream& out, const Explanation& explanation) {
-    const CommercialPart part = explanation.commercial;
-    const bool mayBeAction = part == CommercialPart::Unknown || part == CommercialPart::Action;
-    const bool mayBeNeighbour =
-            part == CommercialPart::Unknown || part == CommercialPart::Neighbour;
+    const auto mayBe = [&](CommercialPart part) {
+        return explanation.commercial.value_or(part) == part;
+    };
+    const bool mayBeAction = mayBe(CommercialPart::Action);
+    const bool mayBeNeighbour = mayBe(CommercialPart::Neighbour);
     uint32_t taken = 0;
     for (const ExplainedBit& bit : explanation.bits) taken |= bit.taken ? bit.bit : 0;
     constexpr uint32_t kSystemTraces = KAVEL_LOGINFO_NATIVE_SYSTRACE |
@@ -162,8 +174,11 @@ void printCommercial(std::ostream& out, const Explanation& explanation) {
 
     out << "\non a commercial build:\n";
     if (mayBeAction) {
-        out << "    abnormal action (0xf01 to 0xf05): has an archive; the second round comes 30 s "
-               "after the event, then the pack\n";
+        const auto* row =
+                std::find_if(kEventTypes.begin(), kEventTypes.end(),
+                             [](const EventType& type) { return type.isAbnormalAction(); });
+        out << "    abnormal action (" << idsText(row->ids)
+            << "): has an archive; the second round comes 30 s after the event, then the pack\n";
     }
     if (mayBeNeighbour) {
         out << "    other event type: no second round; packed with the abnormal action next to it, "
@@ -172,7 +187,7 @@ void printCommercial(std::ostream& out, const Explanation& explanation) {
             << (explanation.waitsFullTime() ? "here: they never equal the mask" : "at most")
             << '\n';
     }
-    if (part == CommercialPart::None) {
+    if (explanation.commercial == CommercialPart::None) {
         out << "    this event type is in no archive\n";
         return;
     }
@@ -213,10 +228,15 @@ void printExplanation(std::ostream& out, const Explanation& explanation) {
     printCommercial(out, explanation);
 }
 
-int runExplain(const Arguments& arguments, const Output& output) {
+int explainMaskCommand(const Arguments& arguments, const Output& output) {
+    if (arguments.has("markdown")) throw UsageError("--markdown and MASK exclude each other");
     const uint32_t mask = parseExplainMask(arguments.operands.front());
     std::optional<int64_t> eventId;
-    if (const auto text = arguments.value("event")) eventId = parseEventId(*text);
+    if (const auto text = arguments.value("event")) {
+        if (text->empty()) throw UsageError("--event needs a value");
+        eventId = findEventId(*text);
+        if (!eventId) eventId = parseEventId(*text);  // says what is wrong with it
+    }
 
     const Explanation explanation = explainMask(mask, eventId);
     if (arguments.has("json")) {
@@ -227,11 +247,44 @@ int runExplain(const Arguments& arguments, const Output& output) {
     return kExitOk;
 }
 
+int explainEventsCommand(const std::string& event, const Arguments& arguments,
+                         const Output& output) {
+    const bool wantsPage = arguments.has("markdown");
+    const bool wantsJson = arguments.has("json");
+    if (wantsPage && wantsJson) throw UsageError("--json and --markdown exclude each other");
+    if (wantsPage && !event.empty()) throw UsageError("--markdown is for all event types");
+    const std::optional<int64_t> eventId = findEventId(event);
+    if (!event.empty() && !eventId) {
+        throw UsageError("'" + printable(event) +
+                         "' is neither a 64-bit integer nor the name of an event type ('kavelctl "
+                         "explain --event' lists them)");
+    }
+    if (wantsPage) {
+        printEventTypesPage(output.out);
+    } else if (wantsJson) {
+        writeEventTypesJson(output.out, eventId);
+    } else if (eventId) {
+        printEventType(output.out, *eventId);
+    } else {
+        printEventTypes(output.out);
+    }
+    return kExitOk;
+}
+
+int runExplain(const Arguments& arguments, const Output& output) {
+    if (!arguments.operands.empty()) return explainMaskCommand(arguments, output);
+    const auto event = arguments.value("event");
+    if (!event) throw UsageError("MASK is missing");
+    return explainEventsCommand(*event, arguments, output);
+}
+
 }  // namespace
 
-const Command kExplainCommand{"explain", "show what a log-info mask collects",
-                              kHelp,     "MASK",
-                              kOptions,  std::size(kOptions),
-                              runExplain};
+const Command kExplainCommand{
+        "explain",  "show what a log-info mask collects, or an event type does",
+        kHelp,      "MASK",
+        kOptions,   std::size(kOptions),
+        runExplain, false,
+        true};
 
 }  // namespace android::kavel::tools

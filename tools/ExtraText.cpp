@@ -44,7 +44,7 @@ void check(int64_t eventId, Need need, const char* option,
 }  // namespace
 
 ExtraText buildExtraText(int64_t eventId, const ExtraFields& fields) {
-    const ExtraTextForm form = extraTextForm(eventId);
+    const ExtraTextForm form = eventTypeOf(eventId).extraText;
     const FieldNeeds& needs = needsOf(form);
     check(eventId, needs.process, "--process", fields.process);
     check(eventId, needs.version, "--version", fields.version);
@@ -77,7 +77,7 @@ ExtraText buildExtraText(int64_t eventId, const ExtraFields& fields) {
 }
 
 ExtraText wholeExtraText(int64_t eventId, const std::string& text) {
-    const bool dropped = extraTextForm(eventId) == ExtraTextForm::Dropped;
+    const bool dropped = eventTypeOf(eventId).extraText == ExtraTextForm::Dropped;
     return {text, dropped ? "the daemon keeps no extra text for this event type" : ""};
 }
 

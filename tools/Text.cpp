@@ -3,6 +3,7 @@
 #include <android-base/stringprintf.h>
 #include <json/writer.h>
 
+#include <algorithm>
 #include <array>
 #include <cinttypes>
 
@@ -62,6 +63,20 @@ std::string sizeText(uint64_t bytes) {
     size_t unit = 0;
     for (; value >= 1024 && unit + 1 < kUnits.size(); ++unit) value /= 1024;
     return base::StringPrintf("%.1f %s", value, kUnits.at(unit));
+}
+
+void printTable(std::ostream& out, const std::vector<std::vector<std::string>>& columns) {
+    std::vector<std::string> rows(columns.empty() ? 0 : columns.front().size());
+    for (const std::vector<std::string>& cells : columns) {
+        size_t width = 0;
+        for (const std::string& cell : cells) width = std::max(width, cell.size());
+        for (size_t i = 0; i < rows.size(); ++i) {
+            rows[i] += "  " + cells[i] + std::string(width - cells[i].size(), ' ');
+        }
+    }
+    for (const std::string& row : rows) {
+        out << row.substr(0, row.find_last_not_of(' ') + 1) << '\n';
+    }
 }
 
 void writeJson(std::ostream& out, const Json::Value& document) {

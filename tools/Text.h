@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace android::kavel::tools {
 
@@ -22,6 +23,9 @@ std::string hexText(uint64_t value);
 
 /** Returns a size as a readable text, such as "999 B", "12.3 KiB" or "4.0 MiB". */
 std::string sizeText(uint64_t bytes);
+
+/** Prints a table of equally long columns, each as wide as its longest cell. */
+void printTable(std::ostream& out, const std::vector<std::vector<std::string>>& columns);
 
 /**
  * Writes one JSON document. Replaces text that is not UTF-8, so that the document is always valid.

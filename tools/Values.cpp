@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "dump/LogCommands.h"
+#include "event/EventTypes.h"
 #include "tools/CommandLine.h"
 #include "tools/Text.h"
 
@@ -12,6 +13,7 @@ namespace android::kavel::tools {
 namespace {
 
 constexpr std::string_view kBitPrefix = "KAVEL_LOGINFO_";
+constexpr std::string_view kEventPrefix = "KAVEL_EVENT_";
 
 char upper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
@@ -23,11 +25,17 @@ std::string_view trim(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
 }
 
-int64_t maskWord(std::string_view word) {
-    if (const auto number = parseInteger(word)) return *number;
+/** Returns @p word in upper case, without @p prefix. */
+std::string bareName(std::string_view word, std::string_view prefix) {
     std::string name(word);
     std::transform(name.begin(), name.end(), name.begin(), upper);
-    if (name.rfind(kBitPrefix, 0) == 0) name.erase(0, kBitPrefix.size());
+    if (name.rfind(prefix, 0) == 0) name.erase(0, prefix.size());
+    return name;
+}
+
+int64_t maskWord(std::string_view word) {
+    if (const auto number = parseInteger(word)) return *number;
+    const std::string name = bareName(word, kBitPrefix);
     for (const LogBit& known : kLogBits) {
         if (known.name == name) return known.bit;
     }
@@ -77,6 +85,15 @@ int64_t integerInRange(std::string_view what, std::string_view text, int64_t min
 int64_t parseEventId(std::string_view text) {
     return integerInRange("EVENT", text, std::numeric_limits<int64_t>::min(),
                           std::numeric_limits<int64_t>::max());
+}
+
+std::optional<int64_t> findEventId(std::string_view text) {
+    if (const auto number = parseInteger(text)) return number;
+    const std::string name = bareName(text, kEventPrefix);
+    for (const EventType& type : kEventTypes) {
+        if (!name.empty() && type.name == name) return type.ids.first;
+    }
+    return std::nullopt;
 }
 
 int64_t parseMask(std::string_view text) {

@@ -20,6 +20,12 @@ int64_t integerInRange(std::string_view what, std::string_view text, int64_t min
 int64_t parseEventId(std::string_view text);
 
 /**
+ * Returns the id that @p text says: a number, or the name of a row in the table of event types, in
+ * upper or lower case, with or without a KAVEL_EVENT_ prefix. Returns nullopt for any other text.
+ */
+std::optional<int64_t> findEventId(std::string_view text);
+
+/**
  * Parses a log-info mask: numbers and names of log bits, joined by "," or "|". Names may be in
  * upper or lower case, with or without their KAVEL_LOGINFO_ prefix.
  *

@@ -1,5 +1,6 @@
 #include "tools/Commands.h"
 
+#include "event/EventTypes.h"
 #include "tests/fake/TempDir.h"
 #include "tests/tools/RunKavelctl.h"
 #include "tests/tools/TestArchive.h"
@@ -39,6 +40,19 @@ TEST(Commands, ExplainsInJson) {
     EXPECT_EQ(commercial({"--event", "0xf05"}), "action 0x3 0");
     EXPECT_EQ(commercial({"--event", "0xf06"}), "neighbour 0x0 15");
     EXPECT_EQ(commercial({"--event", "0xe01"}), "none 0x0 0");
+}
+
+// Catches an event type that is found by its id only, or shown with another row than its own.
+TEST(Commands, ExplainsEventTypes) {
+    const auto rows = [](const std::string& event) {
+        return parseJson(run({"explain", "--event=" + event, "--json"}).out)["eventTypes"];
+    };
+    EXPECT_EQ(rows("").size(), kEventTypeCount + 1);
+    EXPECT_EQ(rows("kavel_event_Ui_Timeout"), rows("0x4"));
+    EXPECT_EQ(rows("4")[0]["systemTrace"].asString(), "framework 0x10004001");
+    EXPECT_TRUE(contains(run({"explain", "--event"}).out, "\n  any other "));
+    EXPECT_TRUE(contains(run({"explain", "--event", "0xf03"}).out,
+                         "event type 0xf03\n\nEvent type: 0xf01 to 0xf05\n"));
 }
 
 class CollectionCommands : public testing::Test {
