@@ -4,11 +4,11 @@ namespace android::kavel {
 
 CatchRef CatchTable::add(const EventRef& event) {
     CatchRef added(new Catch(event, mContext), [this](Catch* ended) {
-        // The record is alive until the entry is gone, so its id has not been given to another.
+        // The record is alive until the entry is removed, so no other record has its id.
         remove(*ended);
         delete ended;
     });
-    CatchRef present;  // as `added`, let go after the lock: its end takes the lock
+    CatchRef present;  // like `added`, destroyed without the lock, which the end of a catch takes
     MutexLock lock(mLock);
     std::weak_ptr<Catch>& entry = mCatches[event->kavelEventId];
     present = entry.lock();
@@ -31,7 +31,7 @@ size_t CatchTable::size() const {
 void CatchTable::remove(const Catch& ended) {
     MutexLock lock(mLock);
     const auto entry = mCatches.find(ended.event->kavelEventId);
-    // An entry that is not expired belongs to a catch that was added over this one.
+    // An entry that has not expired belongs to a later catch with the same id.
     if (entry != mCatches.end() && entry->second.expired()) mCatches.erase(entry);
 }
 

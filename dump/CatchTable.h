@@ -15,9 +15,7 @@ namespace android::kavel {
 
 struct DumpContext;
 
-/**
- * One event on its way to an archive. Lives as long as any thread or command of the catch holds it.
- */
+/** Collection of the logs of one event. Lives as long as a dump thread or a command holds it. */
 class Catch {
   public:
     Catch(EventRef record, DumpContext& dumpContext)
@@ -27,7 +25,7 @@ class Catch {
     DumpContext& context;
     CommercialNotes commercial;
 
-    /** Where the logs of the catch go. Null until a folder is made for it. */
+    /** Returns the folder for the logs of the catch; null if it has none yet. */
     LogFolderRef folder() const {
         MutexLock lock(mLock);
         return mFolder;
@@ -37,13 +35,13 @@ class Catch {
         mFolder = std::move(folder);
     }
 
-    /** Marks the first round as begun in the folder, which from then on knows its work. */
+    /** Marks the first round as begun: from now on it is work of the folder. */
     void beginFirstRound() {
         MutexLock lock(mLock);
         mHasBegun = true;
         mBegun.notify_all();
     }
-    /** Waits for that, for up to @p patience. */
+    /** Waits until the first round has begun, for at most @p patience. */
     void awaitFirstRound(std::chrono::milliseconds patience) {
         const auto end = std::chrono::steady_clock::now() + patience;
         MutexLock lock(mLock);
@@ -61,17 +59,17 @@ class Catch {
 using CatchRef = std::shared_ptr<Catch>;
 
 /**
- * The catches in flight, by record id. An entry goes with the last holder of its catch, so the
- * table is empty when nothing is being caught. Must outlive its catches. Any thread; leaf lock.
+ * The running catches, by record id. An entry is removed with its catch, so the table is empty if
+ * nothing is being caught. Must outlive its catches. Any thread; leaf lock.
  */
 class CatchTable {
   public:
-    /** @param context  of the catches; must outlive them */
+    /** @param context  passed to each catch; must outlive them all */
     explicit CatchTable(DumpContext& context) : mContext(context) {}
 
-    /** Makes @p event reachable by its id. The same record twice shares one catch. */
+    /** Adds a catch for @p event, or returns the one that the record already has. */
     CatchRef add(const EventRef& event);
-    /** The catch of that record, or null. */
+    /** Returns the catch of that record, or null. */
     CatchRef find(int32_t kavelEventId) const;
     size_t size() const;
 

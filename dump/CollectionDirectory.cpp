@@ -18,9 +18,10 @@ bool isThere(const fs::path& path) {
 }
 
 /**
- * Where to move the archive of the folder @p name: the directory if its own name is free. The
- * answer holds until the move: names have the time of their event in nanoseconds, so that only what
- * an earlier life of the daemon left has the name of another archive.
+ * Returns the target of the move for the archive of the folder @p name: the directory if the
+ * archive's own name is free, else a path with a free name; nullopt if there is none. The name
+ * stays free until the move: names contain the time of their event in nanoseconds, so only an
+ * archive from before a restart of the daemon can have the same one.
  */
 std::optional<std::string> freePlace(const std::string& name) {
     if (!isThere(fs::path(kArchiveDirectory) / archiveName(name, 1))) return kArchiveDirectory;
@@ -35,7 +36,7 @@ std::optional<std::string> freePlace(const std::string& name) {
 
 bool ensureCollectionDirectory() {
     std::error_code error;
-    // If the path is a file or a dangling link, that is left alone.
+    // A file or a dangling link at the path stays as it is.
     if (!isThere(kArchiveDirectory)) fs::create_directories(kArchiveDirectory, error);
     return fs::is_directory(kArchiveDirectory, error);
 }

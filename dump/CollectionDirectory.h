@@ -4,16 +4,15 @@
 
 namespace android::kavel {
 
-/** Makes the collection directory if it is missing. False if it cannot be used. */
+/** Creates the collection directory if it is missing. Returns false if it cannot be used. */
 bool ensureCollectionDirectory();
 
 /**
- * Moves the archive of the log folder @p folder, which is beside it, to the collection directory.
- * That is made if it is missing. If an archive of that name is there, this one gets the next free
- * name.
+ * Moves the archive of the log folder @p folder from beside it to the collection directory. Creates
+ * the directory if it is missing. If it has an archive of the same name, uses the next free name.
  *
- * @param prefix  of the line that shows the command
- * @return what went wrong, for an error line; empty if the archive has been moved
+ * @param prefix  start of the log line that shows the command
+ * @return text for an error line; empty if the archive has been moved
  */
 std::string moveToCollection(const char* prefix, const std::string& folder);
 

@@ -21,15 +21,15 @@ namespace {
 constexpr const char* kPrefix = "[dravo_kavel commercialLogPack]: ";
 constexpr double kRelatedWindow = 30.0;  // seconds
 
-/** A later record is always related, an earlier one only right before the main one. */
+/** A technical event is related if it is later, or less than 30 s earlier. */
 bool isRelated(const KavelEvent& record, const KavelEvent& main) {
     if (record.type.commercial != CommercialPart::Neighbour) return false;
     return secondsBetween(record.timestamp, main.timestamp) < kRelatedWindow;
 }
 
 /**
- * Moves the folder of a related record, which has no pack of its own, into @p path. Its late
- * commands are waited for. Returns what is left of @p patience.
+ * Waits for the late commands of a related record, which has no pack of its own, and moves its
+ * folder into @p path. Returns the rest of @p patience.
  */
 std::chrono::milliseconds joinFolder(const CatchRef& related, const std::string& path,
                                      std::chrono::milliseconds patience) {
@@ -56,7 +56,7 @@ void commercialLogPack(const CatchRef& running, const std::vector<EventRef>& rin
     std::vector<EventRef> related;
     std::copy_if(ring.begin(), ring.end(), std::back_inserter(related),
                  [&](const EventRef& record) { return isRelated(*record, main); });
-    // Claimed before the first wait: other technical events push the oldest ones out meanwhile.
+    // Claimed before the first wait: further technical events replace the oldest ones meanwhile.
     std::map<EventRef, CatchRef> claimed;
     for (const EventRef& record : related) claimed[record] = context.technical.claim(record);
 
@@ -69,9 +69,9 @@ void commercialLogPack(const CatchRef& running, const std::vector<EventRef>& rin
         packAnrStacktrace(main.pid, path, anrStacktraceFlag(static_cast<uint32_t>(record->logInfo)),
                           static_cast<uint64_t>(main.timestamp.realtimeNs));
         awaitCollected(*record);
-        // A folder does not go into itself; the attempt marks each related event in the log.
+        // A folder cannot move into itself. The command's log line marks each related event.
         logAndRun(kPrefix, StringPrintf("mv %s %s/", quoted.c_str(), quoted.c_str()));
-        // One that came as this pack began was in the list before it had its folder.
+        // An event that arrived when this pack began was in the list before it had a folder.
         CatchRef& technical = claimed[record];
         if (technical == nullptr) technical = context.technical.claim(record);
         patience = joinFolder(technical, path, patience);

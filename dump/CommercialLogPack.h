@@ -8,8 +8,8 @@
 namespace android::kavel {
 
 /**
- * Packs the folder of an abnormal action on a commercial build: adds the stack traces and the
- * folders of the events around it, waiting for the commands of each.
+ * Packs the folder of an abnormal action on a commercial build. Waits for the commands of the
+ * events around it, and adds their stack traces and folders.
  *
  * @param ring  the main record, then the event list
  */

@@ -8,7 +8,7 @@ namespace android::kavel {
 
 /**
  * Runs @p body on a detached thread that keeps @p running alive until the body has returned. An
- * exception of the body is logged and goes no further.
+ * exception from the body is logged and ends only this thread.
  *
  * @throws std::system_error if no thread can be created
  */

@@ -15,14 +15,14 @@ using base::StringPrintf;
 
 namespace {
 
-/** YYYY-MM-DDTHH:MM:SS.mmm */
+/** Returns a text of the form YYYY-MM-DDTHH:MM:SS.mmm. */
 std::string isoTime(const std::tm& time, int millisecond) {
     return StringPrintf("%d-%02d-%02dT%02d:%02d:%02d.%03d", time.tm_year + 1900, time.tm_mon + 1,
                         time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec, millisecond);
 }
 
 std::string utcTime(const KavelTimestamp& time) {
-    std::tm fields = time;  // timegm() normalises what it is given
+    std::tm fields = time;  // a copy, because timegm() changes it
     const time_t seconds = timegm(&fields) - time.tm_gmtoff;
     std::tm utc = {};
     gmtime_r(&seconds, &utc);

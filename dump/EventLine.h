@@ -6,12 +6,14 @@
 
 namespace android::kavel {
 
-/** File of a log folder with one line for each event of the catch (docs/interfaces.md). */
+/** Name of the events file: one line for each event of the catch (docs/interfaces.md). */
 inline constexpr const char* kEventsFile = "kavel_events.txt";
 
 /**
- * What the events file says of @p event, of the type called @p name: a JSON object and a newline.
- * Bytes that are not UTF-8 become U+FFFD.
+ * Returns the line of the events file for @p event: a JSON object and a newline. Bytes that are not
+ * UTF-8 become U+FFFD.
+ *
+ * @param name  that the event type was configured with
  */
 std::string eventLine(const KavelEvent& event, const std::string& name);
 

@@ -24,6 +24,7 @@ std::string getKavelTimestampStr(const Catch& running) {
 }  // namespace
 
 void generateKavelHistoryLog(const CatchRef& running) {
+    // Tools that read the log depend on the spelling "Histroy".
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel generateKavelHistroyLog]: generateKavelHistroyLog start.\n");
     const KavelEvent& event = *running->event;
@@ -32,7 +33,7 @@ void generateKavelHistoryLog(const CatchRef& running) {
     const std::string name = running->context.parameters.eventName(event.eventId);
     const std::string time = getKavelTimestampStr(*running);
 
-    // The full-width comma is in the log line only; the tools that read the file split at ",".
+    // Only the log line has the full-width comma: the tools that read the file split it at ",".
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO,
                 "[dravo_kavel generateKavelHistoryLogExecuteThread]: echo "
                 "EventType:%s,Timestamp:%s,loginfo:%x\uFF0CeventID:%d >> %s/kavel_history.txt",
@@ -42,6 +43,7 @@ void generateKavelHistoryLog(const CatchRef& running) {
             shellQuoteForEcho(name).c_str(), time.c_str(), logInfo, event.kavelEventId,
             shellQuote(path).c_str()));
     if (status == 0) return;
+    // The spelling "Histroy" again, so that one search finds both lines.
     kavel_print(
             LOG_ID_MAIN, ANDROID_LOG_ERROR,
             "[dravo_kavel generateKavelHistroyLog]: %s has no history line, status is: %d: %s\n",

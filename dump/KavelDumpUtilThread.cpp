@@ -32,13 +32,13 @@ namespace {
 
 constexpr uint64_t kQuickWindow = 5;        // seconds
 constexpr uint64_t kCommercialWindow = 30;  // seconds, whatever the event's own window
-constexpr uint64_t kWindowless = 30;  // seconds for the logs of an event without a window to come
-/** Maximum length of a window in seconds. While it is open, events of all types join it. */
+constexpr uint64_t kWindowless = 30;        // seconds that an event without a window waits
+/** Maximum length of a window in seconds: while it is open, events of all types join it. */
 constexpr int64_t kMaxWindow = 3600;
 
 /**
- * The folder of a commercial catch: that of a window while it is open, else its own, which is made
- * if it is missing. One that is packed is not made again.
+ * Returns the folder of a commercial catch. Creates one if the catch has none, or if its folder is
+ * gone or is that of a window that is packed. A folder of its own that is packed is not replaced.
  */
 LogFolderRef commercialFolder(const CatchRef& running) {
     LogFolderRef folder = running->folder();
@@ -90,7 +90,7 @@ uint64_t windowSeconds(const KavelEvent& event, int64_t window) {
     return static_cast<uint64_t>(std::clamp<int64_t>(window, 0, kMaxWindow));
 }
 
-/** Sleeps until the streaming logs are worth taking again. */
+/** Waits until the second round: for the event's window, or a fixed time if it has none. */
 void awaitWindow(DumpContext& context, const KavelEvent& event) {
     const int64_t window = context.parameters.getTimeWindow(event.eventId);
     if (window == 0) {
@@ -126,7 +126,7 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
     const bool isCommercial = running->commercial.isCommercial();
     LogFolderRef folder = isCommercial ? commercialFolder(running) : running->folder();
     if (work == nullptr) work = folder->beginWork(kavel::kFirstRound);
-    if (work == nullptr && isCommercial) {  // the window was packed this very moment
+    if (work == nullptr && isCommercial) {  // the folder of the window was closed meanwhile
         folder = commercialFolder(running);
         work = folder->beginWork(kavel::kFirstRound);
     }
@@ -152,7 +152,7 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
     addEventLine("immediateDumpThread", running, *folder);
     kavel::collectLog(mask, running);
     work = nullptr;
-    removeFolders(dropped);  // last: on a slow disk a removal takes its time
+    removeFolders(dropped);  // last, because a removal can take long on a slow disk
 }
 
 void KavelDumpUtilThread::trailContinuousDumpThread(const CatchRef& running) {
@@ -160,7 +160,7 @@ void KavelDumpUtilThread::trailContinuousDumpThread(const CatchRef& running) {
     const KavelEvent& event = *running->event;
     const LogFolderRef folder = running->folder();
     awaitWindow(running->context, event);
-    // The window that this event opened ends here, also if its setting is 0 by now.
+    // The window that this event opened ends here, even if the setting has become 0 meanwhile.
     if (folder->isWindow()) running->context.combinedDumpRunning = false;
     if (!folder->isOpen()) return logNoFolder("trailContinuousDumpThread", running);
     const auto bits = static_cast<uint32_t>(event.logInfo);
@@ -175,7 +175,7 @@ void KavelDumpUtilThread::commercialContinuousDumpThread(
                "start.\n");
     kavel::sleepSeconds(kCommercialWindow);
     running->awaitFirstRound(kavel::kLateWorkPatience);
-    // After the waits: a folder that was shared with a window may be packed by now.
+    // After the waits, because the folder of a window may be packed by now.
     const LogFolderRef before = running->folder();
     const LogFolderRef folder = commercialFolder(running);
     if (!folder->isOpen()) return logNoFolder("commercialContinuousDumpThread", running);

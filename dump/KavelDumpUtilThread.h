@@ -7,22 +7,25 @@
 
 namespace android {
 
-/** The bodies of the threads that catch and pack one event's logs. Each ends when it is done. */
+/** The bodies of the dump threads, which collect and pack the logs of one event. */
 class KavelDumpUtilThread {
   public:
     /**
-     * The first round: the history line and every log that the event selects.
+     * The first round: writes the history line and collects all logs that the event selects.
      *
-     * @param work  keeps the pack of the folder waiting for this round; null on a commercial build,
-     *              where the catch may not have a folder yet
+     * @param work  makes the pack of the folder wait for this round; null on a commercial build,
+     *              because the catch may not have a folder yet
      */
     static void immediateDumpThread(const kavel::CatchRef& running, kavel::LogFolder::Work work);
-    /** Waits out the event's time window, takes the streaming logs again, and packs the folder. */
+    /**
+     * Waits for the end of the event's window, takes the streaming logs again and packs the folder.
+     * The spelling "trail" is required: the name is part of the interface.
+     */
     static void trailContinuousDumpThread(const kavel::CatchRef& running);
     /**
-     * Commercial builds: takes the streaming logs again after half a minute, and packs the folder.
+     * Commercial builds: takes the streaming logs again after 30 s and packs the folder.
      *
-     * @param ring  gives the main record and the event list as they are when the pack begins
+     * @param ring  returns the main record and the event list; called when the pack begins
      */
     static void commercialContinuousDumpThread(
             const kavel::CatchRef& running,

@@ -35,18 +35,19 @@ constexpr const char* kPrefix = "[dravo_kavel packLeftoverFolders]: ";
 constexpr size_t kMaxKeptFolders = 31;
 /** Maximum number of starts that try to pack a folder. */
 constexpr uintmax_t kMaxAttempts = 10;
-/** File of a folder, one byte long for each attempt. */
+/** Name of a file in a folder that has one byte for each attempt. */
 constexpr const char* kAttemptsFile = ".pack_attempts";
 
-/** What the daemon left in the staging directory before it ended. */
+/** What an earlier process of the daemon left in the staging directory. */
 struct Leftovers {
     std::vector<std::string> folders;   ///< oldest first
-    std::vector<std::string> archives;  ///< paths of their folders, which need not be there
+    std::vector<std::string> archives;  ///< paths of their folders, which may be missing
     bool empty() const { return folders.empty() && archives.empty(); }
 };
 
-/** Puts the oldest one first. Each time is read once: commands of the daemon before it may still
- * write.
+/**
+ * Sorts by time, oldest first. Reads each time only once, because commands of the earlier process
+ * may still write.
  */
 void sortByAge(std::vector<std::string>& folders) {
     std::vector<std::pair<fs::file_time_type, std::string>> byAge;
@@ -59,7 +60,7 @@ void sortByAge(std::vector<std::string>& folders) {
     for (size_t i = 0; i < byAge.size(); ++i) folders[i] = std::move(byAge[i].second);
 }
 
-/** Finds them, and removes folders whose removal had begun. */
+/** Finds the leftovers. Removes folders whose removal had begun. */
 Leftovers findLeftovers() {
     Leftovers found;
     std::error_code error;
@@ -81,7 +82,7 @@ Leftovers findLeftovers() {
     return found;
 }
 
-/** Counts one more attempt to pack @p folder. Returns their number, or 0 if it is unknown. */
+/** Counts an attempt to pack @p folder. Returns the number of attempts, or 0 if it is unknown. */
 uintmax_t countAttempt(const std::string& folder) {
     const std::string file = folder + "/" + kAttemptsFile;
     const base::unique_fd fd(open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
@@ -103,8 +104,8 @@ bool isHangWarning(const std::string& folder) {
 }
 
 /**
- * Packs the folder at the attempt of that number, or removes it if it is empty. False if it stays
- * for the next start.
+ * Packs the folder @p path, or removes it if it is empty. Returns false if it stays for the next
+ * start.
  */
 bool packLeftover(const std::string& path, uintmax_t attempt) {
     const LogFolder folder(path);
@@ -120,7 +121,10 @@ bool packLeftover(const std::string& path, uintmax_t attempt) {
     return isLast;
 }
 
-/** Packs all but hang warnings. Folders whose tar fails stay for the next start, within bounds. */
+/**
+ * Packs all folders except those of hang warnings. Folders whose tar fails stay for the next start,
+ * up to a maximum number.
+ */
 void packFolders(const std::vector<std::string>& folders) {
     std::vector<std::string> kept;
     for (const std::string& path : folders) {
@@ -144,7 +148,7 @@ void pack(const Leftovers& leftovers) {
     packFolders(leftovers.folders);
     for (const std::string& folder : leftovers.archives) {
         std::error_code gone;
-        // An archive beside its folder is not finished. It goes when the folder is packed.
+        // An archive beside its folder is not finished. The pack of the folder replaces it.
         if (fs::exists(folder, gone) || !fs::exists(folder + kArchiveSuffix, gone)) continue;
         const std::string problem = moveToCollection(kPrefix, folder);
         if (problem.empty()) continue;
@@ -162,7 +166,7 @@ void pack(const Leftovers& leftovers) {
 }  // namespace
 
 void packLeftoverFolders() {
-    // Staged for a pack that is gone: it must not get into the archive of a later event.
+    // Staged for a pack of the earlier process: must not get into the archive of a later event.
     std::error_code error;
     fs::remove_all(kXlogStaging, error);
     Leftovers leftovers = findLeftovers();

@@ -3,12 +3,12 @@
 namespace android::kavel {
 
 /**
- * Packs the log folders, and moves the archives, that an earlier life of the daemon left behind in
- * the staging directory; removes the empty ones, and app logs that were staged for a pack. Nothing
- * else there is touched.
+ * Packs the log folders and moves the archives that an earlier process of the daemon left in the
+ * staging directory. Removes empty folders, and app logs that were staged for a pack. Leaves
+ * everything else there as it is.
  *
- * Looks once, on the calling thread, so that nothing of a catch that starts later is taken for a
- * leftover; packs on a thread of its own. To be called before the first intake.
+ * Must be called before the first intake: the search runs on the calling thread, so that it does
+ * not find the folders of later catches. The packs run on a separate thread.
  */
 void packLeftoverFolders();
 

@@ -97,7 +97,7 @@ void collectLogWithCmdExecuteThread(const std::string& cmd, uint32_t logBit,
     const TraceSection trace("collectLogWithCmdExecuteThread");
     const std::string command = cmd + kavelTimeStampToString(generateKavelTimestamp()) + ".txt";
     const int status = runShell(command, kCommandDeadline, kCollectedFileLimit);
-    // "Execete" is what the readers of the log search for.
+    // Tools that read the log depend on the spelling "Execete".
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO,
                 "[dravo_kavel collectLogWithCmdExeceteThread]: %s, ret is: %d\n", command.c_str(),
                 status);

@@ -27,8 +27,8 @@ LogFolder::Work LogFolder::beginWork(const std::string& label) {
         if (mIsClosed) return nullptr;
         entry = mWork.insert(mWork.end(), label);
     }
-    // Without the lock, which the end takes. The work holds the folder, so that its end finds the
-    // list.
+    // Without the lock, because the end of the work takes it. The work holds the folder, so the
+    // list exists until then.
     return {&*entry, [folder = shared_from_this(), entry](void* /*label*/) {
                 MutexLock lock(folder->mLock);
                 folder->mWork.erase(entry);

@@ -13,17 +13,17 @@
 namespace android::kavel {
 
 /**
- * The log folder of one catch, or of all catches of a time window. What is written into it is work;
- * the pack waits for work for a while and then closes the folder, after which no work begins.
- * Shared by its users. Any thread; leaf locks.
+ * The log folder of one catch, or of all catches of a window. Everything that writes into it is
+ * work. The pack waits a limited time for work and then closes the folder; after that no work
+ * begins. Any thread; leaf locks.
  */
 class LogFolder : public std::enable_shared_from_this<LogFolder> {
   public:
     enum class Kind {
         Own,     ///< of one event
-        Window,  ///< of all events of a time window
+        Window,  ///< of all events of a window
     };
-    /** Held while something is written. The work ends when its last copy is gone. */
+    /** Held while something is written. The work ends when its last copy is destroyed. */
     using Work = std::shared_ptr<void>;
 
     explicit LogFolder(std::string path, Kind kind = Kind::Own);
@@ -31,25 +31,27 @@ class LogFolder : public std::enable_shared_from_this<LogFolder> {
     const std::string& path() const { return mPath; }
     bool isWindow() const { return mKind == Kind::Window; }
 
-    /** Begins the work that log lines call @p label. Null if the folder is closed. */
+    /** Begins work that log lines call @p label. Returns null if the folder is closed. */
     Work beginWork(const std::string& label);
-    /** Labels of the work that has not ended, oldest first. */
+    /** Returns the labels of the work that has not ended, oldest first. */
     std::vector<std::string> openWork() const;
     /**
-     * Waits until no work is left, for up to @p patience, and lets no further work begin. Returns
-     * what is left of @p patience, or nullopt if the folder was closed already.
+     * Closes the folder when its work has ended, at the latest after @p patience. Returns the rest
+     * of @p patience, or nullopt if the folder was closed already.
      */
     std::optional<std::chrono::milliseconds> close(std::chrono::milliseconds patience = {});
     bool isClosed() const;
     /** Whether it can be written into: not closed, and a directory that is not the root. */
     bool isOpen() const;
     /**
-     * Whether there is anything to pack: the directory has an entry that `*` matches. True if it is
-     * there but cannot be read: it must not count as empty.
+     * Whether there is anything to pack: the directory has an entry that `*` matches. Also true if
+     * the directory exists but cannot be read: it must not count as empty.
      */
     bool hasContent() const;
 
-    /** Adds @p line, which ends in a newline, to the events file: all of it, or nothing and false.
+    /**
+     * Appends @p line, which ends in a newline, to the events file. Returns false, and appends
+     * nothing, if that fails.
      */
     bool addEventLine(const std::string& line);
 
@@ -62,7 +64,7 @@ class LogFolder : public std::enable_shared_from_this<LogFolder> {
     std::list<std::string> mWork GUARDED_BY(mLock);
     bool mIsClosed GUARDED_BY(mLock) = false;
 
-    Mutex mEventsLock;  // of its own: it is held while the file is written
+    Mutex mEventsLock;  // separate, because it is held while the file is written
 };
 
 using LogFolderRef = std::shared_ptr<LogFolder>;

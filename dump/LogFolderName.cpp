@@ -9,13 +9,13 @@
 namespace android::kavel {
 namespace {
 
-/** The letters of "kavel" in the five top bytes: tells our folder ids from any other number. */
+/** The letters of "kavel" in the top five bytes, which show that a number is a folder id. */
 constexpr uint64_t kFolderIdBase = 0x6B6176656C000000;
 
 constexpr std::string_view kPrefix = "kavel_";
 constexpr size_t kFolderIdDigits = 16;
 
-/** A part of a name never holds these. */
+/** Whether @p c becomes "_" in the parts of a name. */
 bool isReplaced(char c) {
     return c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
 }
@@ -25,7 +25,7 @@ std::string withoutPathCharacters(std::string part) {
     return part;
 }
 
-/** Shortens @p part by up to @p excess bytes, not splitting a UTF-8 character. */
+/** Shortens @p part by @p excess bytes, or by more if that would split a UTF-8 character. */
 void shorten(std::string& part, size_t excess) {
     size_t end = part.size() - std::min(excess, part.size());
     while (end > 0 && end < part.size() && (static_cast<unsigned char>(part[end]) & 0xC0) == 0x80) {
@@ -55,8 +55,8 @@ bool isTimeText(std::string_view text) {
 }
 
 /**
- * Where the last "@ID@" of @p text begins. Process names may hold "@" (a service called
- * android.hardware.power@1.0-service), so only an id of its full width counts.
+ * Returns the position of the last "@ID@" in @p text, or npos. Process names may contain "@" (a
+ * service called android.hardware.power@1.0-service), so only an id of the full width counts.
  */
 size_t findFolderId(std::string_view text) {
     for (size_t end = text.rfind('@'); end != std::string_view::npos && end > kFolderIdDigits;
@@ -68,7 +68,7 @@ size_t findFolderId(std::string_view text) {
     return std::string_view::npos;
 }
 
-/** Cuts ".N" off the end of @p stem, as archiveName() writes it; 1 if there is none. */
+/** Removes ".N" from the end of @p stem, as archiveName() writes it. Returns N, or 1 without. */
 uint32_t takeSequence(std::string_view& stem) {
     constexpr size_t kMaxDigits = 3;
     const size_t dot = stem.rfind('.');
@@ -87,7 +87,7 @@ uint32_t takeSequence(std::string_view& stem) {
 }  // namespace
 
 std::string logFolderName(const LogFolderParts& parts) {
-    // Wraps for a clock before 1970, on purpose: a plain sum would end the process on the phone.
+    // The sum wraps for a clock before 1970. A plain sum would end the process on the phone.
     uint64_t id = 0;
     static_cast<void>(
             __builtin_add_overflow(static_cast<uint64_t>(parts.realtimeNs), kFolderIdBase, &id));
@@ -119,7 +119,7 @@ std::string archiveName(std::string_view folderName, uint32_t sequence) {
 std::optional<LogName> parseLogFolderName(std::string_view name) {
     if (name.size() > NAME_MAX || std::any_of(name.begin(), name.end(), isReplaced)) return {};
     if (name.substr(0, kPrefix.size()) != kPrefix) return {};
-    // From the right: the subject and the OTA version may hold anything, "@" too.
+    // From the right, because the subject and the OTA version may contain "@".
     const size_t beforeTime = name.rfind('@');
     if (beforeTime == std::string_view::npos) return {};
     const std::string_view time = name.substr(beforeTime + 1);

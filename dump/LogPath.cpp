@@ -14,6 +14,7 @@
 namespace android::kavel {
 namespace {
 
+/** Returns the process part of the log folder's name. */
 std::string processPart(const KavelEvent& event) {
     if (event.type.subject == FolderSubject::System) return "system";
     return event.extraInfo.processName.empty() ? "empty" : event.extraInfo.processName;
@@ -39,7 +40,7 @@ std::string buildLogPathFolderName(EventParameters& parameters, const KavelEvent
     std::string folder = std::string(kLogFolderRoot) + "/" + name;
 
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel buildLogPathFolderName]: mkdir %s\n", kLogFolderRoot);
-    makeDirectory(kLogFolderRoot);  // fails if it is there, as it usually is
+    makeDirectory(kLogFolderRoot);  // fails if it exists, as it usually does
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "[dravo_kavel buildLogPathFolderName]: mkdir %s\n",
                 folder.c_str());
     const int status = makeDirectory(folder);

@@ -8,9 +8,9 @@
 namespace android::kavel {
 
 /**
- * Makes a log folder for @p event, and the directory around it, by two commands that the calling
- * thread waits for. Returns its path, also if it could not be made; an error line then says so. A
- * null event gives the text "KavelEventIsNullPtr" and makes nothing. Any thread.
+ * Creates the staging directory and a log folder for @p event with two commands, and waits for
+ * them. Returns the path of the folder, even if it could not be created; an error line then says
+ * so. Creates nothing for a null event and returns "KavelEventIsNullPtr". Any thread.
  */
 std::string buildLogPathFolderName(EventParameters& parameters, const KavelEvent* event);
 

@@ -19,7 +19,7 @@ namespace android::kavel {
 namespace {
 
 constexpr const char* kSource = "/data/persist_log/PLX/de/kjb_multimedia_perf";
-constexpr uint64_t kGeneration = 300;  // seconds that the tooling takes to write its files
+constexpr uint64_t kGeneration = 300;  // seconds that the tooling needs to write its files
 constexpr const char* kPrefix = "[dravo_kavel copyNwatchcallLog]: ";
 
 bool isNwatchcallFile(const std::string& name) {

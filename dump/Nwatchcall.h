@@ -5,22 +5,22 @@
 namespace android::kavel {
 
 /**
- * File of a log folder that waits for hang files. After a crash of the daemon it tells the next
- * start to wait again.
+ * Name of the file that marks a log folder as waiting for hang files. If the daemon ends during the
+ * wait, its next start finds the mark and waits again.
  */
 inline constexpr const char* kHangWarningMarker = ".hang_warning";
 
 /**
  * Waits five minutes for the multimedia tooling, then copies its hang files into @p folder.
  *
- * @return whether there was any
+ * @return whether there were any
  */
 bool copyNwatchcallLog(const std::string& folder);
 
 /**
- * Packs @p folder if something was @p found, else removes it.
+ * Packs @p folder if hang files were @p found; removes it otherwise.
  *
- * @param subject  what error lines call the hang warning
+ * @param subject  name of the hang warning in error lines
  */
 void packNwatchcallLog(bool found, const std::string& folder, const std::string& subject);
 

@@ -30,6 +30,7 @@ using base::StringPrintf;
 
 namespace {
 
+/** Maximum number of checks, one second apart, whether all bits are confirmed. */
 constexpr int kIntegrityChecks = 15;
 
 bool exists(const std::string& path) {
@@ -85,10 +86,10 @@ int runTar(const PackJob& job, const std::string& path, const char* members) {
 bool makeArchive(const PackJob& job, const std::string& path) {
     const std::string archive = path + kArchiveSuffix;
     std::error_code error;
-    fs::remove(archive, error);  // beside its folder it was not finished
+    fs::remove(archive, error);  // an archive beside its folder is not finished
     int status = runTar(job, path, "/*");
     if (checkArchive(archive) == Archive::None) {
-        // No process could be had, or the list of files is too long for a command line.
+        // No process could be started, or the list of files is too long for a command line.
         logError(job,
                  StringPrintf("no archive, once more without a list of files, status is: %d",
                               status),
@@ -132,8 +133,8 @@ void logRunAndCheck(const char* prefix, const std::string& command, const char* 
 }
 
 bool verifyLogIntegrity(const KavelEvent& record) {
-    // Bits that no command reports make this false for good, and the pack waits its full time.
-    // Readers of the archives count on those seconds: some of that evidence is still being written.
+    // With a bit that no command confirms this stays false, and the pack waits its full time. That
+    // is intended: some of the other files are still being written in these seconds.
     return record.collected == static_cast<uint32_t>(record.logInfo);
 }
 
@@ -177,8 +178,8 @@ bool packFolder(const PackJob& job, const LogFolder& folder) {
     const std::string problem = moveToCollection(job.prefix, folder.path());
     if (!problem.empty()) {
         logError(job, problem + ", the archive stays", folder.path());
-        // A rename is one step. Beside a part of its folder the next start would take the archive
-        // for an unfinished one.
+        // The rename is one step. If a part of the folder stayed beside the archive, the next start
+        // would replace the archive as unfinished.
         discardFolder(folder.path());
     }
     removeFolder(job.prefix, folder.path());
@@ -187,7 +188,7 @@ bool packFolder(const PackJob& job, const LogFolder& folder) {
 
 void removeFolder(const char* prefix, const std::string& path) {
     logAndRun(prefix, "rm -rf " + shellQuote(path));
-    // A command that was slow to start may have made a file meanwhile.
+    // A command that started late may have created a file meanwhile.
     for (int attempt = 0; attempt < 3 && exists(path); ++attempt) discardFolder(path);
     if (exists(path)) {
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "%scannot remove %s\n", prefix, path.c_str());

@@ -9,52 +9,51 @@
 
 namespace android::kavel {
 
-/** Time that a pack gives to the commands that still run after its required waits. */
+/** Maximum time that a pack waits for running commands after its required waits. */
 inline constexpr std::chrono::milliseconds kLateWorkPatience = std::chrono::seconds(15);
 
 /** Logs @p prefix + @p command + @p suffix through the masking helper, then runs the command. */
 int logAndRun(const char* prefix, const std::string& command, const char* suffix = "");
-/** The same, with a warning if the command fails. */
+/** Does the same and logs a warning if the command fails. */
 void logRunAndCheck(const char* prefix, const std::string& command, const char* suffix = "");
 
-/** Whether every log that @p record selects has been reported as taken. */
+/** Whether all log-selection bits of @p record are confirmed, and no others. */
 bool verifyLogIntegrity(const KavelEvent& record);
-/** Waits for that, fifteen seconds at most: late logs must not cost the early ones. */
+/** Waits until they are, for at most 15 s: a longer wait would risk the other logs. */
 void awaitCollected(const KavelEvent& record);
 
-/** What is to be packed. */
+/** How a folder is packed. */
 struct PackJob {
-    const char* prefix;        ///< of the log lines
-    std::string subject;       ///< what error lines call it: the event, or what it is instead
-    bool keepsFolder = false;  ///< leaves the folder for the next start if tar fails
+    const char* prefix;        ///< start of the log lines
+    std::string subject;       ///< name in error lines: the event, or another text
+    bool keepsFolder = false;  ///< if tar fails, the folder stays for the next start
 };
 
-/** Whether there is or will be something to pack in @p folder; if not, one error line says so. */
+/** Whether @p folder has or will have something to pack. If not, logs one error line. */
 bool canPack(const PackJob& job, const LogFolder& folder);
 
 /**
- * Closes @p folder after a wait of up to @p patience for the work in it. One line names what the
- * archive goes without: work that has not ended, and log-selection bits of @p record that no
- * command has reported. Returns what is left of @p patience, or nullopt if the folder was closed
- * already.
+ * Closes @p folder when its work has ended, at the latest after @p patience. One line names what is
+ * missing: work that has not ended, and log-selection bits of @p record that are not confirmed.
+ * Returns the rest of @p patience, or nullopt if the folder was closed already.
  */
 std::optional<std::chrono::milliseconds> closeFolder(const char* prefix, const KavelEvent& record,
                                                      LogFolder& folder,
                                                      std::chrono::milliseconds patience);
 
 /**
- * Packs @p folder, in which nothing is written any more, into an archive in the collection
- * directory and removes it. An archive that is there is never replaced. If no archive can be made,
- * the folder stays for the next start; if the archive cannot be moved, it does.
+ * Packs @p folder into an archive in the collection directory and removes it. Nothing may write
+ * into it any more. Never replaces an archive. If tar makes no archive, the folder stays for the
+ * next start; if the archive cannot be moved, the archive stays.
  *
  * @return whether the folder was packed
  */
 bool packFolder(const PackJob& job, const LogFolder& folder);
 
-/** How the name of a folder begins that is out of the way and being removed. */
+/** Prefix of the names of folders that are being removed. */
 inline constexpr const char* kRemainsPrefix = ".removed-";
 
-/** Removes the folder at @p path for good, however long others write into it. */
+/** Removes the folder @p path, even if commands still write into it. */
 void removeFolder(const char* prefix, const std::string& path);
 
 }  // namespace android::kavel

@@ -76,15 +76,15 @@ enum EventTraits : uint32_t {
 
 /** One row of the table. */
 struct EventType {
-    EventIds ids;
-    std::string_view name;  ///< for people; empty if the handling does not show what the type is
-    ExtraTextForm extraText;
-    FolderSubject subject;
-    StatisticRule statistic;
-    LogRule logs;
-    CommercialPart commercial;
-    SystemTrace trace;
-    ExtraInfoFile extraInfo;
+    EventIds ids;               ///< event types that the row is about
+    std::string_view name;      ///< for people; empty if the handling does not show what it is
+    ExtraTextForm extraText;    ///< how the extra text is read
+    FolderSubject subject;      ///< what log folder and archive are named after
+    StatisticRule statistic;    ///< which records are uploaded
+    LogRule logs;               ///< which logs are collected
+    CommercialPart commercial;  ///< which archive it is part of on a commercial build
+    SystemTrace trace;          ///< trace that is requested besides the selected logs
+    ExtraInfoFile extraInfo;    ///< what extraInfo.txt says
     const char* backtrace;  ///< pattern of the framework's files that the pack moves in, or null
     uint32_t traits;        ///< EventTraits
 
