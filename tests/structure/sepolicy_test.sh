@@ -41,7 +41,7 @@ for contexts in "$policy"/*_contexts; do
     types=$(grep -o 'u:object_r:[a-z_]*:s0' "$contexts" | cut -d: -f3 | sort -u)
     [ -n "$types" ] || fail "$contexts labels nothing"
     for type in $types; do
-        grep -q "type $type[ ,;]" "$work/policy.conf" || fail "$contexts: no type $type"
+        grep -q "type ${type}[ ,;]" "$work/policy.conf" || fail "$contexts: no type $type"
     done
 done
 exit $failures
