@@ -123,8 +123,9 @@ class Copy:
 
     def test(self, programs, limit):
         """Runs the programs until a case fails. Returns a result, and the case that failed."""
-        box = ["bwrap", "--unshare-pid", "--die-with-parent", "--tmpfs", "/", "--dev", "/dev",
-               "--proc", "/proc", "--ro-bind", "/usr", "/usr", "--tmpfs", "/tmp", "--tmpfs", "/data"]
+        box = ["bwrap", "--unshare-pid", "--unshare-net", "--die-with-parent", "--tmpfs", "/",
+               "--dev", "/dev", "--proc", "/proc", "--ro-bind", "/usr", "/usr", "--tmpfs", "/tmp",
+               "--tmpfs", "/data"]  # a net of its own: netlink ports are process ids
         for link in ("bin", "lib", "lib64"):
             box += ["--symlink", f"usr/{link}", f"/{link}"]
         running = []

@@ -1,3 +1,7 @@
+// Would catch a file that grows without end, one that is cut too early or within a line, newest
+// lines that are lost, another mode, a temporary file that stays, a file that is lost if it cannot
+// be replaced, and one behind a link that is replaced.
+
 #include "core/PlxFile.h"
 
 #include <filesystem>
@@ -22,8 +26,6 @@ std::string linesOf(size_t size) {
     return text + "\n";
 }
 
-// Would catch a file that grows without end, one that is cut too early or within a line, newest
-// lines that are lost, another mode, and a temporary file that stays.
 TEST(PlxFile, KeepsItsNewestLines) {
     const test::TempDir directory;
     const std::string full = linesOf(kMaxPlxFile);
@@ -48,7 +50,6 @@ TEST(PlxFile, KeepsItsNewestLines) {
     EXPECT_EQ(fs::file_size(path), size_t{kMaxPlxFile} / 2) << "not a line in it";
 }
 
-// Would catch a file that is lost where it cannot be replaced, and one behind a link that is.
 TEST(PlxFile, IsWholeOrAsItWas) {
     fake::captureLog();
     const test::TempDir directory;

@@ -1,3 +1,7 @@
+// Would catch a second connection that is served, a count of failures that a success resets, pauses
+// of another length, a buffer that is cleared or cut between records or read beyond its end, a
+// matcher that keeps its events, and a daemon that goes on without its socket.
+
 #include "dig/ControlSocket.h"
 
 #include <cerrno>
@@ -17,7 +21,6 @@
 #include <gtest/gtest.h>
 
 #include "dig/dig.h"
-#include "tests/dig/StdoutText.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeTime.h"
 
@@ -39,122 +42,86 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/**
- * The loop behind a socket that keeps one packet apart from the next, so that a test says what each
- * receive returns; an empty packet is a failed receive.
- */
+/** The log without descriptors, and without the errno of a failed receive. */
+Lines logOfSocket() {
+    Lines lines;
+    for (const fake::LogLine& line : fake::logLines()) {
+        const size_t fd = line.text.find(" fd ");
+        const size_t count = line.text.find(" numbytes");
+        lines.push_back(line.text.substr(0, fd) +
+                        (count == std::string::npos ? "" : line.text.substr(count)));
+        EXPECT_EQ(line.tag, "kavel_socket");
+    }
+    return lines;
+}
+
+/** A socket that keeps packets apart, so that a test says what each receive returns. */
 class ControlSocket : public testing::Test {
   protected:
     void SetUp() override {
         fake::captureLog();
         fake::clearLog();
         fake::resetTime(0);
-        digInit();
-        mAddress.sun_family = AF_UNIX;
         const std::string path = std::string(mFolder.path) + "/kavel_socket";
         path.copy(mAddress.sun_path, sizeof(mAddress.sun_path) - 1);
-        mListening = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-        ASSERT_EQ(bind(mListening, address(), sizeof(mAddress)), 0);
+        ASSERT_EQ(bind(mListening, reinterpret_cast<sockaddr*>(&mAddress), sizeof(mAddress)), 0);
     }
 
-    const sockaddr* address() const { return reinterpret_cast<const sockaddr*>(&mAddress); }
-
-    void TearDown() override { digExit(); }
-
-    /** Serves @p packets, then the end of the connection, all of it there before the loop starts.
-     */
-    void serve(const Lines& packets) {
-        ASSERT_EQ(listen(mListening, 1), 0);
-        base::unique_fd peer(connectPeer());
-        for (const std::string& packet : packets) {
-            ASSERT_EQ(::send(peer, packet.data(), packet.size(), MSG_DONTWAIT),
-                      static_cast<ssize_t>(packet.size()));
-        }
-        peer.reset();
-        sControlSockets = {-1, -1, mListening};
-        EXPECT_EQ(kavel_socketLoop(), 0);
-    }
-
-    int connectPeer() const {
-        const int fd = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-        if (connect(fd, address(), sizeof(mAddress)) == 0) return fd;
-        close(fd);
-        return -1;
-    }
-
-    /** A record with its end, so that nothing of an earlier one follows. */
-    static std::string whole(const std::string& record) { return record + '\0'; }
-
-    static Lines linesWith(const std::string& text) {
-        Lines lines;
-        for (const fake::LogLine& line : fake::logLines()) {
-            EXPECT_EQ(line.tag, "kavel_socket");
-            if (line.text.find(text) != std::string::npos) lines.push_back(line.text);
-        }
-        return lines;
-    }
-
-    const test::StdoutText mStdout;
     const TemporaryDir mFolder;
-    sockaddr_un mAddress = {};
-    int mListening = -1;
+    sockaddr_un mAddress = {AF_UNIX, ""};
+    const int mListening = socket(AF_UNIX, SOCK_SEQPACKET, 0);
 };
 
-// Would catch a second connection that is served, pauses of another length and a matcher that
-// keeps what it knows.
 TEST_F(ControlSocket, ServesOneConnection) {
-    serve({whole("4298113030:x:1")});
-    EXPECT_EQ(fake::sleeps(), (std::vector<uint64_t>{100, 100, 3, 3, 3}));
-    EXPECT_EQ(linesWith("Failed to get socket"),
-              Lines(2, "Failed to get socket " + std::to_string(ENOENT)));
-    EXPECT_EQ(linesWith("Listen result"), Lines{"Listen result 0"});
-    EXPECT_EQ(linesWith("accept from fd").size(), 1U);
-    EXPECT_EQ(linesWith("recv 42"), Lines{"recv 4298113030:x:1"});
-    const Lines errors = linesWith("recv error fd");
-    EXPECT_EQ(errors.size(), 3U);
-    for (const std::string& line : errors) EXPECT_NE(line.find(" numbytes 0"), std::string::npos);
+    const std::string full = "4298113030:x:1" + std::string(242, '#');
+    ASSERT_EQ(listen(mListening, 1), 0);
+    base::unique_fd peer(socket(AF_UNIX, SOCK_SEQPACKET, 0));
+    ASSERT_EQ(connect(peer, reinterpret_cast<sockaddr*>(&mAddress), sizeof(mAddress)), 0);
+    // An empty packet is a failed receive. The end of the connection is the second and the third.
+    for (const std::string& packet :
+         {std::string("4298113030:x:1\0", 15), std::string(), std::string("abcdefghijklmno\0", 16),
+          std::string("ab"), std::string("x\0y", 3), full, std::string("-1")}) {
+        ASSERT_EQ(send(peer, packet.data(), packet.size(), MSG_DONTWAIT),
+                  static_cast<ssize_t>(packet.size()));
+    }
+    peer.reset();
+    sControlSockets = {-1, -1, mListening};
+    digInit();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(kavel_socketLoop(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr().substr(0, 7), "recv : ");
 
-    EXPECT_EQ(connectPeer(), -1);
+    const std::string noSocket = "Failed to get socket " + std::to_string(ENOENT);
+    const std::string corrupt = "recv_content size < 3, corrupted raw data.";
+    EXPECT_EQ(logOfSocket(),
+              (Lines{noSocket, noSocket, "Listen result 0", "accept from", "recv 4298113030:x:1",
+                     "recv error numbytes 0", "recv abcdefghijklmno", corrupt,
+                     "recv abcdefghijklmno", corrupt, "recv x", corrupt, "recv " + full, "found",
+                     "Kavel found freezen event0 100300006 event1 100300006 ",
+                     "recv -1" + full.substr(2, 253), "nowEvent is not KeyEvent",
+                     "recv error numbytes 0", "recv error numbytes 0"}));
+    EXPECT_EQ(fake::sleeps(), (std::vector<uint64_t>{100, 100, 3, 3, 3}));
     EXPECT_EQ(fcntl(mListening, F_GETFD), -1);
     EXPECT_FALSE(data2Event(0x100300006, 1, "").isKeyEvent);
 }
 
-// Would catch a count that a success resets: the third failure ends it, and no record after that.
-TEST_F(ControlSocket, CountsFailuresOverTheWholeConnection) {
-    serve({whole("1:a:1"), "", whole("2:a:1"), "", whole("3:a:1"), "", whole("4:a:1")});
-    EXPECT_EQ(linesWith(":a:1"), (Lines{"recv 1:a:1", "recv 2:a:1", "recv 3:a:1"}));
-    EXPECT_EQ(linesWith("recv error fd").size(), 3U);
-}
-
-// Would catch a buffer that is cleared or cut between records, and one that is read beyond its end.
-TEST_F(ControlSocket, KeepsTheTailOfALongerRecord) {
-    const std::string full = "4298113030:x:1" + std::string(242, '#');
-    const std::string shown = full.substr(2, 253);
-    serve({whole("abcdef"), "ab", std::string("x\0y", 3), full, "-1"});
-    EXPECT_EQ(linesWith("recv "), (Lines{"recv abcdef", "recv abcdef", "recv x", "recv " + full,
-                                         "recv -1" + shown, linesWith("recv error")[0],
-                                         linesWith("recv error")[1], linesWith("recv error")[2]}));
-    EXPECT_EQ(fake::logCount("corrupted raw data"), 3U);
-    EXPECT_EQ(fake::logCount("nowEvent is not KeyEvent"), 1U) << "-1, and what was left behind it";
-}
-
-// Would catch a daemon that stays half alive without its socket.
 TEST_F(ControlSocket, EndsTheProcessWithoutAConnection) {
-    sControlSockets = {open("/dev/null", O_RDONLY | O_CLOEXEC)};
-    EXPECT_EXIT(kavel_socketLoop(), testing::ExitedWithCode(255), "listen: ");
-
+    const auto loop = [](int fd) {
+        static const int socket = fd;
+        atexit([] {
+            fprintf(stderr, "closed by exec: %d\n", fcntl(socket, F_GETFD) & FD_CLOEXEC);
+            for (const fake::LogLine& line : fake::logLines()) {
+                fprintf(stderr, "%d %s\n", line.priority, line.text.c_str());
+            }
+        });
+        sControlSockets = {fd};
+        kavel_socketLoop();
+    };
+    const testing::ExitedWithCode failed(255);
+    EXPECT_EXIT(loop(open("/dev/null", O_RDONLY)), failed,
+                "listen: .*exec: 1\n4 Listen result -1\n");
     fcntl(mListening, F_SETFL, O_NONBLOCK);
-    sControlSockets = {mListening};
-    EXPECT_EXIT(
-            {
-                atexit([] {
-                    for (const fake::LogLine& line : fake::logLines()) {
-                        fprintf(stderr, "%d %s\n", line.priority, line.text.c_str());
-                    }
-                });
-                kavel_socketLoop();
-            },
-            testing::ExitedWithCode(255), "4 accept from fd -1\n6 accept error ");
+    EXPECT_EXIT(loop(mListening), failed, "4 accept from fd -1\n6 accept error ");
 }
 
 }  // namespace

@@ -1,13 +1,17 @@
+// Would catch an empty token, several separators that count as one long separator, a number that is
+// read as another one or wrongly refused or accepted, a wrong pattern, a limit that is off by one,
+// an age that overflows, a log line with another text, a copy of an event without its line, and
+// live events that outlast the patterns.
+
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <android/log.h>
 #include <gtest/gtest.h>
 
+#include "dig/RawRecord.h"
 #include "dig/dig.h"
-#include "tests/dig/StdoutText.h"
 #include "tests/fake/FakeLog.h"
 
 namespace android::kavel {
@@ -15,91 +19,109 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr const char* kOrdinary = "I kavel_socket nowEvent is not KeyEvent";
-constexpr const char* kFound = "D kavel_socket found";
-
-std::string freeze(const std::string& event0, const std::string& event1) {
-    return "I kavel_socket Kavel found freezen event0 " + event0 + " event1 " + event1 + " ";
-}
-
-Lines takeLines() {
-    Lines lines;
-    for (const fake::LogLine& line : fake::logLines()) {
-        const char* const priority = line.priority == ANDROID_LOG_DEBUG ? "D " : "I ";
-        lines.push_back(priority + line.tag + " " + line.text);
-    }
-    fake::clearLog();
-    return lines;
-}
-
-void send(std::string record) {
-    sendRawEvent(record.data());
-}
-
-class Matcher : public testing::Test {
-  protected:
-    void SetUp() override {
-        fake::captureLog();
-        fake::clearLog();
-        digInit();
-    }
-    void TearDown() override { digExit(); }
-
-    const test::StdoutText mStdout;
-};
-
-// Would catch a wrong pattern, a limit that is off by one and a line that reads otherwise.
-TEST_F(Matcher, LogsWhatRecordsMean) {
-    const std::string corrupt = "I kavel_socket exception in stoll occured, corrupted raw data.";
-    const std::string few = "I kavel_socket recv_content size < 3, corrupted raw data.";
+TEST(RawRecord, SplitsAsStrtokDoes) {
     struct {
-        Lines records;
-        Lines lines;
+        std::string text, separators;
+        Lines tokens;
     } const rows[] = {
-            {{"4298113025:open:1000"}, {}},
-            {{"4298113026:a:1000", "4298113025:b:5000"},
-             {kOrdinary, kFound, freeze("100300001", "100300002")}},
-            {{"4298113026:a:1000", "4298113027:b:6999"},
-             {kOrdinary, kFound, freeze("100300003", "100300002")}},
-            {{"4298113026:a:1000", "4298113025:b:7000"}, {kOrdinary}},
-            {{"4298113030:x:1", "4298113030:x:1"}, {kFound, freeze("100300006", "100300006")}},
-            // What comes first counts, not what is stamped first.
-            {{"4298113026:a:99999", "4298113025:b:5"},
-             {kOrdinary, kFound, freeze("100300001", "100300002")}},
-            {{"4298113025:b:5", "4298113026:a:6"}, {kOrdinary}},
-            // Times whose difference fits no integer are as far apart as can be.
-            {{"4298113026:a:-9223372036854775808", "4298113025:b:9223372036854775807"},
-             {kOrdinary}},
-            {{"4298113026:a:9223372036854775807", "4298113025:b:-9223372036854775808"},
-             {kOrdinary, kFound, freeze("100300001", "100300002")}},
-            {{"abc:def:ghi"}, {corrupt}},
-            {{"1:2"}, {few}},
-            {{""}, {few}},
+            {":::", ":", {}},
+            {"a", ":", {"a"}},
+            {"::a:: b :c", ":", {"a", " b ", "c"}},
+            {"a:b;c", ";:", {"a", "b", "c"}},
+            {"a:b", "", {"a:b"}},
     };
     for (const auto& row : rows) {
-        for (const std::string& record : row.records) send(record);
-        EXPECT_EQ(takeLines(), row.lines) << row.records.back();
-        digExit();
-        digInit();
+        std::string text = row.text;
+        EXPECT_EQ(split(text.data(), row.separators), row.tokens) << row.text;
+        EXPECT_EQ(text, row.text);
     }
-    sendRawEvent(nullptr);
-    EXPECT_EQ(takeLines(), Lines{"I kavel_socket Kavel sendRawEvent has Null Buff"});
 }
 
-// Would catch a copy that goes without its line, and live events that outlast the patterns.
-TEST(EventLine, IsPrintedForEachCopy) {
-    const test::StdoutText out;
-    fake::captureLog();
+std::string parse(const char* text) {
+    const RawRecord record = parseRawRecord(text);
+    const char* const faults[] = {"", "too few fields ", "not a number "};
+    return faults[static_cast<int>(record.fault)] + std::to_string(record.id) + "," + record.name +
+           "," + std::to_string(record.time);
+}
+
+TEST(RawRecord, Parses) {
+    const char* const few = "too few fields 0,,0";
+    const char* const notANumber = "not a number 0,,0";
+    struct {
+        const char* text;
+        const char* parsed;
+    } const rows[] = {
+            {"1:a:2:3:x", "1,a,2"},
+            {":1::a:2", "1,a,2"},
+            {"12abc:a: \t-7 8\n", "12,a,-7"},
+            {"+5: a :0x10", "5, a ,0"},
+            {"9223372036854775807:a:-9223372036854775808",
+             "9223372036854775807,a,-9223372036854775808"},
+            {"", few},
+            {"1::2", few},
+            {"a:b:", few},
+            {"1:a:-", notANumber},
+            {" :a:1", notANumber},
+            {"9223372036854775808:a:1", notANumber},
+            {"1:a:-9223372036854775809", notANumber},
+    };
+    for (const auto& row : rows) EXPECT_EQ(parse(row.text), row.parsed) << row.text;
+}
+
+/** What the last of @p records, alone in the log, leaves there. */
+Lines logOfLast(const Lines& records) {
     digInit();
-    const std::string before = out.text();
-    send("-12:a:34");
+    for (std::string record : records) {
+        fake::clearLog();
+        sendRawEvent(record.data());
+    }
     digExit();
-    // A vector may destroy its elements in any order.
-    std::istringstream text(out.text().substr(before.size()));
-    std::multiset<std::string> lines;
+    return fake::takeLog();
+}
+
+Lines freeze(const std::string& event0, const std::string& event1) {
+    return {"D kavel_socket: found", "I kavel_socket: Kavel found freezen event0 100" + event0 +
+                                             " event1 100" + event1 + " "};
+}
+
+TEST(Matcher, LogsWhatTheLastRecordMeans) {
+    const Lines ordinary = {"I kavel_socket: nowEvent is not KeyEvent"};
+    struct {
+        Lines records;
+        Lines log;
+    } const rows[] = {
+            {{"4298113026:a:1000"}, ordinary},
+            {{"4298113025:open:1000"}, {}},
+            {{"4298113026:a:1000", "4298113025:b:5000"}, freeze("300001", "300002")},
+            {{"4298113026:a:1000", "4298113027:b:6999"}, freeze("300003", "300002")},
+            {{"4298113026:a:1000", "4298113025:b:7000"}, {}},
+            {{"4298113030:x:1", "4298113030:x:1"}, freeze("300006", "300006")},
+            // The order of arrival counts, not the order of the times.
+            {{"4298113026:a:99999", "4298113025:b:5"}, freeze("300001", "300002")},
+            {{"4298113025:b:5", "4298113026:a:6"}, ordinary},
+            {{"4298113026:a:-9223372036854775808", "4298113025:b:9223372036854775807"}, {}},
+            {{"4298113026:a:9223372036854775807", "4298113025:b:-9223372036854775808"},
+             freeze("300001", "300002")},
+            {{"a:b:c"}, {"I kavel_socket: exception in stoll occured, corrupted raw data."}},
+            {{"1:2"}, {"I kavel_socket: recv_content size < 3, corrupted raw data."}},
+    };
+    fake::captureLog();
+    for (const auto& row : rows) EXPECT_EQ(logOfLast(row.records), row.log) << row.records.back();
+    sendRawEvent(nullptr);
+    EXPECT_EQ(fake::takeLog(), Lines{"I kavel_socket: Kavel sendRawEvent has Null Buff"});
+}
+
+TEST(Matcher, PrintsALineForEachCopyOfAnEvent) {
+    digInit();
+    testing::internal::CaptureStdout();
+    std::string record = "-9223372036854775808:a:34";
+    sendRawEvent(record.data());
+    digExit();
+    std::istringstream text(testing::internal::GetCapturedStdout());
+    std::multiset<std::string> lines;  // a vector may destroy its elements in any order
     for (std::string line; std::getline(text, line);) lines.insert(line);
-    EXPECT_EQ(lines, (std::multiset<std::string>{"zuvek id -12  time 34", "zuvek id -12  time 34",
-                                                 "zuvek id 4298113025  time 0",
+    const std::string copy = "zuvek id -9223372036854775808  time 34";
+    EXPECT_EQ(lines, (std::multiset<std::string>{copy, copy, "zuvek id 4298113025  time 0",
                                                  "zuvek id 4298113027  time 0",
                                                  "zuvek id 4298113030  time 0"}));
 }

@@ -1,4 +1,10 @@
+// Would catch seconds that are taken for milliseconds, a rounded division, a zero that is not kept,
+// a recover id that 0 replaces, and a name that is kept together with a recover id.
+
 #include "event/EventParameters.h"
+
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -9,42 +15,41 @@ namespace {
 
 constexpr int64_t kEvent = 0x3;
 
-// Would catch seconds taken for milliseconds, a rounded division and a zero that is not kept.
 TEST(EventParameters, TimeWindowIsInSeconds) {
     fake::captureLog();
     fake::clearLog();
     EventParameters parameters;
     EXPECT_EQ(parameters.getTimeWindow(kEvent), 180);
-    EXPECT_EQ(fake::logCount("getTimeWindow mDefaultTimeWindow.\n"), 1u);
-    struct {
-        int64_t milliseconds, seconds;
-    } const rows[] = {{30000, 30}, {999, 0}, {-1500, -1},
-                      {-999, 0},   {0, 0},   {INT64_MAX, INT64_MAX / 1000}};
-    for (const auto& row : rows) {
-        parameters.setTimeWindow(kEvent, row.milliseconds);
-        EXPECT_EQ(parameters.getTimeWindow(kEvent), row.seconds);
+    for (const auto& [milliseconds, seconds] : std::vector<std::pair<int64_t, int64_t>>{
+                 {30000, 30}, {999, 0}, {-1500, -1}, {0, 0}, {INT64_MAX, INT64_MAX / 1000}}) {
+        parameters.setTimeWindow(kEvent, milliseconds);
+        EXPECT_EQ(parameters.getTimeWindow(kEvent), seconds);
     }
-    EXPECT_EQ(parameters.getTimeWindow(kEvent + 1), 180);
-    EXPECT_EQ(fake::logCount("getTimeWindow from mKavelEventTimeWindow.\n"), std::size(rows));
+    const std::string source = "I [dravo_kavel getTimeWindow]: getTimeWindow ";
+    const std::string stored = source + "from mKavelEventTimeWindow.";
+    EXPECT_EQ(fake::takeLog(), (std::vector{source + "mDefaultTimeWindow.", stored, stored, stored,
+                                            stored, stored}));
 }
 
-// Would catch a recover id that 0 wipes out, and a name given together with a recover id.
 TEST(EventParameters, RecoverIdAndNameExcludeEachOther) {
     EventParameters parameters;
     parameters.setRecoverId(kEvent, 0);
     EXPECT_FALSE(parameters.hasRecoverId(kEvent));
-    parameters.setRecoverId(kEvent, 3);
-    parameters.setRecoverId(kEvent, 0);
-    EXPECT_TRUE(parameters.hasRecoverId(kEvent));
+    for (const int64_t id : {3, 0}) parameters.setRecoverId(kEvent, id);
+    EXPECT_EQ(parameters.recoverId(kEvent), 3);
     EXPECT_FALSE(parameters.hasRecoverId(kEvent + 1));
 
-    parameters.setEventIdMap(5, kEvent, "never");
-    EXPECT_EQ(parameters.eventName(kEvent), "");
-    parameters.setEventIdMap(0, kEvent, "anr");
-    parameters.setEventIdMap(5, kEvent, "never");
-    EXPECT_EQ(parameters.eventName(kEvent), "anr");
-    parameters.setEventIdMap(0, kEvent, "hang");
-    EXPECT_EQ(parameters.eventName(kEvent), "hang");
+    struct {
+        int64_t recoverId;
+        const char* given;
+        const char* kept;
+    } const names[] = {{5, "never", ""}, {0, "anr", "anr"}, {5, "never", "anr"}, {0, "", ""}};
+    EXPECT_EQ(parameters.findEventName(kEvent), std::nullopt);
+    for (const auto& name : names) {
+        parameters.setEventIdMap(name.recoverId, kEvent, name.given);
+        EXPECT_EQ(parameters.eventName(kEvent), name.kept);
+    }
+    EXPECT_EQ(parameters.findEventName(kEvent), "");
 }
 
 }  // namespace

@@ -24,6 +24,9 @@ struct Time {
     std::function<void(const std::string&)> propertyHook GUARDED_BY(lock);
 };
 
+/** Difference between the clocks, so that nothing works that takes one for the other. */
+constexpr int64_t kMonotonicLeadNs = 4'000'000'000'000;
+
 Time& time() {
     static auto* instance = new Time;
     return *instance;
@@ -133,7 +136,7 @@ int64_t realtimeNs() {
     return fake::wallUs() * 1000;
 }
 int64_t monotonicNs() {
-    return fake::nowUs() * 1000;
+    return fake::nowUs() * 1000 + fake::kMonotonicLeadNs;
 }
 
 }  // namespace android::kavel

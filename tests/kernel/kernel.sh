@@ -1,18 +1,16 @@
 # shellcheck shell=bash disable=SC2154,SC2034
 # Part of run.sh: the kernel, its headers and the module.
 
-# Sets kernel_abi, kernel_image and kernel_headers, or kernel_problem.
+# Sets kernel_abi, kernel_image and kernel_headers: apt's newest kernel, or else the newest in the cache.
 get_kernel() {
-    local wanted
-    wanted=$(kernel_dependency linux-image-cloud-amd64 '^linux-image-')
-    wanted=${wanted#linux-image-}
-    if [ -z "$wanted" ] || ! { is_cached "$wanted" || download_kernel "$wanted"; }; then
-        kernel_problem="apt knows no linux-image-cloud-amd64 or cannot download (apt-get update?)"
-        wanted=$(newest_cached)
-        [ -n "$wanted" ] || return
-        echo "kernel test: $kernel_problem; taking $wanted from the cache" >&2
+    kernel_abi=$(kernel_dependency linux-image-cloud-amd64 '^linux-image-')
+    kernel_abi=${kernel_abi#linux-image-}
+    if [ -z "$kernel_abi" ] || ! { [ -f "$cache/$kernel_abi/complete" ] || download_kernel "$kernel_abi"; }; then
+        kernel_abi=$(find "$cache" -mindepth 2 -maxdepth 2 -name complete -printf '%h\n' |
+            sed 's|.*/||' | sort -V | tail -n 1)
+        [ -n "$kernel_abi" ] || return
+        echo "kernel test: no linux-image-cloud-amd64 from apt, $kernel_abi from the cache" >&2
     fi
-    kernel_abi=$wanted
     kernel_image=$cache/$kernel_abi/boot/vmlinuz-$kernel_abi
     kernel_headers=$cache/$kernel_abi/usr/src/linux-headers-$kernel_abi
 }
@@ -21,15 +19,6 @@ get_kernel() {
 kernel_dependency() {
     apt-cache depends --no-recommends --no-suggests "$1" 2> /dev/null |
         awk -v name="$2" '$1 == "Depends:" && $2 ~ name {print $2}'
-}
-
-is_cached() {
-    [ -f "$cache/$1/complete" ]
-}
-
-newest_cached() {
-    find "$cache" -mindepth 2 -maxdepth 2 -name complete -printf '%h\n' | sed 's|.*/||' |
-        sort -V | tail -n 1
 }
 
 # Downloads kernel and headers of ABI $1 and unpacks them.
@@ -45,7 +34,7 @@ download_kernel() {
     for deb in "$cache/$abi/packages"/*.deb; do
         dpkg -x "$deb" "$cache/$abi" || return
     done
-    # The one absolute path in them.
+    # The only absolute path in them.
     sed -i "s|^include /usr/src|include $cache/$abi/usr/src|" \
         "$cache/$abi/usr/src/linux-headers-$abi/Makefile" || return
     rm -rf "${cache:?}/$abi/packages" "${cache:?}/$abi/lib/modules"

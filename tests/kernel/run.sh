@@ -13,35 +13,25 @@ usage() {
     cat << 'END'
 Usage: tests/kernel/run.sh [--build DIR] [--cache DIR]
 
-Boots Debian's kernel in a virtual machine with the simulated phone in it, has a kernel module
-send packets to the daemon, and checks what becomes of them. The last act is the daemon's own trigger
-of a kernel panic. Emulated throughout: no KVM. Kernel
-and headers are downloaded as packages and unpacked into the cache; nothing is installed.
+Boots Debian's kernel in a virtual machine with the simulated phone, has a kernel module send packets
+to the daemon, and checks the results. At the end, the daemon's own trigger crashes the kernel. The
+machine is emulated, without KVM. Kernel and headers are downloaded as packages and unpacked into the
+cache; nothing is installed.
 
-  --build DIR  where the programs were built (default: build/default)
-  --cache DIR  keeps kernel and headers from run to run (default: build/kernel-cache)
+  --build DIR  build directory (default: build/default)
+  --cache DIR  directory for kernel and headers (default: build/kernel-cache)
 
-Prints "PASS NAME" or "FAIL NAME: WHY" for each check. The machine's console stays in
-build/kernel-test/console.log.
+Prints "PASS NAME" or "FAIL NAME: WHY" for each check, and stops at the first failure. The machine's
+console is in build/kernel-test/console.log.
 
-Exit status: 0 all checks passed; 1 one failed or the machine did not come up; 2 wrong usage;
-77 skipped, because a program or a download cannot be had here.
+Exit status: 0 all checks passed; 1 one failed or the machine did not start; 2 wrong usage;
+77 skipped, because a program or a download is not available.
 END
 }
 
-skip() {
-    echo "SKIP kernel test: $1" >&2
-    exit 77
-}
-
-die() {
-    echo "kernel test: $1" >&2
-    exit 1
-}
-
-usage_error() {
-    echo "kernel test: $1 (--help)" >&2
-    exit 2
+end() {  # STATUS TEXT
+    echo "kernel test: $2" >&2
+    exit "$1"
 }
 
 timed() {
@@ -50,18 +40,16 @@ timed() {
     echo "$1 $begin $EPOCHREALTIME" | awk '{printf "%s: %.1f s\n", $1, $3 - $2}'
 }
 
-# Seconds; an emulated machine on a busy host needs a tenth of it.
-BOOT_LIMIT=300
-
+# An emulated machine on a busy host needs half of the time limit.
 boot() {
     rm -f "$out"/{console.log,results}
-    timeout --foreground "$BOOT_LIMIT" qemu-system-x86_64 -M q35 -cpu max -accel tcg -m 512 -smp 2 \
+    timeout --foreground 300 qemu-system-x86_64 -M q35 -cpu max -accel tcg -m 512 -smp 2 \
         -nodefaults -display none -no-reboot -kernel "$kernel_image" -initrd "$out/initramfs" \
         -append 'console=ttyS0 quiet panic=-1 kavel.may_panic' \
         -serial "file:$out/console.log" -serial "file:$out/results" || [ -f "$out/results" ]
 }
 
-# Every check has to have passed, and all of them to have run.
+# Every check must have passed.
 judge() {
     local name status=0
     tr -d '\r' < "$out/results" | grep -v '^END$'
@@ -69,7 +57,7 @@ judge() {
     for name in $(. "$here/vm/checks.sh" && echo "$CHECKS"); do
         grep -q "^PASS $name " "$out/results" || status=1
     done
-    grep -q '^END' "$out/results" || { echo 'FAIL machine: it ended before the last check'; status=1; }
+    grep -q '^END' "$out/results" || echo 'FAIL machine: it ended before the last check'
     if grep -q 'Kernel panic - not syncing: sysrq triggered crash' "$out/console.log"; then
         echo 'PASS phone_triggers_panic'
     else
@@ -84,32 +72,29 @@ build=$root/build/default
 cache=$root/build/kernel-cache
 while [ $# -gt 0 ]; do
     case $1 in
-    --build | --cache)
-        [ $# -gt 1 ] || usage_error "$1 needs a directory"
-        if [ "$1" = --build ]; then build=$2; else cache=$2; fi
-        shift
-        ;;
+    --build) build=${2-} ;;
+    --cache) cache=${2-} ;;
     -h | --help) usage; exit 0 ;;
-    *) usage_error "unknown argument $1" ;;
+    *) end 2 "unknown argument $1 (--help)" ;;
     esac
-    shift
+    shift 2 || end 2 "$1 needs a directory (--help)"
 done
 
-[ "$(uname -m)" = x86_64 ] || skip "the test machine is an x86_64"
+[ "$(uname -m)" = x86_64 ] || end 77 "SKIP: the test machine is an x86_64"
 for program in qemu-system-x86_64 busybox cpio make gcc-12 dpkg apt-get; do
-    command -v $program > /dev/null || skip "$program is missing (scripts/packages-kernel.txt)"
+    command -v $program > /dev/null || end 77 "SKIP: $program is missing (scripts/packages-kernel.txt)"
 done
-[ -f "$build/host/phone/phone.conf" ] || die "nothing is built in $build"
+[ -f "$build/host/phone/phone.conf" ] || end 1 "nothing is built in $build"
 build=$(cd "$build" && pwd)
 
 out=$root/build/kernel-test
-mkdir -p "$out" "$cache" || die "cannot make $out and $cache"
+mkdir -p "$out" "$cache" || end 1 "cannot make $out and $cache"
 cache=$(cd "$cache" && pwd)
 exec 9>> "$out/lock"
-flock 9 || die "cannot lock $out"
+flock 9 || end 1 "cannot lock $out"
 
-timed kernel get_kernel || skip "the kernel's packages cannot be had: $kernel_problem"
-timed module build_module || die 'the module does not build'
-timed initramfs build_initramfs || die 'the initial file system cannot be packed'
-timed machine boot || die "the machine does not start: $(tail -n 5 "$out/console.log" 2> /dev/null)"
+timed kernel get_kernel || end 77 'SKIP: the packages of the kernel are not available (apt-get update?)'
+timed module build_module || end 1 'the module does not build'
+timed initramfs build_initramfs || end 1 'the initial file system cannot be packed'
+timed machine boot || end 1 "the machine does not start: $(tail -n 5 "$out/console.log" 2> /dev/null)"
 judge

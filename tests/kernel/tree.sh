@@ -1,25 +1,23 @@
 # shellcheck shell=bash disable=SC2154
-# Part of run.sh: the machine's file system. The simulated phone's files, the programs and libraries
-# of this machine that they lead to, and busybox for everything else.
+# Part of run.sh: the machine's file system. It has the simulated phone's files, this machine's
+# programs and libraries that they need, and busybox for everything else.
 
-# Commands whose like busybox has, but which the phone's services run as they are on this machine.
+# Commands that busybox has too, but which the phone's services need as they are on this machine.
 HOST_PROGRAMS=(/usr/bin/dash /usr/bin/setpriv /usr/bin/toybox)
 
 build_initramfs() {
     local tree=$out/tree
     rm -rf "$tree"
-    mkdir -p "$tree"/{usr/{bin,sbin,lib,lib64},checks,etc,data,proc,sys,dev,tmp} || return
-    local name
-    for name in bin sbin lib lib64; do ln -s "usr/$name" "$tree/$name" || return; done
-
-    lay_phone "$tree" && lay_programs "$tree" && lay_busybox "$tree" && link_panic "$tree" &&
+    mkdir -p "$tree"/{usr/{bin,sbin,lib,lib64},checks,etc,data,proc,sys,dev,tmp} &&
+        ln -s usr/{bin,sbin,lib,lib64} "$tree" &&
+        lay_phone "$tree" && lay_programs "$tree" && lay_busybox "$tree" && link_panic "$tree" &&
         cp "$here/vm/init" "$tree/init" &&
         cp "$here/vm"/{run,lib.sh,checks.sh} "$out/module/kavel_monitor.ko" "$tree/checks" &&
         (cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0) > "$out/initramfs" &&
         rm "$tree/checks/panic"
 }
 
-# The launcher's own tree. A subshell, because its parts bring names of their own.
+# The launcher's own tree, in a subshell because its files define other names.
 lay_phone() (
     # shellcheck disable=SC1091
     . "$build/host/phone/phone.conf"
@@ -42,7 +40,6 @@ lay_programs() {
         rm "$link" && strip -o "$link" "$file" || return
         programs+=("$file")
     done
-    [ "${#programs[@]}" -gt 0 ] || return
     ldd "${programs[@]}" "${HOST_PROGRAMS[@]}" | grep -o '/[^ :]*\.so[^ :]*' | sort -u |
         while read -r file; do
             install -D -m 0755 "$file" "$1$file" || exit

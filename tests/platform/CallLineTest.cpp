@@ -1,5 +1,11 @@
+// Would catch calls that overtake each other or run at once although they must not, a call that is
+// lost or kept beyond the limit, a caller that waits behind an overdue call or does not wait for
+// its own, and a line that has no thread after it was idle, or keeps one.
+
 #include "platform/CallLine.h"
 
+#include <array>
+#include <atomic>
 #include <filesystem>
 #include <future>
 #include <iterator>
@@ -10,93 +16,79 @@
 #include <gtest/gtest.h>
 
 #include "platform/CommonPlxServiceManager.h"
-#include "platform/Mutex.h"
 #include "tests/fake/Eventually.h"
 
 namespace android::kavel {
 namespace {
 
 using Outcome = CallLine::Outcome;
-
-constexpr std::chrono::seconds kLong(60);
+using std::chrono::milliseconds;
 
 long threadCount() {
     namespace fs = std::filesystem;
     return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
 }
 
-// Would catch calls that overtake each other or run at once although they must not, one that is
-// lost or kept beyond the limit, a caller that waits behind an overdue call, and a line without a
-// thread once it has been idle.
 TEST(CallLine, KeepsTheOrderBehindACallThatHangs) {
-    std::thread([] {
-    }).join();  // a sanitizer starts a thread of its own along with the first of ours
+    std::thread([] {}).join();  // a sanitizer starts its own thread together with our first one
     const long threads = threadCount();
     static auto& line = *new CallLine(1, 4);
     std::promise<void> release;
     const std::shared_future<void> released = release.get_future().share();
     std::vector<int> done;
-    std::vector<Outcome> outcomes;
-    for (int i = 1; i <= 5; ++i) {
-        outcomes.push_back(line.call(
+    const auto call = [&](int i, milliseconds patience) {
+        return line.call(
                 [&done, released, i] {
                     released.wait();
                     done.push_back(i);
                 },
-                std::chrono::milliseconds(20)));
+                patience);
+    };
+    for (int i = 1; i <= 5; ++i) {
+        const Outcome later = i < 5 ? Outcome::NotAwaited : Outcome::Full;
+        EXPECT_EQ(call(i, milliseconds(20)), i == 1 ? Outcome::Late : later);
     }
-    EXPECT_EQ(outcomes,
-              (std::vector<Outcome>{Outcome::Late, Outcome::NotAwaited, Outcome::NotAwaited,
-                                    Outcome::NotAwaited, Outcome::Full}));
     release.set_value();
+    const milliseconds enough = std::chrono::minutes(1);
     // All have ended when this one is waited for: it comes after them.
-    EXPECT_TRUE(test::eventually([] { return line.call([] {}, kLong) == Outcome::Returned; }));
+    EXPECT_TRUE(test::eventually([&] { return line.call([] {}, enough) == Outcome::Returned; }));
     EXPECT_EQ(done, (std::vector<int>{1, 2, 3, 4}));
-
     EXPECT_TRUE(test::eventually([&] { return threadCount() <= threads; }));
-    EXPECT_EQ(line.call([&done] { done.push_back(6); }, kLong), Outcome::Returned);
+    EXPECT_EQ(call(6, enough), Outcome::Returned);
     EXPECT_EQ(done.back(), 6);
 }
 
-/** Writes down what it is handed, and then waits to be released. */
+/** Keeps what it is given, and waits to be released. */
 class Client : public CommonPlxServiceManager {
   public:
     std::promise<void> release;
-    std::vector<std::string> uploads() {
-        MutexLock lock(mLock);
-        return mUploads;
-    }
+    std::atomic<size_t> count = 0;
+    std::array<std::string, 2> uploads;
 
   private:
     void upload(const std::string& tag, const std::string& eventId, const Pairs& data) override {
-        {
-            MutexLock lock(mLock);
-            mUploads.push_back(tag + eventId + data.at(0).second);
-        }
+        uploads.at(count) = tag + eventId + data.at(0).second;
+        ++count;
         mReleased.wait();
     }
 
     const std::shared_future<void> mReleased = release.get_future().share();
-    Mutex mLock;
-    std::vector<std::string> mUploads GUARDED_BY(mLock);
 };
 
-// Would catch statistics that overtake each other, and a caller that does not wait for its own.
 TEST(CallLine, StatisticsGoOneAfterTheOther) {
     Client client;
     std::vector<std::future<void>> callers;
-    for (const size_t i : {1U, 2U}) {
-        callers.push_back(std::async(std::launch::async, [&client, i] {
-            client.sendToPlxFromCommonPlx("t", "e", {{"k", std::to_string(i)}});
+    for (const char* const value : {"1", "2"}) {
+        callers.push_back(std::async(std::launch::async, [&client, value] {
+            client.sendToPlxFromCommonPlx("t", "e", {{"k", value}});
         }));
-        const auto isIn = [&] { return client.uploads().size() == 1; };
-        EXPECT_TRUE(test::eventually(isIn));
+        EXPECT_TRUE(test::eventually([&] { return client.count == 1; }));
     }
-    EXPECT_EQ(callers[1].wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-    EXPECT_EQ(client.uploads(), std::vector<std::string>{"te1"});
+    EXPECT_EQ(callers[1].wait_for(milliseconds(50)), std::future_status::timeout);
+    EXPECT_EQ(client.count, 1U);
     client.release.set_value();
     for (std::future<void>& caller : callers) caller.get();
-    EXPECT_EQ(client.uploads(), (std::vector<std::string>{"te1", "te2"}));
+    EXPECT_EQ(client.uploads, (std::array<std::string, 2>{"te1", "te2"}));
 }
 
 }  // namespace

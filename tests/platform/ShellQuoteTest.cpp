@@ -1,6 +1,8 @@
+// Would catch a value that the shell splits, expands or runs, at the start of a word or inside,
+// that echo expands or takes for an option, and quotes around an ordinary value.
+
 #include "platform/ShellQuote.h"
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -11,19 +13,12 @@
 namespace android::kavel {
 namespace {
 
-// mksh is the phone's shell, dash this machine's.
-const char* const kShells[] = {"mksh -c", "dash -c", "bash -B -O xpg_echo -c"};
-
-std::string output(const char* shell, const std::string& text) {
+std::string output(const std::string& shell, const std::string& text) {
     setenv("TEXT", text.c_str(), 1);
-    FILE* const pipe =
-            popen(("cd / && exec " + std::string(shell) + " \"$TEXT\" 2>&1").c_str(), "re");
+    FILE* const pipe = popen(("cd / && exec " + shell + " \"$TEXT\" 2>&1").c_str(), "re");
     std::string all;
-    std::array<char, 4096> part;
-    for (size_t count; (count = fread(part.data(), 1, part.size(), pipe)) > 0;) {
-        all.append(part.data(), count);
-    }
-    EXPECT_EQ(pclose(pipe), 0) << text;
+    for (int byte; (byte = fgetc(pipe)) != EOF;) all.push_back(static_cast<char>(byte));
+    EXPECT_EQ(pclose(pipe), 0);
     return all;
 }
 
@@ -31,11 +26,10 @@ std::vector<std::string> hostileValues() {
     // clang-format off
     std::vector<std::string> values = {
             "a;touch /tmp/pwned;b", "$(touch /tmp/pwned)", "`id`", "$HOME ${PATH}", "a b  c", " a ",
-            "it's", "'; id; '", "'", "''", "\\", "end\\", "a\\nb\\tc\\0101\\c gone", "\"double\"",
-            "a\nb\n", "*", "/et[c]/*", "{a,b}", "{1..3}", "~", "~root", "#comment", "a#b", "!x",
-            "!(a)", "@(a|b)", "a&b", "a>/tmp/pwned", "%s%n", "-n", "-e", "-neE", "-e \\t", "a=~", "x:~",
-            "a=~+", "k=~root", "1=~/x", "a=b:~root", "a=b=~",
-            "h\xc3\xa4nd \xe2\x82\xac", "broken \xc3", std::string(5000, '\'')};
+            "'; id; '", "''", "end\\", "a\\nb\\tc\\0101\\c gone", "\"double\"", "a\nb\n", "/et[c]/*",
+            "{a,b}", "{1..3}", "~root", "#comment", "a#b", "!x", "!(a)", "@(a|b)", "a&b",
+            "a>/tmp/pwned", "%s%n", "-n", "-e", "-neE", "-e \\t", "a=~", "x:~", "a=~+", "k=~root",
+            "1=~/x", "a=b:~root", "h\xc3\xa4nd \xe2\x82\xac", "broken \xc3", std::string(500, '\'')};
     // clang-format on
     for (int byte = 1; byte < 256; ++byte) {
         values.push_back(std::string(1, static_cast<char>(byte)));
@@ -44,35 +38,23 @@ std::vector<std::string> hostileValues() {
     return values;
 }
 
-// Would catch any value that the shell splits, expands or runs, at the start of a word or inside.
 TEST(ShellQuote, EveryValueComesBackFromTheShell) {
-    for (const char* const shell : kShells) {
-        std::string command = "printf '%s|'";
-        std::string expected;
-        for (const std::string& value : hostileValues()) {
-            command += " " + shellQuote(value) + " /x/kavel_" + shellQuote(value) + "_y/*";
-            expected += value + "|/x/kavel_" + value + "_y/*|";
-        }
-        EXPECT_EQ(output(shell, command), expected) << shell;
-    }
-}
-
-// Would catch a backslash sequence that echo expands once the quotes are gone, and a value that it
-// takes for an option.
-TEST(ShellQuote, EveryValueComesBackFromEcho) {
-    for (const char* const shell : kShells) {
+    // mksh is the phone's shell, dash this machine's.
+    for (const char* const shell : {"mksh -c", "dash -c", "bash -B -O xpg_echo -c"}) {
         std::string command;
         std::string expected;
         for (const std::string& value : hostileValues()) {
-            command += "echo [key]:" + shellQuoteForEcho(value) + ":" + singleQuoteForEcho(value) +
-                       "\necho " + singleQuoteForEcho(value) + "\n";
-            expected += "[key]:" + value + ":" + value + "\n" + value + "\n";
+            command += "printf '%s|' " + shellQuote(value) + " /x/kavel_" + shellQuote(value) +
+                       "_y/*\necho [key]:" + shellQuoteForEcho(value) + ":" +
+                       singleQuoteForEcho(value) + "\necho " + singleQuoteForEcho(value) + "\n";
+            expected += value + "|/x/kavel_" + value + "_y/*|[key]:" + value + ":" + value + "\n" +
+                        value + "\n";
         }
         EXPECT_EQ(output(shell, command), expected) << shell;
     }
 }
 
-// Would catch quotes around an ordinary value: commands must stay what their readers know.
+// Readers know the commands as they are.
 TEST(ShellQuote, OrdinaryValuesStayAsTheyAre) {
     for (const std::string value :
          {"", "com.example:remote_1", "1.2.3-beta+7", "a~b#c!d^e%f,g=h", "\xe4\xb8\xad\xe6\x96\x87",

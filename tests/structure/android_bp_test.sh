@@ -1,13 +1,14 @@
 #!/bin/sh
-# Catches a source that one of the builds forgets, names twice or gives to another program; a phone
+# Would catch a source that one of the builds forgets, names twice or gives to another program, a phone
 # that gets a stand-in of the desktop, and a build machine that gets what crashes a kernel.
 # usage: android_bp_test.sh ROOT CMAKE_SOURCES VERSION; CMAKE_SOURCES has lines of TARGET SOURCE
 
 cmake_sources=$2
 version=$3
 missing=
-cd "$1" || exit 1
 failures=0
+cd "$1" && work=$(mktemp -d) || exit 1
+trap 'rm -rf "$work"' EXIT
 fail() { echo "$*"; failures=1; }
 
 # Android.bp as lines of MODULE PROPERTY TEXT, one for each text.
@@ -28,12 +29,10 @@ cmake() { for target; do sed -n "s/^$target //p" "$cmake_sources"; done | sort; 
 
 same() {  # WHAT LEFT RIGHT
     [ -n "$2" ] && [ "$2" = "$3" ] && return
-    fail "$1: < stands only in the first, > only in the second"
+    fail "$1: < is only in the first, > only in the second"
     echo "$2" >"$work/left"
     echo "$3" | diff "$work/left" - | grep '^[<>]'
 }
-work=$(mktemp -d) || exit 1
-trap 'rm -rf "$work"' EXIT
 
 same "libdravo_kavel and CMake" "$(phone libdravo_kavel)" "$(cmake kavel kavel_sysrq_trigger)"
 same "dravo_kavel and CMake" "$(phone dravo_kavel)" "$(cmake dravo_kavel)"
@@ -41,8 +40,7 @@ same "libkavelctl and CMake" "$(phone libkavelctl)" "$(cmake kavelctl_lib)"
 same "kavelctl and CMake" "$(phone kavelctl)" "$(cmake kavelctl)"
 same "the daemon's modules and the disk" "$(phone libdravo_kavel dravo_kavel)" \
     "$(for folder in core dig dump event handler platform recovery; do ls $folder/*.cpp; done | sort)"
-# A test that lacks a source of CMake's does not link. CMake alone has what reads the golden files, and
-# the tests of the tool against the stand-in of a service or against tar programs.
+# Only CMake has what reads golden files, and the tests of the tool that need a service or tar programs.
 # shellcheck disable=SC2013  # names are words
 for module in $(sed -n '/^cc_\(test\|fuzz\)/,/^}/s/^    name: "\(.*\)",/\1/p' Android.bp); do
     case $module in *_defaults) continue ;; esac
@@ -61,12 +59,10 @@ for source in $(cmake kavel_sysrq_trigger); do
     texts_of 'libdravo_kavel android\.srcs:' | grep -qxF "$source" ||
         fail "$source is not kept to the phone"
 done
-texts_of "[a-z_]* \(\(android\.\)*srcs\|init_rc\|corpus\|dictionary\):" >"$work/files"
-while read -r file; do
+for file in $(texts_of "[a-z_]* \(\(android\.\)*srcs\|init_rc\|corpus\|dictionary\):"); do
     case $file in host/*) fail "Android.bp names $file" ;; esac
-    # shellcheck disable=SC2086  # a pattern
-    ls $file >"$work/left" 2>&1 || fail "Android.bp: there is no $file"
-done <"$work/files"
+    [ -e "$file" ] || fail "Android.bp: there is no $file"  # the shell has replaced the patterns
+done
 grep -qF "cflags: [\"-DKAVELCTL_VERSION=\\\"$version\\\"\"]," Android.bp ||
     fail "kavelctl's version in Android.bp is not $version"
 # init has to find the daemon in the partition that it is installed in.

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Catches a property that was added, renamed or dropped without a word to those who set it, and one
+# Would catch a property that was added, renamed or dropped without a word to those who set it, and one
 # that SELinux would hide from the daemon.
 # usage: properties_test.sh ROOT CMAKE_SOURCES; CMAKE_SOURCES has lines of TARGET SOURCE
 

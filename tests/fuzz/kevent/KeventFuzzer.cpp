@@ -1,13 +1,16 @@
 // Bytes of one netlink message through the real receiving thread, its decoder and the callback.
-// What comes out is held against the C library's scanf and strsep, in whose terms the kernel's side
-// thinks of its texts.
+// Would catch a crash, and a result that differs from that of the C library's scanf and strsep, by
+// which the kernel's side defines its texts.
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include <sys/socket.h>
 #include <sys/utsname.h>
@@ -22,6 +25,7 @@
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
 #include "tests/fake/FakeShell.h"
+#include "tests/fuzz/Require.h"
 
 using namespace android;         // NOLINT(google-build-using-namespace): a program of its own
 using namespace android::kavel;  // NOLINT(google-build-using-namespace)
@@ -35,21 +39,21 @@ bool sIsReceived = false;
 /** Leaves the thread's endless loop. */
 struct NothingLeft {};
 
-void require(bool holds, const char* what) {
-    if (holds) return;
-    fprintf(stderr, "does not hold: %s\n", what);
-    abort();
+struct KeyValue {
+    std::string key;
+    std::string value;
+};
+
+using Text = std::array<char, 1013>;
+
+/** What scanf found; nullopt if it found less, or a text that is too long for the daemon. */
+std::optional<KeyValue> keyValue(int conversions, const Text& key, const Text& value) {
+    const auto isLong = [](const Text& text) { return strlen(text.data()) > kMaxTokenPart; };
+    if (conversions != 2 || isLong(key) || isLong(value)) return std::nullopt;
+    return KeyValue{key.data(), value.data()};
 }
 
-constexpr size_t kLongest = 1012;
-using Buffer = std::array<char, kLongest + 1>;
-
-/** Whether scanf takes the texts to be as short as the daemon's buffers. */
-bool isShort(const Buffer& key, const Buffer& value) {
-    return strlen(key.data()) <= kMaxTokenPart && strlen(value.data()) <= kMaxTokenPart;
-}
-
-/** Splits at each @p separator; @p take says whether to go on. False where it ended the split. */
+/** Splits at each @p separator until @p take returns false. Returns whether it never did. */
 template <typename Take>
 bool splitAt(std::string text, const char* separator, const Take& take) {
     char* rest = text.data();
@@ -60,71 +64,65 @@ bool splitAt(std::string text, const char* separator, const Take& take) {
 }
 
 CommonPlxServiceManager::Pairs pairsByScanf(const std::string& payload) {
-    Buffer logmap = {};
+    Text logmap = {};
+    Text key = {};
+    Text value = {};
     CommonPlxServiceManager::Pairs pairs;
     if (sscanf(payload.c_str(), "logmap{%[^}]}", logmap.data()) != 1) return {};
     const bool isWhole = splitAt(logmap.data(), ";", [&](const char* token) {
-        Buffer key = {};
-        Buffer value = {};
-        if (sscanf(token, "%[^:]:%s", key.data(), value.data()) != 2 || !isShort(key, value)) {
-            return false;
-        }
-        pairs.emplace_back(key.data(), value.data());
-        return true;
+        const auto pair = keyValue(sscanf(token, "%[^:]:%s", key.data(), value.data()), key, value);
+        if (pair) pairs.emplace_back(pair->key, pair->value);
+        return pair.has_value();
     });
     return isWhole ? pairs : CommonPlxServiceManager::Pairs{};
 }
 
-std::vector<KavelReport> intakesByScanf(const std::string& message) {
-    KavelReport intake = {};
+/** Event id, log-info word, pid and extra text; nothing for a bad message. */
+using Event = std::tuple<long, long, int, std::string>;
+std::vector<Event> eventsByScanf(const std::string& message) {
+    std::map<std::string, int> numbers = {{"event_id:", 0}, {"loginfo:", 0}, {"pid:", 0}};
+    std::string extraInfo;
+    Text key = {};
+    Text value = {};
     bool isBad = false;
     splitAt(message, ".", [&](const char* token) {
-        Buffer key = {};
-        Buffer value = {};
-        isBad = sscanf(token, "%s %s", key.data(), value.data()) != 2 || !isShort(key, value);
+        const auto pair = keyValue(sscanf(token, "%s %s", key.data(), value.data()), key, value);
+        isBad = !pair.has_value();
         if (isBad) return false;
-        const std::string name = key.data();
-        if (name == "extrainfo:") {
-            intake.extraInfo = value.data();
-            return false;
-        }
-        if (name != "event_id:" && name != "loginfo:" && name != "pid:") return true;
+        if (pair->key == "extrainfo:") extraInfo = pair->value;
+        if (numbers.count(pair->key) == 0) return pair->key != "extrainfo:";
         try {
-            const int number = std::stoi(value.data());
-            if (name == "event_id:") intake.eventId = number;
-            if (name == "loginfo:") intake.logInfo = number;
-            if (name == "pid:") intake.pid = number;
-        } catch (const std::logic_error&) {  // no number, or too big a one
+            numbers[pair->key] = std::stoi(pair->value);
+        } catch (const std::logic_error&) {  // not a number, or too large
             isBad = true;
         }
         return !isBad;
     });
-    return isBad ? std::vector<KavelReport>{} : std::vector<KavelReport>{intake};
+    if (isBad) return {};
+    return {{numbers["event_id:"], numbers["loginfo:"], numbers["pid:"], extraInfo}};
 }
 
 void check(const kavel_kevent_packet& packet) {
-    const auto uploads = fake::takeUploads();
-    const auto intakes = fake::takeReports();
-    const auto pairs = packet.type == KEVENT_TYPE_STATISTIC ? pairsByScanf(packet.payload)
-                                                            : CommonPlxServiceManager::Pairs{};
-    require(uploads.size() == (pairs.empty() ? 0 : 1), "the same statistics");
-    if (!pairs.empty()) require(uploads[0].data == pairs, "the same pairs");
+    CommonPlxServiceManager::Pairs pairs;
+    std::vector<Event> expected;
+    if (packet.type == KEVENT_TYPE_STATISTIC) pairs = pairsByScanf(packet.payload);
+    if (packet.type == KEVENT_TYPE_EVENT) expected = eventsByScanf(packet.payload);
 
-    const auto expected = packet.type == KEVENT_TYPE_EVENT ? intakesByScanf(packet.payload)
-                                                           : std::vector<KavelReport>{};
-    require(intakes.size() == expected.size(), "the same events");
-    if (!intakes.empty()) {
-        require(intakes[0].eventId == expected[0].eventId, "the same event id");
-        require(intakes[0].logInfo == expected[0].logInfo, "the same log info");
-        require(intakes[0].pid == expected[0].pid && intakes[0].uid == 0, "the same process");
-        require(intakes[0].extraInfo == expected[0].extraInfo, "the same extra text");
+    const auto uploads = fake::takeUploads();
+    require(uploads.size() == (pairs.empty() ? 0 : 1), "the same statistics");
+    require(pairs.empty() || uploads[0].data == pairs, "the same pairs");
+    std::vector<Event> events;
+    for (const auto& report : fake::takeReports()) {
+        require(report.uid == 0, "the user id of the kernel");
+        events.emplace_back(report.eventId, report.logInfo, report.pid, report.extraInfo);
     }
+    require(events == expected, "the same events");
     const auto commands = fake::commands();
     require(commands.size() <= uploads.size(), "a command only with an upload");
     require(fake::takePropertySets().size() == 3 * commands.size(), "three properties a dump");
 }
 
-/** A tag or event id without an end aborts, as it must; that is not what this is looking for. */
+/** Ends the tag and the event id: without an end they abort, as they must. */
 void endTexts(std::string& message, size_t packetOffset) {
     for (const size_t last : {packetOffset + 131, packetOffset + 259}) {
         if (last < message.size()) message[last] = '\0';
@@ -184,8 +182,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     });
     try {
         thread->threadLoop();
-    } catch (const NothingLeft&) {
-        // as it should
+    } catch (const NothingLeft&) {  // the end of the message
     }
 
     GenlMessage reply = {};

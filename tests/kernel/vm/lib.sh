@@ -1,16 +1,16 @@
 # shellcheck shell=sh disable=SC2034,SC2154
-# What the checks are written with.
+# Functions for the checks.
 
 LOG=/dev/log/main
 STATISTICS=/data/persist_log/PLX/statistics.jsonl
-CONTROL=/proc/kavel_monitor
+CONTROL=/sys/module/kavel_monitor/parameters/control
 
 now_ms() {
     read -r up _ < /proc/uptime
     echo "${up%.*}${up#*.}0"
 }
 
-# Waits until the command succeeds; false once $1 seconds are over.
+# Waits until the command succeeds; false after $1 seconds.
 wait_for() {
     end=$(($(now_ms) + $1 * 1000))
     shift
@@ -20,16 +20,14 @@ wait_for() {
     done
 }
 
-# Says why the check fails; false, so that it can be its last word.
+# Keeps the reason why the check fails; false, so that it can be its last command.
 fail() {
     why=$*
     return 1
 }
 
-# The same, where the checks that follow would only wait for nothing.
-stuck() {
-    is_stuck=1
-    fail "$@"
+expect() {
+    [ "$2" = "$3" ] || fail "$1 is '$2' instead of '$3'"
 }
 
 # From here on `logged` and `uploaded` see only what is new.
@@ -43,7 +41,7 @@ size_of() {
 }
 
 new_lines() {
-    [ "$log_from" -le "$(($(size_of "$LOG") + 1))" ] || log_from=1  # the file has been turned over
+    [ "$log_from" -le "$(($(size_of "$LOG") + 1))" ] || log_from=1  # the log is in a new file
     tail -c "+$log_from" "$LOG"
 }
 
@@ -61,40 +59,22 @@ state() {
     sed -n "s/^$1 //p" "$CONTROL"
 }
 
-# Has the kernel send packets: ATTRIBUTE TAG EVENT_ID PAYLOAD, COUNT of them.
+# Makes the kernel send packets: COUNT ATTRIBUTE TAG EVENT_ID PAYLOAD.
 send() {
-    send_many 1 "$@"
-}
-
-send_many() {
     echo "send $*" > "$CONTROL"
 }
 
-# All packets sent so far have been handled once the daemon has logged one that is sent now.
+# The daemon has handled all packets so far when it has logged one that is sent now.
 barriers=0
 settle() {
     barriers=$((barriers + 1))
-    wait_for 20 send 1 kernel barrier "barrier-$barriers-end" ||
-        stuck "the kernel cannot send to the daemon" || return
+    wait_for 20 send 1 1 kernel barrier "barrier-$barriers-end" ||
+        fail 'the kernel cannot send to the daemon' || return
     wait_for "${1:-20}" logged "data:barrier-$barriers-end" ||
-        stuck "a packet was not handled within ${1:-20} s"
+        fail "a packet was not handled within ${1:-20} s"
 }
 
 # Number $2 as $1 bytes in hexadecimal, lowest first.
 little_endian() {
-    number=$2
-    bytes=$1
-    while [ "$bytes" -gt 0 ]; do
-        printf %02x $((number & 255))
-        number=$((number >> 8))
-        bytes=$((bytes - 1))
-    done
-}
-
-expect() {
-    [ "$2" = "$3" ] || fail "$1 is '$2' instead of '$3'"
-}
-
-same_daemon() {
-    expect "the daemon's process" "$(pidof dravo_kavel)" "$daemon"
+    printf "%0$((2 * $1))x" "$2" | sed 's/../& /g' | awk '{ while (NF) { printf $NF; NF-- } }'
 }

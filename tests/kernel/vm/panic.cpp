@@ -1,6 +1,6 @@
-// The last act of the test machine: the phone's own trigger of a kernel panic. CMake compiles this,
-// and only tests/kernel/tree.sh links it, straight into that machine's file system. It refuses on a
-// kernel that was not started with the word below.
+// Would catch a phone whose trigger does not crash the kernel. CMake compiles this, and only
+// tests/kernel/tree.sh links it, into the test machine's file system. It refuses on a kernel that
+// was not started with the word below.
 
 #include <cstdio>
 #include <fstream>

@@ -1,4 +1,4 @@
-// Both of the maker's adapters: each says what it was called with and ends the process.
+// Both of the maker's adapters: each prints its arguments and ends the process.
 
 #include <cstddef>
 #include <cstdio>
