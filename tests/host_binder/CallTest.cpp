@@ -1,29 +1,35 @@
-#include <unistd.h>
+// Would catch bodies that are lost or changed where a packet no longer holds them, a limit that is
+// off by one; calls that are lost, mixed up or reordered when many clients call at once (one-way
+// calls that meet are found by the thread sanitizer); a pool of the wrong size; one-way calls that
+// block their sender, are lost silently, or stay refused; a proxy or caller that hangs on a dead
+// server, or that silently calls its successor; names that leave the directory.
 
-#include <atomic>
-#include <filesystem>
-#include <fstream>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+#include <csignal>
 #include <map>
-#include <string>
 #include <thread>
 
 #include "host/binder/Frame.h"
-#include "tests/host_binder/BinderTest.h"
+#include "host/binder/ServiceDirectory.h"
+#include "tests/host_binder/TestServer.h"
 
-using namespace android;     // NOLINT(google-build-using-namespace)
-using namespace kavel_test;  // NOLINT(google-build-using-namespace)
-
+namespace android::kavel::host {
 namespace {
 
-using kavel::test::eventually;
+using test::eventually;
 
 constexpr uint32_t kOneWay = IBinder::FLAG_ONEWAY;
-constexpr auto kLimit = static_cast<int32_t>(kavel::host::kTransactionSpace);
+constexpr auto kLimit = static_cast<int32_t>(kTransactionSpace);
 
-class CallTest : public BinderTest {};
+class CallTest : public BinderTest {
+  protected:
+    static sp<IBinder> check(const char* name) {
+        return defaultServiceManager()->checkService(String16(name));
+    }
+};
 
-// Would catch bodies that are lost or changed where a packet no longer holds them, a limit that is
-// off by one, and a connection that a refusal ends.
 TEST_F(CallTest, BodiesArriveUpToTheLimit) {
     const ServerProcess server("echo");
     for (const size_t count : {0u, 1u, 16'000u, 16'500u, 50'000u, 250'000u}) {
@@ -45,29 +51,24 @@ TEST_F(CallTest, BodiesArriveUpToTheLimit) {
     EXPECT_EQ(server.service()->pingBinder(), NO_ERROR);
 }
 
-// Would catch calls that get lost, mixed up or reordered when many clients call at once; one-way
-// calls that meet are found by the thread sanitizer.
 TEST_F(CallTest, ServesManyClientsInOrder) {
     constexpr int32_t kClients = 32;
     constexpr int32_t kCalls = 50;
     const ServerProcess server("many");
-    std::atomic<int> failures{0};
     std::vector<std::thread> clients;
-    clients.reserve(kClients);
     for (int32_t client = 0; client < kClients; ++client) {
         clients.emplace_back([&, client] {
             const sp<IBinder> service = client % 2 == 0 ? server.service() : check("many");
             for (int32_t number = 0; number < kCalls; ++number) {
                 Parcel reply;
-                failures += call(service, RECORD, {client, number}, nullptr, kOneWay) != NO_ERROR;
-                failures += call(service, ECHO, {client, number}, &reply) != NO_ERROR;
-                failures += reply.readInt32() != client || reply.readInt32() != number;
+                EXPECT_EQ(call(service, RECORD, {client, number}, nullptr, kOneWay), NO_ERROR);
+                EXPECT_EQ(call(service, ECHO, {client, number}, &reply), NO_ERROR);
+                EXPECT_EQ(reply.readInt32(), client);
+                EXPECT_EQ(reply.readInt32(), number);
             }
         });
     }
     for (std::thread& client : clients) client.join();
-    EXPECT_EQ(failures, 0);
-
     Parcel reply;
     ASSERT_TRUE(eventually([&] {
         EXPECT_EQ(call(server.service(), RECORDS, {}, &reply), NO_ERROR);
@@ -80,45 +81,33 @@ TEST_F(CallTest, ServesManyClientsInOrder) {
     }
 }
 
-// Would catch a pool that stays too small or grows too large.
 TEST_F(CallTest, RunsAsManyCallsAsThePoolHasThreads) {
-    constexpr int kPool = 3;
-    ServerProcess server("pool", kPool);
-    server.order(CLOSE_GATE);
+    constexpr size_t kPool = 3;
+    const ServerProcess server("pool", kPool);
+    base::unique_fd gate = closeGate();
     std::vector<std::thread> callers;
-    for (int i = 0; i < 3 * kPool; ++i) {
+    for (size_t i = 0; i < 3 * kPool; ++i) {
         callers.emplace_back([&] { EXPECT_EQ(call(server.service(), PASS_GATE), NO_ERROR); });
     }
-    EXPECT_TRUE(eventually([&] { return server.order(AT_GATE) == kPool; }));
-    int named = 0;
-    const std::string process = std::to_string(server.pid());
-    for (const auto& task : std::filesystem::directory_iterator("/proc/" + process + "/task")) {
-        std::string name;
-        std::getline(std::ifstream(task.path() / "comm"), name);
-        named += name.rfind("Binder:" + process + "_", 0) == 0;
-    }
-    EXPECT_EQ(named, kPool);
-    server.order(OPEN_GATE);
+    EXPECT_TRUE(areAtGate(kPool));
+    gate.reset();
     for (std::thread& caller : callers) caller.join();
 }
 
-// Would catch one-way calls that block their sender, are lost silently, or stay refused after the
-// queue has drained; and a full one-way queue that stops two-way calls.
 TEST_F(CallTest, RefusesOneWayCallsWhenTheirRoomIsFull) {
-    ServerProcess server("full");
-    server.order(CLOSE_GATE);
+    const ServerProcess server("full");
+    base::unique_fd gate = closeGate();
     ASSERT_EQ(call(server.service(), PASS_GATE, {}, nullptr, kOneWay), NO_ERROR);
-    ASSERT_TRUE(eventually([&] { return server.order(AT_GATE) == 1; }));
+    ASSERT_TRUE(areAtGate(1));
     const std::vector<int32_t> arguments(4096);  // 16 KiB
     const auto record = [&] { return call(server.service(), RECORD, arguments, nullptr, kOneWay); };
     int32_t accepted = 0;
-    status_t status = NO_ERROR;
-    while (accepted < 100 && (status = record()) == NO_ERROR) ++accepted;
-    EXPECT_EQ(status, FAILED_TRANSACTION);
+    while (accepted < 100 && record() == NO_ERROR) ++accepted;
+    EXPECT_EQ(record(), FAILED_TRANSACTION);
     EXPECT_EQ(accepted, 31);  // of 16.1 KiB each, in 508 KiB
     EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
 
-    server.order(OPEN_GATE);
+    gate.reset();
     EXPECT_TRUE(eventually([&] { return record() == NO_ERROR; }));
     EXPECT_TRUE(eventually([&] {
         Parcel reply;
@@ -127,11 +116,16 @@ TEST_F(CallTest, RefusesOneWayCallsWhenTheirRoomIsFull) {
     }));
 }
 
-// Would catch a proxy that hangs on a dead server or silently calls its successor, and a name that
-// a dead server's socket keeps from being used again.
 TEST_F(CallTest, NoticesDeathAndFindsTheSuccessor) {
-    ServerProcess first("mortal");
+    ServerProcess first("mortal", 1);
+    const base::unique_fd gate = closeGate();
+    const auto blocked = [&] { EXPECT_EQ(call(first.service(), PASS_GATE), DEAD_OBJECT); };
+    std::thread handled(blocked);
+    EXPECT_TRUE(areAtGate(1));
+    std::thread queued(blocked);
     first.kill();
+    handled.join();
+    queued.join();
     EXPECT_EQ(check("mortal"), nullptr);
 
     const ServerProcess successor("mortal");
@@ -141,20 +135,6 @@ TEST_F(CallTest, NoticesDeathAndFindsTheSuccessor) {
     EXPECT_EQ(call(successor.service(), DIE), DEAD_OBJECT);
 }
 
-// Would catch callers left hanging when the server is killed while they wait for it.
-TEST_F(CallTest, ReleasesCallersOfAKilledServer) {
-    ServerProcess server("killed", 1);
-    server.order(CLOSE_GATE);
-    const auto blocked = [&] { EXPECT_EQ(call(server.service(), PASS_GATE), DEAD_OBJECT); };
-    std::thread handled(blocked);
-    EXPECT_TRUE(eventually([&] { return server.order(AT_GATE) == 1; }));
-    std::thread queued(blocked);
-    server.kill();
-    handled.join();
-    queued.join();
-}
-
-// Would catch names that leave the directory.
 TEST_F(CallTest, RefusesNamesThatAreNoFileNames) {
     const sp<IServiceManager> manager = defaultServiceManager();
     for (const char* name : {"", ".", "..", "../up", ".hidden", "a b", "a\nb"}) {
@@ -164,4 +144,36 @@ TEST_F(CallTest, RefusesNamesThatAreNoFileNames) {
     EXPECT_EQ(manager->addService(String16("null"), nullptr), UNEXPECTED_NULL);
 }
 
+TEST_F(CallTest, DropsWhatIsNoFrame) {
+    constexpr uint32_t kMagic = 0x3142564b;
+    const std::vector<uint32_t> packets[] = {
+            {kMagic, 1},                           // part of a header
+            {kMagic, 1, 0, 100, 1, 2, 3},          // half a frame
+            {kMagic, 1, 0, 4, 1, 2},               // more than a frame
+            {0xdeadbeef, 1, 0, 4, 1},              // garbage
+            {kMagic, 1, 0, uint32_t{kLimit} + 1},  // just too large
+            {kMagic, 1, 0, 70'001},                // large without its memory
+    };
+    const ServerProcess server("target");
+    for (const auto& packet : packets) {
+        std::string address;
+        const base::unique_fd hostile = connectTo(mDirectory / "target", &address);
+        const size_t size = packet.size() * sizeof(uint32_t);
+        EXPECT_EQ(send(hostile.get(), packet.data(), size, 0), static_cast<ssize_t>(size));
+        EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
+        char byte = 0;
+        EXPECT_LE(recv(hostile.get(), &byte, sizeof(byte), 0), 0);
+    }
+}
+
+TEST_F(CallTest, OneWaySenderOutlivesAStoppedServer) {
+    const ServerProcess server("target");
+    ASSERT_EQ(kill(server.pid(), SIGSTOP), 0);
+    ASSERT_EQ(waitpid(server.pid(), nullptr, WUNTRACED), server.pid());  // each thread is stopped
+    EXPECT_EQ(call(server.service(), RECORD, {1, 1}, nullptr, kOneWay), FAILED_TRANSACTION);
+    ASSERT_EQ(kill(server.pid(), SIGCONT), 0);
+    EXPECT_EQ(call(server.service(), ECHO), NO_ERROR);
+}
+
 }  // namespace
+}  // namespace android::kavel::host

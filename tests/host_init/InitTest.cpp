@@ -1,186 +1,168 @@
 // Init as a whole, on a small phone in a temporary folder.
+//
+// Would catch an exit status that is lost on the way out of the phone; a socket that is not handed
+// over, has the wrong mode, or is kept from its place by an earlier boot's, and other descriptors
+// that slip into the service; folders of an earlier boot that stop the next, or keep their modes;
+// bad lines, missing programs and unknown services that stop the boot or leave no trace; services
+// and their orphans that outlive the phone; a phone that an ordinary user cannot boot.
 
 #include "host/init/Init.h"
 
-#include <android-base/file.h>
 #include <android-base/strings.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 
 #include "host/init/Accounts.h"
 #include "host/init/Processes.h"
 #include "tests/fake/Eventually.h"
+#include "tests/fake/TempDir.h"
 
 namespace android::kavel::host {
 namespace {
 
-constexpr int kTimedOut = -1;
+namespace fs = std::filesystem;
+
 constexpr uid_t kOrdinaryUser = 54321;
 
 class InitTest : public testing::Test {
   protected:
-    void SetUp() override {
-        for (const char* name : {"rc", "socket", "services", "properties", "log", "out"}) {
-            ASSERT_EQ(mkdir(path(name).c_str(), 0777), 0);
-            ASSERT_EQ(chmod(path(name).c_str(), 0777), 0);
+    InitTest() {
+        for (const char* name : {"", "rc", "socket", "services", "properties", "log", "out"}) {
+            mkdir((folder / name).c_str(), 0777);
+            chmod((folder / name).c_str(), 0777);
         }
-        ASSERT_EQ(chmod(mDir.path, 0755), 0);
-        setenv("KAVEL_HOST_PROPERTY_DIR", path("properties").c_str(), 1);
-        setenv("KAVEL_HOST_PROPERTY_SOCKET", path("socket/property_service").c_str(), 1);
-        setenv("OUT", path("out").c_str(), 1);
-        setenv("SETPROP", KAVEL_SETPROP, 1);
-        setenv("GETPROP", KAVEL_GETPROP, 1);
-        file("build.prop", "ro.test=1\n");
+        setenv("KAVEL_HOST_PROPERTY_DIR", (folder / "properties").c_str(), 1);
+        setenv("KAVEL_HOST_PROPERTY_SOCKET", (folder / "socket/property_service").c_str(), 1);
+        setenv("OUT", (folder / "out").c_str(), 1);
+        folder.write("build.prop", "ro.test=1\n");
     }
 
-    std::string path(const std::string& name) const { return std::string(mDir.path) + "/" + name; }
-    void file(const std::string& name, const std::string& text) const {
-        ASSERT_TRUE(base::WriteStringToFile(text, path(name)));
-    }
     std::string read(const std::string& name) const {
-        std::string text;
-        base::ReadFileToString(path(name), &text);
-        return text;
+        return base::Trim(test::contentOf(folder / name));
     }
 
     /** Boots in a process of its own. */
     void boot(const std::string& rc, std::vector<std::string> command, bool ordinary = false) {
-        file("rc/test.rc", rc + "\non boot\n    setprop sys.boot_completed 1\n");
+        folder.write("rc/test.rc", rc + "\non boot\n    setprop sys.boot_completed 1\n");
         mPid = fork();
-        ASSERT_GE(mPid, 0);
         if (mPid != 0) return;
-        if (ordinary && geteuid() == 0 && setresuid(kOrdinaryUser, kOrdinaryUser, kOrdinaryUser)) {
-            _exit(99);
-        }
-        dup2(open(path("log/stderr").c_str(), O_WRONLY | O_APPEND | O_CREAT, 0666), STDERR_FILENO);
+        if (ordinary && geteuid() == 0 && setuid(kOrdinaryUser) != 0) _exit(99);
+        dup2(open((folder / "log/stderr").c_str(), O_WRONLY | O_APPEND | O_CREAT, 0666),
+             STDERR_FILENO);
         InitSettings settings;
-        settings.rcDirectory = path("rc");
-        settings.propertyFile = path("build.prop");
+        settings.rcDirectory = folder / "rc";
+        settings.propertyFile = folder / "build.prop";
         settings.command = std::move(command);
         settings.endGrace = std::chrono::milliseconds(300);
-        settings.services.socketDirectory = path("socket");
-        settings.services.outputFile = path("log/stdio");
-        settings.services.scriptDirectory = path("services");
+        settings.services.socketDirectory = folder / "socket";
+        settings.services.outputFile = folder / "log/stdio";
+        settings.services.scriptDirectory = folder / "services";
         settings.services.switchUsers = canSwitchUsers();
         settings.services.timeScale = 20;
         closeInheritedDescriptors();
         _exit(Init(std::move(settings)).run());
     }
-    void bootShell(const std::string& rc, const std::string& shell) {
-        boot(rc, {"/bin/sh", "-c", shell});
+
+    /** A service that runs @p shell; @p options are lines of its section. */
+    std::string service(const std::string& shell, const std::string& options = "") const {
+        chmod(folder.write("program", "#!/bin/sh\n" + shell + "\n").c_str(), 0755);
+        return "service one " + folder / "program" + "\n    class main\n" + options;
     }
 
-    /** A program that runs @p shell, for services. */
-    void program(const std::string& name, const std::string& shell) const {
-        file(name, "#!/bin/sh\n" + shell + "\n");
-        ASSERT_EQ(chmod(path(name).c_str(), 0755), 0);
-    }
-
-    /** Init's exit status; kTimedOut, and init killed, after half a minute. */
-    int finish() {
+    /** Init's exit status; -1, and init killed, after a minute. */
+    int finish() const {
         int status = 0;
         if (!test::eventually([&] { return waitpid(mPid, &status, WNOHANG) != 0; })) {
             kill(mPid, SIGKILL);
             waitpid(mPid, &status, 0);
         }
-        return WIFEXITED(status) ? WEXITSTATUS(status) : kTimedOut;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    TemporaryDir mDir;
+    const test::TempDir folder;
     pid_t mPid = -1;
+    /** Waits until the service has written its file. */
+    const std::vector<std::string> waits = {"/bin/sh", "-c",
+                                            "until [ -s $OUT/done ]; do sleep 0.01; done"};
 };
 
-/** Shell text that waits until CONDITION holds, at most 10 s, and fails otherwise. */
-std::string until(const std::string& condition) {
-    return "n=0; until " + condition +
-           "; do n=$((n+1)); [ $n -lt 1000 ] || exit 77; sleep 0.01; done; ";
-}
-
-// Would catch an exit status that is lost or mangled on the way out of the phone.
-TEST_F(InitTest, ExitStatusPassesThrough) {
+TEST_F(InitTest, ExitStatusPassesThroughInEachBoot) {
     const std::pair<std::vector<std::string>, int> rows[] = {
             {{"/bin/sh", "-c", "exit 42"}, 42},
             {{"/bin/sh", "-c", "kill -9 $$"}, 137},
-            {{path("nothing")}, 127},
-            {{path("build.prop")}, 126},
+            {{folder / "nothing"}, 127},
+            {{folder / "build.prop"}, 126},
     };
     for (const auto& [command, status] : rows) {
-        boot("", command);
+        const std::string mode = status == 42 ? "0777" : "0751";
+        boot("on init\n    mkdir " + folder / "d" + " " + mode + " root root\n", command);
         EXPECT_EQ(finish(), status);
+        EXPECT_EQ(fs::status(folder / "d").permissions(), fs::perms(std::stoi(mode, nullptr, 8)));
     }
 }
 
-// Would catch a socket that is not handed over, not the bound one, with the wrong mode, or kept
-// from its place by an earlier boot's, and other descriptors that slip into the service.
 TEST_F(InitTest, ServiceGetsItsSocketAndNothingElse) {
-    file("socket/ctl-x", "left by an earlier boot");
+    folder.write("socket/ctl-x", "left by an earlier boot");
     const int stray = dup2(STDERR_FILENO, 77);
-    program("one", "echo $ANDROID_SOCKET_ctl_x > $OUT/env; ls /proc/self/fd; exec sleep 60");
-    bootShell("service one " + path("one") +
-                      "\n    class main\n    socket ctl-x stream 0620 root root\n",
-              until("[ -s " + path("log/stdio") + " ]"));
+    boot(service("ls /proc/self/fd; echo $ANDROID_SOCKET_ctl_x > $OUT/done; exec sleep 60",
+                 "    socket ctl-x stream 0620 root root\n"),
+         waits);
     EXPECT_EQ(finish(), 0);
     close(stray);
-    const std::string number = base::Trim(read("out/env"));
+    const std::string number = read("out/done");
     // The lowest free number is the folder that ls reads.
-    const std::string folder = number == "3" ? "4" : "3";
-    const std::vector<std::string> fds = base::Split(base::Trim(read("log/stdio")), "\n");
-    EXPECT_THAT(fds, testing::UnorderedElementsAre("0", "1", "2", number, folder));
-    struct stat status {};
-    ASSERT_EQ(stat(path("socket/ctl-x").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0620U);
+    EXPECT_THAT(base::Split(read("log/stdio"), "\n"),
+                testing::UnorderedElementsAre("0", "1", "2", number, number == "3" ? "4" : "3"));
+    EXPECT_EQ(fs::status(folder / "socket/ctl-x").permissions(), fs::perms(0620));
 }
 
-// Would catch bad lines, missing programs and unknown services that stop the boot or leave no
-// trace.
 TEST_F(InitTest, GoesOnAfterErrorsAndNamesThem) {
-    bootShell(
-            "service one /nonexistent/program\n class main\n    colour blue\n"
-            "on init\n    frobnicate\n    mkdir\n"
-            "    chmod 9 /none/x\n    copy /none /none/x\n",
-            "[ $($GETPROP init.svc.one) = stopped ] || exit 1;"
-            "for name in nowhere ../rc/test.rc .; do"
-            " $SETPROP ctl.start $name 2> /dev/null && exit 2; done; exit 0");
+    fs::create_symlink("build.prop", folder / "link");
+    boot("service one /nonexistent/program\n class main\n    colour blue\n"
+         "on init\n    frobnicate\n    mkdir\n    chmod 9 /none/x\n    copy /none /none/x\n"
+         "service one /b\nservice two\nservice s /b \"c\"\non boot && init\n    start x\n"
+         "service s /b\n    user\n    socket a stream 0888 root root\n"
+         "on init\n    copy /dev/null " +
+                 folder / "link" + "\n",
+         {"/bin/sh", "-c",
+          "[ $(" KAVEL_GETPROP " init.svc.one) = stopped ] || exit 1;"
+          "for name in nowhere ../rc/test.rc .; do"
+          " " KAVEL_SETPROP " ctl.start $name 2> /dev/null && exit 2; done; exit 0"});
     EXPECT_EQ(finish(), 0);
-    const std::string log = read("log/stderr");
     for (const char* part :
          {"test.rc:3: unknown service option 'colour'", "test.rc:5: frobnicate: unknown command",
           "number of arguments", "octal", "No such file", "test.rc:1: cannot start service 'one'",
-          "cannot start service 'nowhere'"}) {
-        EXPECT_NE(log.find(part), std::string::npos) << part;
+          "cannot start service 'nowhere'", "test.rc:9: ", "test.rc:10: ", "test.rc:11: ",
+          "test.rc:12: ", "test.rc:15: ", "test.rc:16: "}) {
+        EXPECT_THAT(read("log/stderr"), testing::HasSubstr(part));
     }
+    EXPECT_EQ(read("build.prop"), "ro.test=1");
 }
 
-// Would catch services and their orphans that outlive the phone, however stubborn.
 TEST_F(InitTest, TakesEverythingDown) {
-    program("stubborn",
-            "trap '' TERM; setsid sleep 61 & echo $! $$ > $OUT/pids; while :; do sleep 1; done");
-    boot("service stubborn " + path("stubborn") + "\n class main\n", {});
+    boot(service("trap '' TERM; setsid sleep 61 & echo $! $$ > $OUT/pids;"
+                 "while :; do sleep 1; done"),
+         {});
     EXPECT_TRUE(test::eventually([&] { return !read("out/pids").empty(); }));
-    const auto pids = base::Split(base::Trim(read("out/pids")), " ");
+    const auto pids = base::Split(read("out/pids"), " ");
     ASSERT_EQ(pids.size(), 2U);
     kill(mPid, SIGTERM);
     EXPECT_EQ(finish(), 0);
     for (const auto& pid : pids) EXPECT_EQ(kill(std::stoi(pid), 0), -1) << pid;
 }
 
-// Would catch a phone that does not boot for an ordinary user, who can give nothing away.
 TEST_F(InitTest, BootsForAnOrdinaryUser) {
-    program("one", "id -u > $OUT/uid; exec sleep 60");
-    boot("service one " + path("one") +
-                 "\n    class main\n    user root\n    socket ctl stream 0660 root root\n",
-         {"/bin/sh", "-c", until("[ -s $OUT/uid ]")}, /*ordinary=*/true);
+    boot(service("id -u > $OUT/done; exec sleep 60",
+                 "    user root\n    socket ctl stream 0660 root root\n"),
+         waits, /*ordinary=*/true);
     EXPECT_EQ(finish(), 0);
-    EXPECT_EQ(base::Trim(read("out/uid")),
-              std::to_string(geteuid() == 0 ? kOrdinaryUser : geteuid()));
-    EXPECT_NE(read("log/stderr").find("only one user id"), std::string::npos);
+    EXPECT_EQ(read("out/done"), std::to_string(geteuid() == 0 ? kOrdinaryUser : geteuid()));
+    EXPECT_THAT(read("log/stderr"), testing::HasSubstr("only one user id"));
 }
 
 }  // namespace

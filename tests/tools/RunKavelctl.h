@@ -4,8 +4,6 @@
 #include <json/reader.h>
 
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "tools/Commands.h"
 
@@ -21,8 +19,7 @@ struct Result {
 inline Result run(const std::vector<std::string>& words) {
     std::ostringstream out;
     std::ostringstream err;
-    const int exitCode = runKavelctl(words, {out, err});
-    return {exitCode, out.str(), err.str()};
+    return {runKavelctl(words, {out, err}), out.str(), err.str()};
 }
 
 inline Json::Value parseJson(const std::string& text) {
@@ -30,10 +27,6 @@ inline Json::Value parseJson(const std::string& text) {
     std::istringstream stream(text);
     EXPECT_NO_THROW(stream >> json) << text;
     return json;
-}
-
-inline bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
 }
 
 }  // namespace android::kavel::tools

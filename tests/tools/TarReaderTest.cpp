@@ -1,3 +1,7 @@
+// Would catch members that one of the tar formats names or measures in its own way being misread,
+// which loses all behind them; damage that is taken for the end; a reader that goes on in the wrong
+// place, follows a length beyond its bounds, or stays for ever in a stream of headers.
+
 #include "tools/TarReader.h"
 
 #include <gtest/gtest.h>
@@ -12,8 +16,7 @@ namespace {
 
 const std::string kEnd(1024, '\0');
 
-/** What a reader finds in @p bytes, which come @p step at a time: "NAME SIZE, ..." and the error.
- */
+/** What a reader finds in @p bytes, @p step at a time: "NAME [DATA], ..." and the error. */
 std::string listing(const std::string& bytes, size_t step = 512) {
     size_t position = 0;
     TarReader reader([&](char* buffer, size_t size) {
@@ -41,15 +44,10 @@ std::string pax(const std::string& records, char type = 'x') {
     return tarMember("pax", records, type);
 }
 
-// Catches members that one of the tar formats names or measures in its own way being misread, which
-// loses all behind them.
 TEST(TarReader, ReadsEveryFormat) {
     const std::string name(150, 'n');
     const std::string member = tarMember("a", "1");
-    const std::string posix(
-            "ustar\0"
-            "00",
-            8);
+    const std::string posix("ustar\0\60\60", 8);
     const std::string old(8, '\0');
     const std::string noData = std::string("\x80\0\0\0\0\0\0\0\0\0\0\1", 12);
     const struct {
@@ -83,17 +81,17 @@ TEST(TarReader, ReadsEveryFormat) {
     }
 }
 
-// Catches a reader that takes damage for the end, reads on in the wrong place, or follows a length
-// that leads beyond its bounds.
 TEST(TarReader, TellsWhatIsWrong) {
     const std::string member = tarMember("a", "1");
     const std::string tooLarge("\x80\0\0\0\x80\0\0\0\0\0\0\0", 12);
+    const std::string huge("\x80\0\0\0\x40\0\0\0\0\0\0\0", 12);
     const std::pair<std::string, std::string> cases[] = {
             {member, "it has no end mark"},
             {member + member.substr(0, 100), "it ends within a header"},
             {member + tarHeader("b", 1000) + "data", "b [], it ends within a member"},
             {member + patched(member, 124, "00000000009"), "a header is damaged"},
             {member + patched(member, 124, tooLarge), "a header is damaged"},
+            {member + patched(member, 124, huge), "a [], it ends within a member"},
             {member + patched(member, 124, "\xff"), "a header is damaged"},
             {member + std::string(member).replace(3, 1, "x"), "a header is damaged"},
             {member + tarMember("s", "", 'S'), "it has a sparse member, which cannot be read"},
@@ -116,7 +114,6 @@ TEST(TarReader, TellsWhatIsWrong) {
     EXPECT_EQ(listing(longName + kEnd), std::string(kMaxTarName, 'x') + " [], ");
 }
 
-// Catches a stream of headers without end keeping the reader for ever.
 TEST(TarReader, EndsInAStreamThatDoesNot) {
     const std::string header = tarHeader("a", 0);
     TarReader reader([&](char* buffer, size_t size) { return header.copy(buffer, size); });

@@ -1,0 +1,223 @@
+// Would catch options that reach the daemon in the wrong field or not at all, texts from which it
+// would read other fields than the user gave, wrong command lines that do something, a failed call
+// that passes for a sent one, an explanation that promises or denies a log or a wait wrongly;
+// archives in a wrong order, broken or foreign ones that hide or end the list, events, texts or
+// fields of the JSON documents that are lost or named otherwise, and control characters that get
+// to a terminal.
+
+#include <android-base/strings.h>
+#include <binder/Binder.h>
+#include <binder/IServiceManager.h>
+#include <utils/String8.h>
+#include <zlib.h>
+
+#include <cstring>
+#include <exception>
+#include <iostream>
+#include <regex>
+#include <set>
+#include <utility>
+
+#include "event/ExtraInfo.h"
+#include "event/IKavelBinder.h"
+#include "tests/fake/Script.h"
+#include "tests/fake/TempDir.h"
+#include "tests/tools/RunKavelctl.h"
+#include "tests/tools/TestArchive.h"
+#include "tools/Text.h"
+
+namespace android::kavel::tools {
+namespace {
+
+/** The daemon's side of the interface: answers with a given status, or writes the call down. */
+class RecordingService : public BnKavelBinder {
+  public:
+    status_t status = NO_ERROR;
+    std::ostringstream calls;
+
+    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
+        EXPECT_NE(flags & FLAG_ONEWAY, 0U);
+        if (status != NO_ERROR) return status;
+        return BnKavelBinder::onTransact(code, data, reply, flags);
+    }
+
+    void sendFrameworkEvent(long eventId, long, long logInfo, int pid, int uid,
+                            String16 extraInfo) override {
+        const std::string text = String8(extraInfo).c_str();
+        calls << "event " << eventId << ' ' << logInfo << ' ' << pid << ' ' << uid << " [" << text
+              << "] read as";
+        try {
+            const KavelExtraInfo read = parseExtraInfo(text, eventId);
+            calls << " [" << read.processName << "] [" << read.packageVersion << "] ["
+                  << read.eventType << "]\n";
+        } catch (const std::exception& error) {
+            calls << " nothing: " << error.what() << '\n';
+        }
+    }
+
+    void updateEventParams(long eventId, String16 eventName, bool isEnable, long reportFreq,
+                           long logInfo, long timeWindow, long recoverId) override {
+        calls << "settings " << eventId << " [" << String8(eventName).c_str() << "] " << isEnable
+              << ' ' << reportFreq << ' ' << logInfo << ' ' << timeWindow << ' ' << recoverId
+              << '\n';
+    }
+};
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+/** What a JSON document holds: its short members in one line, and each element of a list in its. */
+std::string folded(const Json::Value& document) {
+    std::ostringstream members;
+    std::string lists;
+    for (auto each = document.begin(); each != document.end(); ++each) {
+        const std::string name = document.isObject() ? each.name() + ": " : "";
+        if (each->isArray() && !each->empty()) {
+            lists += name + "\n" + folded(*each);
+        } else {
+            writeJsonLine(members << name, *each);
+        }
+    }
+    return (document.isObject() ? replaced(members.str(), "\n", "; ") + "\n" : members.str()) +
+           lists;
+}
+
+/** A line of kavel_events.txt and one of the statistics, by their names in the golden files. */
+const std::pair<const char*, const char*> kLines[] = {
+        {"EVENT\\((.*?),(.*?)\\)",
+         R"({"utc":"u","local":"2024-03-07T09:05:01.007+01:00","recordId":77,"eventId":"0x101",)"
+         R"("name":"$2","pid":12,"uid":34,"process":"$1","version":"1.0","type":"t","mask":"0x13"})"
+         "\n"},
+        {"STATISTIC\\((.*?)\\)",
+         R"({"time":"2024-03-07T09:05:02.007","tag":"t","event":"$1","data":[["a","1"],["b","2"]]})"
+         "\n"},
+};
+
+class Kavelctl : public testing::Test {
+  protected:
+    Kavelctl() { setenv("KAVEL_HOST_BINDER_DIR", (folder / "binder").c_str(), 1); }
+
+    /** The bytes of a word: "~" is a blank, "\xNN" a byte, DIR the test's folder. */
+    std::string plain(const std::string& word) const {
+        std::string text = replaced(replaced(word, "~", " "), "DIR/", folder / "");
+        for (const auto& [name, line] : kLines) {
+            text = std::regex_replace(text, std::regex(name), line);
+        }
+        for (size_t at = 0; (at = text.find("\\x", at)) != std::string::npos; ++at) {
+            text.replace(at, 4, 1, static_cast<char>(std::stoi(text.substr(at + 2, 2), {}, 16)));
+        }
+        return text;
+    }
+
+    void pack(const std::vector<std::string>& words) const {
+        const std::filesystem::path path = folder / (words[1] + ".tar.gz");
+        FileTexts files;
+        for (size_t i = 2; i < words.size(); ++i) {
+            const size_t equals = words[i].find('=');
+            const std::string text = words[i].substr(equals + 1);
+            files.emplace_back(
+                    words[i].substr(0, equals),
+                    text[0] == '@' ? std::string(std::stoul(text.substr(1)), 'x') : text);
+        }
+        std::string name = std::filesystem::path(words[1]).filename();
+        if (base::EndsWith(name, ".2")) name.resize(name.size() - 2);
+        std::filesystem::create_directories(path.parent_path());
+        folder.write(words[1] + ".tar.gz", gzipBytes(tarBytes(name, files), 0));
+    }
+
+    /** Does what a line says that is no command line. Returns false if it is one. */
+    bool prepares(const std::vector<std::string>& words) {
+        if (words[0] == "archive") {
+            pack(words);
+        } else if (words[0] == "file") {
+            folder.write(words[1], words.at(2));
+        } else if (words[0] == "cut") {
+            const auto size = std::filesystem::file_size(folder / words[1]);
+            std::filesystem::resize_file(folder / words[1], size - std::stoul(words[2]));
+        } else if (words[0] == "stdin") {
+            mInput.str(words[1]);
+        } else if (words[0] == "daemon" && words[1] == "starts") {
+            mService = new RecordingService;
+            EXPECT_EQ(defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME),
+                                                          mService),
+                      NO_ERROR);
+        } else if (words[0] == "daemon") {
+            mService->status = std::stoi(words[1]);
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    /** What comes of a line: what the command prints, and the call that reaches the daemon. */
+    std::string outcome(const std::string& line) {
+        std::vector<std::string> words;
+        for (const std::string& word : base::Split(line, " ")) words.push_back(plain(word));
+        if (prepares(words)) return "";
+        std::streambuf* const before = std::cin.rdbuf(mInput.rdbuf());
+        Result result = run(words);
+        std::cin.rdbuf(before);
+        if (words.back() == "--help" && result.exitCode == kExitOk) {  // nobody wants it twice
+            const auto* const bytes = reinterpret_cast<const Bytef*>(result.out.data());
+            const uLong sum = crc32(0, bytes, static_cast<uInt>(result.out.size()));
+            result.out = result.out.substr(0, result.out.find('\n')) + " ... with checksum " +
+                         std::to_string(sum);
+        } else if (words.back() == "--json") {
+            result.out = folded(parseJson(result.out));
+        } else if (words[0] == "explain") {  // what is indented belongs to the line before
+            result.out = replaced(replaced(result.out, "\n        ", ": "), "\n    ", "; ");
+        }
+        std::string code = "exit " + std::to_string(result.exitCode) + ": ";
+        const std::string hint = "; see 'kavelctl " + words[0] + " --help'\n";
+        if (result.exitCode == kExitOk) code = "";
+        if (result.exitCode == kExitUsage && base::EndsWith(result.err, hint)) {
+            code = "usage: ";
+            result.err = result.err.substr(strlen("kavelctl: "));
+            result.err.resize(result.err.size() - hint.size());
+        }
+        if (mService != nullptr) {
+            result.err += std::exchange(mService->calls, std::ostringstream()).str();
+        }
+        return replaced(code + result.out + result.err, folder / "", "DIR/");
+    }
+
+    /** The same of each line that "<A | B>" stands for: once if it is always the same. */
+    std::string outcomes(const std::string& line) {
+        std::smatch found;
+        if (!std::regex_match(line, found, std::regex("(.*)<(.*)>(.*)"))) return outcome(line);
+        std::string each;
+        std::set<std::string> different;
+        for (const std::string& text : base::Split(replaced(found[2], " | ", "\n"), "\n")) {
+            const std::string one = outcome(found.str(1) + text + found.str(3));
+            different.insert(one);
+            each += text + " -> " + replaced(base::Trim(one), "\n", "; ") + "\n";
+        }
+        return different.size() == 1 ? *different.begin() : each;
+    }
+
+    const test::TempDir folder;
+
+  private:
+    sp<RecordingService> mService;
+    std::istringstream mInput;
+};
+
+TEST_F(Kavelctl, DoesWhatTheGoldenFilesSay) {
+    for (const char* path : {KAVEL_GOLDEN_DIR "/archives.txt", KAVEL_GOLDEN_DIR "/commands.txt"}) {
+        test::expectScript(path, [this](const auto& line) { return outcomes(line.rest(0)); });
+    }
+}
+
+// What a script cannot hold: an empty line, and a version that changes with each release.
+TEST_F(Kavelctl, HelpAndVersion) {
+    EXPECT_EQ(run({}).exitCode, kExitUsage);
+    EXPECT_EQ(run({}).err, run({"--help"}).out);
+    EXPECT_EQ(run({"--version"}).out, "kavelctl " KAVELCTL_VERSION "\n");
+}
+
+}  // namespace
+}  // namespace android::kavel::tools
