@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "event/EventTypes.h"
 #include "event/KavelEvent.h"
 #include "event/KavelTimestamp.h"
 #include "tests/fake/FakeLog.h"
@@ -66,8 +67,8 @@ TEST(KavelEvent, IsNamedByTypeAndRecord) {
     KavelEvent event(-2, &now, 0, 0, 0, &info);
     event.kavelEventId = -5;
     EXPECT_EQ(eventText(event), "event 0xfffffffffffffffe (record -5)");
-    for (const int64_t id : {0xF01, 0xF05}) EXPECT_TRUE(isAbnormalAction(id));
-    for (const int64_t id : {0xF00, 0xF06}) EXPECT_FALSE(isAbnormalAction(id));
+    for (const int64_t id : {0xF01, 0xF05}) EXPECT_TRUE(eventTypeOf(id).isAbnormalAction());
+    for (const int64_t id : {0xF00, 0xF06}) EXPECT_FALSE(eventTypeOf(id).isAbnormalAction());
 }
 
 }  // namespace
