@@ -37,7 +37,7 @@ TESTS = {
               "kavel_binder_service_test", "kavel_storm_test"],
              "KernelTest|RawTest|RestartTest"),
     "dig": (["kavel_dig_test"], "RawTest"),
-    "dump": (["kavel_dump_test", "dump_data_test", "framework_call_test"],
+    "dump": (["kavel_dump_test", "dump_data_test", "kavelctl_test"],
              "ReportTest|CaptureTest|CommercialTest|RestartTest"),
     "event": (["kavel_event_test", "kavel_binder_service_test", "kavel_handler_test"], "ReportTest"),
     "handler": (["kavel_handler_test", "kavel_storm_test", "dump_data_test"],

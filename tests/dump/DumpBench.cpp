@@ -2,10 +2,7 @@
 
 #include <cstdlib>
 
-#include <android/log.h>
-
 #include "event/KavelTimestamp.h"
-#include "platform/Log.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
 #include "tests/fake/FakeShell.h"
@@ -14,7 +11,8 @@
 namespace android::kavel {
 namespace test {
 
-DumpBench::DumpBench(std::function<int(const std::string&)> run) : mRun(std::move(run)) {
+DumpBench::DumpBench(std::function<int(const std::string&)> run, std::function<void()> beforeSleep)
+      : mRun(std::move(run)), mBeforeSleep(std::move(beforeSleep)) {
     setenv("TZ", "UTC", 1);
     fake::captureLog();
     fake::resetTime(kStartUs);
@@ -22,7 +20,6 @@ DumpBench::DumpBench(std::function<int(const std::string&)> run) : mRun(std::mov
     fake::resetShell([this](const std::string& command) { return onCommand(command); });
     fake::onSleep([this](uint64_t seconds) { onSleep(seconds); });
     mContext = std::make_unique<DumpContext>(mParameters);
-    mContext->logcatPool.commit([this] { mLogcatWorker = std::this_thread::get_id(); }).wait();
     const std::shared_future<void> release = mRelease.get_future().share();
     for (int worker = 1; worker < 10; ++worker) {
         std::promise<void> started;
@@ -32,7 +29,17 @@ DumpBench::DumpBench(std::function<int(const std::string&)> run) : mRun(std::mov
         });
         started.get_future().wait();
     }
-    settle();  // the tenth worker is there
+    const auto prefix = [this](std::KavelThreadPool& pool, const char* text) {
+        const auto set = [this, text] {
+            MutexLock lock(mLock);
+            mPrefixes[std::this_thread::get_id()] = text;
+        };
+        pool.commit(set).wait();
+    };
+    prefix(mContext->cmdPool, "cmd: ");  // the tenth worker
+    prefix(mContext->logcatPool, "logcat: ");
+    MutexLock lock(mLock);
+    mPrefixes[std::this_thread::get_id()] = "";
     fake::clearLog();
 }
 
@@ -46,7 +53,8 @@ DumpBench::~DumpBench() {
 CatchRef DumpBench::add(int64_t eventId, uint32_t logInfo, const KavelExtraInfo& extra,
                         int32_t recordId, const std::string& folder) {
     const KavelTimestamp now = generateKavelTimestamp();
-    const auto event = std::make_shared<KavelEvent>(eventId, &now, static_cast<int>(logInfo), 4711,
+    const int pid = 4711 - kRecordId + recordId;
+    const auto event = std::make_shared<KavelEvent>(eventId, &now, static_cast<int>(logInfo), pid,
                                                     10042, &extra);
     event->kavelEventId = recordId;
     CatchRef added = mContext->catches.add(event);
@@ -64,47 +72,51 @@ std::string DumpBench::takeTranscript() {
     settle();
     MutexLock lock(mLock);
     copyLogLocked();
-    mTranscript += std::exchange(mLogcatCommands, "") + std::exchange(mCmdCommands, "");
+    for (const auto& [prefix, lines] : std::exchange(mLines, {})) mTranscript += lines;
     return std::exchange(mTranscript, "");
 }
 
 int DumpBench::onCommand(const std::string& command) {
     {
         MutexLock lock(mLock);
-        const std::thread::id thread = std::this_thread::get_id();
-        if (thread == mCaller) {
-            copyLogLocked();
-            mTranscript += "$ " + command + "\n";
-        } else if (thread == mLogcatWorker) {
-            mLogcatCommands += "logcat-pool$ " + command + "\n";
-        } else {
-            mCmdCommands += "cmd-pool$ " + command + "\n";
-        }
+        copyLogLocked();
+        const auto [deadline, fileSize] = fake::shellLimits();
+        const long long seconds =
+                std::chrono::duration_cast<std::chrono::seconds>(deadline).count();
+        std::string limits = "$" + std::to_string(seconds);
+        if (fileSize != 0) limits += "/" + std::to_string(fileSize >> 20U);
+        addLineLocked(std::this_thread::get_id(), limits + " " + command);
     }
     return mRun ? mRun(command) : 0;
 }
 
 void DumpBench::onSleep(uint64_t seconds) {
     const std::string before = takeTranscript();
-    MutexLock lock(mLock);
-    mTranscript = before + "sleep " + std::to_string(seconds) + "\n";
+    {
+        MutexLock lock(mLock);
+        mTranscript = before;
+        addLineLocked(std::this_thread::get_id(), "sleep " + std::to_string(seconds));
+    }
+    if (mBeforeSleep) mBeforeSleep();
 }
 
 void DumpBench::copyLogLocked() {
-    for (const fake::LogLine& line : fake::logLines()) {
-        // The place of a pool task's lines among these is a matter of chance; the event
-        // builder's lines come from the bench's own time stamps.
-        if (line.thread != mCaller || line.tag == KAVEL_TAG_BINDER) continue;
-        mTranscript += (line.priority == ANDROID_LOG_INFO   ? "I "
-                        : line.priority == ANDROID_LOG_WARN ? "W "
-                                                            : "E ") +
-                       line.text;
-        if (mTranscript.back() != '\n') mTranscript += '\n';
+    for (const fake::LogLine& line : fake::drainLog()) {
+        std::string text = fake::shown(line);
+        if (text[0] == 'V') text.erase(0, 2);  // of a trace section
+        const bool hasNewline = text.back() == '\n';
+        addLineLocked(line.thread, hasNewline ? text.substr(0, text.size() - 1) : text + "\\");
     }
-    fake::clearLog();
     for (const auto& [key, value] : fake::takePropertySets()) {
-        mTranscript += "property " + key + "=" + value + "\n";
+        addLineLocked(std::this_thread::get_id(), "property " + key + "=" + value);
     }
+}
+
+void DumpBench::addLineLocked(std::thread::id thread, std::string line) {
+    const auto prefix = mPrefixes.find(thread);
+    std::string& lines = mLines[prefix == mPrefixes.end() ? "other: " : prefix->second];
+    lines += (prefix == mPrefixes.end() ? "other: " : prefix->second) +
+             replaced(line, "\n", "\\n") + "\n";
 }
 
 }  // namespace test

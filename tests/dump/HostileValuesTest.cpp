@@ -1,12 +1,11 @@
+// Would catch a value from outside that reaches a shell as anything but itself, whichever command
+// carries it: the files must hold it literally, and the tools must be given it literally.
+
 #include "tests/dump/HostileValues.h"
 
-#include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <filesystem>
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,26 +24,16 @@ namespace {
 using test::DumpBench;
 using testing::HasSubstr;
 
-/** Runs the real /bin/sh, its own complaints discarded; the wait status. Any thread. */
-int runRealShell(std::string script, std::string directory, std::string path, std::string notes,
-                 std::string kept) {
-    std::string shell = "sh";
-    std::string option = "-c";
-    std::string start = "cd \"$1\" && exec /bin/sh -c \"$0\"";
-    char* words[] = {shell.data(),  option.data(),    start.data(),
-                     script.data(), directory.data(), nullptr};
-    char* environment[] = {path.data(), notes.data(), kept.data(), nullptr};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    pid_t pid = -1;
-    int status = -1;
-    if (posix_spawn(&pid, "/bin/sh", &actions, nullptr, words, environment) == 0) {
-        waitpid(pid, &status, 0);
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    return status;
-}
+/** What a tool is: it notes its words; touch leaves a canary, tar keeps the folder in $KEPT. */
+constexpr const char* kTool = R"(#!/bin/sh
+line=${0##*/}
+for word; do line="$line [$word]"; done
+printf '%s\n' "$line" >>"$NOTES"
+case ${0##*/} in
+touch) >CANARY ;;
+tar) printf '%020d\000\002\000\000' 0 >"$2"; /bin/cp -r "${2%.tar.gz}" "$KEPT" ;;
+esac
+)";
 
 /** An empty working directory, a folder beside it, and a PATH of tools that only take notes. */
 class Workplace {
@@ -55,40 +44,32 @@ class Workplace {
         fs::create_directories(folder);
         for (const char* tool :
              {"tar", "mv", "rm", "mkdir", "cp", "find", "chown", "touch", "logcat", "xargs"}) {
-            const std::string path = mTop / "tools/" + tool;
-            std::ofstream(path) << "#!/bin/sh\n"
-                                   "line=${0##*/}\n"
-                                   "for word; do line=\"$line [$word]\"; done\n"
-                                   "printf '%s\\n' \"$line\" >>\"$NOTES\"\n"
-                                   "case ${0##*/} in\n"
-                                   "touch) >CANARY ;;\n"
-                                   "tar) printf '%020d\\000\\002\\000\\000' 0 >\"$2\"; /bin/cp -r "
-                                   "\"${2%.tar.gz}\" \"$KEPT\" ;;\n"
-                                   "esac\n";
-            fs::permissions(path, fs::perms::owner_all);
+            fs::permissions(mTop.write(std::string("tools/") + tool, kTool), fs::perms::owner_all);
         }
     }
 
-    int run(const std::string& command) const {
-        return runRealShell(command, mTop / "empty", "PATH=" + (mTop / "tools"),
-                            "NOTES=" + (mTop / "notes"), "KEPT=" + kept());
+    /** Runs the real /bin/sh, its own complaints discarded; the wait status. Any thread. */
+    int run(const std::string& command) {
+        const std::string top = mTop / "";
+        const std::string script = mTop.write("script" + std::to_string(++mScripts), command);
+        return system(("cd " + top + "empty && NOTES=" + top + "notes KEPT=" + kept() +
+                       " PATH=" + top + "tools /bin/sh " + script + " 2>/dev/null")
+                              .c_str());
     }
     /** Where tar puts a copy of the folder, which is gone once it is packed. */
     std::string kept() const { return mTop / "kept"; }
     std::string notes() const { return test::contentOf(mTop / "notes"); }
-    size_t canaries() const {
-        const fs::recursive_directory_iterator everything(mTop / "");
-        return static_cast<size_t>(std::count_if(begin(everything), end(everything),
-                                                 [](const fs::directory_entry& entry) {
-                                                     return entry.path().filename() == "CANARY";
-                                                 }));
+    bool hasCanary() const {
+        const fs::recursive_directory_iterator all(mTop / "");
+        return std::any_of(begin(all), end(all), [](const fs::directory_entry& entry) {
+            return entry.path().filename() == "CANARY";
+        });
     }
-    size_t strays() const {
-        return static_cast<size_t>(std::distance(fs::directory_iterator(mTop / "empty"), {}));
-    }
+    bool hasStray() const { return !fs::is_empty(mTop / "empty"); }
 
   private:
-    test::TempDir mTop;
+    const test::TempDir mTop;
+    std::atomic<int> mScripts{0};
 
   public:
     const std::string folder;
@@ -96,11 +77,9 @@ class Workplace {
 
 class HostileValue : public testing::TestWithParam<std::string> {};
 
-// Would catch a value from outside that reaches a shell as anything but itself, whichever command
-// carries it: the files must hold it literally, and the tools must be given it literally.
 TEST_P(HostileValue, StaysItself) {
     const std::string& value = GetParam();
-    const Workplace place(value.empty() ? "F" : value);
+    Workplace place(value.empty() ? "F" : value);
     const std::string& folder = place.folder;
     DumpBench bench([&](const std::string& command) { return place.run(command); });
     EventParameters& parameters = bench.context().parameters;
@@ -117,8 +96,8 @@ TEST_P(HostileValue, StaysItself) {
     const std::string own = buildLogPathFolderName(parameters, running->event.get());
     bench.settle();
 
-    EXPECT_EQ(place.canaries(), 0U);
-    EXPECT_EQ(place.strays(), 0U) << "a file in the working directory";
+    EXPECT_FALSE(place.hasCanary());
+    EXPECT_FALSE(place.hasStray()) << "a file in the working directory";
     EXPECT_EQ(test::contentOf(place.kept() + "/kavel_history.txt"),
               "EventType:" + value +
                       ",Timestamp:2024-03-07-09-05-02-007,loginfo:dffffff,eventID:77\n");

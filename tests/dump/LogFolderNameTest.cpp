@@ -1,3 +1,8 @@
+// Would catch names that other tools no longer find, and parts that leave the folder or split a
+// line; an archive that takes the name of another one; a catch that is lost because its archive's
+// name is too long, and half a character; a start-up that packs, and removes, folders that are not
+// the daemon's.
+
 #include "dump/LogFolderName.h"
 
 #include <climits>
@@ -18,8 +23,6 @@ std::string nameOf(const std::string& event, const std::string& process,
     return logFolderName({event, process, kTime, ota, "2024-03-07-09-05-02-007"});
 }
 
-// Would catch names that other tools no longer find, and parts that leave the folder or split a
-// line.
 TEST(LogFolderName, IsMadeOfItsParts) {
     EXPECT_EQ(nameOf("anr", "com.example.app"), "kavel_anr_com.example.app" + kTail);
     EXPECT_EQ(nameOf("", "system", ""), "kavel__system@831be687eb45bbc0@@2024-03-07-09-05-02-007");
@@ -28,7 +31,6 @@ TEST(LogFolderName, IsMadeOfItsParts) {
     EXPECT_EQ(logFolderName({"e", "p", -1, "", "T"}), "kavel_e_p@6b6176656bffffff@@T");
 }
 
-// Would catch an archive that takes the name of another one, and a name that is not found again.
 TEST(LogFolderName, FurtherArchivesOfAFolderAreNumbered) {
     EXPECT_EQ(archiveName("kavel_e_p" + kTail, 1), "kavel_e_p" + kTail + ".tar.gz");
     EXPECT_EQ(archiveName("kavel_e_p" + kTail, 12), "kavel_e_p" + kTail + ".12.tar.gz");
@@ -38,7 +40,6 @@ TEST(LogFolderName, FurtherArchivesOfAFolderAreNumbered) {
     EXPECT_EQ(name->folder, "kavel_e_p" + kTail);
 }
 
-// Would catch a catch that is lost because its archive's name is too long, and half a character.
 TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
     const std::string accents = "\xC3\xA9\xC3\xA9\xC3\xA9";
     std::string manyAccents;
@@ -59,7 +60,6 @@ TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
     }
 }
 
-// Would catch a start-up that packs, and removes, folders that are not the daemon's.
 TEST(LogFolderName, OursAreToldFromOthers) {
     for (const std::string& value : test::kHostileValues) {
         EXPECT_TRUE(isLogFolderName(nameOf(value, value))) << value;
@@ -69,30 +69,31 @@ TEST(LogFolderName, OursAreToldFromOthers) {
     ASSERT_TRUE(isLogFolderName(good));
     std::string repeated = "kavel_" + std::string(80, '_');
     for (int i = 0; i < 50; ++i) repeated += "@a@";
-    const std::vector<std::string> kForeign = {
-            repeated + "x",
-            "kavel_a_\n@831be687eb45bbc0@V@2024-03-07-09-05-02-007",
-            good + ".2",
-            "",
-            "wxlog",
-            "kavel_",
-            "kavel_a_b@1@@",
-            "kavel_@831be687eb45bbc0@V@2024-03-07-09-05-02-007",
-            "@831be687eb45bbc0@V@2024-03-07-09-05-02-007",
-            "kavel_a_b@831be687eb45bbc0@2024-03-07-09-05-02-007",
-            "kavel_a_b@831be687eb45bbc0@V@-03-07-09-05-02-007",
-            good + ".tar.gz",
-            good + "0",
-            "x" + good,
-            good.substr(0, good.size() - 1),
-            "kavel_anr_p@@V1.2@2024-03-07-09-05-02-007",
-            "kavel_anr_p@831BE687EB45BBC0@V@2024-03-07-09-05-02-007",
-            "kavel_anr_p@831be687eb45bbc01@V@2024-03-07-09-05-02-007",
-            "kavel_anr@831be687eb45bbc0@V@2024-03-07-09-05-02-007",
-            "kavel_" + std::string(300, 'a') + "_p" + kTail,
-    };
-    for (const std::string& foreign : kForeign) {
+    for (const std::string& foreign : {
+                 std::string(),
+                 good + ".2",
+                 good + ".tar.gz",
+                 good + "0",
+                 "x" + good,
+                 repeated + "x",
+                 good.substr(0, good.size() - 1),
+                 "kavel_" + std::string(300, 'a') + "_p" + kTail,
+                 "kavel_anr" + kTail,
+                 kTail,
+                 "kavel_a_\n" + kTail,
+         }) {
         EXPECT_FALSE(isLogFolderName(foreign)) << foreign;
+    }
+    for (const char* front :
+         {"wxlog", "kavel_", "kavel_a_b@1@@", "kavel_@831be687eb45bbc0@V",
+          "kavel_a_b@831be687eb45bbc0", "kavel_a_p@@V", "kavel_a_p@831BE687EB45BBC0@V",
+          "kavel_a_p@831be687eb45bbc01@V", "kavel_a_p@831be687eb45bbcg@V"}) {
+        EXPECT_FALSE(isLogFolderName(std::string(front) + "@2024-03-07-09-05-02-007")) << front;
+        EXPECT_FALSE(isLogFolderName(front)) << front;
+    }
+    for (const char* time : {"-03-07-09-05-02-007", "2024-03-07-09-05-02-00x",
+                             "2024-03-07-09:05-02-007", "x024-03-07-09-05-02-007"}) {
+        EXPECT_FALSE(isLogFolderName("kavel_a_p@831be687eb45bbc0@V@" + std::string(time))) << time;
     }
 }
 

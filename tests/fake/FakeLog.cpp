@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "platform/Mutex.h"
 #include "tests/fake/LogFunction.h"
@@ -65,19 +66,25 @@ void clearLog() {
     captured().lines.clear();
 }
 
-std::vector<std::string> takeLog() {
-    constexpr char kLetters[] = "??VDIWEF";
-    std::vector<std::string> taken;
+std::vector<LogLine> drainLog() {
     MutexLock lock(captured().lock);
-    for (const LogLine& line : captured().lines) {
+    return std::exchange(captured().lines, {});
+}
+
+std::string shown(const LogLine& line) {
+    constexpr char kLetters[] = "??VDIWEF";
+    const bool isTagged = line.tag != defaultTag();
+    return std::string(1, kLetters[line.priority]) + " " + (isTagged ? line.tag + ": " : "") +
+           line.text;
+}
+
+std::vector<std::string> takeLog() {
+    std::vector<std::string> taken;
+    for (const LogLine& line : drainLog()) {
         if (line.thread != std::this_thread::get_id()) continue;
-        const bool isTagged = line.tag != defaultTag();
-        std::string text = std::string(1, kLetters[line.priority]) + " " +
-                           (isTagged ? line.tag + ": " : "") + line.text;
-        if (text.back() == '\n') text.pop_back();
-        taken.push_back(text);
+        taken.push_back(shown(line));
+        if (taken.back().back() == '\n') taken.back().pop_back();
     }
-    captured().lines.clear();
     return taken;
 }
 

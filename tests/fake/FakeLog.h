@@ -19,6 +19,10 @@ void captureLog();
 /** Returns the lines since the last clearLog(). */
 std::vector<LogLine> logLines();
 void clearLog();
+/** The same, and clears it in the same step, so that no line of another thread is lost. */
+std::vector<LogLine> drainLog();
+/** The line as "I text" or "I TAG: text", with the newline at its end if it has one. */
+std::string shown(const LogLine& line);
 /**
  * Returns the lines of the calling thread since the last clearLog(), each as "I text" or
  * "I TAG: text" without a newline at its end. Clears the lines of all threads.

@@ -21,6 +21,8 @@ Shell& shell() {
     return *instance;
 }
 
+thread_local ShellLimits tLimits;
+
 size_t countIn(const std::vector<std::string>& commands, const std::string& text) {
     return static_cast<size_t>(std::count_if(
             commands.begin(), commands.end(),
@@ -50,10 +52,14 @@ void resetShell(std::function<int(const std::string&)> result) {
     shell().result = std::move(result);
 }
 
+ShellLimits shellLimits() {
+    return tLimits;
+}
+
 }  // namespace fake
 
-int runShell(const std::string& command, std::chrono::milliseconds /*deadline*/,
-             uint64_t /*fileLimit*/) {
+int runShell(const std::string& command, std::chrono::milliseconds deadline, uint64_t fileLimit) {
+    fake::tLimits = {deadline, fileLimit};
     std::function<int(const std::string&)> result;
     {
         MutexLock lock(fake::shell().lock);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -14,5 +16,13 @@ size_t commandCount(const std::string& text);
 void awaitCommands(const std::string& text, size_t count);
 /** Clears the commands. @p result returns the wait status of each further one; if null, 0. */
 void resetShell(std::function<int(const std::string&)> result = nullptr);
+
+/** What runShell() was given with a command. */
+struct ShellLimits {
+    std::chrono::milliseconds deadline;
+    uint64_t fileSize;  ///< bytes
+};
+/** Those of the command that the calling thread runs, for the function above. */
+ShellLimits shellLimits();
 
 }  // namespace android::kavel::fake

@@ -1,3 +1,8 @@
+// Would catch a wrong token, argument or flag; a caller that goes on before its reply is logged or
+// waits for a framework that hangs; a request or a reply that is lost although fewer than eight are
+// outstanding; threads without end; a request that is lost without a line if there is no thread; a
+// code that stays barred once the framework is back.
+
 #include "platform/FrameworkCall.h"
 
 #include <cstdlib>
@@ -11,6 +16,7 @@
 #include "platform/Mutex.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeThreads.h"
 #include "tests/fake/TempDir.h"
 
 namespace android::kavel {
@@ -53,9 +59,6 @@ class Framework : public BBinder {
     int mCalls GUARDED_BY(mLock) = 0;
 };
 
-// Would catch a wrong token, argument or flag, a caller that goes on before its reply is logged or
-// waits for a framework that hangs, a request or a reply that is lost although fewer than eight are
-// outstanding, threads without end, and a code that stays barred once the framework is back.
 TEST(FrameworkCall, SendsWhateverHangsAndLogsTheReplyWheneverItComes) {
     const test::TempDir directory;
     setenv("KAVEL_HOST_BINDER_DIR", (directory / "").c_str(), 1);
@@ -63,6 +66,13 @@ TEST(FrameworkCall, SendsWhateverHangsAndLogsTheReplyWheneverItComes) {
     const sp<Framework> framework(new Framework);
     ASSERT_EQ(defaultServiceManager()->addService(String16("kavel"), framework), OK);
 
+    fake::refuseThreads(true);
+    callFramework("alone", ANDROID_LOG_INFO, 2, {470});
+    fake::refuseThreads(false);
+    EXPECT_EQ(fake::logCount("[dravo_kavel alone]: request 2 470 to binder service kavel: dropped, "
+                             "there is no thread for it.\n"),
+              1u);
+    fake::clearLog();
     callFramework("anr", ANDROID_LOG_INFO, 2, {471, int64_t{1} << 40});
     EXPECT_EQ(fake::logCount("[dravo_kavel anr]: binder service kavel replied: 2471.\n"), 1u);
     callFramework("refused", ANDROID_LOG_WARN, kRefuses);

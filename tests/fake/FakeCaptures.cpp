@@ -1,4 +1,4 @@
-#include "tests/dump/FakeCaptures.h"
+#include "tests/fake/FakeCaptures.h"
 
 #include <atomic>
 #include <cerrno>
@@ -30,15 +30,15 @@ void fake::setSignals(bool work) {
 }
 
 void callFramework(const char* step, android_LogPriority priority, uint32_t code,
-                   std::vector<FrameworkArgument> arguments,
-                   std::chrono::milliseconds /*patience*/) {
+                   std::vector<FrameworkArgument> arguments, std::chrono::milliseconds patience) {
     const int32_t argument = arguments.empty() ? -1 : std::get<int32_t>(arguments[0]);
-    KAVEL_LOGI(KAVEL_NO_TAG, "fake: request %u, argument %d", code, argument);
+    KAVEL_LOGI(KAVEL_NO_TAG, "fake: request %u, argument %d, %d ms\n", code, argument,
+               static_cast<int>(patience.count()));
     logFrameworkReply(step, priority, framework);
 }
 
 int queueSignal(pid_t pid, int signal) {
-    KAVEL_LOGI(KAVEL_NO_TAG, "fake: signal %d to %d", signal, pid);
+    KAVEL_LOGI(KAVEL_NO_TAG, "fake: signal %d to %d\n", signal, pid);
     errno = signals ? 0 : ESRCH;
     return signals ? 0 : -1;
 }
@@ -49,7 +49,7 @@ namespace {
 
 class Utils : public TraceNativeUtils {
     void flush(const std::string& session, bool stop, bool restart) override {
-        KAVEL_LOGI(KAVEL_NO_TAG, "fake: flush %s %d %d", session.c_str(), stop, restart);
+        KAVEL_LOGI(KAVEL_NO_TAG, "fake: flush %s %d %d\n", session.c_str(), stop, restart);
     }
 };
 
