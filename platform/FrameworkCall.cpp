@@ -47,6 +47,13 @@ void write(Parcel* data, int64_t argument) {
     data->writeInt64(argument);
 }
 
+/** Result of a request. */
+struct FrameworkReply {
+    bool hasService;  ///< if false, the other members are not set
+    status_t status;
+    int32_t value;  ///< 0 if the reply contains no value
+};
+
 FrameworkReply ask(uint32_t code, const std::vector<FrameworkArgument>& arguments) {
     static const auto* const token = new String16("android.os.IKavelManager");
     const sp<IBinder> service = frameworkService();
@@ -59,6 +66,22 @@ FrameworkReply ask(uint32_t code, const std::vector<FrameworkArgument>& argument
     }
     const status_t status = service->transact(code, data, &reply, 0);
     return {true, status, reply.readInt32()};
+}
+
+/** Logs @p reply; at @p priority if the service does not exist or returns an error. */
+void logFrameworkReply(const char* step, android_LogPriority priority,
+                       const FrameworkReply& reply) {
+    if (!reply.hasService) {
+        __android_log_print(priority, KAVEL_NO_TAG,
+                            "[dravo_kavel %s]: binder service kavel does not exist.\n", step);
+        return;
+    }
+    if (reply.status != OK) {
+        __android_log_print(priority, KAVEL_NO_TAG,
+                            "[dravo_kavel %s]: binder service kavel failed with error.\n", step);
+    }
+    KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel %s]: binder service kavel replied: %d.\n", step,
+               reply.value);
 }
 
 /** Returns the request as text for a log line: its code and its arguments. */

@@ -5,7 +5,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/FrameworkReply.h"
+#include <android/log.h>
 
 namespace android::kavel {
 
@@ -21,10 +21,10 @@ inline constexpr std::chrono::milliseconds kFrameworkPatience = std::chrono::sec
 
 /**
  * Sends request @p code of android.os.IKavelManager with @p arguments, and logs the reply when it
- * arrives (logFrameworkReply()). The caller waits for the reply, for at most @p patience. It does
- * not wait if an earlier request with the same code has been without a reply for that long. If the
- * caller continues without the reply, or if the request is not sent because eight requests with its
- * code have no reply, an error line is logged. Any thread.
+ * arrives: a missing service or an error at @p priority. The caller waits for the reply, for at
+ * most @p patience. It does not wait if an earlier request with the same code has been without a
+ * reply for that long. If the caller continues without the reply, or if the request is not sent
+ * because eight requests with its code have no reply, an error line is logged. Any thread.
  *
  * @param step  a string literal
  */

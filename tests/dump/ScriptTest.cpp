@@ -100,7 +100,6 @@ class Phone {
         for (const fs::directory_entry& entry : fs::directory_iterator("/data")) {
             fs::remove_all(entry.path());
         }
-        fake::setFramework({false, OK, 0});
         fake::setSignals(true);
         mRing.clear();
         mFolders.clear();
@@ -113,9 +112,6 @@ class Phone {
     }
     void fail(const std::string& start, int status, bool isDone) {
         mFaults.failures.push_back({start, status, isDone});
-    }
-    static void setFramework(status_t status, int32_t answer) {
-        fake::setFramework({true, status, answer});
     }
     int carryOut(const std::string& command) {
         const auto& all = mFaults.failures;
@@ -324,7 +320,6 @@ class Phone {
             {"remove", [](Line l) { fs::remove_all(l.rest(1)); }},
             {"list", [this](Line l) { list(l.rest(1)); }},
             // The world.
-            {"framework", [](Line l) { setFramework(intOf(l, 1), intOf(l, 2)); }},
             {"trace-utility", [](Line l) { setTraceUtility(l.word(1)); }},
             {"signals-fail", [](Line) { fake::setSignals(false); }},
             {"set", [](Line l) { fake::setProperty(l.word(1), l.word(2)); }},

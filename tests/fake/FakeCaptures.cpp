@@ -11,15 +11,10 @@ namespace android {
 namespace kavel {
 namespace {
 
-FrameworkReply framework = {false, OK, 0};
 std::atomic<bool> signals{true};
 std::atomic<bool> hasUtility{true};
 
 }  // namespace
-
-void fake::setFramework(const FrameworkReply& reply) {
-    framework = reply;
-}
 
 void fake::setTraceUtility(bool isThere) {
     hasUtility = isThere;
@@ -32,9 +27,8 @@ void fake::setSignals(bool work) {
 void callFramework(const char* step, android_LogPriority priority, uint32_t code,
                    std::vector<FrameworkArgument> arguments, std::chrono::milliseconds patience) {
     const int32_t argument = arguments.empty() ? -1 : std::get<int32_t>(arguments[0]);
-    KAVEL_LOGI(KAVEL_NO_TAG, "fake: request %u, argument %d, %d ms\n", code, argument,
-               static_cast<int>(patience.count()));
-    logFrameworkReply(step, priority, framework);
+    KAVEL_LOGI(KAVEL_NO_TAG, "fake: request %u of %s, argument %d, %d ms, priority %d\n", code,
+               step, argument, static_cast<int>(patience.count()), priority);
 }
 
 int queueSignal(pid_t pid, int signal) {

@@ -7,8 +7,6 @@ namespace android::kavel::fake {
 // What the trace captures ask of the phone: each request becomes a log line that begins with
 // "fake: ", so that it has its place in a transcript.
 
-/** How every request to the framework ends from now on; at first there is no service. */
-void setFramework(const FrameworkReply& reply);
 /** Whether there is a trace utility; at first there is. */
 void setTraceUtility(bool isThere);
 /** Whether signals can be sent; at first they can. */
