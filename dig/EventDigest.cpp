@@ -10,12 +10,6 @@ EventDigest::EventDigest(const std::vector<int64_t>& watchedIds) {
     for (const int64_t id : watchedIds) mWatched.push_back({id, {}});
 }
 
-size_t EventDigest::entries() const {
-    size_t entries = mRuns.size();
-    for (const Watched& watched : mWatched) entries += watched.peaks.size();
-    return entries;
-}
-
 void EventDigest::add(int64_t id, int64_t time) {
     if (mRuns.empty() || time > mRuns.back().time) mRuns.push_back({time, 0});
     ++mRuns.back().size;

@@ -29,8 +29,6 @@ class EventDigest {
 
     /** Number of events. */
     size_t size() const { return mSize; }
-    /** Number of stored entries, which determines the memory in use. */
-    size_t entries() const;
 
     /** Appends an event. */
     void add(int64_t id, int64_t time);

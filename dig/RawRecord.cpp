@@ -6,51 +6,38 @@
 #include <optional>
 #include <string_view>
 
-namespace android {
+namespace android::kavel {
 namespace {
 
-constexpr std::string_view kSeparator = ":";
+constexpr char kSeparator = ':';
 
-/** Takes the next token off @p rest; returns an empty token if there is none. */
-std::string_view takeToken(std::string_view* rest, std::string_view separators) {
-    rest->remove_prefix(std::min(rest->find_first_not_of(separators), rest->size()));
-    const std::string_view token = rest->substr(0, rest->find_first_of(separators));
-    rest->remove_prefix(token.size());
-    return token;
+/** Takes the next field off @p rest; returns an empty field if there is none. */
+std::string_view takeField(std::string_view* rest) {
+    rest->remove_prefix(std::min(rest->find_first_not_of(kSeparator), rest->size()));
+    const std::string_view field = rest->substr(0, rest->find(kSeparator));
+    rest->remove_prefix(field.size());
+    return field;
 }
 
 /**
  * Like std::stoll(), but returns nullopt instead of throwing. The number ends at the end of @p
- * token, because a separator or the text's NUL follows.
+ * field, because a separator or the text's NUL follows.
  */
-std::optional<int64_t> toNumber(std::string_view token) {
+std::optional<int64_t> toNumber(std::string_view field) {
     char* end = nullptr;
     errno = 0;
-    const int64_t number = strtoll(token.data(), &end, 10);
-    if (end == token.data() || errno == ERANGE) return std::nullopt;
+    const int64_t number = strtoll(field.data(), &end, 10);
+    if (end == field.data() || errno == ERANGE) return std::nullopt;
     return number;
 }
 
 }  // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is part of the interface
-std::vector<std::string> split(char* text, std::string separators) {
-    std::vector<std::string> tokens;
-    std::string_view rest = text;
-    while (true) {
-        const std::string_view token = takeToken(&rest, separators);
-        if (token.empty()) return tokens;
-        tokens.emplace_back(token);
-    }
-}
-
-namespace kavel {
-
 RawRecord parseRawRecord(const char* text) {
     std::string_view rest = text;
-    const std::string_view idField = takeToken(&rest, kSeparator);
-    const std::string_view name = takeToken(&rest, kSeparator);
-    const std::string_view timeField = takeToken(&rest, kSeparator);
+    const std::string_view idField = takeField(&rest);
+    const std::string_view name = takeField(&rest);
+    const std::string_view timeField = takeField(&rest);
     if (timeField.empty()) return {RecordFault::TooFewFields, 0, 0, ""};
     const std::optional<int64_t> id = toNumber(idField);
     const std::optional<int64_t> time = toNumber(timeField);
@@ -58,5 +45,4 @@ RawRecord parseRawRecord(const char* text) {
     return {RecordFault::None, *id, *time, std::string(name)};
 }
 
-}  // namespace kavel
-}  // namespace android
+}  // namespace android::kavel

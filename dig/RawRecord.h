@@ -2,17 +2,8 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
-namespace android {
-
-/**
- * Returns the tokens of @p text between characters of @p separators, like strtok_r(): a run of
- * separators counts as one, and there are no empty tokens. Does not change @p text.
- */
-std::vector<std::string> split(char* text, std::string separators);
-
-namespace kavel {
+namespace android::kavel {
 
 enum class RecordFault { None, TooFewFields, NotANumber };
 
@@ -24,8 +15,10 @@ struct RawRecord {
     std::string name;
 };
 
-/** Ignores fields after the third, and text after the digits of a number. */
+/**
+ * The fields are separated by ":"; a run of separators counts as one. Ignores fields after the
+ * third, and text after the digits of a number.
+ */
 RawRecord parseRawRecord(const char* text);
 
-}  // namespace kavel
-}  // namespace android
+}  // namespace android::kavel

@@ -20,7 +20,7 @@ class CommercialNotes {
     bool isCommercial() const;
 
     void setHasRelatedEvents(bool has);
-    bool hasRelatedEvents() const;  ///< information for readers only; does not change the pack
+    bool hasRelatedEvents() const;  ///< for readers of the events file; does not change the pack
 
     /** Adds TIME@NAME of a related event. The first entry must be the catch's own event. */
     void addRelatedEvent(const std::string& entry);

@@ -38,16 +38,21 @@ std::string localTime(const KavelTimestamp& time) {
 
 }  // namespace
 
-std::string eventLine(const KavelEvent& event, const std::string& name) {
-    return StringPrintf(
+std::string eventLine(const KavelEvent& event, const std::string& name,
+                      const std::vector<std::string>& related) {
+    std::string line = StringPrintf(
             "{\"utc\":\"%s\",\"local\":\"%s\",\"recordId\":%d,\"eventId\":\"0x%" PRIx64
             "\",\"name\":%s,\"pid\":%d,\"uid\":%d,\"process\":%s,\"version\":%s,\"type\":%s,"
-            "\"mask\":\"0x%x\"}\n",
+            "\"mask\":\"0x%x\"",
             utcTime(event.timestamp).c_str(), localTime(event.timestamp).c_str(),
             event.kavelEventId, static_cast<uint64_t>(event.eventId), jsonString(name).c_str(),
             event.pid, event.uid, jsonString(event.extraInfo.processName).c_str(),
             jsonString(event.extraInfo.packageVersion).c_str(),
             jsonString(event.extraInfo.eventType).c_str(), static_cast<uint32_t>(event.logInfo));
+    for (const std::string& entry : related) {
+        line += (&entry == &related.front() ? ",\"related\":[" : ",") + jsonString(entry);
+    }
+    return line + (related.empty() ? "}\n" : "]}\n");
 }
 
 }  // namespace android::kavel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "event/KavelEvent.h"
 
@@ -13,8 +14,10 @@ inline constexpr const char* kEventsFile = "kavel_events.txt";
  * Returns the line of the events file for @p event: a JSON object and a newline. Bytes that are not
  * UTF-8 become U+FFFD.
  *
- * @param name  that the event type was configured with
+ * @param name     that the event type was configured with
+ * @param related  events of the same incident as TIME@NAME; empty if there are no others
  */
-std::string eventLine(const KavelEvent& event, const std::string& name);
+std::string eventLine(const KavelEvent& event, const std::string& name,
+                      const std::vector<std::string>& related = {});
 
 }  // namespace android::kavel

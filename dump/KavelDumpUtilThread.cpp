@@ -62,7 +62,10 @@ void logNoFolder(const char* thread, const CatchRef& running) {
 void addEventLine(const char* thread, const CatchRef& running, LogFolder& folder) {
     const KavelEvent& event = *running->event;
     const std::string name = running->context.parameters.eventName(event.eventId);
-    if (folder.addEventLine(kavel::eventLine(event, name))) return;
+    const kavel::CommercialNotes& notes = running->commercial;
+    const auto related =
+            notes.hasRelatedEvents() ? notes.relatedEvents() : std::vector<std::string>();
+    if (folder.addEventLine(kavel::eventLine(event, name, related))) return;
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "[dravo_kavel %s]: %s is not in %s of %s\n", thread,
                 kavel::eventText(event).c_str(), kavel::kEventsFile, folder.path().c_str());
 }

@@ -19,24 +19,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-TEST(RawRecord, SplitsAsStrtokDoes) {
-    struct {
-        std::string text, separators;
-        Lines tokens;
-    } const rows[] = {
-            {":::", ":", {}},
-            {"a", ":", {"a"}},
-            {"::a:: b :c", ":", {"a", " b ", "c"}},
-            {"a:b;c", ";:", {"a", "b", "c"}},
-            {"a:b", "", {"a:b"}},
-    };
-    for (const auto& row : rows) {
-        std::string text = row.text;
-        EXPECT_EQ(split(text.data(), row.separators), row.tokens) << row.text;
-        EXPECT_EQ(text, row.text);
-    }
-}
-
 std::string parse(const char* text) {
     const RawRecord record = parseRawRecord(text);
     const char* const faults[] = {"", "too few fields ", "not a number "};

@@ -106,8 +106,9 @@ TEST(EventLine, IsOneJsonObject) {
               "\"type\":\"\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|"
               "\\ufffd\\ufffd\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd\",\"mask\":\"0xfffffffe\"}\n");
     time.tm_gmtoff = -12600;
-    EXPECT_NE(eventLine(KavelEvent(1, &time, 0, 0, 0, &extra), "").find("01:00:00.007-03:30\""),
-              std::string::npos);
+    const std::string line = eventLine(KavelEvent(1, &time, 0, 0, 0, &extra), "", {"a", "b\""});
+    EXPECT_NE(line.find("01:00:00.007-03:30\""), std::string::npos);
+    EXPECT_NE(line.find(",\"related\":[\"a\",\"b\\\"\"]}\n"), std::string::npos);
 }
 
 // On a tie the earlier file stays; without a time of the event the epoch is nearer than any file.
