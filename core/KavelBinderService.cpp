@@ -9,6 +9,22 @@
 #include "platform/Log.h"
 
 namespace android {
+namespace {
+
+/**
+ * Runs @p call. The binder runtime does not catch exceptions, so one would end the daemon. Even the
+ * first use of the handler can throw, if there is no memory or no thread.
+ */
+template <typename Call>
+void guarded(const char* step, long eventId, const Call& call) {
+    try {
+        call();
+    } catch (const std::exception& e) {
+        KAVEL_LOGE(KAVEL_TAG_BINDER, "[%s]: eventId 0x%lx dropped: %s\n", step, eventId, e.what());
+    }
+}
+
+}  // namespace
 
 void KavelBinderService::sendFrameworkEvent(long eventId, long timestamp, long logInfo, int pid,
                                             int uid, String16 extraInfo) {
@@ -21,7 +37,9 @@ void KavelBinderService::sendFrameworkEvent(long eventId, long timestamp, long l
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent uid: %d", uid);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent extraInfo: %s", extraText.c_str());
 
-    KavelEventHandler::getInstance().report({eventId, logInfo, pid, uid, extraText});
+    guarded("sendFrameworkEvent", eventId, [&] {
+        KavelEventHandler::getInstance().report({eventId, logInfo, pid, uid, extraText});
+    });
 }
 
 void KavelBinderService::updateEventParams(long eventId, String16 eventName, bool isEnable,
@@ -31,18 +49,13 @@ void KavelBinderService::updateEventParams(long eventId, String16 eventName, boo
                "Bn updateEventParams eventId: 0x%lx, isEnable: %d, reportFreq: %ld,timeWindow: "
                "%ld,recoverId: %ld",
                eventId, isEnable, reportFreq, timeWindow, recoverId);
-    try {
+    guarded("updateEventParams", eventId, [&] {
         kavel::EventParameters& parameters = KavelEventHandler::getInstance().parameters();
         parameters.updateEventParams(eventId, isEnable, reportFreq);
         parameters.setTimeWindow(eventId, timeWindow);
         parameters.setRecoverId(eventId, recoverId);
         parameters.setEventIdMap(recoverId, eventId, String8(eventName).c_str());
-    } catch (const std::exception& e) {
-        // The binder runtime does not handle exceptions: an exception that got there would end the
-        // daemon.
-        KAVEL_LOGE(KAVEL_TAG_BINDER, "[updateEventParams]: settings of eventId 0x%lx dropped: %s\n",
-                   eventId, e.what());
-    }
+    });
 }
 
 }  // namespace android

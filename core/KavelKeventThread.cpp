@@ -132,7 +132,7 @@ bool KavelKeventThread::openSocket() {
 }
 
 bool KavelKeventThread::registerWithKernel() {
-    // The kernel learns our port from the header of this message.
+    // The kernel takes our port from the header of this message.
     int result = 0;
     if (mIsGki2) {
         mFamilyId = genlGetFamilyId(kFamilyName);
@@ -207,7 +207,7 @@ int KavelKeventThread::sendKeventComp(int type, int flag, const char* data) {
 
 /**
  * Returns the number of bytes received into mRecvData, or -EINVAL. Repeated failures are logged
- * ever less often.
+ * less and less often.
  */
 int KavelKeventThread::receiveLocked(const char* startLine) {
     // After a single failure the next receive is still logged as usual.

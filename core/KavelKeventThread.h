@@ -18,8 +18,8 @@ namespace android {
  * one at a time, on its own thread. Uses generic netlink if the kernel is 5.10 or newer, and a raw
  * netlink protocol otherwise.
  *
- * If the set-up fails (no socket, no bind, no such family), the thread ends for good. The rest of
- * the daemon continues without kernel events.
+ * If the set-up fails (no socket, no bind, no such family), the thread ends and is not restarted.
+ * The rest of the daemon continues without kernel events.
  */
 class KavelKeventThread : public Thread {
   public:

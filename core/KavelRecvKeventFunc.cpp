@@ -2,6 +2,7 @@
 
 #include <cinttypes>
 #include <cstring>
+#include <exception>
 
 #include <android-base/properties.h>
 #include <android-base/stringprintf.h>
@@ -60,6 +61,7 @@ std::optional<PlxMsg> getPlxMsgFromKevent(const kavel_kevent_packet& packet) {
         return std::nullopt;
     }
     if (msg.data.empty()) {
+        // Tools that read the log depend on the word "send".
         KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent, no plx data to be send\n");
         return std::nullopt;
     }
@@ -116,6 +118,7 @@ void processBeforePlxMsgSend(const PlxMsg& msg, const std::string& payload) {
     property_set("sys.kavel.pwkey_errorid", errorId.c_str());
     property_set("sys.kavel.log_type", "8");
     property_set("ctl.restart", "dumpstate_kavel");
+    // Tools that read the log depend on the spelling "pwrkey" here, and "pwkey" above.
     KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel, start dumpstate_kavel for catch pwrkey log, errorid:%s",
                errorId.c_str());
 }
@@ -163,8 +166,13 @@ void handleKernelSendEvent(const std::string& message) {
     for (const kavel::EventToken& token : event.tokens) logToken(token);
     if (event.isBad) return;
     constexpr int kKernelUid = 0;
-    KavelEventHandler::getInstance().report(
-            {event.eventId, event.logInfo, event.pid, kKernelUid, event.extraInfo});
+    try {
+        KavelEventHandler::getInstance().report(
+                {event.eventId, event.logInfo, event.pid, kKernelUid, event.extraInfo});
+    } catch (const std::exception& e) {  // on the first use, if there is no memory or no thread
+        KAVEL_LOGE(KAVEL_NO_TAG, "dravo_kavel handleKernelSendEvent event %ld dropped: %s\n",
+                   event.eventId, e.what());
+    }
 }
 
 void handleKernelSendKavelEvent(const kavel_kevent_packet& packet) {

@@ -28,7 +28,7 @@ std::string newestLines(int fd, off_t size) {
 }
 
 bool writeNewFile(const std::string& path, const std::string& text, mode_t mode) {
-    unlink(path.c_str());  // left over if an earlier daemon died
+    unlink(path.c_str());  // left over if an earlier daemon ended before the rename
     const base::unique_fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
     // Sync before the rename: after a power cut the file must not be empty.
     return file.ok() && fchmod(file.get(), mode) == 0 && base::WriteStringToFd(text, file.get()) &&

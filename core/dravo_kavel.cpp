@@ -1,8 +1,8 @@
-// The daemon: starts its inputs in order, then serves binder calls. Reports come in by two ways:
-// from the framework to KavelBinderService, on a binder thread, and from the kernel to
-// KavelRecvKeventFunc, on the thread of KavelKeventThread. Both pass them to KavelEventHandler,
-// which the first report builds. Raw records come in by the control socket, and only the matcher
-// sees them (sendRawEvent()).
+// The daemon: starts its inputs in order, then serves binder calls. Reports arrive in two ways: the
+// framework calls KavelBinderService on a binder thread; the kernel's packets reach
+// KavelRecvKeventFunc on the thread of KavelKeventThread. Both call KavelEventHandler, which is
+// built on first use. Raw records arrive over the control socket and go only to the matcher
+// (sendRawEvent()).
 
 #include <thread>
 

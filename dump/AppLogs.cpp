@@ -74,6 +74,7 @@ bool checkPathIsDir(const std::string& path) {
     std::error_code error;
     const fs::file_type type = fs::status(path, error).type();
     if (type == fs::file_type::none || type == fs::file_type::not_found) {
+        // Tools that read the log depend on the words "not exist".
         KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel checkPathIsDir]: %s not exist", path.c_str());
         return false;
     }

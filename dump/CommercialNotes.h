@@ -15,7 +15,7 @@ namespace android::kavel {
  */
 class CommercialNotes {
   public:
-    /** Marks the catch as commercial: its threads may have to find their folder themselves. */
+    /** Marks the catch as commercial: a dump thread may have to create its folder. */
     void begin();
     bool isCommercial() const;
 

@@ -1,21 +1,13 @@
 #include "dump/DumpContext.h"
 
-#include <system_error>
-
-#include "platform/Log.h"
-
 namespace android::kavel {
 namespace {
 
 constexpr uint64_t kHeavyDumpIntervalNs = 30'000'000'000;
 
-/** Starts the first threads of @p pool. If none can be created, its first task tries again. */
-void start(std::KavelThreadPool& pool, uint16_t count) {
-    try {
-        pool.addThread(count);
-    } catch (const std::system_error& e) {
-        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel addThread]: no thread: %s\n", e.what());
-    }
+/** Whether a set is due at @p nowNs if the last one was at @p lastNs; 0 if there was none. */
+bool isDue(uint64_t lastNs, uint64_t nowNs) {
+    return lastNs == 0 || nowNs - lastNs > kHeavyDumpIntervalNs;
 }
 
 }  // namespace
@@ -23,17 +15,13 @@ void start(std::KavelThreadPool& pool, uint16_t count) {
 void PendingCaptures::start(uint32_t bit, const KavelTimestamp& timestamp) {
     MutexLock lock(mLock);
     mTimestamps[bit] = timestamp;
-    mMask |= bit;  // after its time: a thread that sees the bit reads the time
+    mMask |= bit;  // set after the time, so that the time is there when the bit is seen
 }
 
 int64_t PendingCaptures::timeOf(uint32_t bit) const {
     MutexLock lock(mLock);
     const auto entry = mTimestamps.find(bit);
     return entry == mTimestamps.end() ? 0 : entry->second.realtimeNs;
-}
-
-bool HeavyDumpLimit::isDue(uint64_t lastNs, uint64_t nowNs) {
-    return lastNs == 0 || nowNs - lastNs > kHeavyDumpIntervalNs;
 }
 
 bool HeavyDumpLimit::tryTake(uint64_t nowNs) {
@@ -47,9 +35,9 @@ DumpContext::DumpContext(EventParameters& eventParameters)
         cmdPool("kavel_tp_cmd", 5, 10),
         logcatPool("kavel_tp_logcat", 1, 1),
         historyPool("kavel_tp_history", 1, 5) {
-    start(cmdPool, 5);
-    start(logcatPool, 1);
-    start(historyPool, 1);
+    cmdPool.addThread(5);
+    logcatPool.addThread(1);
+    historyPool.addThread(1);
 }
 
 }  // namespace android::kavel

@@ -31,14 +31,8 @@ class PendingCaptures {
 /** Limits heavy dumps to one set in thirty seconds, for all events together. */
 class HeavyDumpLimit {
   public:
-    /** Takes the turn at @p nowNs (monotonic) if a set is due. Returns whether it was taken. */
+    /** Records a set at @p nowNs (monotonic) if one is due. Returns whether it did. */
     bool tryTake(uint64_t nowNs);
-
-    /**
-     * Whether a set is due at @p nowNs if the last one was at @p lastNs; 0 means that there was
-     * none.
-     */
-    static bool isDue(uint64_t lastNs, uint64_t nowNs);
 
   private:
     std::atomic<uint64_t> mLastNs{0};

@@ -15,7 +15,8 @@ inline constexpr const char* kEventsFile = "kavel_events.txt";
  * UTF-8 become U+FFFD.
  *
  * @param name     that the event type was configured with
- * @param related  events of the same incident as TIME@NAME; empty if there are no others
+ * @param related  entries TIME@NAME: the event itself, then the older events that were noted with
+ *                 it; empty if there are none
  */
 std::string eventLine(const KavelEvent& event, const std::string& name,
                       const std::vector<std::string>& related = {});

@@ -31,7 +31,7 @@ using kavel::SystemTrace;
 namespace {
 
 constexpr uint64_t kQuickWindow = 5;        // seconds
-constexpr uint64_t kCommercialWindow = 30;  // seconds, whatever the event's own window
+constexpr uint64_t kCommercialWindow = 30;  // seconds; the event's own window is not used
 constexpr uint64_t kWindowless = 30;        // seconds that an event without a window waits
 /** Maximum length of a window in seconds: while it is open, events of all types join it. */
 constexpr int64_t kMaxWindow = 3600;

@@ -83,6 +83,7 @@ void collectLog(uint32_t logInfo, const CatchRef& running) {
         systemTrace.source == SystemTrace::Source::Framework) {
         context.captures.start(KAVEL_LOGINFO_FRAMEWORK_SYSTRACE, event.timestamp);
         callFrameworkDumpSystrace();
+        // Tools that read the log depend on "[tagL]", which names no step.
         KAVEL_LOGI(KAVEL_NO_TAG, "[tagL]: callFrameworkDumpSystrace:%ld",
                    static_cast<long>(systemTrace.code));
     }

@@ -68,7 +68,8 @@ size_t findFolderId(std::string_view text) {
     return std::string_view::npos;
 }
 
-/** Removes ".N" from the end of @p stem, as archiveName() writes it. Returns N, or 1 without. */
+/** Removes ".N" from the end of @p stem, as archiveName() writes it. Returns N, or 1 if there is
+ * none. */
 uint32_t takeSequence(std::string_view& stem) {
     constexpr size_t kMaxDigits = 3;
     const size_t dot = stem.rfind('.');

@@ -133,8 +133,8 @@ void logRunAndCheck(const char* prefix, const std::string& command, const char* 
 }
 
 bool verifyLogIntegrity(const KavelEvent& record) {
-    // With a bit that no command confirms this stays false, and the pack waits its full time. That
-    // is intended: some of the other files are still being written in these seconds.
+    // If no command confirms a bit, this stays false and the pack waits its full time. That is
+    // intended: some of the other files are still being written in these seconds.
     return record.collected == static_cast<uint32_t>(record.logInfo);
 }
 

@@ -70,6 +70,7 @@ void moveNearest(const TraceScan& scan, uint64_t time, const std::string& target
 
 void callFrameworkDumpANRTrace(const KavelEvent& event) {
     const TraceSection trace("callFrameworkDumpANRTrace");
+    // Tools that read the log depend on this name of the step, which is not the function's.
     callFramework("callFrameworkBinderDemo", ANDROID_LOG_INFO, kDumpAnrTrace, {event.pid});
 }
 
@@ -113,10 +114,11 @@ void dumpNativeSystraceWithThread(const KavelEvent& event) {
     KAVEL_LOGI(KAVEL_NO_TAG, "%sKavelNativeSystrace stop and restart.\n", kPrefix);
     const std::string name = getLatestNativeSystraceFilePath(event);
     if (name.empty()) {
+        // Tools that read the log depend on the words "is not exist".
         KAVEL_LOGI(KAVEL_NO_TAG, "%sthe latest trace file is not exist", kPrefix);
         return;
     }
-    if (!ensureCollectionDirectory()) {  // cp would make a file of its name
+    if (!ensureCollectionDirectory()) {  // cp would create a file with this name
         KAVEL_LOGE(KAVEL_NO_TAG, "%s%s: %s cannot be used.\n", kPrefix, eventText(event).c_str(),
                    kArchiveDirectory);
         return;

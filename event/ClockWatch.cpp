@@ -6,7 +6,7 @@ namespace android::kavel {
 namespace {
 
 constexpr int64_t kTolerance = 1'000'000'000;
-/** Part of the time between two readings by which a clock that is being adjusted may differ. */
+/** Divisor: an adjusted clock may deviate by this part of the elapsed time. */
 constexpr int64_t kDrift = 1000;
 
 }  // namespace

@@ -93,7 +93,7 @@ constexpr bool isSorted() {
     }
     return true;
 }
-static_assert(isSorted(), "eventTypeOf() searches by halves");
+static_assert(isSorted(), "eventTypeOf() uses a binary search");
 
 }  // namespace
 

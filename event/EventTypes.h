@@ -34,10 +34,10 @@ enum class FolderSubject {
 /** The records whose statistic is uploaded. */
 enum class StatisticRule {
     All,
-    NewOnly,  ///< not those that tell how a known situation goes on: closeUser, dialog, end
+    NewOnly,  ///< all but progress reports of a known situation: closeUser, dialog, end
 };
 
-/** The logs that a record leads to. */
+/** The logs that are collected for a record. */
 enum class LogRule {
     Collected,  ///< those that the log-info word selects
     HangFiles,  ///< only the hang files of the multimedia tooling, five minutes later
@@ -51,7 +51,7 @@ enum class CommercialPart {
     None,       ///< technical event that is in no archive
 };
 
-/** The system trace that each catch requests besides the selected logs. */
+/** The system trace that each catch requests in addition to the selected logs. */
 struct SystemTrace {
     enum class Source { None, Framework, Native };
 
@@ -76,14 +76,14 @@ enum EventTraits : uint32_t {
 
 /** One row of the table. */
 struct EventType {
-    EventIds ids;               ///< event types that the row is about
-    std::string_view name;      ///< for people; empty if the handling does not show what it is
+    EventIds ids;               ///< event types of this row
+    std::string_view name;      ///< display name; empty if the meaning is unknown
     ExtraTextForm extraText;    ///< how the extra text is read
     FolderSubject subject;      ///< what log folder and archive are named after
     StatisticRule statistic;    ///< which records are uploaded
     LogRule logs;               ///< which logs are collected
     CommercialPart commercial;  ///< which archive it is part of on a commercial build
-    SystemTrace trace;          ///< trace that is requested besides the selected logs
+    SystemTrace trace;          ///< trace that is requested in addition to the selected logs
     ExtraInfoFile extraInfo;    ///< what extraInfo.txt says
     const char* backtrace;  ///< pattern of the framework's files that the pack moves in, or null
     uint32_t traits;        ///< EventTraits
@@ -104,7 +104,7 @@ extern const std::array<EventType, kEventTypeCount> kEventTypes;
 /** The row of all other event types. */
 extern const EventType kOtherEventTypes;
 
-/** Returns the row of @p eventId. It lives as long as the program. */
+/** Returns the row of @p eventId. It is valid until the program ends. */
 const EventType& eventTypeOf(int64_t eventId);
 
 }  // namespace android::kavel

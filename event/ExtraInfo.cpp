@@ -6,8 +6,7 @@
 namespace android::kavel {
 namespace {
 
-// Distances from the start of a key: to its value (the key and its colon), or from the end of the
-// previous value (the comma between two fields as well).
+// Lengths: of a key with its colon (kAfter...), and with the comma before it (k...Frame).
 constexpr int32_t kAfterProcessName = 12;
 constexpr int32_t kAfterPackageVersion = 15;
 constexpr int32_t kAfterEventType = 10;

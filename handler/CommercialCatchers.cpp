@@ -28,6 +28,7 @@ std::string CommercialCatchers::relatedEntry(const KavelEvent& event) {
 void CommercialCatchers::commerialAbnormalActionKavelEventLogCatcher(const EventRef& event) {
     const std::vector<EventRef> records = mEvents.records();
     if (records.empty()) {
+        // Tools that read the log depend on this name of the step, here and below.
         KAVEL_LOGI(KAVEL_TAG_BINDER,
                    "[kavelEventHandleThread]: No kavelEventListHead error, logs might be "
                    "missing.\n");

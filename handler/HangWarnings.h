@@ -14,8 +14,8 @@ class HangWarnings {
     explicit HangWarnings(DumpContext& dump) : mDump(dump) {}
 
     /**
-     * Makes the folder and starts the thread. The number of waiting warnings is limited to the size
-     * of the event list; any more are dropped with an error line.
+     * Makes the folder and starts the thread. The number of waiting warnings is limited; any
+     * more are dropped with an error line.
      *
      * @throws std::system_error if no thread can be created
      */

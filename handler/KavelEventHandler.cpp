@@ -43,12 +43,12 @@ void KavelEventHandler::report(const KavelReport& report) {
     }
 }
 
-/** Time windows, duplicates and names use the wall clock. This line explains odd ones. */
+/** Windows, duplicates and names use the wall clock, so a step back can make them wrong. */
 void KavelEventHandler::logStepBack(const KavelTimestamp& arrival) {
     const int64_t back = mClock.steppedBack(arrival.realtimeNs, kavel::monotonicNs());
     if (back == 0) return;
     KAVEL_LOGW(KAVEL_TAG_BINDER,
-               "[report]: the wall clock was set back, by at least %" PRId64 " ms.\n",
+               "[buildNewKavelEvent]: the wall clock was set back, by at least %" PRId64 " ms.\n",
                back / 1'000'000);
 }
 

@@ -27,8 +27,9 @@ struct KavelReport {
 };
 
 /**
- * The process-wide object that the inputs report to. Owns the settings, the event list, the pools
- * and the catchers. The first report builds it; it is never destroyed. Any thread.
+ * The process-wide object that the inputs call. Owns the settings, the event list, the pools and
+ * the catchers. Built on first use and never destroyed. Any thread. In a test, an object of its own
+ * must outlive the catches that it starts.
  */
 class KavelEventHandler : public Singleton<KavelEventHandler> {
   public:

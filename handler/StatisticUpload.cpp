@@ -1,11 +1,17 @@
 #include "handler/StatisticUpload.h"
 
+#include <optional>
+#include <string>
+
 #include "event/KavelTimestamp.h"
+#include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
 #include "platform/TraceSection.h"
 
 namespace android::kavel {
+namespace {
 
+/** Returns the keys and values of the statistic about @p event, in a fixed order. */
 CommonPlxServiceManager::Pairs statisticPairs(const KavelEvent& event,
                                               const std::string& eventName) {
     CommonPlxServiceManager::Pairs pairs = {{"logType", eventName}};
@@ -22,11 +28,14 @@ CommonPlxServiceManager::Pairs statisticPairs(const KavelEvent& event,
     return pairs;
 }
 
+/** Whether @p event continues an incident that has already been uploaded. */
 bool isRepeatedStatistic(const KavelEvent& event) {
     const std::string& type = event.extraInfo.eventType;
     return event.type.statistic == StatisticRule::NewOnly &&
            (type == "closeUser" || type == "dialog" || type == "end");
 }
+
+}  // namespace
 
 int dravo_statistic_common(const EventParameters& parameters, const KavelEvent& event) {
     const TraceSection trace("dravo_statistic_common");

@@ -1,19 +1,9 @@
 #pragma once
 
-#include <string>
-
 #include "event/EventParameters.h"
 #include "event/KavelEvent.h"
-#include "platform/CommonPlxServiceManager.h"
 
 namespace android::kavel {
-
-/** Returns the keys and values of the statistic about @p event, in a fixed order. */
-CommonPlxServiceManager::Pairs statisticPairs(const KavelEvent& event,
-                                              const std::string& eventName);
-
-/** Whether @p event continues an incident that has already been uploaded. */
-bool isRepeatedStatistic(const KavelEvent& event);
 
 /**
  * Uploads one statistic about @p event (sendToPlxFromCommonPlx()).

@@ -1,5 +1,7 @@
 #include "handler/VariantPolicy.h"
 
+#include <string>
+
 #include <android-base/properties.h>
 
 #include "platform/Log.h"
@@ -11,12 +13,27 @@ using base::GetProperty;
 
 namespace {
 
+/** Properties that determine the kind of the build. */
+struct BuildProperties {
+    std::string otaVersion;
+    std::string releaseType;
+    std::string cta;
+    std::string romVersion;
+};
+
+/** Kinds of builds; more than one may apply. */
+struct BuildClass {
+    bool isCommercialVersion;
+    bool isReleaseVersion;
+    bool isPreVersion;
+    bool isCtaVersion;
+};
+
 bool contains(const std::string& text, const char* word) {
     return text.find(word) != std::string::npos;
 }
 
-}  // namespace
-
+/** A missing property is an empty text. */
 BuildClass classifyBuild(const BuildProperties& properties) {
     BuildClass build = {};
     build.isPreVersion = contains(properties.otaVersion, "PRE") ||
@@ -28,6 +45,8 @@ BuildClass classifyBuild(const BuildProperties& properties) {
             build.isReleaseVersion && !build.isCtaVersion && !build.isPreVersion;
     return build;
 }
+
+}  // namespace
 
 VariantPolicy::VariantPolicy() : mSystemVersion(checkSystemVerion()) {
     getOtaVersion();

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <string>
 
 namespace android::kavel {
 
@@ -9,25 +8,6 @@ namespace android::kavel {
 // spelling.
 inline constexpr bool KAVEL_SYSTEM_VERSION_FORMAL = true;  ///< commercial build
 inline constexpr bool KAVEL_SYSTEM_VERSION_TRAIL = false;  ///< field trial
-
-/** Properties that determine the kind of the build. */
-struct BuildProperties {
-    std::string otaVersion;
-    std::string releaseType;
-    std::string cta;
-    std::string romVersion;
-};
-
-/** Kinds of builds; more than one may apply. */
-struct BuildClass {
-    bool isCommercialVersion;
-    bool isReleaseVersion;
-    bool isPreVersion;
-    bool isCtaVersion;
-};
-
-/** Has no side effects. A missing property is an empty text. */
-BuildClass classifyBuild(const BuildProperties& properties);
 
 /** Chooses between field-trial and commercial handling by system properties. Any thread. */
 class VariantPolicy {
@@ -39,14 +19,15 @@ class VariantPolicy {
      * interface.
      */
     static bool checkSystemVerion();
-    /** Writes a log line. The property that it reads is not used. */
-    static void getOtaVersion();
     /** Reads the properties again, so that a change takes effect with the next event. */
     void kavelVersionSwitch();
     /** KAVEL_SYSTEM_VERSION_FORMAL or KAVEL_SYSTEM_VERSION_TRAIL. */
     bool systemVersion() const { return mSystemVersion; }
 
   private:
+    /** Writes a log line. The property that it reads is not used. */
+    static void getOtaVersion();
+
     std::atomic<bool> mSystemVersion;
 };
 

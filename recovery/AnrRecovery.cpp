@@ -34,11 +34,13 @@ constexpr size_t kStatusSize = 4096;
  * line. Returns nullopt if there is no such line or number.
  */
 std::optional<int64_t> uidOf(std::string_view status) {
-    constexpr std::string_view kKey = "\nUid:";
-    // The name of the process is in the first line, so no text of its own can be the key.
-    const size_t key = status.find(kKey);
-    if (key == std::string_view::npos) return std::nullopt;
-    status.remove_prefix(key + kKey.size());
+    constexpr std::string_view kKey = "Uid:";
+    while (status.substr(0, kKey.size()) != kKey) {
+        const size_t end = status.find('\n');
+        if (end == std::string_view::npos) return std::nullopt;
+        status.remove_prefix(end + 1);
+    }
+    status.remove_prefix(kKey.size());
     status.remove_prefix(std::min(status.find_first_not_of(" \t"), status.size()));
     int64_t uid = -1;
     std::from_chars(status.data(), status.data() + status.size(), uid);
@@ -170,6 +172,7 @@ bool KavelAnrRecoveryMonitor::isReboot(const proc_t* before, const proc_t* after
         return false;
     }
     if (before->pid == 0 && before->uid == 0) {
+        // Tools that read the log depend on the words "is not exist".
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[KavelAnrRecoveryMonitor::isReboot]: anr process recover success for pid is "
                    "not exist.");

@@ -25,8 +25,7 @@ constexpr uint32_t kMaxPid = 0x400000;  // PID_MAX_LIMIT of the 64-bit kernel
 constexpr size_t ThreadMaxOnlineCount = 10;
 
 // Maximum number of watch threads. A cancelled watch is no longer in the list but still waits, so
-// the size of the list does not limit the threads. Same as the maximum number of records in the
-// event list.
+// the size of the list does not limit the threads.
 constexpr size_t kMaxWatchThreads = 31;
 
 constexpr const char* kHandleThread = "handle_thread";

@@ -11,7 +11,7 @@ namespace {
 
 enum RecoverId : int64_t { kAnr = 1, kFrameworkRestart = 2, kKernelPanic = 3 };
 
-/** Only while this application is being recovered does a failed recovery restart the phone. */
+/** A failed recovery restarts the phone only while this application is being recovered. */
 constexpr const char* kTestPackage = "com.test.kavelanrrecovery";
 
 constexpr uint32_t kAnrRecoveryBegun = 8;  // of android.os.IKavelManager

@@ -4,7 +4,8 @@
 
 namespace android::kavel {
 
-// What brings a hung device back, and the search for the process to end. Any thread.
+// Restart of the framework, crash of the kernel, and the search for a process by its command. Any
+// thread.
 
 /** Kills system_server, so that init restarts the framework. Returns 0, or -1 if there is none. */
 int doKavelWmRebootAction();

@@ -143,7 +143,7 @@ TEST(Report, ClockThatIsSetBackIsLogged) {
         fake::clearLog();
         fake::stepWallClock(seconds);
         for (int i = 0; i < 2; ++i) handler().report({kDisabled, 0, 0, 0, ""});
-        return fake::logCount("[report]: the wall clock was set back");
+        return fake::logCount("[buildNewKavelEvent]: the wall clock was set back");
     };
     const std::pair<int64_t, size_t> rows[] = {{0, 0}, {3600, 0}, {-1, 0}, {-2, 1}, {0, 0}, {5, 0}};
     for (const auto& [seconds, lines] : rows) EXPECT_EQ(linesAfter(seconds), lines) << seconds;
