@@ -186,9 +186,4 @@ void KavelAnrRecoveryMonitor::runMonitorThreadLocked(const Message& request,
                kind, request.pid, static_cast<int>(mMonitorList.size()));
 }
 
-KavelAnrRecoveryMonitor::ListSizes KavelAnrRecoveryMonitor::listSizes() const {
-    MutexLock lock(mLock);
-    return {mRequestList.size(), mMonitorList.size(), mCancelList.size()};
-}
-
 }  // namespace android

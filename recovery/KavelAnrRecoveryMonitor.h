@@ -94,14 +94,6 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     void setAnrTesting(bool testing) { mIsKavelAnrTesting = testing; }
     bool isAnrTesting() const { return mIsKavelAnrTesting; }
 
-    /** Current number of entries in each list. */
-    struct ListSizes {
-        size_t requested;
-        size_t monitored;
-        size_t cancelled;
-    };
-    ListSizes listSizes() const EXCLUDES(mLock);
-
   private:
     friend class Singleton<KavelAnrRecoveryMonitor>;
     using Messages = std::list<Message>;
@@ -124,7 +116,7 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     void countWatchesLocked() REQUIRES(mLock) { mWatchCount = mMonitorList.size(); }
 
     std::atomic<bool> mIsKavelAnrTesting{false};
-    mutable kavel::Mutex mLock;
+    kavel::Mutex mLock;
     Messages mRequestList GUARDED_BY(mLock);
     Messages mMonitorList GUARDED_BY(mLock);
     Messages mCancelList GUARDED_BY(mLock);

@@ -4,6 +4,8 @@
 #include <chrono>
 #include <utility>
 
+#include <unistd.h>
+
 #include "platform/Mutex.h"
 #include "tests/fake/LogFunction.h"
 
@@ -32,7 +34,7 @@ size_t countIn(const std::vector<LogLine>& lines, const std::string& text) {
 void keep(const PassingLine& line) {
     MutexLock lock(captured().lock);
     captured().lines.push_back({line.priority, line.tag == nullptr ? "(null)" : line.tag, line.text,
-                                std::this_thread::get_id()});
+                                std::this_thread::get_id(), gettid()});
     captured().changed.notify_all();
 }
 
@@ -64,6 +66,10 @@ std::vector<LogLine> logLines() {
 void clearLog() {
     MutexLock lock(captured().lock);
     captured().lines.clear();
+}
+
+void note(const std::string& text) {
+    __android_log_write(ANDROID_LOG_VERBOSE, nullptr, text.c_str());
 }
 
 std::vector<LogLine> drainLog() {

@@ -4,6 +4,8 @@
 #include <thread>
 #include <vector>
 
+#include <sys/types.h>
+
 namespace android::kavel::fake {
 
 /** One captured log line. */
@@ -12,6 +14,7 @@ struct LogLine {
     std::string tag;  ///< if the daemon gave none: the program's name, from liblog
     std::string text;
     std::thread::id thread;
+    pid_t tid;  ///< its id in the kernel, which no later thread has
 };
 
 /** Captures all further log lines of all threads, which are not written. */
@@ -21,6 +24,8 @@ std::vector<LogLine> logLines();
 void clearLog();
 /** The same, and clears it in the same step, so that no line of another thread is lost. */
 std::vector<LogLine> drainLog();
+/** Logs "V TEXT": what a fake does has its place among the other lines. */
+void note(const std::string& text);
 /** The line as "I text" or "I TAG: text", with the newline at its end if it has one. */
 std::string shown(const LogLine& line);
 /**

@@ -10,6 +10,7 @@
 #include "platform/ProcFs.h"
 #include "platform/Signals.h"
 #include "platform/SysrqTrigger.h"
+#include "tests/fake/FakeLog.h"
 
 namespace android::kavel {
 namespace fake {
@@ -18,7 +19,6 @@ namespace {
 struct Kernel {
     Mutex lock;
     std::map<int, Process> processes GUARDED_BY(lock);
-    std::vector<std::string> deeds GUARDED_BY(lock);
     bool procClosed GUARDED_BY(lock) = false;
     bool panicRefused GUARDED_BY(lock) = false;
 };
@@ -56,11 +56,6 @@ void closeProc(bool closed) {
     kernel().procClosed = closed;
 }
 
-std::vector<std::string> takeDeeds() {
-    MutexLock lock(kernel().lock);
-    return std::exchange(kernel().deeds, {});
-}
-
 void refusePanic(bool refuse) {
     MutexLock lock(kernel().lock);
     kernel().panicRefused = refuse;
@@ -95,15 +90,14 @@ bool forEachProcess(const std::function<bool(int pid)>& visit) {
 }
 
 int sendSignal(pid_t pid, int signal) {
-    MutexLock lock(fake::kernel().lock);
-    fake::kernel().deeds.push_back(base::StringPrintf("signal %d %d", pid, signal));
+    fake::note(base::StringPrintf("signal %d %d", pid, signal));
     return 0;
 }
 
 bool triggerKernelPanic() {
     MutexLock lock(fake::kernel().lock);
     if (fake::kernel().panicRefused) return false;
-    fake::kernel().deeds.push_back("panic");
+    fake::note("panic");
     return true;
 }
 

@@ -3,7 +3,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace android::kavel::fake {
 
@@ -16,7 +15,7 @@ struct Process {
 /** Returns the kernel's texts for a process of user @p uid. */
 Process process(int uid, const std::string& command = "app");
 
-// Replaces /proc; signals and panics are only recorded.
+// Replaces /proc; signals and panics are only logged: "V signal PID NUMBER" and "V panic".
 
 void setProcesses(std::map<int, Process> processes);
 void setProcess(int pid, const Process& process);
@@ -24,8 +23,6 @@ void removeProcess(int pid);
 /** Sets whether /proc cannot be opened. */
 void closeProc(bool closed);
 
-/** Returns the actions since the last call, in order: "signal PID NUMBER" and "panic". */
-std::vector<std::string> takeDeeds();
 /** Sets whether the kernel refuses to panic. */
 void refusePanic(bool refuse);
 

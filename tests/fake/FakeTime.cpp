@@ -21,7 +21,6 @@ struct Time {
     int sleeping GUARDED_BY(lock) = 0;
     std::vector<uint64_t> sleeps GUARDED_BY(lock);
     std::function<void(uint64_t)> hook GUARDED_BY(lock);
-    std::function<void(const std::string&)> propertyHook GUARDED_BY(lock);
 };
 
 /** Difference between the clocks, so that nothing works that takes one for the other. */
@@ -35,11 +34,6 @@ Time& time() {
 std::function<void(uint64_t)> sleepHook() {
     MutexLock lock(time().lock);
     return time().hook;
-}
-
-std::function<void(const std::string&)> propertyHook() {
-    MutexLock lock(time().lock);
-    return time().propertyHook;
 }
 
 int64_t nowUs() {
@@ -90,11 +84,6 @@ void onSleep(std::function<void(uint64_t seconds)> hook) {
     time().hook = std::move(hook);
 }
 
-void onPropertyWait(std::function<void(const std::string& name)> hook) {
-    MutexLock lock(time().lock);
-    time().propertyHook = std::move(hook);
-}
-
 std::vector<uint64_t> sleeps() {
     MutexLock lock(time().lock);
     return time().sleeps;
@@ -122,7 +111,6 @@ void sleepSeconds(uint64_t seconds) {
 
 bool waitForProperty(const std::string& name, const std::string& value,
                      std::chrono::milliseconds timeout) {
-    if (const auto hook = fake::propertyHook()) hook(name);
     if (base::GetProperty(name, "") == value) return true;
     sleepSeconds(static_cast<uint64_t>(
             std::chrono::duration_cast<std::chrono::seconds>(timeout).count()));

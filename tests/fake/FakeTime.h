@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <string>
 #include <vector>
 
 namespace android::kavel::fake {
@@ -21,8 +20,6 @@ void tickAtEachReading();
 void stepWallClock(int64_t seconds);
 /** Sets a function to call before each sleep, on the sleeping thread. */
 void onSleep(std::function<void(uint64_t seconds)> hook);
-/** Sets a function to call before each wait for a property, on the waiting thread. */
-void onPropertyWait(std::function<void(const std::string& name)> hook);
 /** Returns the sleeps since the last reset, in seconds, in the order of their start. */
 std::vector<uint64_t> sleeps();
 /** Waits until @p count threads are in a held sleep. */

@@ -12,9 +12,10 @@ namespace android::kavel::test {
 namespace {
 
 std::string expanded(std::string text) {
-    static const std::regex run(R"(\{(.)\*(\d+)\})");
+    static const std::regex run(R"(\{([^{}*]+)\*(\d+)\})");
     for (std::smatch found; std::regex_search(text, found, run);) {
-        const std::string whole(std::stoul(found[2]), found.str(1)[0]);
+        std::string whole;
+        for (int i = std::stoi(found[2]); i > 0; --i) whole += found[1];
         text = found.prefix().str() + whole + found.suffix().str();
     }
     text = std::regex_replace(text, std::regex(R"(\\t)"), "\t");
@@ -27,53 +28,6 @@ std::string abridged(std::string text) {
         text = found.prefix().str() + "{" + found.str(1) + "*" + std::to_string(found.length()) +
                "}" + found.suffix().str();
     }
-    return text;
-}
-
-/** A name for a line of the results, and the line's text around its values. */
-struct Word {
-    std::string name;
-    std::vector<std::string> parts;
-
-    /** Returns NAME or NAME(VALUE,...) if @p line is this word's, otherwise an empty text. */
-    std::string shortFor(const std::string& line) const {
-        if (line.rfind(parts[0], 0) != 0) return "";
-        std::vector<std::string> values;
-        size_t at = parts[0].size();
-        for (size_t i = 1; i < parts.size(); ++i) {
-            const bool isLast = i + 1 == parts.size();
-            const size_t end = isLast && parts[i].empty() ? line.size() : line.find(parts[i], at);
-            if (end == std::string::npos) return "";
-            values.push_back(line.substr(at, end - at));
-            at = end + parts[i].size();
-        }
-        if (at != line.size()) return "";
-        return values.empty() ? name : name + "(" + base::Join(values, ',') + ")";
-    }
-};
-
-/** @p results, with the words for its lines. */
-std::string shortened(const std::string& results, const std::vector<Word>& words) {
-    constexpr size_t kWidth = 140;
-    std::string text;
-    std::string row;
-    const auto endRow = [&] {
-        if (!row.empty()) text += "    (" + row + ")\n";
-        row.clear();
-    };
-    std::istringstream lines(results);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.empty()) continue;
-        std::string word;
-        for (size_t i = 0; i < words.size() && word.empty(); ++i) word = words[i].shortFor(line);
-        if (word.empty() || row.size() + word.size() > kWidth) endRow();
-        if (word.empty()) {
-            text += "    " + abridged(line) + "\n";
-        } else {
-            row += (row.empty() ? "" : " ") + word;
-        }
-    }
-    endRow();
     return text;
 }
 
@@ -95,22 +49,36 @@ std::string ScriptLine::option(const std::string& name) const {
     return "";
 }
 
-void expectScript(const std::string& path,
-                  const std::function<std::string(const ScriptLine& line)>& follow) {
+Follow stepwise(const Follow& follow) {
+    return [follow](const ScriptLine& line) {
+        constexpr size_t kWidth = 180;
+        std::string results;
+        const std::string steps = line.rest(0) + "; ";
+        for (size_t from = 0, to = 0; (to = steps.find("; ", from)) != std::string::npos;
+             from = to + 2) {
+            const std::string result = follow(ScriptLine(steps.substr(from, to - from)));
+            if (result.empty()) continue;
+            const size_t row = results.size() - (results.rfind('\n', results.size() - 2) + 1);
+            const bool fits = row + result.find('\n') < kWidth;
+            if (!results.empty() && fits) results.replace(results.size() - 1, 1, "; ");
+            results += result;
+        }
+        return results;
+    };
+}
+
+void expectScript(const std::string& path, const Follow& follow) {
     std::string expected;
     std::string actual;
-    std::vector<Word> words;
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
         expected += line + "\n";
         if (line.rfind("    ", 0) == 0) continue;
         actual += line + "\n";
         if (line.empty() || line[0] == '#') continue;
-        const ScriptLine step(expanded(line));
-        if (step.verb() == "=") {
-            words.push_back({step.word(1), base::Split(step.rest(2), "*")});
-        } else {
-            actual += shortened(follow(step), words);
+        std::istringstream results(follow(ScriptLine(expanded(line))));
+        for (std::string result; std::getline(results, result);) {
+            if (!result.empty()) actual += "    " + abridged(result) + "\n";
         }
     }
     if (getenv("KAVEL_WRITE_GOLDEN") != nullptr) std::ofstream(path) << actual;

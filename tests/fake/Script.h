@@ -28,17 +28,18 @@ class ScriptLine {
 
 using ScriptVerbs = std::map<std::string, std::function<void(const ScriptLine&)>>;
 
+/** Does what a line says; returns the results. */
+using Follow = std::function<std::string(const ScriptLine& line)>;
+/** Calls @p follow for each step of a line; "; " separates steps. Short results share a line. */
+Follow stepwise(const Follow& follow);
+
 /**
  * Calls @p follow for each line of the script at @p path, and compares its result with the indented
  * text below the line. Ignores blank lines and those that begin with "#". In a line, "{x*511}"
  * means 511 times x, "\t" a tab and "\n" a newline.
  *
- * "= NAME TEXT" abbreviates results: a line TEXT becomes NAME, or NAME(VALUE,...) if TEXT has "*"
- * for a value, and neighbours share a line in brackets.
- *
  * With KAVEL_WRITE_GOLDEN in the environment, rewrites the file.
  */
-void expectScript(const std::string& path,
-                  const std::function<std::string(const ScriptLine& line)>& follow);
+void expectScript(const std::string& path, const Follow& follow);
 
 }  // namespace android::kavel::test

@@ -46,28 +46,5 @@ TEST(EventList, IdsAreUniqueAmongLiveRecords) {
     }
 }
 
-// Would catch a ring that starts at the head or loses a record, above all if the main one was
-// evicted.
-TEST(EventList, RingStartsAtTheMainRecord) {
-    EventList list;
-    std::vector<EventRef> records;
-    for (int i = 0; i < 33; ++i) {
-        const auto added = event(0x3, i);
-        list.place(added);
-        records.push_back(added);
-    }
-    const std::vector<EventRef> ring = list.ringFrom(records[30]);
-    ASSERT_EQ(ring.size(), 31u);
-    EXPECT_EQ(ring[0], records[30]);
-    EXPECT_EQ(ring[2], records[32]);
-    EXPECT_EQ(ring[3], records[2]);
-    EXPECT_EQ(ring[30], records[29]);
-    const std::vector<EventRef> evicted = list.ringFrom(records[1]);
-    ASSERT_EQ(evicted.size(), 32u);
-    EXPECT_EQ(evicted[0], records[1]);
-    EXPECT_EQ(evicted[1], records[2]);
-    EXPECT_EQ(evicted[31], records[32]);
-}
-
 }  // namespace
 }  // namespace android::kavel

@@ -2,38 +2,34 @@
 
 #include <atomic>
 #include <system_error>
-#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "dump/DumpThread.h"
 #include "dump/KavelDumpUtilThread.h"
 #include "platform/Mutex.h"
+#include "tests/fake/FakeLog.h"
 
 namespace android {
 namespace kavel {
 namespace {
 
 Mutex lock;
-std::vector<std::string> started GUARDED_BY(lock);
 std::map<int, CatchRef> held GUARDED_BY(lock);
 std::atomic<bool> refused{false};
 
-void note(const char* kind, const CatchRef& running) {
+/** Logs "KIND of PID, BITS in FOLDER", and holds the catch. */
+void begin(const char* kind, const CatchRef& running) {
     const LogFolderRef folder = running->folder();
     const int pid = running->event->pid;
+    fake::note(std::string(kind) + " of " + std::to_string(pid) + ", " +
+               std::to_string(running->event->logInfo) + " in " +
+               (folder == nullptr ? "none" : folder->path()));
     MutexLock hold(lock);
-    started.push_back(std::string(kind) + ' ' + std::to_string(running->event->logInfo) + " of " +
-                      std::to_string(pid) + (folder == nullptr ? "" : ' ' + folder->path()));
     held[pid] = running;
 }
 
 }  // namespace
-
-std::vector<std::string> fake::takeDumpThreads() {
-    MutexLock hold(lock);
-    return std::exchange(started, {});
-}
 
 std::map<int, CatchRef> fake::heldCatches() {
     MutexLock hold(lock);
@@ -61,18 +57,18 @@ void KavelDumpUtilThread::immediateDumpThread(const kavel::CatchRef& running,
                                               kavel::LogFolder::Work work) {
     // Otherwise a pack that begins before the thread does not wait for it.
     EXPECT_EQ(work == nullptr, running->commercial.isCommercial());
-    kavel::note("immediate", running);
+    kavel::begin("first round", running);
 }
 
 void KavelDumpUtilThread::trailContinuousDumpThread(const kavel::CatchRef& running) {
-    kavel::note("continuous", running);
+    kavel::begin("pack", running);
 }
 
 void KavelDumpUtilThread::commercialContinuousDumpThread(
         const kavel::CatchRef& running, const std::function<std::vector<kavel::EventRef>()>& ring) {
-    // The pack takes the main record's data from the first one.
-    EXPECT_EQ(ring().front(), running->event);
-    kavel::note("commercial", running);
+    std::string pids;
+    for (const kavel::EventRef& record : ring()) pids += " " + std::to_string(record->pid);
+    kavel::begin(("commercial pack with" + pids).c_str(), running);
 }
 
 }  // namespace android

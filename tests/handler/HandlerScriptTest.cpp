@@ -4,10 +4,11 @@
 // or with another selection of those around it; a log line that is lost, or that is written with
 // another priority or tag.
 
-#include <cinttypes>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <regex>
 #include <set>
 #include <string>
 #include <utility>
@@ -33,6 +34,7 @@
 #include "tests/fake/FakeShell.h"
 #include "tests/fake/FakeTime.h"
 #include "tests/fake/Script.h"
+#include "tests/fake/Series.h"
 #include "tests/fake/TempDir.h"
 #include "tests/handler/FakeDumpThreads.h"
 #include "tests/handler/TestEvent.h"
@@ -90,22 +92,22 @@ class HandlerScript : public testing::TestWithParam<std::string> {
     }
     ~HandlerScript() override { fake::releaseCatches(); }
 
-    /** Does what a line of the script says; returns what came of it. */
-    std::string follow(const ScriptLine& line) {
+    /** Does what a step of the script says; returns what came of it. */
+    std::string follow(const ScriptLine& step) {
         fake::clearLog();
         mSays.clear();
-        const auto verb = mVerbs.find(line.verb());
-        if (verb == mVerbs.end()) return "no such verb";
-        verb->second(line);
-        const std::string text = outcome(line.verb());
-        return mSays + text;
+        const auto verb = mVerbs.find(step.verb());
+        if (verb == mVerbs.end()) return "no such verb\n";
+        verb->second(step);
+        const std::string text = mSays + outcome(step.verb());
+        return text.empty() ? "" : test::folded(text, mSeries);
     }
 
   private:
     using Line = const ScriptLine&;
 
     void boot() {
-        fake::resetShell(fake::carryOut);
+        fake::resetShell(carryOut);
         fake::releaseCatches();
         std::filesystem::remove_all("/data/persist_log/kavel30");
         mHandler = std::make_unique<KavelEventHandler>();
@@ -120,21 +122,22 @@ class HandlerScript : public testing::TestWithParam<std::string> {
         // The directory around it exists already.
         const int status = atoi(line.option("status").c_str());
         fake::resetShell([status](const std::string& command) {
+            carryOut(command);
             return command.find("/kavel_") == std::string::npos ? 256 : status;
         });
         const auto event = fake::event(line.number(1), 0, line.option("process"));
         const KavelEvent* const given = line.word(1) == "0" ? nullptr : event.get();
-        mSays = buildLogPathFolderName(mHandler->parameters(), given) + "\n";
-        for (const std::string& command : fake::commands()) mSays += "$ " + command;
-        fake::resetShell(fake::carryOut);
+        const std::string path = buildLogPathFolderName(mHandler->parameters(), given);
+        fake::note("returns " + path);
+        fake::resetShell(carryOut);
     }
     void report(Line line) {
         const auto number = [&](const char* name, int64_t otherwise) {
             const std::string value = line.option(name);
-            return value.empty() ? otherwise : std::stoll(value, nullptr, 0);
+            return value.empty() || value == "now" ? otherwise : std::stoll(value, nullptr, 0);
         };
         const int64_t seconds = number("at", int64_t{100} * mReports++);
-        fake::resetTime(fake::kStart / 1000 + seconds * 1'000'000);
+        if (line.option("at") != "now") fake::resetTime(fake::kStart / 1000 + seconds * 1'000'000);
         const int64_t eventId = line.number(1);
         const bool isNew = mConfigured.insert(eventId).second;
         if (isNew && line.option("disabled").empty()) {
@@ -154,18 +157,17 @@ class HandlerScript : public testing::TestWithParam<std::string> {
     }
     static DumpContext& context() { return fake::heldCatches().begin()->second->context; }
 
-    /** What happened, a line each, and what is so then. */
+    static CommercialNotes& notes(Line l) {
+        return fake::heldCatches().at(static_cast<int>(l.number(1)))->commercial;
+    }
+
+    /** What happened on this thread, a line each, and what is so then. */
     std::string outcome(const std::string& verb) {
         std::string text;
-        const bool isShown = verb != "fresh" && verb != "<";
-        for (const std::string& line : fake::takeLog()) {
-            const bool isOurs = line.rfind("W binder: ", 0) != 0;  // the binder library's
-            if (isOurs && isShown) text += line + "\n";
+        for (const fake::LogLine& line : fake::drainLog()) {
+            const bool isOurs = line.thread == std::this_thread::get_id() && line.tag != "binder";
+            if (isOurs && verb != "fresh" && verb != "<") text += shown(line);
         }
-        for (const std::string& thread : fake::takeDumpThreads()) {
-            if (isShown) text += "thread " + thread + "\n";
-        }
-        for (const std::string& deed : fake::takeDeeds()) text += deed + "\n";
         for (const auto& [pid, held] : fake::heldCatches()) {
             const CommercialNotes& notes = held->commercial;
             if (verb != ">" || !notes.isCommercial()) continue;
@@ -174,32 +176,41 @@ class HandlerScript : public testing::TestWithParam<std::string> {
                                        notes.hasRelatedEvents(),
                                        static_cast<uint32_t>(notes.logInfo()));
         }
-        if (!fake::heldCatches().empty() && context().xlogRequested.exchange(false)) text += "xlog";
+        if (!fake::heldCatches().empty() && context().xlogRequested.exchange(false))
+            text += "xlog\n";
         return text;
+    }
+    /** With "\\" at the end of a log line without a newline. */
+    static std::string shown(const fake::LogLine& line) {
+        static const std::regex recordId(R"(\(record \d+\))");  // a random number
+        std::string text = std::regex_replace(fake::shown(line), recordId, "(record ID)");
+        const bool hasNewline = text.back() == '\n';
+        if (hasNewline) text.pop_back();
+        if (text[0] == 'V') return text.substr(2) + "\n";
+        return base::StringReplace(text, "\n", "\\n", true) + (hasNewline ? "\n" : "\\\n");
+    }
+    static int carryOut(const std::string& command) {
+        const auto deadline = fake::shellLimits().deadline;
+        fake::note("$" + std::to_string(deadline / std::chrono::seconds(1)) + " " +
+                   base::Trim(command));
+        return fake::carryOut(command);
     }
 
     const ScriptVerbs mVerbs = {
-            // The world.
             {"boot", [this](Line) { boot(); }},
             {"fresh", [this](Line) { boot(); }},
             {"set", [](Line l) { fake::setProperty(l.word(1), l.word(2)); }},
             {"name",
              [this](Line l) {
-                 configure([id = l.number(1), name = l.word(2)](EventParameters& p) {
-                     p.setEventIdMap(0, id, name);
-                 });
+                 configure([l](auto& p) { p.setEventIdMap(0, l.number(1), l.word(2)); });
              }},
             {"recover",
              [this](Line l) {
-                 configure([id = l.number(1), recoverId = l.number(2)](EventParameters& p) {
-                     p.setRecoverId(id, recoverId);
-                 });
+                 configure([l](auto& p) { p.setRecoverId(l.number(1), l.number(2)); });
              }},
             {"window",
              [this](Line l) {
-                 configure([id = l.number(1), ms = l.number(2)](EventParameters& p) {
-                     p.setTimeWindow(id, ms);
-                 });
+                 configure([l](auto& p) { p.setTimeWindow(l.number(1), l.number(2)); });
              }},
             {"processes",
              [](Line l) {
@@ -209,18 +220,16 @@ class HandlerScript : public testing::TestWithParam<std::string> {
              }},
             {"process",
              [](Line l) {
-                 const bool isReadable = l.word(2) != "unreadable";
                  const std::string cmdline = base::Join(base::Split(l.rest(2), "|"), '\0');
-                 fake::setProcess(static_cast<int>(l.number(1)),
-                                  {"", isReadable ? std::optional(cmdline) : std::nullopt});
+                 fake::setProcess(static_cast<int>(l.number(1)), {"", cmdline});
              }},
+            {"unreadable", [](Line l) { fake::setProcess(static_cast<int>(l.number(1)), {}); }},
             {"proc", [](Line l) { fake::closeProc(l.word(1) == "closed"); }},
             {"client", [](Line l) { hasClient = l.word(1) == "there"; }},
             {"calls",
              [](Line l) {
-                 using Outcome = CallLine::Outcome;
-                 const bool areDropped = l.word(1) == "dropped";
-                 fake::setCallOutcome(areDropped ? Outcome::Full : Outcome::Returned);
+                 fake::setCallOutcome(l.word(1) == "dropped" ? CallLine::Outcome::Full
+                                                             : CallLine::Outcome::Returned);
              }},
             {"panic", [](Line l) { fake::refusePanic(l.word(1) == "refused"); }},
             {"framework",
@@ -228,37 +237,39 @@ class HandlerScript : public testing::TestWithParam<std::string> {
                  mFramework->fails = l.word(1) == "fails";
                  defaultServiceManager()->addService(String16("kavel"), mFramework);
              }},
-            // Reports and catches.
             {">", [this](Line l) { report(l); }},
             {"<", [this](Line l) { report(l); }},
+            {"anr",
+             [this](Line l) {
+                 const std::string package = l.word(2).empty() ? "com.a" : l.word(2);
+                 boot();
+                 fake::clearLog();
+                 report(ScriptLine("> 0x10000001 pid=7 text=processName:" + package +
+                                   ",packageVersion:1,eventType:" + l.word(1)));
+             }},
             {"during",
              [this](Line l) {
                  duringUpload = [this, l] {
-                     mSays = base::Join(fake::takeLog(), '\n') + "\n";
+                     mSays = outcome("during");
                      for (int64_t i = 0; i < l.number(2); ++i) report(l);
                      fake::clearLog();
-                     fake::takeDumpThreads();
                  };
              }},
-            {"bits",
-             [](Line l) {
-                 fake::heldCatches()
-                         .at(static_cast<int>(l.number(1)))
-                         ->commercial.setLogInfo(static_cast<int32_t>(l.number(2)));
-             }},
-            {"note",
-             [](Line l) {
-                 fake::heldCatches()
-                         .at(static_cast<int>(l.number(1)))
-                         ->commercial.addRelatedEvent(l.word(2));
-             }},
+            {"bits", [](Line l) { notes(l).setLogInfo(static_cast<int32_t>(l.number(2))); }},
+            {"note", [](Line l) { notes(l).addRelatedEvent(l.word(2)); }},
             {"release", [](Line) { fake::releaseCatches(); }},
             {"window-over", [](Line) { context().combinedDumpRunning = false; }},
+            {"close-folder", [](Line) { fake::heldCatches().begin()->second->folder()->close(); }},
+            {"remove-folders",
+             [](Line) { std::filesystem::remove_all("/data/persist_log/kavel30"); }},
+            {"threads", [](Line l) { fake::refuseThreads(l.word(1) == "refused"); }},
+            {"wall-clock", [](Line l) { fake::stepWallClock(l.number(1)); }},
             {"make-folder", [this](Line l) { makeFolder(l); }},
             {"pid-of",
-             [this](Line l) { mSays = std::to_string(getPidForCommand(l.rest(1))) + "\n"; }},
+             [](Line l) { fake::note("returns " + std::to_string(getPidForCommand(l.rest(1)))); }},
     };
     const test::TempDir mFolder;
+    const std::vector<test::Series> mSeries = test::readSeries(KAVEL_GOLDEN_DIR "/series.txt");
     std::vector<std::function<void(EventParameters&)>> mSettings;
     std::set<int64_t> mConfigured;
     std::unique_ptr<KavelEventHandler> mHandler;
@@ -269,7 +280,7 @@ class HandlerScript : public testing::TestWithParam<std::string> {
 
 TEST_P(HandlerScript, GivesWhatTheGoldenFileSays) {
     test::expectScript(KAVEL_GOLDEN_DIR "/" + GetParam() + ".txt",
-                       [this](const ScriptLine& line) { return follow(line); });
+                       test::stepwise([this](const ScriptLine& step) { return follow(step); }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Golden, HandlerScript, testing::Values("catchers", "handling", "recovery"),
