@@ -34,7 +34,7 @@ SHARDS = 3  # of each test program; many cases wait, few need the processor
 # Test programs that can see a fault in a folder, and the sandbox suites that go through it.
 TESTS = {
     "core": (["kavel_kevent_thread_test", "kavel_kevent_decoding_test",
-              "kavel_binder_service_test", "kavel_storm_test"],
+              "kavel_binder_service_test", "kavel_start_test", "kavel_storm_test"],
              "KernelTest|RawTest|RestartTest"),
     "dig": (["kavel_dig_test"], "RawTest"),
     "dump": (["kavel_dump_test", "dump_data_test", "kavelctl_test"],
