@@ -1,16 +1,12 @@
 // A kernel's report that goes the whole way: the real thread, decoder and handler in this process,
 // with a test for the kernel and the phone's files around them.
 
-#include <fstream>
-
 #include <gtest/gtest.h>
 
 #include "core/KavelRecvKeventFunc.h"
-#include "core/PlxFile.h"
 #include "handler/KavelEventHandler.h"
 #include "tests/core/Messages.h"
 #include "tests/core/TestKernel.h"
-#include "tests/fake/TempDir.h"
 #include "tests/sandbox/PhoneSession.h"
 
 namespace android::kavel::test {
@@ -36,26 +32,6 @@ TEST(KernelTest, EventBecomesAnArchive) {
     EXPECT_EQ(archive.broken, "");
     EXPECT_TRUE(holds(archive, "prop-"));
     EXPECT_NE(archive.history.find("EventType:kernel,"), std::string::npos) << archive.history;
-}
-
-// A file of power-key statistics that grows without end, or that loses the newest one.
-TEST(KernelTest, PowerKeyStatisticsAreKeptWithinTheirBound) {
-    const std::string path = "/data/persist_log/kavel/plx.txt";
-    const std::string line = std::string(1023, 'x') + "\n";
-    std::ofstream file(path);
-    for (off_t size = 0; size <= kMaxPlxFile; size += 1024) file << line;
-    file.close();
-
-    TestKernel kernel;
-    const std::string logmap = "logType:black_screen_monitor;catchlog:true";
-    kernel.messages = {familyReply(0x1c),
-                       genlMessage(KEVENT_TYPE_STATISTIC,
-                                   packet(0, "CriticalLog", "Kavel", "logmap{" + logmap + "}"))};
-    const sp<KavelKeventThread> thread = new KavelKeventThread(KavelRecvKeventFunc);
-    kernel.run(*thread);
-    const std::string kept = contentOf(path);
-    EXPECT_LE(kept.size(), size_t{kMaxPlxFile} / 2 + logmap.size() + 1);
-    EXPECT_EQ(kept.substr(kept.size() - logmap.size() - 1), logmap + "\n");
 }
 
 }  // namespace

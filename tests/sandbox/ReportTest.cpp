@@ -59,28 +59,6 @@ TEST_F(ReportTest, ArchiveHoldsWhatTheMaskSelects) {
     EXPECT_EQ(history[0].logInfo, kMask);
 }
 
-// A disabled event type that leaves more than its one line, or a record.
-TEST_F(ReportTest, DisabledEventLeavesOneLine) {
-    const size_t before = logCount("[buildNewKavelEvent]: buildNewKavelEvent start.");
-    sendEvent("0x777", {"--log-info", "1"});
-    ASSERT_TRUE(eventually([] { return logCount("eventId: 0x777 is Disable! value: 0") == 1; }));
-    EXPECT_EQ(logCount("[buildNewKavelEvent]: buildNewKavelEvent start."), before);
-}
-
-// A list that grows past its bound.
-TEST_F(ReportTest, FortyReportsLeaveThirtyOneInTheList) {
-    configureEvent("0x402", {"--name", "black", "--window", "1000"});
-    const size_t before = logCount("don't catchlog, just return");
-    for (int i = 0; i < 40; ++i) sendEvent("0x402", {});
-    ASSERT_TRUE(eventually([&] { return logCount("don't catchlog, just return") == before + 40; }));
-    size_t listed = 0;
-    for (const std::string& line : logLines()) {
-        if (line.find("dravo_statistic_common") != std::string::npos) listed = 0;
-        if (line.find("showAllKavelEvents") != std::string::npos) ++listed;
-    }
-    EXPECT_EQ(listed, 31U);
-}
-
 // A line that shows the OTA version.
 TEST_F(ReportTest, NoLineShowsTheOtaVersion) {
     configureEvent("0x998", {"--name", "masked", "--window", "1000"});
