@@ -65,9 +65,8 @@ void commercialLogPack(const CatchRef& running, const std::vector<EventRef>& rin
     for (const EventRef& record : related) {
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel commercialLogPack]: Kavel event log to be packed found.\n");
-        packTargetBacktrace(path, main.eventId);
-        packAnrStacktrace(main.pid, path, anrStacktraceFlag(static_cast<uint32_t>(record->logInfo)),
-                          static_cast<uint64_t>(main.timestamp.realtimeNs));
+        packTargetBacktrace(main, path);
+        packAnrStacktrace(main, path, anrStacktraceFlag(static_cast<uint32_t>(record->logInfo)));
         awaitCollected(*record);
         // A folder cannot move into itself. The command's log line marks each related event.
         logAndRun(kPrefix, StringPrintf("mv %s %s/", quoted.c_str(), quoted.c_str()));

@@ -91,9 +91,8 @@ void trailLogPack(const CatchRef& running, int needPackAnrStacktrace) {
     const std::string& path = folder->path();
 
     if (event.type.extraInfo != ExtraInfoFile::None) packExtraInfo(event, path);
-    packTargetBacktrace(path, event.eventId);
-    packAnrStacktrace(event.pid, path, needPackAnrStacktrace,
-                      static_cast<uint64_t>(event.timestamp.realtimeNs));
+    packTargetBacktrace(event, path);
+    packAnrStacktrace(event, path, needPackAnrStacktrace);
     packRequestedXlog(context, path);
     if (event.extraInfo.processName == "com.android.systemui" &&
         event.extraInfo.eventType == "native_crash") {
@@ -122,23 +121,23 @@ void packExtraInfo(const KavelEvent& event, const std::string& path) {
     logAndRun("[dravo_kavel packExtraInfo]: ", command, "\n");
 }
 
-void packTargetBacktrace(const std::string& path, int64_t eventId) {
-    const char* const pattern = eventTypeOf(eventId).backtrace;
+void packTargetBacktrace(const KavelEvent& event, const std::string& path) {
+    const char* const pattern = event.type.backtrace;
     if (pattern == nullptr) return;
     logAndRun("[dravo_kavel packTargetBacktrace]: ",
               StringPrintf("mv %s %s/", pattern, shellQuote(path).c_str()), ";");
 }
 
-void packAnrStacktrace(int pid, const std::string& path, int needPackAnrStacktrace,
-                       uint64_t timeNs) {
+void packAnrStacktrace(const KavelEvent& event, const std::string& path,
+                       int needPackAnrStacktrace) {
     const TraceSection trace("packAnrStacktrace");
     const std::string folder = shellQuote(path);
     std::string command;
     if (needPackAnrStacktrace == 1) {
         command = StringPrintf("find /data/anr/ -name '*kavel_DumpTraces_%d_*' -exec mv {} %s/ \\;",
-                               pid, folder.c_str());
+                               event.pid, folder.c_str());
     } else if (needPackAnrStacktrace == 2) {
-        command = StringPrintf("find /data/anr/ -name '*_%d_*' %s-exec cp {} %s/ \\;", pid,
+        command = StringPrintf("find /data/anr/ -name '*_%d_*' %s-exec cp {} %s/ \\;", event.pid,
                                holdsSpecialFile(kAnrDirectory) ? "-type f " : "", folder.c_str());
     } else {
         KAVEL_LOGI(KAVEL_NO_TAG,
@@ -146,7 +145,7 @@ void packAnrStacktrace(int pid, const std::string& path, int needPackAnrStacktra
                    "stacktrace.\n");
         return;
     }
-    packPreAnrTrace(path, timeNs);
+    packPreAnrTrace(path, static_cast<uint64_t>(event.timestamp.realtimeNs));
     logAndRun(kPrefix, command, ";");
 }
 

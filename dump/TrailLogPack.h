@@ -18,16 +18,15 @@ void trailLogPack(const CatchRef& running, int needPackAnrStacktrace);
 
 /** Appends the event's process name, version and type to extraInfo.txt in @p path. */
 void packExtraInfo(const KavelEvent& event, const std::string& path);
-/** Moves the framework's backtrace for event type @p eventId into @p path, if there is one. */
-void packTargetBacktrace(const std::string& path, int64_t eventId);
+/** Moves the framework's backtrace for the event's type into @p path, if there is one. */
+void packTargetBacktrace(const KavelEvent& event, const std::string& path);
 /**
- * Collects the ANR traces of @p pid that are nearest to @p timeNs (wall clock) in @p path.
+ * Collects the ANR traces of the event's process in @p path: those nearest to the event's time.
  *
  * @param needPackAnrStacktrace  1 moves the daemon's own traces of the process, 2 copies all of its
  *                               ANR files, any other value does nothing
  */
-void packAnrStacktrace(int pid, const std::string& path, int needPackAnrStacktrace,
-                       uint64_t timeNs);
+void packAnrStacktrace(const KavelEvent& event, const std::string& path, int needPackAnrStacktrace);
 /** Returns the needPackAnrStacktrace value for these log-selection bits. */
 int anrStacktraceFlag(uint32_t logInfo);
 /** Copies the newest tombstone in text form into @p path. */

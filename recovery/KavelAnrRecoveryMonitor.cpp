@@ -61,7 +61,7 @@ int KavelAnrRecoveryMonitor::monitor(int pid, bool userRequest) {
 
     MutexLock lock(mLock);
     mRequestList.push_back(message);
-    mHandleThread = new HandleThread(this, kHandleThread);
+    mHandleThread = new HandleThread(this);
     runHandleThread(mHandleThread, "monitor");
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::monitor]:process(%d) insert monitor list, type:%s!", pid,
@@ -82,7 +82,7 @@ int KavelAnrRecoveryMonitor::cancel_monitor(int pid) {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[KavelAnrRecoveryMonitor::cancel_monitor]: received cancel pid(%d) monitor", pid);
     // Started without the lock; only the reference is stored under it.
-    sp<HandleThread> thread = new HandleThread(this, kHandleThread);
+    sp<HandleThread> thread = new HandleThread(this);
     runHandleThread(thread, "cancel_monitor");
     MutexLock lock(mLock);
     mHandleThread = thread;

@@ -38,21 +38,18 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
         int32_t pid;
         int32_t state;                  ///< 1: watch, 0: cancel
         std::string monitorThreadName;  ///< kind of watch; empty for a cancel
-
-        void setMonitorThreadName(const char* name) { monitorThreadName = name; }
     };
 
     /** Serves the queued requests, then ends. */
     class HandleThread : public Thread {
       public:
-        HandleThread(KavelAnrRecoveryMonitor* monitor, const char* name)
-              : Thread(/*canCallJava=*/false), mMonitor(monitor), mName(name) {}
+        explicit HandleThread(KavelAnrRecoveryMonitor* monitor)
+              : Thread(/*canCallJava=*/false), mMonitor(monitor) {}
 
       private:
         bool threadLoop() override;
 
         KavelAnrRecoveryMonitor* const mMonitor;
-        const std::string mName;
     };
 
     /** Watches one process. */

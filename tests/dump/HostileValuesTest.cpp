@@ -89,8 +89,9 @@ TEST_P(HostileValue, StaysItself) {
             bench.add(0x5, 0x0DFFFFFF, {value, value, value}, DumpBench::kRecordId, folder);
 
     KavelDumpUtilThread::immediateDumpThread(running, nullptr);
-    packTargetBacktrace(folder, 0x101);
-    packAnrStacktrace(1, folder, 2, 0);
+    const KavelEvent other(0x101, &running->event->timestamp, 0, 1, 0, &running->event->extraInfo);
+    packTargetBacktrace(other, folder);
+    packAnrStacktrace(other, folder, 2);
     packNativeTombstones(folder);
     KavelDumpUtilThread::trailContinuousDumpThread(running);
     const std::string own = buildLogPathFolderName(parameters, running->event.get());
