@@ -1,5 +1,3 @@
-#include "dump/KavelThreadPool.h"
-
 #include <chrono>
 #include <filesystem>
 #include <list>
@@ -7,13 +5,18 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
+#include <android-base/strings.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include "dump/DumpContext.h"
+#include "dump/KavelThreadPool.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeThreads.h"
 #include "tests/fake/FastClock.h"
 #include "tests/fake/TempDir.h"
 
@@ -24,6 +27,7 @@ using std::KavelThreadPool;
 using test::eventually;
 using testing::ElementsAre;
 using testing::IsSubsetOf;
+using Names = std::multiset<std::string>;
 
 std::string threadName() {
     char name[16] = {};
@@ -32,13 +36,12 @@ std::string threadName() {
 }
 
 /** Names of the live threads that begin with @p prefix. */
-std::set<std::string> liveThreads(const std::string& prefix) {
-    std::set<std::string> names;
+Names liveThreads(const std::string& prefix) {
+    Names names;
     std::error_code gone;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", gone)) {
-        std::string name = test::contentOf(task.path() / "comm");
-        if (!name.empty()) name.pop_back();  // the newline
-        if (name.compare(0, prefix.size(), prefix) == 0) names.insert(name);
+        const std::string name = base::Trim(test::contentOf(task.path() / "comm"));
+        if (name.rfind(prefix, 0) == 0) names.insert(name);
     }
     return names;
 }
@@ -46,22 +49,26 @@ std::set<std::string> liveThreads(const std::string& prefix) {
 /** Tasks that stay where they are until release(). */
 class Burst {
   public:
-    /** Commits one and waits until a worker has it; whether one came. */
-    bool occupy(KavelThreadPool& pool) {
-        auto started = std::make_shared<std::promise<void>>();
-        std::future<void> running = started->get_future();
-        mTasks.push_back(pool.commit([this, started] {
-            {
+    /** Commits so many and waits until each has a worker; whether all got one. */
+    bool occupy(KavelThreadPool& pool, size_t count = 1) {
+        for (; count > 0; --count) {
+            mTasks.push_back(pool.commit([this] {
+                {
+                    MutexLock lock(mLock);
+                    mNames.insert(threadName());
+                }
+                mReleased.wait();
+            }));
+            const auto hasWorker = [this] {
                 MutexLock lock(mLock);
-                mNames.insert(threadName());
-            }
-            started->set_value();
-            mReleased.wait();
-        }));
-        return running.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+                return mNames.size() == mTasks.size();
+            };
+            if (!eventually(hasWorker)) return false;
+        }
+        return true;
     }
     /** Lets all tasks end; the names of the threads that had them. */
-    std::set<std::string> release() {
+    Names release() {
         mRelease.set_value();
         for (std::future<void>& task : mTasks) task.wait();
         MutexLock lock(mLock);
@@ -73,7 +80,7 @@ class Burst {
     const std::shared_future<void> mReleased = mRelease.get_future().share();
     std::vector<std::future<void>> mTasks;
     Mutex mLock;
-    std::set<std::string> mNames GUARDED_BY(mLock);
+    Names mNames GUARDED_BY(mLock);
 };
 
 // Would catch a start beyond the maximum, and workers that debugging tools cannot tell apart. A
@@ -86,7 +93,7 @@ TEST(KavelThreadPool, StartsNamedWorkersUpToItsMaximum) {
     pool.addThread(20);
     EXPECT_TRUE(eventually([] { return liveThreads("kt_max").size() == 3; }));
     Burst burst;
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(burst.occupy(pool));
+    EXPECT_TRUE(burst.occupy(pool, 3));
     EXPECT_THAT(burst.release(), ElementsAre("kt_max1", "kt_max2", "kt_max3"));
 
     KavelThreadPool unnamed("kavel_tp_history", 1, 5);
@@ -103,7 +110,7 @@ TEST(KavelThreadPool, GrowsWhenBusyRetiresWhenIdleAndNeverPassesItsMaximum) {
     pool.addThread(5);
     {
         Burst burst;
-        for (int i = 0; i < 6; ++i) ASSERT_TRUE(burst.occupy(pool)) << i;
+        ASSERT_TRUE(burst.occupy(pool, 6));
         EXPECT_EQ(burst.release().count("kt_grow6"), 1U);
     }
     std::set<std::string> everyName;
@@ -112,9 +119,10 @@ TEST(KavelThreadPool, GrowsWhenBusyRetiresWhenIdleAndNeverPassesItsMaximum) {
         std::vector<std::future<void>> waiting;
         ASSERT_TRUE(burst.occupy(pool));
         for (int i = 0; i < 30; ++i) waiting.push_back(pool.commit([] {}));
-        everyName.merge(burst.release());
+        Names seen = burst.release();
         for (std::future<void>& task : waiting) task.wait();
-        everyName.merge(liveThreads("kt_grow"));
+        seen.merge(liveThreads("kt_grow"));
+        everyName.insert(seen.begin(), seen.end());
     }
     EXPECT_TRUE(eventually([&] {
         pool.commit([] {}).wait();
@@ -159,6 +167,46 @@ TEST(KavelThreadPool, OneWorkerKeepsTheOrderAndRunsAllBeforeItIsGone) {
     pool.reset();
     ASSERT_EQ(order.size(), 200U);
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+// Would catch pools of another size, and one that shrinks below its core after a burst.
+TEST(KavelThreadPool, ThoseOfADumpHaveTheirSizesAndKeepTheirCore) {
+    KavelThreadPool first("kt_first", 1, 1);  // with it a sanitizer starts a thread of its own
+    first.addThread(1);
+    first.commit([] {}).wait();
+    const size_t before = liveThreads("").size();
+    EventParameters parameters;
+    DumpContext context(parameters);
+    const Names core = {"kavel_tp_cmd1", "kavel_tp_cmd2", "kavel_tp_cmd3", "kavel_tp_cmd4",
+                        "kavel_tp_cmd5"};
+    EXPECT_TRUE(eventually([&] { return liveThreads("kavel_tp_") == core; }));
+    EXPECT_EQ(liveThreads("").size(), before + 7) << "the other names are too long for the kernel";
+    Burst burst;
+    EXPECT_TRUE(burst.occupy(context.cmdPool, 10));
+    EXPECT_TRUE(burst.occupy(context.logcatPool));
+    EXPECT_TRUE(burst.occupy(context.historyPool, 5));
+    burst.release();
+    const auto cmdThreads = [&] {
+        context.cmdPool.commit([] {}).wait();  // an extra worker ends behind a task
+        return liveThreads("kavel_tp_cmd").size();
+    };
+    EXPECT_TRUE(eventually([&] { return cmdThreads() == 5; }));
+    for (int task = 0; task < 100; ++task) EXPECT_EQ(cmdThreads(), 5U);
+}
+
+// Would catch a task that is lost because no thread can be created for it.
+TEST(KavelThreadPool, RunsItsTasksWithoutAFurtherThread) {
+    fake::captureLog();
+    KavelThreadPool pool("kt_none", 1, 2);
+    pool.addThread(1);
+    Burst burst;
+    EXPECT_TRUE(burst.occupy(pool));
+    fake::refuseThreads(true);
+    std::future<void> second = pool.commit([] {});
+    fake::refuseThreads(false);
+    EXPECT_EQ(fake::logCount("[dravo_kavel commit]: no further thread: "), 1U);
+    burst.release();
+    second.wait();
 }
 
 // Would catch an exception that ends the daemon, ends the worker, or leaves no trace.
