@@ -68,7 +68,7 @@ TEST(HangWarnings, AsManyWaitAsThereAreRecords) {
 }
 
 TEST(LogCommands, NoneStartsOnceThePackHasBegun) {
-    DumpBench bench;
+    DumpBench bench(fake::carryOut);
     const CatchRef running = bench.add(0x999, 0x3, {}, DumpBench::kRecordId, "/data/F");
     std::promise<void> started;
     std::promise<void> release;

@@ -110,7 +110,7 @@ class Phone {
     }
     static void makeTrace(const std::string& path, int64_t seconds) {
         makeFile(path, 0);
-        const time_t time = DumpBench::kStartUs / 1'000'000 + seconds;
+        const time_t time = test::kScriptStartUs / 1'000'000 + seconds;
         const timespec times[] = {{time, 0}, {time, 0}};
         EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
     }
@@ -287,7 +287,7 @@ class Phone {
             {"trace-utility", [](Line l) { setTraceUtility(l.word(1)); }},
             {"signals-fail", [](Line) { fake::setSignals(false); }},
             {"set", [](Line l) { fake::setProperty(l.word(1), l.word(2)); }},
-            {"at", [](Line l) { fake::resetTime(DumpBench::kStartUs + l.number(1)); }},
+            {"at", [](Line l) { fake::resetTime(test::kScriptStartUs + l.number(1)); }},
             {"advance", [](Line l) { fake::advance(l.number(1)); }},
             {"step-wall-clock", [](Line l) { fake::stepWallClock(l.number(1)); }},
             // Once, ahead of a sleep or behind a command with that first word.
