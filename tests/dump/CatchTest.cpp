@@ -1,7 +1,9 @@
 // Would catch a look-up of a record already gone; a catch that ends and takes the entry of a later
 // record with the same id with it; a race between the last holder and a look-up or a second add; an
 // exception that ends the daemon with the thread; two events of the same moment that both take the
-// heavy dumps; log info that a later event adds although there is none.
+// heavy dumps; log info that a later event adds although there is none. A wrong field of an event's
+// line, a text that ends the line or the object, a local time without its offset. A file that is
+// nearer than the nearest one.
 
 #include <atomic>
 #include <stdexcept>
@@ -12,6 +14,8 @@
 #include "dump/CatchTable.h"
 #include "dump/DumpContext.h"
 #include "dump/DumpThread.h"
+#include "dump/EventLine.h"
+#include "dump/NearestFile.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
 
@@ -95,6 +99,57 @@ TEST(HeavyDumpLimit, OneTurnForTwoThreads) {
     takeAll();
     other.join();
     EXPECT_EQ(turns, kRounds);
+}
+
+TEST(EventLine, IsOneJsonObject) {
+    KavelTimestamp time = {};
+    time.tm_year = 124;
+    time.tm_mday = 1;
+    time.tm_hour = 1;
+    time.tm_gmtoff = 7200;
+    time.millisecond = 7;
+    const KavelExtraInfo extra = {
+            "a\"b\\c\n\x7f\x1f ", "1 \xe2\x82\xac\xc2\x80\xf0\x90\x80\x80\xf4",
+            "\xe2\x82|\xff|\xc0\x80|\x80|\xc1\x80|\xf5\x80\x80\x80|\xed\xa0\x80"};
+    KavelEvent event(-1, &time, -2, 3, 4, &extra);
+    event.kavelEventId = 5;
+    EXPECT_EQ(eventLine(event, "anr"),
+              "{\"utc\":\"2023-12-31T23:00:00.007Z\",\"local\":\"2024-01-01T01:00:00.007+02:00\","
+              "\"recordId\":5,\"eventId\":\"0xffffffffffffffff\",\"name\":\"anr\",\"pid\":3,"
+              "\"uid\":4,\"process\":\"a\\\"b\\\\c\\u000a\\u007f\\u001f \","
+              "\"version\":\"1 \xe2\x82\xac\xc2\x80\xf0\x90\x80\x80\\ufffd\","
+              "\"type\":\"\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|"
+              "\\ufffd\\ufffd\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd\",\"mask\":\"0xfffffffe\"}\n");
+    time.tm_gmtoff = -12600;
+    const std::string line = eventLine(KavelEvent(1, &time, 0, 0, 0, &extra), "", {"a", "b\""});
+    EXPECT_NE(line.find("01:00:00.007-03:30\""), std::string::npos);
+    EXPECT_NE(line.find(",\"related\":[\"a\",\"b\\\"\"]}\n"), std::string::npos);
+}
+
+// On a tie the earlier file stays; without a time of the event the epoch is nearer than any file.
+TEST(NearestFile, IsTheOneAtTheOffset) {
+    const struct {
+        int64_t target;
+        int64_t offset;
+        std::vector<int64_t> files;
+        int nearest;
+    } kCases[] = {
+            {1'000, 10, {}, -1},
+            {1'000, 10, {90'000}, -1},
+            {50'000, 10, {90'000}, 0},
+            {1'000, 10, {1'009, 1'012}, 0},
+            {1'000, 2, {1'009, 1'012}, 0},
+            {1'000, 2, {1'012, 1'009}, 1},
+            {1'000, 10, {1'011, 1'009}, 0},
+            {1'000, 10, {995, 1'000, 1'040, 1'010}, 3},
+            {1'000, 2, {900, 997}, 1},
+            {0, 10, {1'000}, -1},
+    };
+    for (const auto& [target, offset, times, nearest] : kCases) {
+        std::vector<TraceFile> files;
+        for (const int64_t time : times) files.push_back({"f", time});
+        EXPECT_EQ(nearestFile(files, target, offset), nearest) << target << " " << offset;
+    }
 }
 
 }  // namespace

@@ -184,27 +184,24 @@ class Phone {
         if (context().catches.find(DumpBench::kRecordId) != nullptr)
             say("the catch is still there");
     }
-    /** What each of the masks starts for each of the event types; if given, with further bits. */
-    void collectEach(Line line) {
+    /** What each of the masks starts, or packs, for each of the types; if given, of more bits. */
+    void doEach(Line line) {
         const uint32_t further = line.size() > 3 ? static_cast<uint32_t>(line.number(3)) : 0;
         for (const std::string& type : base::Split(line.word(1), ",")) {
             for (const std::string& mask : base::Split(line.word(2), ",")) {
                 const auto bits = static_cast<uint32_t>(std::stoll(mask, nullptr, 0));
                 addEvent(line, 77, std::stoll(type, nullptr, 0), bits);
                 say(type + " " + mask + ":");
-                collectLog(bits | further, inFolder(77, "/data/F"));
-                showState(*mCatches.at(77));
+                const CatchRef& added = inFolder(77, "/data/F");
+                if (line.verb() == "pack-each") {
+                    trailLogPack(added, 0);
+                    fs::remove_all(kArchiveDirectory);
+                    continue;
+                }
+                collectLog(bits | further, added);
+                showState(*added);
                 context().captures.clear(~0U);
             }
-        }
-    }
-    /** What packs of these event types do. */
-    void packEach(Line line) {
-        for (const std::string& type : base::Split(line.rest(1), " ")) {
-            fs::remove_all(kArchiveDirectory);
-            addEvent(line, 77, std::stoll(type, nullptr, 0), 0);
-            say(type + ":");
-            trailLogPack(inFolder(77, "/data/F"), 0);
         }
     }
     /** What a start of the daemon does about the folders that it finds. */
@@ -318,10 +315,10 @@ class Phone {
                  const auto ring = [this] { return mRing; };
                  KavelDumpUtilThread::commercialContinuousDumpThread(inFolder(l), ring);
              }},
-            {"collect-each", [this](Line l) { collectEach(l); }},
+            {"collect-each", [this](Line l) { doEach(l); }},
             {"native-trace", [this](Line l) { dumpNativeSystraceWithThread(*running(l).event); }},
             {"pack", [this](Line l) { trailLogPack(inFolder(l), 0); }},
-            {"pack-each", [this](Line l) { packEach(l); }},
+            {"pack-each", [this](Line l) { doEach(l); }},
             {"pack-commercial", [this](Line l) { commercialLogPack(inFolder(l), mRing); }},
             {"pack-xlog", [](Line l) { packXlogForWeChat(l.rest(1)); }},
             {"xlog-size", [this](Line l) { say(std::to_string(totalXlogSize(l.rest(1)))); }},
