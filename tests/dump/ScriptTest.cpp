@@ -63,7 +63,7 @@ class Phone {
             run(step);
             say("");
         }
-        return test::folded(sorted(mResults), mSeries);
+        return test::folded(test::replaced(sorted(mResults), "[dravo_kavel ", "[~"), mSeries);
     }
 
   private:
