@@ -28,6 +28,7 @@ namespace android::kavel {
 namespace {
 
 using test::DumpBench;
+using namespace std::chrono_literals;
 
 TEST(HangWarnings, AsManyWaitAsThereAreRecords) {
     constexpr int kMost = 31;
@@ -38,22 +39,27 @@ TEST(HangWarnings, AsManyWaitAsThereAreRecords) {
     EventParameters parameters;
     DumpContext context(parameters);
     HangWarnings collector(context);
-    int32_t recordId = 1;
+    int32_t recordId = 0;
     const auto report = [&] {
         const KavelTimestamp now = {};
         const KavelExtraInfo none;
         const auto event = std::make_shared<KavelEvent>(0x401, &now, 0, 0, 0, &none);
-        event->kavelEventId = recordId++;
+        event->kavelEventId = ++recordId;
         collector.collect(event);
+    };
+    const auto running = [&] {
+        int count = 0;
+        for (int id = 1; id <= recordId; ++id) count += context.catches.find(id) != nullptr;
+        return count;
+    };
+    const auto awaitEnd = [&] {
+        fake::advance(300);
+        EXPECT_TRUE(test::eventually([&] { return running() == 0; }));
     };
     for (int i = 0; i < kMost + 2; ++i) report();
     fake::awaitSleepers(kMost);
     EXPECT_EQ(fake::logCount("31 hang warnings are waiting already, event "), 2U);
-    EXPECT_EQ(context.catches.size(), size_t{kMost});
-    const auto awaitEnd = [&] {
-        fake::advance(300);
-        EXPECT_TRUE(test::eventually([&] { return context.catches.size() == 0; }));
-    };
+    EXPECT_EQ(running(), kMost);
     awaitEnd();
     report();
     fake::awaitSleepers(1);
@@ -63,15 +69,10 @@ TEST(HangWarnings, AsManyWaitAsThereAreRecords) {
 }
 
 TEST(LogCommands, NoneStartsOnceThePackHasBegun) {
-    DumpBench bench;
+    DumpBench bench(fake::carryOut);
     const CatchRef running = bench.add(0x999, 0x3, {}, DumpBench::kRecordId, "/data/F");
-    std::promise<void> started;
     std::promise<void> release;
-    bench.context().logcatPool.commit([&] {
-        started.set_value();
-        release.get_future().wait();
-    });
-    started.get_future().wait();
+    bench.context().logcatPool.commit([&] { release.get_future().wait(); });
     collectLog(0x1, running);
     const LogFolderRef folder = running->folder();
     EXPECT_EQ(folder->openWork(), std::vector<std::string>{"android-"});
@@ -81,9 +82,9 @@ TEST(LogCommands, NoneStartsOnceThePackHasBegun) {
     collectLog(0x2, running);
     bench.settle();
     EXPECT_EQ(fake::commandCount(""), 0U);
-    EXPECT_EQ(fake::logCount("event 0x999 (record 77) is packed already, not started: logcat -d"),
-              1U);
-    EXPECT_EQ(fake::logCount("event 0x999 (record 77) is packed already, not started: dmesg"), 1U);
+    for (const std::string command : {"logcat -d", "dmesg"}) {
+        EXPECT_EQ(fake::logCount("(record 77) is packed already, not started: " + command), 1U);
+    }
     EXPECT_EQ(running->event->collected, 0U);
     EXPECT_TRUE(folder->openWork().empty());
 }
@@ -94,8 +95,7 @@ TEST(TrailLogPack, TarWaitsForACommandThatStillRuns) {
     bool isAhead = false;
     DumpBench bench([&](const std::string& command) {
         if (command.rfind("dmesg", 0) == 0) {  // a pack that does not wait is there at once
-            isAhead =
-                    tarStarts.wait_for(std::chrono::milliseconds(300)) == std::future_status::ready;
+            isAhead = tarStarts.wait_for(300ms) == std::future_status::ready;
         } else if (command.rfind("tar ", 0) == 0) {
             tar.set_value();
         }
@@ -106,7 +106,7 @@ TEST(TrailLogPack, TarWaitsForACommandThatStillRuns) {
     collectLog(0x2, running);
     trailLogPack(running, 0);
     EXPECT_FALSE(isAhead);
-    EXPECT_EQ(tarStarts.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    EXPECT_EQ(tarStarts.wait_for(0s), std::future_status::ready);
     EXPECT_EQ(running->event->collected, 0x2U);
     EXPECT_EQ(fake::logCount("packed without"), 0U);
 }

@@ -1,25 +1,23 @@
-// Would catch memory that is kept for every catch ever made; a look-up of a record already gone; a
-// catch that ends and takes the entry of a later record with the same id with it; a race between
-// the last holder and a look-up or a second add; an exception that ends the daemon with the thread;
-// two events of the same moment that both take the heavy dumps; pools of another size, and one that
-// shrinks below its core after a burst; notes that a later event adds although there are none.
+// Would catch a look-up of a record already gone; a catch that ends and takes the entry of a later
+// record with the same id with it; a race between the last holder and a look-up or a second add; an
+// exception that ends the daemon with the thread; two events of the same moment that both take the
+// heavy dumps; log info that a later event adds although there is none. A wrong field of an event's
+// line, a text that ends the line or the object, a local time without its offset. A file that is
+// nearer than the nearest one.
 
 #include <atomic>
-#include <filesystem>
-#include <set>
 #include <stdexcept>
 #include <thread>
 
-#include <android-base/strings.h>
 #include <gtest/gtest.h>
 
 #include "dump/CatchTable.h"
 #include "dump/DumpContext.h"
 #include "dump/DumpThread.h"
+#include "dump/EventLine.h"
+#include "dump/NearestFile.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
-#include "tests/fake/FakeThreads.h"
-#include "tests/fake/TempDir.h"
 
 namespace android::kavel {
 namespace {
@@ -41,7 +39,6 @@ class CatchTest : public testing::Test {
 
 TEST_F(CatchTest, EntryGoesWithItsLastHolder) {
     EXPECT_EQ(mTable.find(7), nullptr);
-    EXPECT_EQ(mTable.size(), 0U) << "a look-up leaves nothing behind";
     const auto event = makeEvent(7);
     CatchRef first = mTable.add(event);
     CatchRef second = mTable.add(event);
@@ -67,96 +64,23 @@ TEST_F(CatchTest, ManyThreadsOneId) {
         });
     }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(mTable.size(), 0U);
+    EXPECT_EQ(mTable.find(7), nullptr);
 }
 
 TEST_F(CatchTest, ExceptionEndsOneCatchWithALine) {
     fake::captureLog();
     startDumpThread(mTable.add(makeEvent(7)), [] { throw std::runtime_error("no memory"); });
     EXPECT_TRUE(fake::awaitLog("startDumpThread]: catch of event 7 ended: no memory\n"));
-    EXPECT_TRUE(test::eventually([&] { return mTable.size() == 0; })) << "and is let go";
+    EXPECT_TRUE(test::eventually([&] { return mTable.find(7) == nullptr; })) << "and is let go";
 }
 
-TEST_F(CatchTest, NotesAreJoinedIfThereAreAny) {
+TEST_F(CatchTest, LogInfoIsJoinedIfThereIsAny) {
     CommercialNotes notes;
-    notes.joinRelatedEvents("lost");
     EXPECT_FALSE(notes.joinLogInfo(1));
-    EXPECT_EQ(notes.relatedEvents(), std::vector<std::string>());
     EXPECT_EQ(notes.logInfo(), 0);
-    EXPECT_FALSE(notes.isCommercial() || notes.hasRelatedEvents());
-    notes.addRelatedEvent("own");
-    notes.joinRelatedEvents("joined");
     notes.setLogInfo(4);
     EXPECT_TRUE(notes.joinLogInfo(3));
-    EXPECT_EQ(notes.relatedEvents(), (std::vector<std::string>{"own", "joined"}));
     EXPECT_EQ(notes.logInfo(), 7);
-}
-
-/** Names of the threads of the process that begin with @p prefix. */
-std::multiset<std::string> threads(const std::string& prefix) {
-    std::multiset<std::string> names;
-    std::error_code gone;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", gone)) {
-        const std::string name = base::Trim(test::contentOf(task.path() / "comm"));
-        if (name.rfind(prefix, 0) == 0) names.insert(name);
-    }
-    return names;
-}
-
-TEST(DumpContext, PoolsHaveTheirSizesAndKeepTheirCore) {
-    std::promise<void> release;
-    const std::shared_future<void> released = release.get_future().share();
-    // The first thread: with it a sanitizer starts one of its own.
-    const auto first = std::async(std::launch::async, [released] { released.wait(); });
-    const size_t before = threads("").size();
-    EventParameters parameters;
-    DumpContext context(parameters);
-    const std::multiset<std::string> core = {"kavel_tp_cmd1", "kavel_tp_cmd2", "kavel_tp_cmd3",
-                                             "kavel_tp_cmd4", "kavel_tp_cmd5"};
-    EXPECT_TRUE(test::eventually([&] { return threads("kavel_tp_") == core; }));
-    EXPECT_EQ(threads("").size(), before + 7) << "the other two names are too long for the kernel";
-    std::atomic<int> running{0};
-    std::vector<std::future<void>> tasks;
-    const auto fill = [&](std::KavelThreadPool& pool, int size) {
-        for (int task = 1; task <= size; ++task) {
-            const int others = running;
-            tasks.push_back(pool.commit([&running, released] {
-                ++running;
-                released.wait();
-            }));
-            EXPECT_TRUE(test::eventually([&] { return running > others; })) << task;
-        }
-    };
-    fill(context.cmdPool, 10);
-    fill(context.logcatPool, 1);
-    fill(context.historyPool, 5);
-    release.set_value();
-    for (std::future<void>& task : tasks) task.wait();
-    const auto cmdThreads = [&] {
-        context.cmdPool.commit([] {}).wait();  // an extra worker ends behind a task
-        return threads("kavel_tp_cmd").size();
-    };
-    EXPECT_TRUE(test::eventually([&] { return cmdThreads() == 5; }));
-    for (int task = 0; task < 100; ++task) EXPECT_EQ(cmdThreads(), 5U);
-}
-
-TEST_F(CatchTest, PoolWithoutAFurtherThreadRunsItsTasks) {
-    fake::captureLog();
-    std::KavelThreadPool pool("kt_none", 1, 2);
-    pool.addThread(1);
-    std::promise<void> release;
-    std::promise<void> started;
-    std::future<void> first = pool.commit([&] {
-        started.set_value();
-        release.get_future().wait();
-    });
-    started.get_future().wait();
-    fake::refuseThreads(true);
-    std::future<void> second = pool.commit([] {});
-    fake::refuseThreads(false);
-    EXPECT_EQ(fake::logCount("[dravo_kavel commit]: no further thread: "), 1U);
-    release.set_value();
-    second.wait();
 }
 
 TEST(HeavyDumpLimit, OneTurnForTwoThreads) {
@@ -175,6 +99,57 @@ TEST(HeavyDumpLimit, OneTurnForTwoThreads) {
     takeAll();
     other.join();
     EXPECT_EQ(turns, kRounds);
+}
+
+TEST(EventLine, IsOneJsonObject) {
+    KavelTimestamp time = {};
+    time.tm_year = 124;
+    time.tm_mday = 1;
+    time.tm_hour = 1;
+    time.tm_gmtoff = 7200;
+    time.millisecond = 7;
+    const KavelExtraInfo extra = {
+            "a\"b\\c\n\x7f\x1f ", "1 \xe2\x82\xac\xc2\x80\xf0\x90\x80\x80\xf4",
+            "\xe2\x82|\xff|\xc0\x80|\x80|\xc1\x80|\xf5\x80\x80\x80|\xed\xa0\x80"};
+    KavelEvent event(-1, &time, -2, 3, 4, &extra);
+    event.kavelEventId = 5;
+    EXPECT_EQ(eventLine(event, "anr"),
+              "{\"utc\":\"2023-12-31T23:00:00.007Z\",\"local\":\"2024-01-01T01:00:00.007+02:00\","
+              "\"recordId\":5,\"eventId\":\"0xffffffffffffffff\",\"name\":\"anr\",\"pid\":3,"
+              "\"uid\":4,\"process\":\"a\\\"b\\\\c\\u000a\\u007f\\u001f \","
+              "\"version\":\"1 \xe2\x82\xac\xc2\x80\xf0\x90\x80\x80\\ufffd\","
+              "\"type\":\"\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|"
+              "\\ufffd\\ufffd\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd\",\"mask\":\"0xfffffffe\"}\n");
+    time.tm_gmtoff = -12600;
+    const std::string line = eventLine(KavelEvent(1, &time, 0, 0, 0, &extra), "", {"a", "b\""});
+    EXPECT_NE(line.find("01:00:00.007-03:30\""), std::string::npos);
+    EXPECT_NE(line.find(",\"related\":[\"a\",\"b\\\"\"]}\n"), std::string::npos);
+}
+
+// On a tie the earlier file stays; without a time of the event the epoch is nearer than any file.
+TEST(NearestFile, IsTheOneAtTheOffset) {
+    const struct {
+        int64_t target;
+        int64_t offset;
+        std::vector<int64_t> files;
+        int nearest;
+    } kCases[] = {
+            {1'000, 10, {}, -1},
+            {1'000, 10, {90'000}, -1},
+            {50'000, 10, {90'000}, 0},
+            {1'000, 10, {1'009, 1'012}, 0},
+            {1'000, 2, {1'009, 1'012}, 0},
+            {1'000, 2, {1'012, 1'009}, 1},
+            {1'000, 10, {1'011, 1'009}, 0},
+            {1'000, 10, {995, 1'000, 1'040, 1'010}, 3},
+            {1'000, 2, {900, 997}, 1},
+            {0, 10, {1'000}, -1},
+    };
+    for (const auto& [target, offset, times, nearest] : kCases) {
+        std::vector<TraceFile> files;
+        for (const int64_t time : times) files.push_back({"f", time});
+        EXPECT_EQ(nearestFile(files, target, offset), nearest) << target << " " << offset;
+    }
 }
 
 }  // namespace

@@ -1,16 +1,16 @@
 // Would catch a value from outside that reaches a shell as anything but itself, whichever command
 // carries it: the files must hold it literally, and the tools must be given it literally.
 
-#include "tests/dump/HostileValues.h"
-
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
 
+#include <android-base/strings.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "dump/KavelDumpUtilThread.h"
+#include "dump/LogFolderName.h"
 #include "dump/LogPath.h"
 #include "dump/TrailLogPack.h"
 #include "tests/dump/DumpBench.h"
@@ -23,6 +23,17 @@ namespace {
 
 using test::DumpBench;
 using testing::HasSubstr;
+
+/**
+ * Texts that a careless command would run, expand or split. Each tries to leave a file CANARY in
+ * the working directory. None holds a "/", so that each can name a folder too.
+ */
+const std::vector<std::string> kHostileValues = base::Split(
+        R"(a;touch CANARY;b@$(touch CANARY)@`touch CANARY`@a&&touch CANARY||touch CANARY&@)"
+        R"(a|touch CANARY #@x>CANARY@'; >CANARY; '@"; >CANARY; "@\'; >CANARY; \'@*@?[a-z]*@~@-rf@-n@)"
+        R"($HOME ${PATH} $((1+1)) $'\n'@{a,b} {1..3}@a\nb\c\\d\0101\@ two  blanks @#!@)"
+        "x\n>CANARY\ntouch CANARY\n@\xE5\xBA\x94\xE7\x94\xA8\xEF\xBC\x8C\xFF@",
+        "@");
 
 /** What a tool is: it notes its words; touch leaves a canary, tar keeps the folder in $KEPT. */
 constexpr const char* kTool = R"(#!/bin/sh
@@ -59,12 +70,6 @@ class Workplace {
     /** Where tar puts a copy of the folder, which is gone once it is packed. */
     std::string kept() const { return mTop / "kept"; }
     std::string notes() const { return test::contentOf(mTop / "notes"); }
-    bool hasCanary() const {
-        const fs::recursive_directory_iterator all(mTop / "");
-        return std::any_of(begin(all), end(all), [](const fs::directory_entry& entry) {
-            return entry.path().filename() == "CANARY";
-        });
-    }
     bool hasStray() const { return !fs::is_empty(mTop / "empty"); }
 
   private:
@@ -85,8 +90,8 @@ TEST_P(HostileValue, StaysItself) {
     EventParameters& parameters = bench.context().parameters;
     parameters.setEventIdMap(0, 0x5, value);
     parameters.setTimeWindow(0x5, 10'000);
-    const CatchRef running =
-            bench.add(0x5, 0x0DFFFFFF, {value, value, value}, DumpBench::kRecordId, folder);
+    const KavelExtraInfo extra = {value, value, value};
+    const CatchRef running = bench.add(0x5, 0x0DFFFFFF, extra, DumpBench::kRecordId, folder);
 
     KavelDumpUtilThread::immediateDumpThread(running, nullptr);
     const KavelEvent other(0x101, &running->event->timestamp, 0, 1, 0, &running->event->extraInfo);
@@ -97,8 +102,8 @@ TEST_P(HostileValue, StaysItself) {
     const std::string own = buildLogPathFolderName(parameters, running->event.get());
     bench.settle();
 
-    EXPECT_FALSE(place.hasCanary());
-    EXPECT_FALSE(place.hasStray()) << "a file in the working directory";
+    EXPECT_TRUE(isLogFolderName(fs::path(own).filename().string()));
+    EXPECT_FALSE(place.hasStray()) << "CANARY in the working directory";
     EXPECT_EQ(test::contentOf(place.kept() + "/kavel_history.txt"),
               "EventType:" + value +
                       ",Timestamp:2024-03-07-09-05-02-007,loginfo:dffffff,eventID:77\n");
@@ -127,7 +132,7 @@ TEST_P(HostileValue, StaysItself) {
     EXPECT_THAT(notes, testing::Not(HasSubstr("touch [")));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, HostileValue, testing::ValuesIn(test::kHostileValues));
+INSTANTIATE_TEST_SUITE_P(All, HostileValue, testing::ValuesIn(kHostileValues));
 
 }  // namespace
 }  // namespace android::kavel

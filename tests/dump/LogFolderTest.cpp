@@ -1,20 +1,24 @@
 // Would catch a pack that does not wait for a command, that waits for ever, or that a command
 // joins; a root or an empty path in a command; a folder that counts as full because of what `*`
-// does not match; an event that replaces another one's line, and a part of a line after a failure;
-// a wrong field, a text that ends the line or the object, a local time without its offset; a file
-// that is nearer than the nearest one.
+// does not match; an event that replaces another one's line, and a part of a line after a failure.
+// Names that other tools no longer find, and parts that leave the folder or split a line; an
+// archive that takes the name of another one; a catch that is lost because its archive's name is
+// too long, and half a character; a start-up that packs, and removes, folders that are not the
+// daemon's.
 
 #include "dump/LogFolder.h"
 
 #include <chrono>
+#include <climits>
 #include <csignal>
+#include <cstring>
 #include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include "dump/EventLine.h"
-#include "dump/NearestFile.h"
+#include "dump/LogFolderName.h"
 #include "tests/fake/TempDir.h"
 
 namespace android::kavel {
@@ -22,6 +26,20 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+
+/** Calls @p function while the limit is set. */
+template <class Function>
+bool limited(int resource, rlim_t limit, const Function& function) {
+    rlimit before = {};
+    getrlimit(resource, &before);
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    const rlimit low = {limit, before.rlim_max};
+    setrlimit(resource, &low);
+    const bool result = function();
+    setrlimit(resource, &before);
+    signal(SIGXFSZ, handler);
+    return result;
+}
 
 TEST(LogFolder, WorkIsWaitedForAndEndsWithItsLastCopy) {
     const auto folder = std::make_shared<LogFolder>("/nowhere");
@@ -47,24 +65,17 @@ TEST(LogFolder, WorkIsWaitedForAndEndsWithItsLastCopy) {
 
 TEST(LogFolder, OnlyAnOpenDirectoryWithContentCanBePacked) {
     const test::TempDir top;
-    EXPECT_FALSE(LogFolder("").isOpen());
-    EXPECT_FALSE(LogFolder("//").isOpen());
-    EXPECT_FALSE(LogFolder("//").hasContent());
-    EXPECT_FALSE(LogFolder(top / "gone").isOpen());
-    EXPECT_FALSE(LogFolder(top / "gone").hasContent());
+    for (const std::string& path : {std::string(), std::string("//"), top / "gone"}) {
+        EXPECT_FALSE(LogFolder(path).isOpen() || LogFolder(path).hasContent()) << path;
+    }
     LogFolder folder(top / "");
     EXPECT_TRUE(folder.isOpen());
     test::makeFile(top / ".hidden", 0);
     EXPECT_FALSE(folder.hasContent());
     test::makeFile(top / "log", 0);
     EXPECT_TRUE(folder.hasContent());
-    rlimit before = {};
-    getrlimit(RLIMIT_NOFILE, &before);
-    const rlimit none = {0, before.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-    const bool hasContent = LogFolder(top / "").hasContent();
-    setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_TRUE(hasContent) << "it cannot be read";
+    EXPECT_TRUE(limited(RLIMIT_NOFILE, 0, [&] { return LogFolder(top / "").hasContent(); }))
+            << "it cannot be read";
     folder.close();
     EXPECT_FALSE(folder.isOpen());
 }
@@ -73,68 +84,81 @@ TEST(LogFolder, EventsFileHasEveryLineOrNone) {
     const test::TempDir top;
     LogFolder folder(top / "");
     EXPECT_TRUE(folder.addEventLine("one\n"));
-    rlimit before = {};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    const rlimit full = {6, before.rlim_max};  // as on a full disk: a part is written
-    setrlimit(RLIMIT_FSIZE, &full);
-    const bool isWritten = folder.addEventLine("lost\n");
-    setrlimit(RLIMIT_FSIZE, &before);
-    signal(SIGXFSZ, handler);
-    EXPECT_FALSE(isWritten);
+    // As on a full disk: a part is written.
+    EXPECT_FALSE(limited(RLIMIT_FSIZE, 6, [&] { return folder.addEventLine("lost\n"); }));
     EXPECT_TRUE(folder.addEventLine("two\n"));
     EXPECT_EQ(test::contentOf(top / kEventsFile), "one\ntwo\n");
 }
 
-TEST(EventLine, IsOneJsonObject) {
-    KavelTimestamp time = {};
-    time.tm_year = 124;
-    time.tm_mday = 1;
-    time.tm_hour = 1;
-    time.tm_gmtoff = 7200;
-    time.millisecond = 7;
-    const KavelExtraInfo extra = {
-            "a\"b\\c\n\x7f\x1f ", "1 \xe2\x82\xac\xc2\x80\xf0\x90\x80\x80\xf4",
-            "\xe2\x82|\xff|\xc0\x80|\x80|\xc1\x80|\xf5\x80\x80\x80|\xed\xa0\x80"};
-    KavelEvent event(-1, &time, -2, 3, 4, &extra);
-    event.kavelEventId = 5;
-    EXPECT_EQ(eventLine(event, "anr"),
-              "{\"utc\":\"2023-12-31T23:00:00.007Z\",\"local\":\"2024-01-01T01:00:00.007+02:00\","
-              "\"recordId\":5,\"eventId\":\"0xffffffffffffffff\",\"name\":\"anr\",\"pid\":3,"
-              "\"uid\":4,\"process\":\"a\\\"b\\\\c\\u000a\\u007f\\u001f \","
-              "\"version\":\"1 \xe2\x82\xac\xc2\x80\xf0\x90\x80\x80\\ufffd\","
-              "\"type\":\"\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|"
-              "\\ufffd\\ufffd\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd\",\"mask\":\"0xfffffffe\"}\n");
-    time.tm_gmtoff = -12600;
-    const std::string line = eventLine(KavelEvent(1, &time, 0, 0, 0, &extra), "", {"a", "b\""});
-    EXPECT_NE(line.find("01:00:00.007-03:30\""), std::string::npos);
-    EXPECT_NE(line.find(",\"related\":[\"a\",\"b\\\"\"]}\n"), std::string::npos);
+constexpr int64_t kTime = 1'709'802'302'007'000'000;
+const std::string kTail = "@831be687eb45bbc0@V1.2@2024-03-07-09-05-02-007";
+
+std::string nameOf(const std::string& event, const std::string& process,
+                   const std::string& ota = "V1.2") {
+    return logFolderName({event, process, kTime, ota, "2024-03-07-09-05-02-007"});
 }
 
-// On a tie the earlier file stays; without a time of the event the epoch is nearer than any file.
-TEST(NearestFile, IsTheOneAtTheOffset) {
-    const struct {
-        int64_t target;
-        int64_t offset;
-        std::vector<int64_t> files;
-        int nearest;
-    } kCases[] = {
-            {1'000, 10, {}, -1},
-            {1'000, 10, {90'000}, -1},
-            {50'000, 10, {90'000}, 0},
-            {1'000, 10, {1'009, 1'012}, 0},
-            {1'000, 2, {1'009, 1'012}, 0},
-            {1'000, 2, {1'012, 1'009}, 1},
-            {1'000, 10, {1'011, 1'009}, 0},
-            {1'000, 10, {995, 1'000, 1'040, 1'010}, 3},
-            {1'000, 2, {900, 997}, 1},
-            {0, 10, {1'000}, -1},
-    };
-    for (const auto& [target, offset, times, nearest] : kCases) {
-        std::vector<TraceFile> files;
-        for (const int64_t time : times) files.push_back({"f", time});
-        EXPECT_EQ(nearestFile(files, target, offset), nearest) << target << " " << offset;
+TEST(LogFolderName, IsMadeOfItsParts) {
+    EXPECT_EQ(nameOf("anr", "com.example.app"), "kavel_anr_com.example.app" + kTail);
+    EXPECT_EQ(nameOf("", "system", ""), "kavel__system@831be687eb45bbc0@@2024-03-07-09-05-02-007");
+    EXPECT_EQ(nameOf("../a", "b/\n\x7f/c\x01"), "kavel_.._a_b____c_" + kTail);
+    EXPECT_EQ(nameOf("e", "p", "1/2\n"), "kavel_e_p@831be687eb45bbc0@1_2_@2024-03-07-09-05-02-007");
+    EXPECT_EQ(logFolderName({"e", "p", -1, "", "T"}), "kavel_e_p@6b6176656bffffff@@T");
+}
+
+TEST(LogFolderName, FurtherArchivesOfAFolderAreNumbered) {
+    EXPECT_EQ(archiveName("kavel_e_p" + kTail, 1), "kavel_e_p" + kTail + ".tar.gz");
+    EXPECT_EQ(archiveName("kavel_e_p" + kTail, 12), "kavel_e_p" + kTail + ".12.tar.gz");
+    const auto name = parseArchiveName("kavel_e_p" + kTail + ".12.tar.gz");
+    ASSERT_TRUE(name.has_value());
+    EXPECT_EQ(name->sequence, 12U);
+    EXPECT_EQ(name->folder, "kavel_e_p" + kTail);
+}
+
+TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
+    const std::string accents = "\xC3\xA9\xC3\xA9\xC3\xA9";
+    std::string manyAccents;
+    while (manyAccents.size() < 300) manyAccents += accents;
+    for (size_t extra = 0; extra < 4; ++extra) {
+        const std::string event = std::string(extra, 'e');
+        const std::string name = nameOf(event, manyAccents);
+        const size_t length = archiveName(name, kMaxArchiveSequence).size();
+        EXPECT_TRUE(length == NAME_MAX || length == NAME_MAX - 1) << length;
+        const size_t process = name.find('@') - strlen("kavel_") - extra - 1;
+        EXPECT_EQ(process % 2, 0U) << "a character was split";
+        EXPECT_EQ(name.substr(name.find('@')), kTail);
     }
+    const std::string all = std::string(500, 'x');
+    for (const std::string& name : {nameOf(all, all), nameOf(all, all, all)}) {
+        EXPECT_EQ(archiveName(name, kMaxArchiveSequence).size(), size_t{NAME_MAX});
+        EXPECT_TRUE(isLogFolderName(name));
+    }
+}
+
+TEST(LogFolderName, OursAreToldFromOthers) {
+    const std::string good = "kavel_anr_p" + kTail;
+    EXPECT_TRUE(isLogFolderName(good));
+    EXPECT_TRUE(isLogFolderName(nameOf("a@b_c", "d@e@f", "")));
+    std::string repeated = "kavel_" + std::string(80, '_');
+    for (int i = 0; i < 50; ++i) repeated += "@a@";
+    std::vector<std::string> foreign = {"kavel_" + std::string(300, 'a') + "_p" + kTail, "",
+                                        "kavel_a_b@831be687eb45bbc0@V", repeated + "x",
+                                        good.substr(0, good.size() - 1)};
+    for (const char* end : {".2", ".tar.gz", "0"}) foreign.push_back(good + end);
+    for (const char* begin : {"", "kavel_anr", "kavel_a_\n", "xkavel_anr_p"}) {
+        foreign.push_back(begin + kTail);
+    }
+    for (const char* front :
+         {"wxlog", "kavel_", "kavel_a_b@1@@", "kavel_@831be687eb45bbc0@V",
+          "kavel_a_b@831be687eb45bbc0", "kavel_a_p@@V", "kavel_a_p@831BE687EB45BBC0@V",
+          "kavel_a_p@831be687eb45bbc01@V", "kavel_a_p@831be687eb45bbcg@V"}) {
+        foreign.push_back(front + std::string("@2024-03-07-09-05-02-007"));
+    }
+    for (const char* time : {"-03-07-09-05-02-007", "2024-03-07-09-05-02-00x",
+                             "2024-03-07-09:05-02-007", "x024-03-07-09-05-02-007"}) {
+        foreign.push_back("kavel_a_p@831be687eb45bbc0@V@" + std::string(time));
+    }
+    for (const std::string& name : foreign) EXPECT_FALSE(isLogFolderName(name)) << name;
 }
 
 }  // namespace

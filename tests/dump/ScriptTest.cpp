@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <climits>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -54,83 +53,56 @@ using base::StringPrintf;
 using test::DumpBench;
 using test::ScriptLine;
 
-constexpr int kThrows = INT_MIN;
-
 /** What a script's lines do. Events are known by the ids of their records. */
 class Phone {
   public:
     std::string follow(const ScriptLine& line) {
-        std::string all;
+        mResults.clear();
         const std::string steps = test::withPlaces(line.rest(0));
         for (const std::string& step : base::Split(test::replaced(steps, "; ", "\n"), "\n")) {
-            mSays.clear();
-            run(ScriptLine(step));
-            all += shownWithState();
+            run(step);
+            say("");
         }
-        return all;
+        return test::folded(test::replaced(sorted(mResults), "[dravo_kavel ", "[~"), mSeries);
     }
 
   private:
     using Line = const ScriptLine&;
 
-    void run(Line line) { mVerbs.at(line.verb())(line); }
-    /** A command that begins with a text and ends with a status, though it may be done. */
-    struct Failure {
-        std::string start;
-        int status;
-        bool isDone;
-    };
-    struct Faults {
-        std::vector<Failure> failures;
-        std::string lateWriter;
-        bool cutsArchives = false;
-    } mFaults;
-
-    std::string shown() { return test::folded(sorted(mBench->takeTranscript()), mSeries); }
-    /** What has happened and then what mSays, in one line if that is short. */
-    std::string shownWithState() {
-        std::string all = shown();
-        all.pop_back();
-        return all + (all.empty() || mSays.empty() ? "" : " | ") + std::exchange(mSays, "") + "\n";
+    void run(const std::string& step) {
+        const ScriptLine line(step);
+        mVerbs.at(line.verb())(line);
+    }
+    /** Adds what has happened to the results, and behind it the text, if any. */
+    void say(const std::string& text) {
+        mResults += mBench->takeTranscript() + text + (text.empty() ? "" : "\n");
     }
     /** An empty phone: no files, no framework. */
     void refresh() {
         mCatches.clear();
         mBench = nullptr;
-        for (const fs::directory_entry& entry : fs::directory_iterator("/data")) {
-            fs::remove_all(entry.path());
-        }
+        for (const auto& entry : fs::directory_iterator("/data")) fs::remove_all(entry);
         fake::setSignals(true);
         mRing.clear();
         mFolders.clear();
-        mFaults = {};
+        mFailures.clear();
+        mSteps.clear();
         mBench = std::make_unique<DumpBench>(
                 [this](const std::string& command) { return carryOut(command); },
-                [this] {
-                    for (const auto& step : std::exchange(mSteps, {})) run(ScriptLine(step));
-                });
+                [this] { runSteps("sleep"); });
     }
-    void fail(const std::string& start, int status, bool isDone) {
-        mFaults.failures.push_back({start, status, isDone});
+    void runSteps(const std::string& occasion) {
+        for (const std::string& step : std::exchange(mSteps[occasion], {})) run(step);
     }
     int carryOut(const std::string& command) {
-        const auto& all = mFaults.failures;
-        const auto failure = std::find_if(all.begin(), all.end(), [&](const Failure& each) {
-            return command.rfind(each.start, 0) == 0;
+        const auto failure = std::find_if(mFailures.begin(), mFailures.end(), [&](Line each) {
+            return command.rfind(each.rest(2), 0) == 0;
         });
-        if (failure != all.end() && failure->status == kThrows) {
-            throw std::runtime_error("no memory");
-        }
-        if (failure != all.end() && !failure->isDone) return failure->status;
+        const bool fails = failure != mFailures.end();
+        if (fails && failure->verb() == "fail") return intOf(*failure, 1);
         const int status = fake::carryOut(command);
-        if (mFaults.cutsArchives && command.rfind("tar czf ", 0) == 0) {
-            const std::string archive = ScriptLine(command).word(2);
-            fs::resize_file(archive, fs::file_size(archive) - 1);
-        }
-        if (!mFaults.lateWriter.empty() && command.rfind("rm ", 0) == 0) {
-            makeFile(mFaults.lateWriter, 0);
-        }
-        return failure == all.end() ? status : failure->status;
+        runSteps(ScriptLine(command).verb());
+        return fails ? intOf(*failure, 1) : status;
     }
     static void makeFile(const std::string& path, int64_t size) {
         fs::create_directories(fs::path(path).parent_path());
@@ -138,7 +110,7 @@ class Phone {
     }
     static void makeTrace(const std::string& path, int64_t seconds) {
         makeFile(path, 0);
-        const time_t time = DumpBench::kStartUs / 1'000'000 + seconds;
+        const time_t time = test::kScriptStartUs / 1'000'000 + seconds;
         const timespec times[] = {{time, 0}, {time, 0}};
         EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
     }
@@ -152,7 +124,11 @@ class Phone {
                 type, static_cast<uint32_t>(mask),
                 {line.option("process"), line.option("version"), line.option("type")}, id);
         fake::clearLog();  // the time was read for the record, by the test
+        if (line.verb() != "commercial-event") return;
+        mCatches[id]->commercial.begin();
+        mCatches[id]->commercial.setLogInfo(static_cast<int>(mask));
     }
+    void addEvent(Line line) { addEvent(line, intOf(line, 1), line.number(2), line.number(3)); }
     /**
      * The catch, in the folder at that path, if any. One below /data/F is made, with something to
      * pack in it; one called shared is of a window.
@@ -172,11 +148,6 @@ class Phone {
         return found;
     }
     const CatchRef& inFolder(Line line) { return inFolder(intOf(line, 1), line.word(2)); }
-    void addCommercialEvent(Line line) {
-        addEvent(line, intOf(line, 1), line.number(2), line.number(3));
-        running(line).commercial.begin();
-        running(line).commercial.setLogInfo(intOf(line, 3));
-    }
     void setRing(Line line) {
         mRing.clear();
         for (size_t i = 1; i < line.size(); ++i) {
@@ -192,62 +163,49 @@ class Phone {
     }
     void claim(Line line) {
         const bool isKept = context().technical.claim(running(line).event) != nullptr;
-        mSays = std::string(isKept ? "kept" : "not kept") + ", folder " +
-                (running(line).folder()->isClosed() ? "closed" : "open");
+        const bool isClosed = running(line).folder()->isClosed();
+        say(StringPrintf("%s, folder %s", isKept ? "kept" : "not kept",
+                         isClosed ? "closed" : "open"));
     }
     static void setTraceUtility(const std::string& state) {
         using Outcome = CallLine::Outcome;
         fake::setTraceUtility(state != "gone");
         fake::setCallOutcome(state == "hangs" ? Outcome::Late : Outcome::Returned);
     }
-    void conclude(const CatchRef& main) {
-        KavelDumpUtilThread::commercialContinuousDumpThread(main, [this] { return mRing; });
-    }
-    static void packHangFiles(const std::string& folder) {
-        if (folder == "/data/F") fs::create_directories(folder);
-        packNwatchcallLog(copyNwatchcallLog(folder), folder, "hang warning");
-    }
     /** A catch on a trail build from its first round to its archive. */
     void catchOnTrail(Line line) {
-        const int64_t type = line.number(1);
-        addEvent(line, DumpBench::kRecordId, type, line.number(2));
+        addEvent(line, DumpBench::kRecordId, line.number(1), line.number(2));
         const std::string in = line.option("in");
         const CatchRef& added = inFolder(DumpBench::kRecordId, in.empty() ? "/data/F" : in);
         KavelDumpUtilThread::immediateDumpThread(added, nullptr);
         KavelDumpUtilThread::trailContinuousDumpThread(added);
         showState(*added);
         mCatches.clear();
-        mSays += StringPrintf("; %zu catches", context().catches.size());
+        if (context().catches.find(DumpBench::kRecordId) != nullptr)
+            say("the catch is still there");
     }
-    /** What each of the masks starts for each of the event types; if given, with further bits. */
-    void collectEach(Line line) {
+    /** What each of the masks starts, or packs, for each of the types; if given, of more bits. */
+    void doEach(Line line) {
         const uint32_t further = line.size() > 3 ? static_cast<uint32_t>(line.number(3)) : 0;
-        std::string all;
         for (const std::string& type : base::Split(line.word(1), ",")) {
             for (const std::string& mask : base::Split(line.word(2), ",")) {
                 const auto bits = static_cast<uint32_t>(std::stoll(mask, nullptr, 0));
                 addEvent(line, 77, std::stoll(type, nullptr, 0), bits);
-                collectLog(bits | further, inFolder(77, "/data/F"));
-                showState(*mCatches.at(77));
-                all.append(type).append(" ").append(mask).append(": ").append(shownWithState());
+                say(type + " " + mask + ":");
+                const CatchRef& added = inFolder(77, "/data/F");
+                if (line.verb() == "pack-each") {
+                    trailLogPack(added, 0);
+                    fs::remove_all(kArchiveDirectory);
+                    continue;
+                }
+                collectLog(bits | further, added);
+                showState(*added);
                 context().captures.clear(~0U);
             }
         }
-        mSays = all;
     }
-    /** What packs of these event types do. */
-    void packEach(Line line) {
-        std::string all;
-        for (size_t i = 1; i < line.size(); ++i) {
-            fs::remove_all(kArchiveDirectory);
-            addEvent(line, 77, line.number(i), 0);
-            trailLogPack(inFolder(77, "/data/F"), 0);
-            all += line.word(i) + ": " + shown();
-        }
-        mSays = all;
-    }
-    /** Starts the daemon again so many times, each with the same results. */
-    void packLeftovers(int64_t starts) {
+    /** What a start of the daemon does about the folders that it finds. */
+    std::string packLeftovers() {
         std::set<fs::path> folders;
         std::error_code none;
         for (const auto& entry : fs::directory_iterator(kLogFolderRoot, none)) {
@@ -262,10 +220,13 @@ class Phone {
             return fake::logCount("Folders]: done,") + fake::logCount("Folders]: ended:") > 0;
         };
         if (!folders.empty()) EXPECT_TRUE(test::eventually(hasEnded));
-        const std::string all = shown();
-        mSays = all;
-        if (starts > 1) packLeftovers(starts - 1);
-        EXPECT_EQ(mSays, all) << "each start does the same";
+        return mBench->takeTranscript();
+    }
+    /** So many starts, each with the same results. */
+    void packLeftovers(int64_t starts) {
+        const std::string all = packLeftovers();
+        while (--starts > 0) EXPECT_EQ(packLeftovers(), all);
+        mResults += all;
     }
     /** What is in a folder and, for archives, what was packed. */
     void list(const std::string& folder) {
@@ -278,24 +239,24 @@ class Phone {
                         packed.begin(), packed.end(), [](char c) { return c < ' '; }, ' ');
                 name += ": " + base::Trim(packed);
             }
-            names.insert(name);
+            names.insert(base::Trim(name));
         }
-        mSays = base::Trim(test::folded(base::Join(names, " | ") + "\n", {}));
+        say(base::Join(names, "\n"));
     }
     void showState(const Catch& running) {
         mBench->settle();
-        mSays += StringPrintf("collected 0x%x, %s; captures 0x%x; window %s; xlog %s",
-                              running.event->collected.load(),
-                              verifyLogIntegrity(*running.event) ? "complete" : "incomplete",
-                              context().captures.mask(),
-                              context().combinedDumpRunning ? "open" : "closed",
-                              context().xlogRequested ? "wanted" : "not wanted");
+        const uint32_t captures = context().captures.mask();
+        say(StringPrintf("collected 0x%x, %s%s%s%s", running.event->collected.load(),
+                         verifyLogIntegrity(*running.event) ? "complete" : "incomplete",
+                         captures == 0 ? "" : StringPrintf("; captures 0x%x", captures).c_str(),
+                         context().combinedDumpRunning ? "" : "; window closed",
+                         context().xlogRequested ? "; xlog wanted" : ""));
     }
     /** The lines about a directory's entries, which come in its own order, in theirs. */
     static std::string sorted(const std::string& transcript) {
         std::vector<std::string> lines = base::Split(transcript, "\n");
         const auto isOfEntry = [](const std::string& line) {
-            return base::EndsWith(line, " scanned.\\") || base::EndsWith(line, ", skipped.\\") ||
+            return base::EndsWith(line, " scanned.") || base::EndsWith(line, ", skipped.") ||
                    line.find("]: stat ") != std::string::npos;
         };
         for (auto begin = lines.begin(); begin != lines.end();) {
@@ -323,22 +284,21 @@ class Phone {
             {"trace-utility", [](Line l) { setTraceUtility(l.word(1)); }},
             {"signals-fail", [](Line) { fake::setSignals(false); }},
             {"set", [](Line l) { fake::setProperty(l.word(1), l.word(2)); }},
-            {"at", [](Line l) { fake::resetTime(DumpBench::kStartUs + l.number(1)); }},
+            {"at", [](Line l) { fake::resetTime(test::kScriptStartUs + l.number(1)); }},
             {"advance", [](Line l) { fake::advance(l.number(1)); }},
             {"step-wall-clock", [](Line l) { fake::stepWallClock(l.number(1)); }},
-            {"before-sleep", [this](Line l) { mSteps.push_back(l.rest(1)); }},
-            // Commands that begin with a text end with a status, undone or done, or an exception.
-            {"fail", [this](Line l) { fail(l.rest(2), intOf(l, 1), false); }},
-            {"fail-late", [this](Line l) { fail(l.rest(2), intOf(l, 1), true); }},
-            {"throw", [this](Line l) { fail(l.rest(1), kThrows, false); }},
-            {"mend", [this](Line) { mFaults.failures.clear(); }},
-            // Archives that tar makes lack their end, as after a gzip that died.
-            {"cut-archives", [this](Line) { mFaults.cutsArchives = true; }},
-            // A file that is made as the folder around it is being removed.
-            {"late-writer", [this](Line l) { mFaults.lateWriter = l.rest(1); }},
+            // Once, ahead of a sleep or behind a command with that first word.
+            {"at-next", [this](Line l) { mSteps[l.word(1)].push_back(l.rest(2)); }},
+            {"throw", [](Line) { throw std::runtime_error("no memory"); }},
+            // As after a gzip that died.
+            {"shorten", [](Line l) { fs::resize_file(l.word(1), fs::file_size(l.word(1)) - 1); }},
+            // Commands that begin with a text end with a status, undone or done.
+            {"fail", [this](Line l) { mFailures.push_back(l); }},
+            {"fail-late", [this](Line l) { mFailures.push_back(l); }},
+            {"mend", [this](Line) { mFailures.clear(); }},
             // Events and their catches.
-            {"event", [this](Line l) { addEvent(l, intOf(l, 1), l.number(2), l.number(3)); }},
-            {"commercial-event", [this](Line l) { addCommercialEvent(l); }},
+            {"event", [this](Line l) { addEvent(l); }},
+            {"commercial-event", [this](Line l) { addEvent(l); }},
             {"release", [this](Line l) { mCatches.erase(intOf(l, 1)); }},
             {"ring", [this](Line l) { setRing(l); }},
             {"crowd", [this](Line l) { crowd(l); }},
@@ -350,15 +310,20 @@ class Phone {
              [this](Line l) { KavelDumpUtilThread::immediateDumpThread(inFolder(l), nullptr); }},
             {"continuous",
              [this](Line l) { KavelDumpUtilThread::trailContinuousDumpThread(inFolder(l)); }},
-            {"conclude", [this](Line l) { conclude(inFolder(l)); }},
-            {"collect-each", [this](Line l) { collectEach(l); }},
+            {"conclude",
+             [this](Line l) {
+                 const auto ring = [this] { return mRing; };
+                 KavelDumpUtilThread::commercialContinuousDumpThread(inFolder(l), ring);
+             }},
+            {"collect-each", [this](Line l) { doEach(l); }},
             {"native-trace", [this](Line l) { dumpNativeSystraceWithThread(*running(l).event); }},
             {"pack", [this](Line l) { trailLogPack(inFolder(l), 0); }},
-            {"pack-each", [this](Line l) { packEach(l); }},
+            {"pack-each", [this](Line l) { doEach(l); }},
             {"pack-commercial", [this](Line l) { commercialLogPack(inFolder(l), mRing); }},
             {"pack-xlog", [](Line l) { packXlogForWeChat(l.rest(1)); }},
-            {"xlog-size", [this](Line l) { mSays = std::to_string(totalXlogSize(l.rest(1))); }},
-            {"nwatchcall", [](Line l) { packHangFiles(l.rest(1)); }},
+            {"xlog-size", [this](Line l) { say(std::to_string(totalXlogSize(l.rest(1)))); }},
+            {"nwatchcall",
+             [](Line l) { packNwatchcallLog(copyNwatchcallLog(l.rest(1)), l.rest(1), "hang"); }},
             {"leftovers", [this](Line l) { packLeftovers(l.size() > 1 ? l.number(1) : 1); }},
     };
     const std::vector<test::Series> mSeries = test::readSeries(KAVEL_GOLDEN_DIR "/series.txt");
@@ -366,8 +331,9 @@ class Phone {
     std::map<int, CatchRef> mCatches;
     std::map<std::string, LogFolderRef> mFolders;
     std::vector<EventRef> mRing;
-    std::vector<std::string> mSteps;
-    std::string mSays;
+    std::vector<ScriptLine> mFailures;
+    std::map<std::string, std::vector<std::string>> mSteps;
+    std::string mResults;
 };
 
 class Script : public testing::TestWithParam<std::string> {};

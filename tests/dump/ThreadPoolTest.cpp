@@ -1,4 +1,10 @@
-#include "dump/KavelThreadPool.h"
+// Would catch a start beyond the maximum, also by bursts that add up; workers that debugging tools
+// cannot tell apart, as a name too long for the kernel is not cut; a burst that waits behind hung
+// commands, also one that is queued before the idle count falls; a queue that is not first in,
+// first out, and an end that drops what is queued or deadlocks on what tasks still commit; pools of
+// another size, one that keeps its extra workers or shrinks below its core; a task that is lost
+// because no thread can be created; an exception that ends the daemon or the worker, or leaves no
+// trace.
 
 #include <chrono>
 #include <filesystem>
@@ -7,13 +13,18 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
+#include <android-base/strings.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include "dump/DumpContext.h"
+#include "dump/KavelThreadPool.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
+#include "tests/fake/FakeThreads.h"
 #include "tests/fake/FastClock.h"
 #include "tests/fake/TempDir.h"
 
@@ -23,7 +34,7 @@ namespace {
 using std::KavelThreadPool;
 using test::eventually;
 using testing::ElementsAre;
-using testing::IsSubsetOf;
+using Names = std::multiset<std::string>;
 
 std::string threadName() {
     char name[16] = {};
@@ -32,13 +43,12 @@ std::string threadName() {
 }
 
 /** Names of the live threads that begin with @p prefix. */
-std::set<std::string> liveThreads(const std::string& prefix) {
-    std::set<std::string> names;
+Names liveThreads(const std::string& prefix) {
+    Names names;
     std::error_code gone;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", gone)) {
-        std::string name = test::contentOf(task.path() / "comm");
-        if (!name.empty()) name.pop_back();  // the newline
-        if (name.compare(0, prefix.size(), prefix) == 0) names.insert(name);
+        const std::string name = base::Trim(test::contentOf(task.path() / "comm"));
+        if (name.rfind(prefix, 0) == 0) names.insert(name);
     }
     return names;
 }
@@ -46,22 +56,26 @@ std::set<std::string> liveThreads(const std::string& prefix) {
 /** Tasks that stay where they are until release(). */
 class Burst {
   public:
-    /** Commits one and waits until a worker has it; whether one came. */
-    bool occupy(KavelThreadPool& pool) {
-        auto started = std::make_shared<std::promise<void>>();
-        std::future<void> running = started->get_future();
-        mTasks.push_back(pool.commit([this, started] {
-            {
+    /** Commits so many and waits until each has a worker; whether all got one. */
+    bool occupy(KavelThreadPool& pool, size_t count = 1) {
+        for (; count > 0; --count) {
+            mTasks.push_back(pool.commit([this] {
+                {
+                    MutexLock lock(mLock);
+                    mNames.insert(threadName());
+                }
+                mReleased.wait();
+            }));
+            const auto hasWorker = [this] {
                 MutexLock lock(mLock);
-                mNames.insert(threadName());
-            }
-            started->set_value();
-            mReleased.wait();
-        }));
-        return running.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+                return mNames.size() == mTasks.size();
+            };
+            if (!eventually(hasWorker)) return false;
+        }
+        return true;
     }
     /** Lets all tasks end; the names of the threads that had them. */
-    std::set<std::string> release() {
+    Names release() {
         mRelease.set_value();
         for (std::future<void>& task : mTasks) task.wait();
         MutexLock lock(mLock);
@@ -73,11 +87,9 @@ class Burst {
     const std::shared_future<void> mReleased = mRelease.get_future().share();
     std::vector<std::future<void>> mTasks;
     Mutex mLock;
-    std::set<std::string> mNames GUARDED_BY(mLock);
+    Names mNames GUARDED_BY(mLock);
 };
 
-// Would catch a start beyond the maximum, and workers that debugging tools cannot tell apart. A
-// name too long for the kernel is not cut: the workers would all share it.
 TEST(KavelThreadPool, StartsNamedWorkersUpToItsMaximum) {
     KavelThreadPool pool("kt_max", 1, 3);
     pool.addThread(0);
@@ -86,7 +98,7 @@ TEST(KavelThreadPool, StartsNamedWorkersUpToItsMaximum) {
     pool.addThread(20);
     EXPECT_TRUE(eventually([] { return liveThreads("kt_max").size() == 3; }));
     Burst burst;
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(burst.occupy(pool));
+    EXPECT_TRUE(burst.occupy(pool, 3));
     EXPECT_THAT(burst.release(), ElementsAre("kt_max1", "kt_max2", "kt_max3"));
 
     KavelThreadPool unnamed("kavel_tp_history", 1, 5);
@@ -96,39 +108,8 @@ TEST(KavelThreadPool, StartsNamedWorkersUpToItsMaximum) {
     EXPECT_THAT(one.release(), ElementsAre(threadName()));
 }
 
-// Would catch a pool that makes urgent commands wait behind slow ones, one that keeps its extra
-// workers for ever, and one whose bursts add up beyond the maximum.
-TEST(KavelThreadPool, GrowsWhenBusyRetiresWhenIdleAndNeverPassesItsMaximum) {
-    KavelThreadPool pool("kt_grow", 5, 10);
-    pool.addThread(5);
-    {
-        Burst burst;
-        for (int i = 0; i < 6; ++i) ASSERT_TRUE(burst.occupy(pool)) << i;
-        EXPECT_EQ(burst.release().count("kt_grow6"), 1U);
-    }
-    std::set<std::string> everyName;
-    for (int round = 0; round < 3; ++round) {
-        Burst burst;
-        std::vector<std::future<void>> waiting;
-        ASSERT_TRUE(burst.occupy(pool));
-        for (int i = 0; i < 30; ++i) waiting.push_back(pool.commit([] {}));
-        everyName.merge(burst.release());
-        for (std::future<void>& task : waiting) task.wait();
-        everyName.merge(liveThreads("kt_grow"));
-    }
-    EXPECT_TRUE(eventually([&] {
-        pool.commit([] {}).wait();
-        return liveThreads("kt_grow").size() <= 5;
-    }));
-    EXPECT_THAT(everyName,
-                IsSubsetOf({"kt_grow1", "kt_grow2", "kt_grow3", "kt_grow4", "kt_grow5", "kt_grow6",
-                            "kt_grow7", "kt_grow8", "kt_grow9", "kt_grow10"}));
-}
-
-// Would catch a burst, queued before the idle count falls, that waits behind hung commands. Whether
-// it is depends on the scheduler, so several pools get one.
 TEST(KavelThreadPool, GrowsWhileTasksWaitAndNoWorkerBecomesFree) {
-    const fake::FastClock clock(5);
+    const fake::FastClock clock(5);  // whether tasks wait depends on the scheduler: several pools
     const auto begin = std::chrono::steady_clock::now();
     std::promise<void> release;
     const std::shared_future<void> released = release.get_future().share();
@@ -147,12 +128,16 @@ TEST(KavelThreadPool, GrowsWhileTasksWaitAndNoWorkerBecomesFree) {
     release.set_value();
 }
 
-// Would catch a queue that is not first in, first out, and a destructor that drops what is queued.
-TEST(KavelThreadPool, OneWorkerKeepsTheOrderAndRunsAllBeforeItIsGone) {
+TEST(KavelThreadPool, OneWorkerOutlivesAnExceptionKeepsTheOrderAndRunsAllBeforeItIsGone) {
+    fake::captureLog();
+    fake::clearLog();
     std::vector<int> order;
     std::optional<KavelThreadPool> pool;
     pool.emplace("kt_one", uint16_t{1}, uint16_t{1});
     pool->addThread(1);
+    std::future<void> failed = pool->commit([] { throw std::runtime_error("no space"); });
+    EXPECT_THROW(failed.get(), std::runtime_error);
+    EXPECT_EQ(fake::logCount("task ended with an exception: no space"), 1U);
     for (int i = 0; i < 200; ++i) {
         pool->commit([&order](int value) { order.push_back(value); }, i);
     }
@@ -161,19 +146,56 @@ TEST(KavelThreadPool, OneWorkerKeepsTheOrderAndRunsAllBeforeItIsGone) {
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 }
 
-// Would catch an exception that ends the daemon, ends the worker, or leaves no trace.
-TEST(KavelThreadPool, ExceptionIsLoggedAndTheWorkerLives) {
-    fake::captureLog();
-    fake::clearLog();
-    KavelThreadPool pool("kt_throw", 1, 1);
-    pool.addThread(1);
-    std::future<void> failed = pool.commit([] { throw std::runtime_error("no space"); });
-    EXPECT_THROW(failed.get(), std::runtime_error);
-    EXPECT_NO_THROW(pool.commit([] {}).get());
-    EXPECT_EQ(fake::logCount("task ended with an exception: no space"), 1U);
+TEST(KavelThreadPool, ThoseOfADumpGrowToTheirSizesOnceAndKeepTheirCore) {
+    KavelThreadPool first("kt_first", 1, 1);  // with it a sanitizer starts a thread of its own
+    first.addThread(1);
+    first.commit([] {}).wait();
+    const size_t before = liveThreads("").size();
+    EventParameters parameters;
+    DumpContext context(parameters);
+    EXPECT_TRUE(eventually([&] { return liveThreads("kavel_tp_").size() == 5; }));
+    EXPECT_EQ(liveThreads("").size(), before + 7) << "the other names are too long for the kernel";
+    {
+        Burst burst;
+        EXPECT_TRUE(burst.occupy(context.cmdPool, 10));
+        EXPECT_TRUE(burst.occupy(context.logcatPool));
+        EXPECT_TRUE(burst.occupy(context.historyPool, 5));
+        burst.release();
+    }
+    const auto cmdThreads = [&] {
+        context.cmdPool.commit([] {}).wait();  // an extra worker ends behind a task
+        return liveThreads("kavel_tp_cmd");
+    };
+    EXPECT_TRUE(eventually([&] { return cmdThreads().size() == 5; }));
+    for (int task = 0; task < 100; ++task) EXPECT_EQ(cmdThreads().size(), 5U);
+
+    const Names left = cmdThreads();
+    Burst burst;
+    EXPECT_TRUE(burst.occupy(context.cmdPool, 5));
+    std::vector<std::string> names(30);
+    std::vector<std::future<void>> waiting;
+    for (std::string& name : names) {
+        waiting.push_back(context.cmdPool.commit([&name] { name = threadName(); }));
+    }
+    burst.release();
+    for (const std::future<void>& task : waiting) task.wait();
+    for (const std::string& name : names) EXPECT_EQ(left.count(name), 1U) << name;
 }
 
-// Would catch a stopping pool that drops, or deadlocks on, what its own tasks still commit.
+TEST(KavelThreadPool, RunsItsTasksWithoutAFurtherThread) {
+    fake::captureLog();
+    KavelThreadPool pool("kt_none", 1, 2);
+    pool.addThread(1);
+    Burst burst;
+    EXPECT_TRUE(burst.occupy(pool));
+    fake::refuseThreads(true);
+    std::future<void> second = pool.commit([] {});
+    fake::refuseThreads(false);
+    EXPECT_EQ(fake::logCount("[dravo_kavel commit]: no further thread: "), 1U);
+    burst.release();
+    second.wait();
+}
+
 TEST(KavelThreadPool, StoppedPoolSaysSoAndStillRunsWhatIsCommitted) {
     fake::captureLog();
     fake::clearLog();

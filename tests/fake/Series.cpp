@@ -16,9 +16,10 @@ namespace {
 
 constexpr size_t kWidth = 180;
 
-constexpr std::array<std::pair<const char*, const char*>, 3> kPlaces = {{
+constexpr std::array<std::pair<const char*, const char*>, 4> kPlaces = {{
         {"{logs}", "/data/persist_log/kavel30"},
         {"{archives}", "/data/persist_log/PLX/de/kavel"},
+        {"{hangs}", "/data/persist_log/PLX/de/kjb_multimedia_perf"},
         {"{@0}", "@831be687eb45bbc0@@2024-03-07-09-05-02-007"},
 }};
 
