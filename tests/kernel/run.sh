@@ -15,17 +15,12 @@ Usage: tests/kernel/run.sh [--build DIR] [--cache DIR]
 
 Boots Debian's kernel in a virtual machine with the simulated phone, has a kernel module send packets
 to the daemon, and checks the results. At the end, the daemon's own trigger crashes the kernel. The
-machine is emulated, without KVM. Kernel and headers are downloaded as packages and unpacked into the
-cache; nothing is installed.
-
-  --build DIR  build directory (default: build/default)
-  --cache DIR  directory for kernel and headers (default: build/kernel-cache)
+machine is emulated, without KVM. DIR is the build directory (default: build/default), or the directory
+for kernel and headers (build/kernel-cache), which are downloaded as packages and not installed.
 
 Prints "PASS NAME" or "FAIL NAME: WHY" for each check, and stops at the first failure. The machine's
-console is in build/kernel-test/console.log.
-
-Exit status: 0 all checks passed; 1 one failed or the machine did not start; 2 wrong usage;
-77 skipped, because a program or a download is not available.
+console is in build/kernel-test/console.log. Exit status: 0 all checks passed; 1 one failed or the
+machine did not start; 2 wrong usage; 77 skipped: a program or a download is not available.
 END
 }
 

@@ -2,21 +2,19 @@
 /*
  * kavel_monitor - the kernel's side of the daemon's channel, under a test's control.
  *
- * Registers the generic netlink family "kavel_monitor", keeps the registration that the daemon
+ * Registers the generic netlink family "kavel_monitor", keeps the last registration that the daemon
  * sends and sends packets to it. Reading the parameter "control" shows
  *
- *	family ID, port PORT, registrations N, message HEX (the last registration)
+ *	family ID, port PORT, message HEX (the registration)
  *
- * one on each line, and writing takes these lines:
+ * one on each line, and writing it sends packets:
  *
- *	send COUNT ATTRIBUTE TAG EVENT_ID PAYLOAD	the first '#' of PAYLOAD becomes the packet's number
- *	port PORT					receiver of the packets if nobody has registered
+ *	COUNT ATTRIBUTE TAG EVENT_ID PAYLOAD	the first '#' of PAYLOAD becomes the packet's number
  */
 #include <linux/kernel.h>
 #include <linux/module.h>
 #include <linux/mutex.h>
 #include <linux/sched.h>
-#include <linux/slab.h>
 #include <linux/string.h>
 #include <net/genetlink.h>
 
@@ -36,7 +34,6 @@ struct packet {
 static DEFINE_MUTEX(state_lock);
 static struct {
 	u32 port;
-	u32 registrations;
 	size_t message_length;
 	u8 message[64];
 } state;
@@ -45,7 +42,6 @@ static int on_register(struct sk_buff *skb, struct genl_info *info)
 {
 	mutex_lock(&state_lock);
 	state.port = info->snd_portid;
-	state.registrations++;
 	state.message_length = min_t(size_t, info->nlhdr->nlmsg_len, sizeof(state.message));
 	memcpy(state.message, info->nlhdr, state.message_length);
 	mutex_unlock(&state_lock);
@@ -89,45 +85,41 @@ static int send_packet(u32 attribute, const char *tag, const char *event_id, con
 	return genlmsg_unicast(&init_net, skb, state.port);
 }
 
-/* Sends all packets, whether or not one of them fails; the first error is the result. */
+/* Sends all packets, whether or not one of them fails; the last error is the result. */
 static int send_all(const char *line)
 {
+	static char text[1024];
 	char tag[128], event_id[128];
 	u32 count, attribute, number;
 	int start = 0, result = 0;
 	const char *payload, *mark;
 
-	if (sscanf(line, "send %u %u %127s %127s %n", &count, &attribute, tag, event_id, &start) != 4)
+	if (sscanf(line, "%u %u %127s %127s %n", &count, &attribute, tag, event_id, &start) != 4)
 		return -EINVAL;
 	payload = line + start;
-	mark = strchrnul(payload, '#');
+	mark = strpbrk(payload, "#\n");
+	if (!mark)
+		return -EINVAL;
 	for (number = 1; number <= count; number++) {
-		char *text = *mark ? kasprintf(GFP_KERNEL, "%.*s%u%s", (int)(mark - payload), payload,
-					       number, mark + 1) :
-				     kstrdup(payload, GFP_KERNEL);
-		const int error = text ? send_packet(attribute, tag, event_id, text) : -ENOMEM;
+		const int before = mark - payload;
 
-		kfree(text);
-		result = result ?: error;
+		if (*mark == '#')
+			snprintf(text, sizeof(text), "%.*s%u%s", before, payload, number, mark + 1);
+		else
+			snprintf(text, sizeof(text), "%.*s", before, payload);
+		result = send_packet(attribute, tag, event_id, strim(text)) ?: result;
 		cond_resched();
 	}
 	return result;
 }
 
-static int control_set(const char *text, const struct kernel_param *unused)
+static int control_set(const char *line, const struct kernel_param *unused)
 {
-	char *line = kstrndup(text, strcspn(text, "\n"), GFP_KERNEL);
-	int result = -ENOTCONN;
+	int result;
 
-	if (!line)
-		return -ENOMEM;
 	mutex_lock(&state_lock);
-	if (sscanf(line, "port %u", &state.port) == 1)
-		result = 0;
-	else if (state.port)
-		result = send_all(line);
+	result = state.port ? send_all(line) : -ENOTCONN;
 	mutex_unlock(&state_lock);
-	kfree(line);
 	return result;
 }
 
@@ -136,9 +128,8 @@ static int control_get(char *text, const struct kernel_param *unused)
 	int size;
 
 	mutex_lock(&state_lock);
-	size = sysfs_emit(text, "family %d\nport %u\nregistrations %u\nmessage %*phN\n", family.id,
-			  state.port, state.registrations, (int)state.message_length,
-			  state.message);
+	size = sysfs_emit(text, "family %d\nport %u\nmessage %*phN\n", family.id, state.port,
+			  (int)state.message_length, state.message);
 	mutex_unlock(&state_lock);
 	return size;
 }
@@ -151,12 +142,6 @@ static int __init monitor_init(void)
 	return genl_register_family(&family);
 }
 
-static void __exit monitor_exit(void)
-{
-	genl_unregister_family(&family);
-}
-
 module_init(monitor_init);
-module_exit(monitor_exit);
 MODULE_LICENSE("GPL");
 MODULE_DESCRIPTION("Test double of the kernel's side of the kavel channel");

@@ -61,7 +61,7 @@ state() {
 
 # Makes the kernel send packets: COUNT ATTRIBUTE TAG EVENT_ID PAYLOAD.
 send() {
-    echo "send $*" > "$CONTROL"
+    echo "$*" > "$CONTROL"
 }
 
 # The daemon has handled all packets so far when it has logged one that is sent now.
