@@ -23,11 +23,6 @@ CatchRef CatchTable::find(int32_t kavelEventId) const {
     return entry == mCatches.end() ? nullptr : entry->second.lock();
 }
 
-size_t CatchTable::size() const {
-    MutexLock lock(mLock);
-    return mCatches.size();
-}
-
 void CatchTable::remove(const Catch& ended) {
     MutexLock lock(mLock);
     const auto entry = mCatches.find(ended.event->kavelEventId);

@@ -71,7 +71,6 @@ class CatchTable {
     CatchRef add(const EventRef& event);
     /** Returns the catch of that record, or null. */
     CatchRef find(int32_t kavelEventId) const;
-    size_t size() const;
 
   private:
     void remove(const Catch& ended);

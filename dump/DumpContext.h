@@ -18,7 +18,6 @@ class PendingCaptures {
     void start(uint32_t bit, const KavelTimestamp& timestamp);
     void clear(uint32_t bit) { mMask &= ~bit; }
     bool isPending(uint32_t bit) const { return (mMask & bit) != 0; }
-    uint32_t mask() const { return mMask; }
     /** Returns the wall-clock nanoseconds of the event for which @p bit was last started, or 0. */
     int64_t timeOf(uint32_t bit) const;
 

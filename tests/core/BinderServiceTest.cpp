@@ -4,11 +4,11 @@
 // a request for another interface that is handled or logged, a lost code, and a proxy for an object
 // of this process.
 
-#include <functional>
+#include <sstream>
 #include <string>
-#include <tuple>
 #include <vector>
 
+#include <android-base/stringprintf.h>
 #include <gtest/gtest.h>
 
 #include "core/KavelBinderService.h"
@@ -19,8 +19,7 @@
 namespace android {
 namespace {
 
-// Event, log-info, pid, uid, extra text.
-using Report = std::tuple<long, long, int, int, std::string>;
+using Lines = std::vector<std::string>;
 
 constexpr uint32_t kSend = 1;
 constexpr uint32_t kUpdate = 2;
@@ -37,10 +36,21 @@ class KavelBinder : public testing::Test {
         Parcel reply;
         return mService->transact(code, data, &reply, IBinder::FLAG_ONEWAY);
     }
-    static Parcel* request(Parcel* data, const std::vector<int64_t>& numbers) {
+    /** Writes what clients write: "lNUMBER" with 64 bits, "iNUMBER" with 32, and "sTEXT". */
+    static Parcel* request(Parcel* data, const std::string& values) {
         data->writeInterfaceToken(String16("KavelBinder"));
-        for (const int64_t number : numbers) data->writeInt64(number);
+        std::istringstream words(values);
+        for (std::string word; words >> word;) {
+            const std::string value = word.substr(1);
+            if (word[0] == 'l') data->writeInt64(std::stoll(value, nullptr, 0));
+            if (word[0] == 'i') data->writeInt32(std::stoi(value));
+            if (word[0] == 's') data->writeString16(String16(value.c_str()));
+        }
         return data;
+    }
+    status_t call(uint32_t code, const std::string& values) {
+        Parcel data;
+        return transact(code, *request(&data, values));
     }
 
     const sp<KavelBinderService> mService = new KavelBinderService;
@@ -48,52 +58,35 @@ class KavelBinder : public testing::Test {
 };
 
 TEST_F(KavelBinder, ReportGoesToTheHandler) {
-    Parcel whole;
-    request(&whole, {0x10000001, -7, -2});  // event, the reporter's clock, log-info
-    for (const int32_t number : {11, 2000}) whole.writeInt32(number);
-    whole.writeString16(String16("caf\xc3\xa9"));
-    EXPECT_EQ(transact(kSend, whole), NO_ERROR);
+    // Event, the reporter's clock, log-info, pid, uid, extra text.
+    EXPECT_EQ(call(kSend, "l0x10000001 l-7 l-2 i11 i2000 scaf\xc3\xa9"), NO_ERROR);
     const std::string start = "I KavelBinder: Bn sendFramworkEvent ";
     EXPECT_EQ(kavel::fake::takeLog(),
-              (std::vector<std::string>{"I KavelBinder: Bn onTransaction code:1",
-                                        start + "eventId: 0x10000001", start + "timestamp: -7",
-                                        start + "logInfo: 0xfffffffffffffffe", start + "pid: 11",
-                                        start + "uid: 2000", start + "extraInfo: caf\xc3\xa9"}));
-    Parcel bare;
-    EXPECT_EQ(transact(kSend, *request(&bare, {})), NO_ERROR);
-    const std::vector<Report> expected = {{0x10000001, -2, 11, 2000, "caf\xc3\xa9"},
-                                          {0, 0, 0, 0, ""}};
-    std::vector<Report> reports;
-    for (const KavelReport& report : kavel::fake::takeReports()) {
-        reports.emplace_back(report.eventId, report.logInfo, report.pid, report.uid,
-                             report.extraInfo);
+              (Lines{"I KavelBinder: Bn onTransaction code:1", start + "eventId: 0x10000001",
+                     start + "timestamp: -7", start + "logInfo: 0xfffffffffffffffe",
+                     start + "pid: 11", start + "uid: 2000", start + "extraInfo: caf\xc3\xa9"}));
+    EXPECT_EQ(call(kSend, ""), NO_ERROR);
+    Lines reports;
+    for (const auto& [event, logInfo, pid, uid, text] : kavel::fake::takeReports()) {
+        reports.push_back(
+                base::StringPrintf("%ld %ld %d %d %s", event, logInfo, pid, uid, text.c_str()));
     }
-    EXPECT_EQ(reports, expected);
+    EXPECT_EQ(reports, (Lines{"268435457 -2 11 2000 caf\xc3\xa9", "0 0 0 0 "}));
 }
 
 TEST_F(KavelBinder, SettingsGoToTheirTables) {
-    Parcel data;
-    request(&data, {0x21})->writeString16(String16("recovered"));
-    data.writeBool(true);
-    for (const int64_t number : {int64_t{9}, int64_t{1} << 40, int64_t{5000}, int64_t{4}}) {
-        data.writeInt64(number);
-    }
-    EXPECT_EQ(transact(kUpdate, data), NO_ERROR);
+    EXPECT_EQ(call(kUpdate, "l0x21 srecovered i1 l9 l0x10000000000 l5000 l4"), NO_ERROR);
     EXPECT_EQ(kavel::fake::takeLog(),
-              (std::vector<std::string>{
-                      "I KavelBinder: Bn onTransaction code:2",
-                      "I KavelBinder: Bn updateEventParams eventId: 0x21, isEnable: 1, reportFreq: "
-                      "9,timeWindow: 5000,recoverId: 4",
-                      "I KavelBinder: updateEventParams called! isEnable: 1, reportFreq: 9"}));
+              (Lines{"I KavelBinder: Bn onTransaction code:2",
+                     "I KavelBinder: Bn updateEventParams eventId: 0x21, isEnable: 1, reportFreq: "
+                     "9,timeWindow: 5000,recoverId: 4",
+                     "I KavelBinder: updateEventParams called! isEnable: 1, reportFreq: 9"}));
     EXPECT_TRUE(mParameters.isEnabled(0x21));
     EXPECT_EQ(mParameters.getTimeWindow(0x21), 5);
     EXPECT_EQ(mParameters.recoverId(0x21), 4);
     EXPECT_EQ(mParameters.eventName(0x21), "");
 
-    Parcel unnamed;  // a null name is an empty one
-    request(&unnamed, {0x22})->writeInt32(-1);
-    for (const int32_t word : {1, 0, 0, 0, 0, 7000, 0, 0, 0}) unnamed.writeInt32(word);
-    EXPECT_EQ(transact(kUpdate, unnamed), NO_ERROR);
+    EXPECT_EQ(call(kUpdate, "l0x22 i-1 i1 l0 l0 l7000 l0"), NO_ERROR);  // a null name
     EXPECT_EQ(mParameters.getTimeWindow(0x22), 7);
     EXPECT_EQ(mParameters.findEventName(0x22), "");
 }
@@ -101,16 +94,11 @@ TEST_F(KavelBinder, SettingsGoToTheirTables) {
 TEST_F(KavelBinder, SettingsThatAreCutShortChangeNothing) {
     mParameters.updateEventParams(0x31, true, 1);
     Parcel whole;
-    const size_t start = request(&whole, {})->dataSize();
-    whole.writeInt64(0x31);
-    whole.writeString16(String16("other"));
-    const size_t nameEnd = whole.dataSize();
-    whole.writeBool(false);
-    for (const int64_t number : {1, 2, 3, 4}) whole.writeInt64(number);
-    const auto expectRefused = [&](size_t size, const std::function<void(Parcel*)>& change) {
-        Parcel data;
-        data.appendFrom(&whole, 0, size);
-        change(&data);
+    const size_t start = request(&whole, "")->dataSize();
+    whole.setDataSize(0);
+    const size_t nameEnd = request(&whole, "l0x31 sother")->dataSize();
+    for (const int32_t word : {0, 1, 0, 2, 0, 3, 0, 4, 0}) whole.writeInt32(word);
+    const auto expectRefused = [&](const Parcel& data) {
         kavel::fake::clearLog();
         EXPECT_EQ(transact(kUpdate, data), NOT_ENOUGH_DATA);
         EXPECT_EQ(kavel::fake::logCount("refused: the request is cut short"), 1U);
@@ -119,14 +107,14 @@ TEST_F(KavelBinder, SettingsThatAreCutShortChangeNothing) {
         EXPECT_EQ(mParameters.findEventName(0x31), std::nullopt);
     };
     for (size_t size = start; size < whole.dataSize(); size += 4) {
-        expectRefused(size, [](Parcel*) {});
+        Parcel data;
+        data.appendFrom(&whole, 0, size);
+        expectRefused(data);
     }
-    // The name has another length than it says.
-    for (const int32_t length : {0, 3, 40, 1 << 20, INT32_MAX}) {
-        expectRefused(whole.dataSize(), [&](Parcel* data) {
-            data->setDataPosition(nameEnd - 16);
-            data->writeInt32(length);
-        });
+    for (const int32_t length : {0, 3, 40, 1 << 20, INT32_MAX}) {  // the name's is another
+        whole.setDataPosition(nameEnd - 16);
+        whole.writeInt32(length);
+        expectRefused(whole);
     }
 }
 
@@ -141,8 +129,7 @@ TEST_F(KavelBinder, OtherTokensAndCodesDoNotReachTheObject) {
         }
     }
     EXPECT_EQ(transact(kSend, Parcel()), PERMISSION_DENIED);
-    Parcel data;
-    EXPECT_EQ(transact(3, *request(&data, {})), UNKNOWN_TRANSACTION);
+    EXPECT_EQ(call(3, ""), UNKNOWN_TRANSACTION);
     EXPECT_TRUE(kavel::fake::takeReports().empty());
     EXPECT_EQ(kavel::fake::logCount("Bn onTransaction"), 1U);
 }

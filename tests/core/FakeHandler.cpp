@@ -3,11 +3,9 @@
 #include <utility>
 
 namespace android {
-namespace kavel {
-namespace fake {
 namespace {
 
-std::vector<Upload> sUploads;
+std::vector<kavel::fake::Upload> sUploads;
 std::vector<KavelReport> sReports;
 bool sHasService = true;
 
@@ -19,33 +17,29 @@ class Client : public CommonPlxServiceManager {
 
 }  // namespace
 
-std::vector<Upload> takeUploads() {
+std::vector<kavel::fake::Upload> kavel::fake::takeUploads() {
     return std::exchange(sUploads, {});
 }
 
-std::vector<KavelReport> takeReports() {
+std::vector<KavelReport> kavel::fake::takeReports() {
     return std::exchange(sReports, {});
 }
 
-void setStatisticService(bool isThere) {
+void kavel::fake::setStatisticService(bool isThere) {
     sHasService = isThere;
 }
-
-}  // namespace fake
-
-}  // namespace kavel
 
 ANDROID_SINGLETON_STATIC_INSTANCE(KavelEventHandler)
 
 KavelEventHandler::KavelEventHandler() = default;
 
 void KavelEventHandler::report(const KavelReport& report) {
-    kavel::fake::sReports.push_back(report);
+    sReports.push_back(report);
 }
 
 CommonPlxServiceManager* CommonPlxServiceManager::getDefaultCommonPlxServiceManager() {
-    static kavel::fake::Client client;
-    return kavel::fake::sHasService ? &client : nullptr;
+    static Client client;
+    return sHasService ? &client : nullptr;
 }
 
 }  // namespace android

@@ -1,17 +1,19 @@
 #include "tests/core/TestKernel.h"
 
 #include <algorithm>
-#include <array>
+#include <cctype>
 #include <cerrno>
-#include <cstring>
 
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <android-base/stringprintf.h>
 #include <linux/netlink.h>
 
-#include <gtest/gtest.h>
+#include "platform/Log.h"
+#include "tests/core/Messages.h"
 
 extern "C" {
 int __real_socket(int domain, int type, int protocol);
@@ -27,36 +29,29 @@ ssize_t __real_recv(int fd, void* data, size_t size, int flags);
 namespace android::kavel::test {
 namespace {
 
-TestKernel* sKernel = nullptr;
+int sChannel = -1;  // a whole daemon has further sockets: the binder runtime's, the properties'
 
 /** Leaves the thread's endless loop. */
 struct NothingLeft {};
 
-uint32_t daemonPort() {
-    return static_cast<uint32_t>(getpid());
+std::string portOf(const sockaddr* address, socklen_t size) {
+    const auto* const port = reinterpret_cast<const sockaddr_nl*>(address);
+    if (size != sizeof(*port) || port->nl_family != AF_NETLINK || port->nl_groups != 0) {
+        return "invalid";
+    }
+    return port->nl_pid == static_cast<uint32_t>(getpid()) ? "PID" : std::to_string(port->nl_pid);
 }
 
-uint32_t kernelPort() {
-    return daemonPort() | 0x40000000U;  // process ids are smaller
-}
-
-sockaddr_nl port(uint32_t id) {
-    sockaddr_nl address = {};
-    address.nl_family = AF_NETLINK;
-    address.nl_pid = id;
-    return address;
-}
-
-/** The binder runtime and the properties of a whole daemon have sockets of their own. */
-bool isChannel(int fd) {
-    int domain = 0;
-    socklen_t size = sizeof(domain);
-    return getsockopt(fd, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_NETLINK;
-}
-
-bool isAddress(const sockaddr* address, socklen_t size, uint32_t id) {
-    const sockaddr_nl expected = port(id);
-    return size == sizeof(expected) && memcmp(address, &expected, size) == 0;
+/** Letters as they are, other bytes in hexadecimal; PID for the daemon's port in the header. */
+std::string shown(std::string bytes) {
+    const auto self = static_cast<uint32_t>(getpid());
+    const bool isSelf = bytes.size() > 16 && bytes.substr(12, 4) == number(self, 4);
+    if (isSelf) bytes.replace(12, 4, "PID");
+    std::string text;
+    for (const char c : bytes) {
+        text += isalpha(c) != 0 ? std::string(1, c) : base::StringPrintf("%02x", c & 0xFF);
+    }
+    return text;
 }
 
 int fail(int error) {
@@ -64,7 +59,7 @@ int fail(int error) {
     return -1;
 }
 
-/** The next of the scripted results, or nothing. */
+/** Returns the next of the scripted results, or nullopt. */
 std::optional<int> nextFault(std::deque<int>& faults) {
     if (faults.empty()) return std::nullopt;
     const int fault = faults.front();
@@ -72,23 +67,16 @@ std::optional<int> nextFault(std::deque<int>& faults) {
     return fault;
 }
 
-ssize_t orNothingLeft(ssize_t received) {
-    if (received < 0 && errno == EAGAIN) throw NothingLeft();
-    return received;
+ssize_t receive(void* data, size_t size, int flags) {
+    if (TestKernel::sKernel->messages.empty() && flags == MSG_DONTWAIT) return fail(EAGAIN);
+    if (TestKernel::sKernel->messages.empty()) throw NothingLeft();
+    const size_t received =
+            TestKernel::sKernel->messages.front().copy(static_cast<char*>(data), size);
+    TestKernel::sKernel->messages.pop_front();
+    return static_cast<ssize_t>(received);
 }
 
 }  // namespace
-
-TestKernel::TestKernel()
-      : fd(__real_socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_USERSOCK)) {
-    const sockaddr_nl self = port(kernelPort());
-    EXPECT_EQ(__real_bind(fd.get(), reinterpret_cast<const sockaddr*>(&self), sizeof(self)), 0);
-    sKernel = this;
-}
-
-TestKernel::~TestKernel() {
-    sKernel = nullptr;
-}
 
 std::optional<bool> TestKernel::run(KavelKeventThread& thread) {
     try {
@@ -98,19 +86,6 @@ std::optional<bool> TestKernel::run(KavelKeventThread& thread) {
     }
 }
 
-void TestKernel::send(const std::string& message) {
-    const sockaddr_nl daemon = port(daemonPort());
-    EXPECT_EQ(__real_sendto(fd.get(), message.data(), message.size(), 0,
-                            reinterpret_cast<const sockaddr*>(&daemon), sizeof(daemon)),
-              static_cast<ssize_t>(message.size()));
-}
-
-std::string TestKernel::received() {
-    std::array<char, 4096> buffer;
-    const ssize_t size = __real_recv(fd.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
-    return size > 0 ? std::string(buffer.data(), static_cast<size_t>(size)) : "";
-}
-
 }  // namespace android::kavel::test
 
 using namespace android::kavel::test;  // NOLINT(google-build-using-namespace): C functions follow
@@ -118,71 +93,59 @@ using namespace android::kavel::test;  // NOLINT(google-build-using-namespace): 
 extern "C" {
 
 int __wrap_uname(utsname* name) {
-    if (sKernel->release.empty()) return fail(EFAULT);
+    if (TestKernel::sKernel->release.empty()) return fail(EFAULT);
     *name = {};
-    sKernel->release.copy(name->release, sizeof(name->release) - 1);
+    TestKernel::sKernel->release.copy(name->release, sizeof(name->release) - 1);
     return 0;
 }
 
 int __wrap_socket(int domain, int type, int protocol) {
     if (domain != AF_NETLINK) return __real_socket(domain, type, protocol);
-    sKernel->protocols.push_back(protocol);
-    if (sKernel->socketError != 0) return fail(sKernel->socketError);
-    EXPECT_EQ(type & ~SOCK_CLOEXEC, SOCK_RAW);
-    return __real_socket(domain, type, NETLINK_USERSOCK);
+    KAVEL_LOGI("kernel", "socket %#x %d", type, protocol);
+    sChannel = TestKernel::sKernel->socketError != 0 ? fail(TestKernel::sKernel->socketError)
+                                                     : eventfd(0, EFD_CLOEXEC);
+    return sChannel;
 }
 
 int __wrap_bind(int fd, const sockaddr* address, socklen_t size) {
-    if (!isChannel(fd)) return __real_bind(fd, address, size);
-    if (sKernel->bindError != 0) return fail(sKernel->bindError);
-    EXPECT_TRUE(isAddress(address, size, daemonPort()));
-    const int result = __real_bind(fd, address, size);
-    for (const std::string& message : sKernel->messages) sKernel->send(message);
-    return result;
+    if (fd != sChannel) return __real_bind(fd, address, size);
+    KAVEL_LOGI("kernel", "bind %s", portOf(address, size).c_str());
+    return TestKernel::sKernel->bindError != 0 ? fail(TestKernel::sKernel->bindError) : 0;
 }
 
 int __wrap_setsockopt(int fd, int level, int name, const void* value, socklen_t size) {
-    if (!isChannel(fd)) return __real_setsockopt(fd, level, name, value, size);
-    int bytes = 0;
-    if (level == SOL_SOCKET && size == sizeof(bytes)) memcpy(&bytes, value, sizeof(bytes));
-    EXPECT_GE(bytes * int64_t{2}, int64_t{20'000} * 2304);  // the kernel doubles it
-    sockaddr_nl self = {};
-    socklen_t selfSize = sizeof(self);
-    EXPECT_EQ(getsockname(fd, reinterpret_cast<sockaddr*>(&self), &selfSize), 0);
-    EXPECT_EQ(self.nl_pid, daemonPort());
-    sKernel->bufferOptions.push_back(name);
-    return name == SO_RCVBUFFORCE && !sKernel->mayForceBuffer ? fail(EPERM) : 0;
+    if (fd != sChannel) return __real_setsockopt(fd, level, name, value, size);
+    KAVEL_LOGI("kernel", "setsockopt %d %d %d", level, name,
+               size == sizeof(int) ? *static_cast<const int*>(value) : 0);
+    return name == SO_RCVBUFFORCE && !TestKernel::sKernel->mayForceBuffer ? fail(EPERM) : 0;
 }
 
 ssize_t __wrap_sendto(int fd, const void* data, size_t size, int flags, const sockaddr* address,
                       socklen_t addressSize) {
-    if (!isChannel(fd)) return __real_sendto(fd, data, size, flags, address, addressSize);
-    sKernel->isWellAddressed &= flags == 0 && isAddress(address, addressSize, 0);
-    const std::optional<int> fault = nextFault(sKernel->sendFaults);
-    if (fault && *fault < 0) return fail(-*fault);
-    if (fault) size = std::min(size, static_cast<size_t>(*fault));
-    const sockaddr_nl kernel = port(kernelPort());
-    return __real_sendto(fd, data, size, 0, reinterpret_cast<const sockaddr*>(&kernel),
-                         sizeof(kernel));
+    if (fd != sChannel) return __real_sendto(fd, data, size, flags, address, addressSize);
+    const std::string bytes(static_cast<const char*>(data), size);
+    KAVEL_LOGI("kernel", "sendto %s %d %zu %s", portOf(address, addressSize).c_str(), flags, size,
+               shown(bytes).c_str());
+    const int fault = nextFault(TestKernel::sKernel->sendFaults).value_or(static_cast<int>(size));
+    return fault < 0 ? fail(-fault) : std::min(static_cast<ssize_t>(size), ssize_t{fault});
 }
 
 ssize_t __wrap_recvfrom(int fd, void* data, size_t size, int flags, sockaddr* address,
                         socklen_t* addressSize) {
-    if (!isChannel(fd)) return __real_recvfrom(fd, data, size, flags, address, addressSize);
-    ++sKernel->receives;
-    sKernel->isWellAddressed &= flags == 0 && size == 1012 && isAddress(address, *addressSize, 0);
-    if (const std::optional<int> fault = nextFault(sKernel->receiveFaults)) {
+    if (fd != sChannel) return __real_recvfrom(fd, data, size, flags, address, addressSize);
+    const std::string port = portOf(address, *addressSize);
+    if (size != 1012 || flags != 0 || port != "0")
+        KAVEL_LOGI("kernel", "recvfrom %s %zu %d", port.c_str(), size, flags);
+    if (const std::optional<int> fault = nextFault(TestKernel::sKernel->receiveFaults)) {
         return *fault < 0 ? fail(-*fault) : 0;
     }
-    const ssize_t received = __real_recvfrom(fd, data, size, MSG_DONTWAIT, address, addressSize);
-    *reinterpret_cast<sockaddr_nl*>(address) = port(sKernel->sender);
-    return orNothingLeft(received);
+    reinterpret_cast<sockaddr_nl*>(address)->nl_pid = TestKernel::sKernel->sender;
+    return receive(data, size, flags);
 }
 
 ssize_t __wrap_recv(int fd, void* data, size_t size, int flags) {
-    if (!isChannel(fd)) return __real_recv(fd, data, size, flags);
-    sKernel->isWellAddressed &= size == 1032;
-    if (flags != 0) return __real_recv(fd, data, size, flags);
-    return orNothingLeft(__real_recv(fd, data, size, MSG_DONTWAIT));
+    if (fd != sChannel) return __real_recv(fd, data, size, flags);
+    if (size != 1032) KAVEL_LOGI("kernel", "recv %zu %d", size, flags);
+    return receive(data, size, flags);
 }
 }

@@ -24,6 +24,7 @@
 #include "dump/AppLogs.h"
 #include "dump/CommercialLogPack.h"
 #include "dump/KavelDumpUtilThread.h"
+#include "dump/LogCommands.h"
 #include "dump/LeftoverFolders.h"
 #include "dump/LogCollector.h"
 #include "dump/LogFolderName.h"
@@ -245,7 +246,11 @@ class Phone {
     }
     void showState(const Catch& running) {
         mBench->settle();
-        const uint32_t captures = context().captures.mask();
+        uint32_t captures = 0;
+        for (const uint32_t bit : {KAVEL_LOGINFO_NATIVE_SYSTRACE, KAVEL_LOGINFO_FRAMEWORK_SYSTRACE,
+                                   KAVEL_LOGINFO_SYSTEM_SERVER_TRACES}) {
+            if (context().captures.isPending(bit)) captures |= bit;
+        }
         say(StringPrintf("collected 0x%x, %s%s%s%s", running.event->collected.load(),
                          verifyLogIntegrity(*running.event) ? "complete" : "incomplete",
                          captures == 0 ? "" : StringPrintf("; captures 0x%x", captures).c_str(),

@@ -12,9 +12,6 @@
 #include <tuple>
 #include <vector>
 
-#include <sys/socket.h>
-#include <sys/utsname.h>
-
 #include <android-base/properties.h>
 
 #include "core/KavelKeventThread.h"
@@ -22,6 +19,7 @@
 #include "core/KeventDecoder.h"
 #include "tests/core/FakeHandler.h"
 #include "tests/core/Messages.h"
+#include "tests/core/TestKernel.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeProperties.h"
 #include "tests/fake/FakeShell.h"
@@ -32,25 +30,14 @@ using namespace android::kavel;  // NOLINT(google-build-using-namespace)
 
 namespace {
 
-bool sIsGki2 = false;
-std::string sMessage;
-bool sIsReceived = false;
-
-/** Leaves the thread's endless loop. */
-struct NothingLeft {};
-
-struct KeyValue {
-    std::string key;
-    std::string value;
-};
-
+using KeyValue = std::pair<std::string, std::string>;
 using Text = std::array<char, 1013>;
 
 /** What scanf found; nullopt if it found less, or a text that is too long for the daemon. */
 std::optional<KeyValue> keyValue(int conversions, const Text& key, const Text& value) {
     const auto isLong = [](const Text& text) { return strlen(text.data()) > kMaxTokenPart; };
     if (conversions != 2 || isLong(key) || isLong(value)) return std::nullopt;
-    return KeyValue{key.data(), value.data()};
+    return KeyValue(key.data(), value.data());
 }
 
 /** Splits at each @p separator until @p take returns false. Returns whether it never did. */
@@ -71,7 +58,7 @@ CommonPlxServiceManager::Pairs pairsByScanf(const std::string& payload) {
     if (sscanf(payload.c_str(), "logmap{%[^}]}", logmap.data()) != 1) return {};
     const bool isWhole = splitAt(logmap.data(), ";", [&](const char* token) {
         const auto pair = keyValue(sscanf(token, "%[^:]:%s", key.data(), value.data()), key, value);
-        if (pair) pairs.emplace_back(pair->key, pair->value);
+        if (pair) pairs.push_back(*pair);
         return pair.has_value();
     });
     return isWhole ? pairs : CommonPlxServiceManager::Pairs{};
@@ -89,10 +76,10 @@ std::vector<Event> eventsByScanf(const std::string& message) {
         const auto pair = keyValue(sscanf(token, "%s %s", key.data(), value.data()), key, value);
         isBad = !pair.has_value();
         if (isBad) return false;
-        if (pair->key == "extrainfo:") extraInfo = pair->value;
-        if (numbers.count(pair->key) == 0) return pair->key != "extrainfo:";
+        if (pair->first == "extrainfo:") extraInfo = pair->second;
+        if (numbers.count(pair->first) == 0) return pair->first != "extrainfo:";
         try {
-            numbers[pair->key] = std::stoi(pair->value);
+            numbers[pair->first] = std::stoi(pair->second);
         } catch (const std::logic_error&) {  // not a number, or too large
             isBad = true;
         }
@@ -122,48 +109,9 @@ void check(const kavel_kevent_packet& packet) {
     require(fake::takePropertySets().size() == 3 * commands.size(), "three properties a dump");
 }
 
-/** Ends the tag and the event id: without an end they abort, as they must. */
-void endTexts(std::string& message, size_t packetOffset) {
-    for (const size_t last : {packetOffset + 131, packetOffset + 259}) {
-        if (last < message.size()) message[last] = '\0';
-    }
-}
-
 }  // namespace
 
-extern "C" {
-
-int __wrap_uname(utsname* name) {
-    *name = {};
-    std::string(sIsGki2 ? "6.1.0" : "4.19.0").copy(name->release, sizeof(name->release) - 1);
-    return 0;
-}
-
-int __wrap_socket(int /*domain*/, int /*type*/, int /*protocol*/) {
-    return dup(0);  // a descriptor to close
-}
-
-int __wrap_bind(int /*fd*/, const sockaddr* /*address*/, socklen_t /*size*/) {
-    return 0;
-}
-
-ssize_t __wrap_sendto(int /*fd*/, const void* /*data*/, size_t size, int /*flags*/,
-                      const sockaddr* /*address*/, socklen_t /*addressSize*/) {
-    return static_cast<ssize_t>(size);
-}
-
-ssize_t __wrap_recv(int /*fd*/, void* data, size_t size, int /*flags*/) {
-    return static_cast<ssize_t>(test::familyReply(0x1c).copy(static_cast<char*>(data), size));
-}
-
-ssize_t __wrap_recvfrom(int /*fd*/, void* data, size_t size, int /*flags*/, sockaddr* /*address*/,
-                        socklen_t* /*addressSize*/) {
-    if (sIsReceived) throw NothingLeft();
-    sIsReceived = true;
-    return static_cast<ssize_t>(sMessage.copy(static_cast<char*>(data), size));
-}
-
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fake::captureLog();
     fake::clearLog();
     fake::resetShell();
@@ -171,24 +119,27 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
 
     // The first byte chooses the dialect, the rest is the message.
-    sIsGki2 = (data[0] & 1) != 0;
-    sMessage.assign(reinterpret_cast<const char*>(data) + 1, size - 1);
-    sIsReceived = false;
-    endTexts(sMessage, sIsGki2 ? kGenlPacketOffset : kCompatPacketOffset);
+    const bool isGki2 = (data[0] & 1) != 0;
+    std::string message(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const size_t packet = isGki2 ? kGenlPacketOffset : kCompatPacketOffset;
+    for (const size_t end :
+         {packet + 131, packet + 259}) {  // without one a text aborts, as it must
+        if (end < message.size()) message[end] = '\0';
+    }
+    test::TestKernel kernel;
+    kernel.release = isGki2 ? "6.1.0" : "4.19.0";
+    if (isGki2) kernel.messages = {test::familyReply(0x1c)};
+    kernel.messages.push_back(message);
     const sp<KavelKeventThread> thread = new KavelKeventThread([](kavel_kevent_packet* packet) {
         require(KavelRecvKeventFunc(packet), "true for every packet");
         check(*packet);
         return true;
     });
-    try {
-        thread->threadLoop();
-    } catch (const NothingLeft&) {  // the end of the message
-    }
+    kernel.run(*thread);
 
     GenlMessage reply = {};
-    const size_t replySize = sMessage.copy(reinterpret_cast<char*>(&reply), sizeof(reply));
+    const size_t replySize = message.copy(reinterpret_cast<char*>(&reply), sizeof(reply));
     const int familyId = familyIdOf(reply, static_cast<ssize_t>(replySize));
     require(familyId >= -1 && familyId <= 0xFFFF, "a family id or none");
     return 0;
-}
 }
