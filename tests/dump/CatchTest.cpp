@@ -1,7 +1,7 @@
 // Would catch a look-up of a record already gone; a catch that ends and takes the entry of a later
 // record with the same id with it; a race between the last holder and a look-up or a second add; an
 // exception that ends the daemon with the thread; two events of the same moment that both take the
-// heavy dumps; log info that a later event adds although there is none. A wrong field of an event's
+// heavy dumps; notes that a later event adds although there are none. A wrong field of an event's
 // line, a text that ends the line or the object, a local time without its offset. A file that is
 // nearer than the nearest one.
 
@@ -74,8 +74,13 @@ TEST_F(CatchTest, ExceptionEndsOneCatchWithALine) {
     EXPECT_TRUE(test::eventually([&] { return mTable.find(7) == nullptr; })) << "and is let go";
 }
 
-TEST_F(CatchTest, LogInfoIsJoinedIfThereIsAny) {
+TEST_F(CatchTest, NotesAreJoinedIfThereAreAny) {
     CommercialNotes notes;
+    notes.joinRelatedEvents("lost");
+    EXPECT_EQ(notes.relatedEvents(), std::vector<std::string>());
+    notes.addRelatedEvent("own");
+    notes.joinRelatedEvents("joined");
+    EXPECT_EQ(notes.relatedEvents(), (std::vector<std::string>{"own", "joined"}));
     EXPECT_FALSE(notes.joinLogInfo(1));
     EXPECT_EQ(notes.logInfo(), 0);
     notes.setLogInfo(4);
