@@ -33,22 +33,20 @@ TEST(CallLine, KeepsTheOrderBehindACallThatHangs) {
     std::thread([] {}).join();  // a sanitizer starts its own thread together with our first one
     const long threads = threadCount();
     static auto& line = *new CallLine(1, 4);
-    std::promise<void> release;
-    const std::shared_future<void> released = release.get_future().share();
+    std::atomic<bool> isReleased = false;
     std::vector<int> done;
     const auto call = [&](int i, milliseconds patience) {
-        return line.call(
-                [&done, released, i] {
-                    released.wait();
-                    done.push_back(i);
-                },
-                patience);
+        const auto body = [&, i] {
+            test::eventually([&] { return isReleased.load(); });
+            done.push_back(i);
+        };
+        return line.call(body, patience);
     };
     for (int i = 1; i <= 5; ++i) {
         const Outcome later = i < 5 ? Outcome::NotAwaited : Outcome::Full;
         EXPECT_EQ(call(i, milliseconds(20)), i == 1 ? Outcome::Late : later);
     }
-    release.set_value();
+    isReleased = true;
     const milliseconds enough = std::chrono::minutes(1);
     // All have ended when this one is waited for: it comes after them.
     EXPECT_TRUE(test::eventually([&] { return line.call([] {}, enough) == Outcome::Returned; }));
@@ -61,7 +59,7 @@ TEST(CallLine, KeepsTheOrderBehindACallThatHangs) {
 /** Keeps what it is given, and waits to be released. */
 class Client : public CommonPlxServiceManager {
   public:
-    std::promise<void> release;
+    std::atomic<bool> isReleased = false;
     std::atomic<size_t> count = 0;
     std::array<std::string, 2> uploads;
 
@@ -69,10 +67,8 @@ class Client : public CommonPlxServiceManager {
     void upload(const std::string& tag, const std::string& eventId, const Pairs& data) override {
         uploads.at(count) = tag + eventId + data.at(0).second;
         ++count;
-        mReleased.wait();
+        test::eventually([&] { return isReleased.load(); });
     }
-
-    const std::shared_future<void> mReleased = release.get_future().share();
 };
 
 TEST(CallLine, StatisticsGoOneAfterTheOther) {
@@ -86,7 +82,7 @@ TEST(CallLine, StatisticsGoOneAfterTheOther) {
     }
     EXPECT_EQ(callers[1].wait_for(milliseconds(50)), std::future_status::timeout);
     EXPECT_EQ(client.count, 1U);
-    client.release.set_value();
+    client.isReleased = true;
     for (std::future<void>& caller : callers) caller.get();
     EXPECT_EQ(client.uploads, (std::array<std::string, 2>{"te1", "te2"}));
 }
