@@ -1,9 +1,9 @@
-// Would catch a result that is not a wait status, or is another thread's; a descriptor, a blocked or
-// an ignored signal of the daemon in the hands of a command; attributes that Android's C library
+// Would catch a result that is not a wait status, or is another thread's; a descriptor, a blocked
+// or an ignored signal of the daemon in the hands of a command; attributes that Android's C library
 // refuses; a catch that is lost because the phone is out of processes for a moment, and a missing
 // shell without a line; a command that ends before a child of it, like the gzip of toybox tar, has
-// written all, and one that fills the disk; a deadline that is for the shell alone, gives no time to
-// tidy up, or is not enforced; a command that forges a line of the log.
+// written all, and one that fills the disk; a deadline that is for the shell alone, gives no time
+// to tidy up, or is not enforced; a command that forges a line of the log.
 
 #include "platform/Shell.h"
 
