@@ -11,16 +11,17 @@
 #include <utils/String8.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <iostream>
 #include <regex>
-#include <set>
 #include <utility>
 
 #include "event/ExtraInfo.h"
 #include "event/IKavelBinder.h"
 #include "tests/fake/Script.h"
+#include "tests/fake/Series.h"
 #include "tests/fake/TempDir.h"
 #include "tests/tools/RunKavelctl.h"
 #include "tests/tools/TestArchive.h"
@@ -28,6 +29,8 @@
 
 namespace android::kavel::tools {
 namespace {
+
+using test::replaced;
 
 /** The daemon's side of the interface: answers with a given status, or writes the call down. */
 class RecordingService : public BnKavelBinder {
@@ -63,13 +66,6 @@ class RecordingService : public BnKavelBinder {
     }
 };
 
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-        text.replace(at, from.size(), to);
-    }
-    return text;
-}
-
 /** What a JSON document holds: its short members in one line, and each element of a list in its. */
 std::string folded(const Json::Value& document) {
     std::ostringstream members;
@@ -96,6 +92,18 @@ const std::pair<const char*, const char*> kLines[] = {
          R"({"time":"2024-03-07T09:05:02.007","tag":"t","event":"$1","data":[["a","1"],["b","2"]]})"
          "\n"},
 };
+
+/** The text with short neighbouring lines behind each other. */
+std::string joined(const std::string& text) {
+    constexpr size_t kWidth = 140;
+    std::vector<std::string> rows = {""};
+    for (const std::string& line : base::Split(text, "\n")) {
+        if (line.empty()) continue;
+        if (rows.back().size() + line.size() > kWidth) rows.emplace_back();
+        rows.back() += (rows.back().empty() ? "" : " | ") + line;
+    }
+    return base::Join(rows, "\n") + "\n";
+}
 
 class Kavelctl : public testing::Test {
   protected:
@@ -185,18 +193,29 @@ class Kavelctl : public testing::Test {
         return replaced(code + result.out + result.err, folder / "", "DIR/");
     }
 
-    /** The same of each line that "<A | B>" stands for: once if it is always the same. */
+    /** The same of each line that "<A | B>" stands for; each outcome once, with '%' for 'A'. */
     std::string outcomes(const std::string& line) {
         std::smatch found;
-        if (!std::regex_match(line, found, std::regex("(.*)<(.*)>(.*)"))) return outcome(line);
-        std::string each;
-        std::set<std::string> different;
+        if (!std::regex_match(line, found, std::regex("(.*)<(.*)>(.*)")))
+            return joined(outcome(line));
+        std::vector<std::pair<std::string, std::string>> different;  // outcome, texts
         for (const std::string& text : base::Split(replaced(found[2], " | ", "\n"), "\n")) {
-            const std::string one = outcome(found.str(1) + text + found.str(3));
-            different.insert(one);
-            each += text + " -> " + replaced(base::Trim(one), "\n", "; ") + "\n";
+            const std::string one = replaced(outcome(found.str(1) + text + found.str(3)),
+                                             "'" + base::Split(text, " ").back() + "'", "'%'");
+            const auto same = std::find_if(different.begin(), different.end(),
+                                           [&](const auto& each) { return each.first == one; });
+            if (same == different.end()) {
+                different.emplace_back(one, text);
+            } else {
+                same->second += " | " + text;
+            }
         }
-        return different.size() == 1 ? *different.begin() : each;
+        if (different.size() == 1) return joined(different[0].first);
+        std::string each;
+        for (const auto& [one, texts] : different) {
+            each += texts + " -> " + replaced(base::Trim(one), "\n", "; ") + "\n";
+        }
+        return joined(each);
     }
 
     const test::TempDir folder;
