@@ -5,9 +5,12 @@
 // fields of the JSON documents that are lost or named otherwise, and control characters that get
 // to a terminal.
 
+#include <android-base/stringprintf.h>
 #include <android-base/strings.h>
 #include <binder/Binder.h>
 #include <binder/IServiceManager.h>
+#include <gtest/gtest.h>
+#include <json/reader.h>
 #include <utils/String8.h>
 #include <zlib.h>
 
@@ -16,6 +19,7 @@
 #include <exception>
 #include <iostream>
 #include <regex>
+#include <sstream>
 #include <utility>
 
 #include "event/ExtraInfo.h"
@@ -23,14 +27,28 @@
 #include "tests/fake/Script.h"
 #include "tests/fake/Series.h"
 #include "tests/fake/TempDir.h"
-#include "tests/tools/RunKavelctl.h"
 #include "tests/tools/TestArchive.h"
+#include "tools/Commands.h"
+#include "tools/JsonLine.h"
 #include "tools/Text.h"
 
 namespace android::kavel::tools {
 namespace {
 
 using test::replaced;
+
+struct Result {
+    int exitCode;
+    std::string out;
+    std::string err;
+};
+
+/** Runs the whole program in this process. */
+Result run(const std::vector<std::string>& words) {
+    std::ostringstream out;
+    std::ostringstream err;
+    return {runKavelctl(words, {out, err}), out.str(), err.str()};
+}
 
 /** The daemon's side of the interface: answers with a given status, or writes the call down. */
 class RecordingService : public BnKavelBinder {
@@ -47,22 +65,22 @@ class RecordingService : public BnKavelBinder {
     void sendFrameworkEvent(long eventId, long, long logInfo, int pid, int uid,
                             String16 extraInfo) override {
         const std::string text = String8(extraInfo).c_str();
-        calls << "event " << eventId << ' ' << logInfo << ' ' << pid << ' ' << uid << " [" << text
-              << "] read as";
+        calls << base::StringPrintf("event %ld %ld %d %d [%s] read as ", eventId, logInfo, pid, uid,
+                                    text.c_str());
         try {
             const KavelExtraInfo read = parseExtraInfo(text, eventId);
-            calls << " [" << read.processName << "] [" << read.packageVersion << "] ["
+            calls << '[' << read.processName << "] [" << read.packageVersion << "] ["
                   << read.eventType << "]\n";
         } catch (const std::exception& error) {
-            calls << " nothing: " << error.what() << '\n';
+            calls << "nothing: " << error.what() << '\n';
         }
     }
 
     void updateEventParams(long eventId, String16 eventName, bool isEnable, long reportFreq,
                            long logInfo, long timeWindow, long recoverId) override {
-        calls << "settings " << eventId << " [" << String8(eventName).c_str() << "] " << isEnable
-              << ' ' << reportFreq << ' ' << logInfo << ' ' << timeWindow << ' ' << recoverId
-              << '\n';
+        calls << base::StringPrintf("settings %ld [%s] %d %ld %ld %ld %ld\n", eventId,
+                                    String8(eventName).c_str(), isEnable, reportFreq, logInfo,
+                                    timeWindow, recoverId);
     }
 };
 
@@ -95,7 +113,7 @@ const std::pair<const char*, const char*> kLines[] = {
 
 /** The text with short neighbouring lines behind each other. */
 std::string joined(const std::string& text) {
-    constexpr size_t kWidth = 140;
+    constexpr size_t kWidth = 180;
     std::vector<std::string> rows = {""};
     for (const std::string& line : base::Split(text, "\n")) {
         if (line.empty()) continue;
@@ -126,10 +144,9 @@ class Kavelctl : public testing::Test {
         FileTexts files;
         for (size_t i = 2; i < words.size(); ++i) {
             const size_t equals = words[i].find('=');
-            const std::string text = words[i].substr(equals + 1);
-            files.emplace_back(
-                    words[i].substr(0, equals),
-                    text[0] == '@' ? std::string(std::stoul(text.substr(1)), 'x') : text);
+            std::string text = words[i].substr(equals + 1);
+            if (text[0] == '@') text = std::string(std::stoul(text.substr(1)), 'x');
+            files.emplace_back(words[i].substr(0, equals), text);
         }
         std::string name = std::filesystem::path(words[1]).filename();
         if (base::EndsWith(name, ".2")) name.resize(name.size() - 2);
@@ -150,9 +167,7 @@ class Kavelctl : public testing::Test {
             mInput.str(words[1]);
         } else if (words[0] == "daemon" && words[1] == "starts") {
             mService = new RecordingService;
-            EXPECT_EQ(defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME),
-                                                          mService),
-                      NO_ERROR);
+            defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME), mService);
         } else if (words[0] == "daemon") {
             mService->status = std::stoi(words[1]);
         } else {
@@ -175,7 +190,9 @@ class Kavelctl : public testing::Test {
             result.out = result.out.substr(0, result.out.find('\n')) + " ... with checksum " +
                          std::to_string(sum);
         } else if (words.back() == "--json") {
-            result.out = folded(parseJson(result.out));
+            Json::Value document;
+            std::istringstream(result.out) >> document;
+            result.out = folded(document);
         } else if (words[0] == "explain") {  // what is indented belongs to the line before
             result.out = replaced(replaced(result.out, "\n        ", ": "), "\n    ", "; ");
         }

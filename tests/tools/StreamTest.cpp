@@ -15,8 +15,9 @@
 
 #include "platform/CommonPlxServiceManager.h"
 #include "tests/fake/TempDir.h"
-#include "tests/tools/RunKavelctl.h"
 #include "tools/CommandLine.h"
+#include "tools/Commands.h"
+#include "tools/JsonLine.h"
 #include "tools/RawEventSender.h"
 
 namespace android::kavel::tools {
@@ -38,7 +39,7 @@ TEST(Stats, ReadsWhatTheHostsClientWrites) {
     client->sendToPlxFromCommonPlx(
             "t\n", "\"q\" \\",
             {{"k", control + "\x7f"}, {"\xc3\xa4\xf0\x9f\x98\x80", "a\xff"}, {"\xed\xa0\x80", ""}});
-    const Json::Value sent = parseJson(run({"stats", "--file", file, "--json"}).out)[0];
+    const Json::Value sent = parseJsonObject(test::contentOf(file)).value();
     EXPECT_THAT(sent["time"].asString(),
                 testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}\\.[0-9]{3}"));
     EXPECT_EQ(sent["tag"].asString(), "t\n");
@@ -69,7 +70,7 @@ TEST(Stats, FollowsTheFile) {
     const auto nextEvent = [&] {
         std::string text;
         std::getline(shown, text);
-        return parseJson(text)["event"].asString();
+        return parseJsonObject(text).value()["event"].asString();
     };
     EXPECT_EQ(nextEvent(), "first");
     std::ofstream(file, std::ios::app) << line("second").substr(0, 9) << std::flush
