@@ -30,10 +30,7 @@ void keep(int priority, const char* tag, const char* text) {
 const std::string& defaultTag() {
     static const std::string tag = [] {
         __android_log_write(ANDROID_LOG_INFO, nullptr, "");
-        MutexLock lock(captured().lock);
-        const std::string found = captured().lines.back().tag;
-        captured().lines.pop_back();
-        return found;
+        return drainLog().back().tag;
     }();
     return tag;
 }
