@@ -111,12 +111,23 @@ const std::pair<const char*, const char*> kLines[] = {
          "\n"},
 };
 
-/** The text with short neighbouring lines behind each other. */
+/** A report that is sent, and a help text: short forms for lines of the golden files. */
+const test::Series kShort[] = {
+        {"sent(%1, %2, %3, %4, %5)",
+         "%1 -> event type %2, log-info %3; queued for the daemon; event %4 read as %5", 1},
+        {"help(%1, %2, %3)", "%1 --help -> usage: kavelctl %2 ... with checksum %3", 1},
+};
+
+/** The text with short forms, and short neighbouring lines behind each other. */
 std::string joined(const std::string& text) {
     constexpr size_t kWidth = 180;
     std::vector<std::string> rows = {""};
-    for (const std::string& line : base::Split(text, "\n")) {
+    for (std::string line : base::Split(text, "\n")) {
         if (line.empty()) continue;
+        for (const test::Series& form : kShort) {
+            const std::string shorter = test::shortFor(line, form);
+            if (!shorter.empty()) line = shorter;
+        }
         if (rows.back().size() + line.size() > kWidth) rows.emplace_back();
         rows.back() += (rows.back().empty() ? "" : " | ") + line;
     }
