@@ -83,7 +83,7 @@ class Phone {
         mCatches.clear();
         mBench = nullptr;
         for (const auto& entry : fs::directory_iterator("/data")) fs::remove_all(entry);
-        fake::setSignals(true);
+        fake::signalsWork = true;
         mRing.clear();
         mFolders.clear();
         mFailures.clear();
@@ -170,7 +170,7 @@ class Phone {
     }
     static void setTraceUtility(const std::string& state) {
         using Outcome = CallLine::Outcome;
-        fake::setTraceUtility(state != "gone");
+        fake::hasTraceUtility = state != "gone";
         fake::setCallOutcome(state == "hangs" ? Outcome::Late : Outcome::Returned);
     }
     /** A catch on a trail build from its first round to its archive. */
@@ -287,7 +287,7 @@ class Phone {
             {"list", [this](Line l) { list(l.rest(1)); }},
             // The world.
             {"trace-utility", [](Line l) { setTraceUtility(l.word(1)); }},
-            {"signals-fail", [](Line) { fake::setSignals(false); }},
+            {"signals-fail", [](Line) { fake::signalsWork = false; }},
             {"set", [](Line l) { fake::setProperty(l.word(1), l.word(2)); }},
             {"at", [](Line l) { fake::resetTime(test::kScriptStartUs + l.number(1)); }},
             {"advance", [](Line l) { fake::advance(l.number(1)); }},

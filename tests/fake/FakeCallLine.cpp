@@ -3,13 +3,10 @@
 #include <atomic>
 
 namespace android::kavel {
-namespace {
 
 using Outcome = CallLine::Outcome;
 
-std::atomic<Outcome> sOutcome{Outcome::Returned};
-
-}  // namespace
+static std::atomic<Outcome> sOutcome{Outcome::Returned};
 
 void fake::setCallOutcome(Outcome outcome) {
     sOutcome = outcome;

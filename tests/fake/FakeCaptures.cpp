@@ -1,6 +1,5 @@
 #include "tests/fake/FakeCaptures.h"
 
-#include <atomic>
 #include <cerrno>
 
 #include "platform/Log.h"
@@ -9,20 +8,6 @@
 
 namespace android {
 namespace kavel {
-namespace {
-
-std::atomic<bool> signals{true};
-std::atomic<bool> hasUtility{true};
-
-}  // namespace
-
-void fake::setTraceUtility(bool isThere) {
-    hasUtility = isThere;
-}
-
-void fake::setSignals(bool work) {
-    signals = work;
-}
 
 void callFramework(const char* step, android_LogPriority priority, uint32_t code,
                    std::vector<FrameworkArgument> arguments, std::chrono::milliseconds patience) {
@@ -33,8 +18,8 @@ void callFramework(const char* step, android_LogPriority priority, uint32_t code
 
 int queueSignal(pid_t pid, int signal) {
     KAVEL_LOGI(KAVEL_NO_TAG, "fake: signal %d to %d\n", signal, pid);
-    errno = signals ? 0 : ESRCH;
-    return signals ? 0 : -1;
+    errno = ESRCH;
+    return fake::signalsWork ? 0 : -1;
 }
 
 }  // namespace kavel
@@ -51,7 +36,7 @@ class Utils : public TraceNativeUtils {
 
 TraceNativeUtils* TraceNativeUtils::getInstance() {
     static Utils utils;
-    return kavel::hasUtility ? &utils : nullptr;
+    return kavel::fake::hasTraceUtility ? &utils : nullptr;
 }
 
 }  // namespace android

@@ -29,12 +29,12 @@ std::vector<std::string> wordsOf(const std::string& command) {
     return words;
 }
 
-int pack(const fs::path& archive, fs::path members) {
+int pack(const fs::path& archive, const fs::path& members) {
     const bool isPattern = members.filename() == "*";
-    if (isPattern) members = members.parent_path();
     std::error_code error;
     std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(members, error)) {
+    for (const auto& entry :
+         fs::directory_iterator(isPattern ? members.parent_path() : members, error)) {
         const std::string name = entry.path().filename();
         if (!isPattern || name[0] != '.') names.insert(name);
     }
@@ -43,18 +43,6 @@ int pack(const fs::path& archive, fs::path members) {
     // The end of a gzip file of one block of tar.
     file << std::string(20, ' ') << std::string("\0\2\0\0", 4);
     return names.empty() || !file ? kFailed : 0;
-}
-
-int move(const fs::path& from, fs::path to) {
-    std::error_code error;
-    if (fs::is_directory(to, error)) to /= from.filename();
-    fs::rename(from, to, error);
-    return error ? kFailed : 0;
-}
-
-int redirect(const fs::path& file) {
-    std::ofstream(file, std::ios::app) << "x\n";
-    return fs::exists(file) ? 0 : kFailed;
 }
 
 }  // namespace
@@ -67,11 +55,17 @@ int carryOut(const std::string& command) {
         return fs::create_directory(words[1], error) ? 0 : kFailed;
     }
     if (words[0] == "tar") return pack(words[2], words[3]);
-    if (words[0] == "mv") return move(words[1], words[2]);
+    if (words[0] == "mv") {
+        fs::path to = words[2];
+        if (fs::is_directory(to, error)) to /= fs::path(words[1]).filename();
+        fs::rename(words[1], to, error);
+        return error ? kFailed : 0;
+    }
     if (words[0] == "cp") return fs::copy(words[1], words[2], error), 0;
     if (words[0] == "rm") return fs::remove_all(words[2], error), 0;
     const bool isRedirected = words.size() > 2 && words[words.size() - 2].find('>') == 0;
-    return isRedirected ? redirect(words.back()) : 0;
+    if (isRedirected) std::ofstream(words.back(), std::ios::app) << "x\n";
+    return !isRedirected || fs::exists(words.back()) ? 0 : kFailed;
 }
 
 }  // namespace android::kavel::fake

@@ -1,20 +1,17 @@
 #include "tests/fake/FakeLog.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include <unistd.h>
 
 #include "platform/Mutex.h"
-#include "tests/fake/LogFunction.h"
 
 namespace android::kavel::fake {
 namespace {
 
 struct Captured {
     Mutex lock;
-    std::condition_variable changed;
     std::vector<LogLine> lines GUARDED_BY(lock);
 };
 
@@ -23,29 +20,17 @@ Captured& captured() {
     return *instance;
 }
 
-constexpr std::chrono::seconds kDeadline(60);
-
-size_t countIn(const std::vector<LogLine>& lines, const std::string& text) {
-    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& line) {
-        return line.text.find(text) != std::string::npos;
-    }));
-}
-
-void keep(const PassingLine& line) {
+void keep(int priority, const char* tag, const char* text) {
     MutexLock lock(captured().lock);
-    captured().lines.push_back({line.priority, line.tag == nullptr ? "(null)" : line.tag, line.text,
+    captured().lines.push_back({priority, tag == nullptr ? "(null)" : tag, text,
                                 std::this_thread::get_id(), gettid()});
-    captured().changed.notify_all();
 }
 
 /** Returns the tag that liblog gives a line without one: its text for the program's name. */
 const std::string& defaultTag() {
     static const std::string tag = [] {
         __android_log_write(ANDROID_LOG_INFO, nullptr, "");
-        MutexLock lock(captured().lock);
-        const std::string found = captured().lines.back().tag;
-        captured().lines.pop_back();
-        return found;
+        return drainLog().back().tag;
     }();
     return tag;
 }
@@ -61,11 +46,6 @@ void captureLog() {
 std::vector<LogLine> logLines() {
     MutexLock lock(captured().lock);
     return captured().lines;
-}
-
-void clearLog() {
-    MutexLock lock(captured().lock);
-    captured().lines.clear();
 }
 
 void note(const std::string& text) {
@@ -95,16 +75,10 @@ std::vector<std::string> takeLog() {
 }
 
 size_t logCount(const std::string& text) {
-    return countIn(logLines(), text);
-}
-
-bool awaitLog(const std::string& text, size_t count) {
-    const auto end = std::chrono::steady_clock::now() + kDeadline;
-    MutexLock lock(captured().lock);
-    while (countIn(captured().lines, text) < count) {
-        if (!lock.waitUntil(captured().changed, end)) return false;
-    }
-    return true;
+    const std::vector<LogLine> lines = logLines();
+    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& line) {
+        return line.text.find(text) != std::string::npos;
+    }));
 }
 
 }  // namespace android::kavel::fake

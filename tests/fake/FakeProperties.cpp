@@ -41,16 +41,16 @@ namespace android::base {
 std::string GetProperty(const std::string& name, const std::string& default_value) {
     auto& properties = kavel::fake::properties();
     kavel::MutexLock lock(properties.lock);
-    const auto found = properties.values.find(name);
-    const bool isSet = found != properties.values.end() && !found->second.empty();
-    return isSet ? found->second : default_value;
+    const std::string& value = properties.values[name];
+    return value.empty() ? default_value : value;
 }
 
 bool SetProperty(const std::string& name, const std::string& value) {
     auto& properties = kavel::fake::properties();
     kavel::MutexLock lock(properties.lock);
-    if (StartsWith(name, "ro.") && properties.values.count(name) > 0) return false;
-    properties.values[name] = value;
+    std::string& current = properties.values[name];
+    if (StartsWith(name, "ro.") && !current.empty()) return false;
+    current = value;
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "tests/fake/Script.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <regex>
@@ -7,6 +8,8 @@
 
 #include <android-base/strings.h>
 #include <gtest/gtest.h>
+
+#include "tests/fake/Series.h"
 
 namespace android::kavel::test {
 namespace {
@@ -18,8 +21,7 @@ std::string expanded(std::string text) {
         for (int i = std::stoi(found[2]); i > 0; --i) whole += found[1];
         text = found.prefix().str() + whole + found.suffix().str();
     }
-    text = std::regex_replace(text, std::regex(R"(\\t)"), "\t");
-    return std::regex_replace(text, std::regex(R"(\\n)"), "\n");
+    return replaced(replaced(text, "\\t", "\t"), "\\n", "\n");
 }
 
 std::string abridged(std::string text) {
@@ -36,10 +38,8 @@ std::string abridged(std::string text) {
 ScriptLine::ScriptLine(const std::string& text) : mWords(base::Split(text, " ")) {}
 
 std::string ScriptLine::rest(size_t i) const {
-    return i < mWords.size()
-                   ? base::Join(std::vector(mWords.begin() + static_cast<long>(i), mWords.end()),
-                                ' ')
-                   : "";
+    const auto first = mWords.begin() + static_cast<long>(std::min(i, mWords.size()));
+    return base::Join(std::vector(first, mWords.end()), ' ');
 }
 
 std::string ScriptLine::option(const std::string& name) const {

@@ -68,15 +68,22 @@ void replaceSeries(std::vector<std::string>& lines, const Series& series) {
     for (size_t i = 0; i + series.size <= lines.size(); ++i) {
         const auto first = lines.begin() + static_cast<long>(i);
         const auto last = first + static_cast<long>(series.size);
-        Parts parts;
-        if (!matches(series.body, base::Join(std::vector(first, last), "\n"), parts)) continue;
-        *first = series.name;
-        for (const auto& [mark, part] : parts) *first = replaced(*first, {'%', mark}, part);
+        const std::string name = shortFor(base::Join(std::vector(first, last), "\n"), series);
+        if (name.empty()) continue;
+        *first = name;
         lines.erase(first + 1, last);
     }
 }
 
 }  // namespace
+
+std::string shortFor(const std::string& text, const Series& series) {
+    Parts parts;
+    if (!matches(series.body, text, parts)) return "";
+    std::string name = series.name;
+    for (const auto& [mark, part] : parts) name = replaced(name, {'%', mark}, part);
+    return name;
+}
 
 std::vector<Series> readSeries(const std::string& path) {
     std::vector<Series> all;

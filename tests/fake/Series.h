@@ -16,6 +16,12 @@ struct Series {
     size_t size;  ///< number of lines of the body
 };
 
+/**
+ * Returns the series' name, with the parts of @p text that its body stands for; an empty text if
+ * @p text is not that series.
+ */
+std::string shortFor(const std::string& text, const Series& series);
+
 /** Reads series: the name, and below it the lines, indented. */
 std::vector<Series> readSeries(const std::string& path);
 

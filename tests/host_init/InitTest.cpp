@@ -4,7 +4,9 @@
 // over, has the wrong mode, or is kept from its place by an earlier boot's, and other descriptors
 // that slip into the service; folders of an earlier boot that stop the next, or keep their modes;
 // bad lines, missing programs and unknown services that stop the boot or leave no trace; services
-// and their orphans that outlive the phone; a phone that an ordinary user cannot boot.
+// and their orphans that outlive the phone; a phone that an ordinary user cannot boot; services
+// that come back although they were stopped, stay away although asked for, or start while the phone
+// goes down, and a wait that is not counted from the last start.
 
 #include "host/init/Init.h"
 
@@ -18,6 +20,7 @@
 #include <csignal>
 
 #include "host/init/Accounts.h"
+#include "host/init/Lifecycle.h"
 #include "host/init/Processes.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/TempDir.h"
@@ -163,6 +166,39 @@ TEST_F(InitTest, BootsForAnOrdinaryUser) {
     EXPECT_EQ(finish(), 0);
     EXPECT_EQ(read("out/done"), std::to_string(geteuid() == 0 ? kOrdinaryUser : geteuid()));
     EXPECT_THAT(read("log/stderr"), testing::HasSubstr("only one user id"));
+}
+
+TEST(Lifecycle, EndLeavesWhatWasAskedFor) {
+    using Step = Lifecycle::Step;
+    const auto stop = &Lifecycle::requestStop;
+    const auto start = &Lifecycle::requestStart;
+    const auto restart = &Lifecycle::requestRestart;
+    const struct {
+        const char* name;
+        std::vector<Step (Lifecycle::*)()> requests;
+        bool comesBack;
+        bool oneshot;
+    } rows[] = {
+            {"crash", {}, true, false},
+            {"oneshot", {}, false, true},
+            {"stop", {stop}, false, false},
+            {"restart", {restart}, true, true},
+            {"stop, start", {stop, start}, true, false},
+            {"restart, stop", {restart, stop}, false, false},
+            {"start", {start}, true, false},
+    };
+    for (const auto& row : rows) {
+        Lifecycle life(row.oneshot, BootTime(5000));
+        EXPECT_EQ(life.requestStart(), Step::Start);
+        life.started(BootTime(1000));
+        for (const auto request : row.requests) (life.*request)();
+        life.ended();
+        EXPECT_EQ(life.tick(BootTime(5999)), Step::Nothing) << row.name;
+        EXPECT_EQ(life.tick(BootTime(6000)) == Step::Start, row.comesBack) << row.name;
+        life.shutDown();
+        EXPECT_EQ(life.tick(BootTime(99999)), Step::Nothing) << row.name;
+        EXPECT_EQ(life.requestStart(), Step::Nothing) << row.name;
+    }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "platform/FrameworkCall.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <string>
 
@@ -13,7 +14,6 @@
 #include <binder/Parcel.h>
 #include <gtest/gtest.h>
 
-#include "platform/Mutex.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeThreads.h"
@@ -28,15 +28,8 @@ constexpr uint32_t kRefuses = 9;
 /** Answers with the code and the argument, or hangs until it is let go. */
 class Framework : public BBinder {
   public:
-    void letGo() {
-        MutexLock lock(mLock);
-        mHangs = false;
-        mReleased.notify_all();
-    }
-    int calls() {
-        MutexLock lock(mLock);
-        return mCalls;
-    }
+    std::atomic<bool> hangs = true;
+    std::atomic<int> calls = 0;
 
   private:
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
@@ -45,18 +38,12 @@ class Framework : public BBinder {
         }
         if (code == kRefuses) return INVALID_OPERATION;
         if (code == kHangs) {
-            MutexLock lock(mLock);
-            ++mCalls;
-            while (mHangs) lock.wait(mReleased);
+            ++calls;
+            test::eventually([&] { return !hangs; });
         }
         const int32_t argument = data.dataAvail() > 0 ? data.readInt32() : 0;
         return reply->writeInt32(static_cast<int32_t>(code) * 1000 + argument);
     }
-
-    Mutex mLock;
-    std::condition_variable mReleased;
-    bool mHangs GUARDED_BY(mLock) = true;
-    int mCalls GUARDED_BY(mLock) = 0;
 };
 
 TEST(FrameworkCall, SendsWhateverHangsAndLogsTheReplyWheneverItComes) {
@@ -87,7 +74,7 @@ TEST(FrameworkCall, SendsWhateverHangsAndLogsTheReplyWheneverItComes) {
     for (int pid = 1; pid <= kMaxOutstanding + 1; ++pid) {
         callFramework("hangs", ANDROID_LOG_INFO, kHangs, {pid}, kShort);
     }
-    EXPECT_TRUE(test::eventually([&] { return framework->calls() == kMaxOutstanding; }));
+    EXPECT_TRUE(test::eventually([&] { return framework->calls == kMaxOutstanding; }));
     const std::string request = "[dravo_kavel hangs]: request 7 ";
     EXPECT_EQ(fake::logCount(request + "1 to binder service kavel: has not returned in time.\n"),
               1u);
@@ -97,12 +84,12 @@ TEST(FrameworkCall, SendsWhateverHangsAndLogsTheReplyWheneverItComes) {
     EXPECT_EQ(fake::logCount("[dravo_kavel anr]: binder service kavel replied: 2472.\n"), 1u)
             << "another code";
 
-    framework->letGo();
+    framework->hangs = false;
     for (int pid = 1; pid <= kMaxOutstanding; ++pid) {
         EXPECT_TRUE(fake::awaitLog("[dravo_kavel hangs]: binder service kavel replied: " +
                                    std::to_string(7000 + pid)));
     }
-    EXPECT_EQ(framework->calls(), kMaxOutstanding);
+    EXPECT_EQ(framework->calls, kMaxOutstanding);
     EXPECT_TRUE(test::eventually([] {  // the threads of those may not have ended yet
         callFramework("back", ANDROID_LOG_INFO, kHangs, {10});
         return fake::logLines().back().text ==

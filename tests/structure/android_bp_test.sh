@@ -45,8 +45,8 @@ same "the daemon's modules and the disk" "$(phone libdravo_kavel dravo_kavel)" \
 for module in $(sed -n '/^cc_\(test\|fuzz\)/,/^}/s/^    name: "\(.*\)",/\1/p' Android.bp); do
     case $module in *_defaults) continue ;; esac
     grep -q "^$module " "$cmake_sources" || { missing="$missing $module"; continue; }
-    portable=$(cmake "$module" | grep '^tests/' | xargs grep -LE 'KAVEL_GOLDEN_DIR|fake/Script.h' |
-        grep -vxE 'tests/tools/(RawEventSender|Stats)Test.cpp' | sort)
+    portable=$(cmake "$module" | grep '^tests/' | xargs grep -LE 'KAVEL_GOLDEN_DIR|fake/(Script|Series).h' |
+        grep -vx 'tests/tools/StreamTest.cpp' | sort)
     # shellcheck disable=SC2046  # patterns
     same "$module and CMake" "$(ls $(phone "$module"))" "$portable"
     # A 32-bit compiler has no 128-bit integers.

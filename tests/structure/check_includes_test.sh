@@ -8,17 +8,16 @@ trap 'rm -rf "$tree"' EXIT
 failures=0
 
 expect() {  # EXIT_CODE OUTPUT ARGUMENT
-    actual=$("$check" "$3" 2>/dev/null)
-    code=$?
-    [ "$code" = "$1" ] && [ "$actual" = "$2" ] && return
-    printf -- '--- expected %s\n%s\n--- got %s\n%s\n' "$1" "$2" "$code" "$actual"
+    actual=$("$check" "$3" 2>/dev/null; echo "exit $?")
+    [ "$actual" = "${2:+$2
+}exit $1" ] && return
+    printf -- '--- expected %s\n%s\n--- got\n%s\n' "$1" "$2" "$actual"
     failures=1
 }
 
 source_of() {  # FILE INCLUDE...
     mkdir -p "$(dirname "$tree/$1")"
-    file=$tree/$1
-    shift
+    file=$tree/$1 && shift
     printf '#include %s\n' "$@" >"$file"
 }
 

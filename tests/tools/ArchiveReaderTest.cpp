@@ -58,29 +58,26 @@ TEST_F(ArchiveReader, MarksWhatDoesNotReadBack) {
     const std::string packed = gzipBytes(tar);
     std::string wrongChecksum = packed;
     wrongChecksum[packed.size() - 6] = static_cast<char>(wrongChecksum[packed.size() - 6] ^ 1);
+    const std::string noTar = "not a valid tar archive: it ";
     const struct {
-        const char* name;
         std::string bytes;
-        const char* reason;
+        std::string reason;
         std::optional<uint64_t> filesRead;  ///< nothing where it hangs on zlib's buffering
     } cases[] = {
-            {"half", packed.substr(0, packed.size() / 2), "the file is cut off", 3},
-            {"no trailer", packed.substr(0, packed.size() - 3), "the file is cut off", 4},
-            {"only a header", packed.substr(0, 3), "the file is cut off", 0},
-            {"checksum", wrongChecksum, "damaged gzip data: incorrect data check", {}},
-            {"empty", "", "the file is empty", 0},
-            {"not packed", tar, "not a gzip file", 4},
-            {"no tar", gzipBytes("hello"), "not a valid tar archive: it ends within a header", 0},
-            {"no end mark", gzipBytes(tar.substr(0, tar.size() - 1024)),
-             "not a valid tar archive: it has no end mark", 4},
-            {"tar cut", gzipBytes(tar.substr(0, tar.size() / 2)),
-             "not a valid tar archive: it ends within a member", 3},
+            {packed.substr(0, packed.size() / 2), "the file is cut off", 3},
+            {packed.substr(0, packed.size() - 3), "the file is cut off", 4},
+            {packed.substr(0, 3), "the file is cut off", 0},
+            {wrongChecksum, "damaged gzip data: incorrect data check", {}},
+            {"", "the file is empty", 0},
+            {tar, "not a gzip file", 4},
+            {gzipBytes("hello"), noTar + "ends within a header", 0},
+            {gzipBytes(tar.substr(0, tar.size() - 1024)), noTar + "has no end mark", 4},
+            {gzipBytes(tar.substr(0, tar.size() / 2)), noTar + "ends within a member", 3},
     };
     for (const auto& each : cases) {
-        const ArchiveContents contents = read(each.name, each.bytes);
-        EXPECT_EQ(contents.broken.rfind(each.reason, 0), 0U)
-                << each.name << ": " << contents.broken;
-        EXPECT_EQ(contents.fileCount, each.filesRead.value_or(contents.fileCount)) << each.name;
+        const ArchiveContents contents = read("broken", each.bytes);
+        EXPECT_EQ(contents.broken.rfind(each.reason, 0), 0U) << contents.broken;
+        EXPECT_EQ(contents.fileCount, each.filesRead.value_or(contents.fileCount)) << each.reason;
     }
     ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
     EXPECT_EQ(readArchive(folder / "fifo", 1).broken, "not a regular file");

@@ -5,29 +5,50 @@
 // fields of the JSON documents that are lost or named otherwise, and control characters that get
 // to a terminal.
 
+#include <android-base/stringprintf.h>
 #include <android-base/strings.h>
 #include <binder/Binder.h>
 #include <binder/IServiceManager.h>
+#include <gtest/gtest.h>
+#include <json/reader.h>
 #include <utils/String8.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <iostream>
 #include <regex>
-#include <set>
+#include <sstream>
 #include <utility>
 
 #include "event/ExtraInfo.h"
 #include "event/IKavelBinder.h"
 #include "tests/fake/Script.h"
+#include "tests/fake/Series.h"
 #include "tests/fake/TempDir.h"
-#include "tests/tools/RunKavelctl.h"
 #include "tests/tools/TestArchive.h"
+#include "tools/Commands.h"
+#include "tools/JsonLine.h"
 #include "tools/Text.h"
 
 namespace android::kavel::tools {
 namespace {
+
+using test::replaced;
+
+struct Result {
+    int exitCode;
+    std::string out;
+    std::string err;
+};
+
+/** Runs the whole program in this process. */
+Result run(const std::vector<std::string>& words) {
+    std::ostringstream out;
+    std::ostringstream err;
+    return {runKavelctl(words, {out, err}), out.str(), err.str()};
+}
 
 /** The daemon's side of the interface: answers with a given status, or writes the call down. */
 class RecordingService : public BnKavelBinder {
@@ -44,31 +65,24 @@ class RecordingService : public BnKavelBinder {
     void sendFrameworkEvent(long eventId, long, long logInfo, int pid, int uid,
                             String16 extraInfo) override {
         const std::string text = String8(extraInfo).c_str();
-        calls << "event " << eventId << ' ' << logInfo << ' ' << pid << ' ' << uid << " [" << text
-              << "] read as";
+        calls << base::StringPrintf("event %ld %ld %d %d [%s] read as ", eventId, logInfo, pid, uid,
+                                    text.c_str());
         try {
             const KavelExtraInfo read = parseExtraInfo(text, eventId);
-            calls << " [" << read.processName << "] [" << read.packageVersion << "] ["
+            calls << '[' << read.processName << "] [" << read.packageVersion << "] ["
                   << read.eventType << "]\n";
         } catch (const std::exception& error) {
-            calls << " nothing: " << error.what() << '\n';
+            calls << "nothing: " << error.what() << '\n';
         }
     }
 
     void updateEventParams(long eventId, String16 eventName, bool isEnable, long reportFreq,
                            long logInfo, long timeWindow, long recoverId) override {
-        calls << "settings " << eventId << " [" << String8(eventName).c_str() << "] " << isEnable
-              << ' ' << reportFreq << ' ' << logInfo << ' ' << timeWindow << ' ' << recoverId
-              << '\n';
+        calls << base::StringPrintf("settings %ld [%s] %d %ld %ld %ld %ld\n", eventId,
+                                    String8(eventName).c_str(), isEnable, reportFreq, logInfo,
+                                    timeWindow, recoverId);
     }
 };
-
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-        text.replace(at, from.size(), to);
-    }
-    return text;
-}
 
 /** What a JSON document holds: its short members in one line, and each element of a list in its. */
 std::string folded(const Json::Value& document) {
@@ -97,6 +111,29 @@ const std::pair<const char*, const char*> kLines[] = {
          "\n"},
 };
 
+/** A report that is sent, and a help text: short forms for lines of the golden files. */
+const test::Series kShort[] = {
+        {"sent(%1, %2, %3, %4, %5)",
+         "%1 -> event type %2, log-info %3; queued for the daemon; event %4 read as %5", 1},
+        {"help(%1, %2, %3)", "%1 --help -> usage: kavelctl %2 ... with checksum %3", 1},
+};
+
+/** The text with short forms, and short neighbouring lines behind each other. */
+std::string joined(const std::string& text) {
+    constexpr size_t kWidth = 180;
+    std::vector<std::string> rows = {""};
+    for (std::string line : base::Split(text, "\n")) {
+        if (line.empty()) continue;
+        for (const test::Series& form : kShort) {
+            const std::string shorter = test::shortFor(line, form);
+            if (!shorter.empty()) line = shorter;
+        }
+        if (rows.back().size() + line.size() > kWidth) rows.emplace_back();
+        rows.back() += (rows.back().empty() ? "" : " | ") + line;
+    }
+    return base::Join(rows, "\n") + "\n";
+}
+
 class Kavelctl : public testing::Test {
   protected:
     Kavelctl() { setenv("KAVEL_HOST_BINDER_DIR", (folder / "binder").c_str(), 1); }
@@ -118,10 +155,9 @@ class Kavelctl : public testing::Test {
         FileTexts files;
         for (size_t i = 2; i < words.size(); ++i) {
             const size_t equals = words[i].find('=');
-            const std::string text = words[i].substr(equals + 1);
-            files.emplace_back(
-                    words[i].substr(0, equals),
-                    text[0] == '@' ? std::string(std::stoul(text.substr(1)), 'x') : text);
+            std::string text = words[i].substr(equals + 1);
+            if (text[0] == '@') text = std::string(std::stoul(text.substr(1)), 'x');
+            files.emplace_back(words[i].substr(0, equals), text);
         }
         std::string name = std::filesystem::path(words[1]).filename();
         if (base::EndsWith(name, ".2")) name.resize(name.size() - 2);
@@ -142,9 +178,7 @@ class Kavelctl : public testing::Test {
             mInput.str(words[1]);
         } else if (words[0] == "daemon" && words[1] == "starts") {
             mService = new RecordingService;
-            EXPECT_EQ(defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME),
-                                                          mService),
-                      NO_ERROR);
+            defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME), mService);
         } else if (words[0] == "daemon") {
             mService->status = std::stoi(words[1]);
         } else {
@@ -167,7 +201,9 @@ class Kavelctl : public testing::Test {
             result.out = result.out.substr(0, result.out.find('\n')) + " ... with checksum " +
                          std::to_string(sum);
         } else if (words.back() == "--json") {
-            result.out = folded(parseJson(result.out));
+            Json::Value document;
+            std::istringstream(result.out) >> document;
+            result.out = folded(document);
         } else if (words[0] == "explain") {  // what is indented belongs to the line before
             result.out = replaced(replaced(result.out, "\n        ", ": "), "\n    ", "; ");
         }
@@ -185,18 +221,29 @@ class Kavelctl : public testing::Test {
         return replaced(code + result.out + result.err, folder / "", "DIR/");
     }
 
-    /** The same of each line that "<A | B>" stands for: once if it is always the same. */
+    /** The same of each line that "<A | B>" stands for; each outcome once, with '%' for 'A'. */
     std::string outcomes(const std::string& line) {
         std::smatch found;
-        if (!std::regex_match(line, found, std::regex("(.*)<(.*)>(.*)"))) return outcome(line);
-        std::string each;
-        std::set<std::string> different;
+        if (!std::regex_match(line, found, std::regex("(.*)<(.*)>(.*)")))
+            return joined(outcome(line));
+        std::vector<std::pair<std::string, std::string>> different;  // outcome, texts
         for (const std::string& text : base::Split(replaced(found[2], " | ", "\n"), "\n")) {
-            const std::string one = outcome(found.str(1) + text + found.str(3));
-            different.insert(one);
-            each += text + " -> " + replaced(base::Trim(one), "\n", "; ") + "\n";
+            const std::string one = replaced(outcome(found.str(1) + text + found.str(3)),
+                                             "'" + base::Split(text, " ").back() + "'", "'%'");
+            const auto same = std::find_if(different.begin(), different.end(),
+                                           [&](const auto& each) { return each.first == one; });
+            if (same == different.end()) {
+                different.emplace_back(one, text);
+            } else {
+                same->second += " | " + text;
+            }
         }
-        return different.size() == 1 ? *different.begin() : each;
+        if (different.size() == 1) return joined(different[0].first);
+        std::string each;
+        for (const auto& [one, texts] : different) {
+            each += texts + " -> " + replaced(base::Trim(one), "\n", "; ") + "\n";
+        }
+        return joined(each);
     }
 
     const test::TempDir folder;

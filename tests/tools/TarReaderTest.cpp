@@ -97,18 +97,16 @@ TEST(TarReader, TellsWhatIsWrong) {
             {member + tarMember("s", "", 'S'), "it has a sparse member, which cannot be read"},
             {member + tarHeader("L", kMaxTarText + 1, 'L'), "an extended header is too long"},
             {member + tarHeader("L", 600, 'L') + "name", "it ends within a member"},
-            {member + pax("1010 path=" + std::string(990, 'x')), "a pax header is damaged"},
-            {member + pax("8 path=x\n"), "a pax header is damaged"},
-            {member + pax("3 x\n"), "a pax header is damaged"},
-            {member + pax("-9 path=x\n"), "a pax header is damaged"},
-            {member + pax("2 "), "a pax header is damaged"},
-            {member + pax("0"), "a pax header is damaged"},
-            {member + pax("11 size=-1\n"), "a pax header is damaged"},
     };
     for (const auto& [bytes, expected] : cases) {
         const std::string end = expected == "it has no end mark" ? "" : kEnd;
         const bool isCut = expected.find("it ends") != std::string::npos;
         EXPECT_EQ(listing(bytes + (isCut ? "" : end)), "a [1], " + expected);
+    }
+    const std::string tooLong = "1010 path=" + std::string(990, 'x');
+    for (const std::string records :
+         {tooLong.c_str(), "8 path=x\n", "3 x\n", "-9 path=x\n", "2 ", "0", "11 size=-1\n"}) {
+        EXPECT_EQ(listing(pax(records) + kEnd), "a pax header is damaged") << records;
     }
     const std::string longName = tarMember(std::string(kMaxTarName + 9, 'x'), "");
     EXPECT_EQ(listing(longName + kEnd), std::string(kMaxTarName, 'x') + " [], ");

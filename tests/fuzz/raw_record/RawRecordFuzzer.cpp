@@ -11,7 +11,7 @@
 #include "dig/RawRecord.h"
 #include "dig/dig.h"
 #include "tests/dig/PlainLists.h"
-#include "tests/fake/LogFunction.h"
+#include "tests/fake/FakeLog.h"
 #include "tests/fuzz/Require.h"
 
 using namespace android::kavel;  // NOLINT(google-build-using-namespace): a program of its own
@@ -20,8 +20,8 @@ namespace {
 
 std::string sFreeze;
 
-void keepFreeze(const fake::PassingLine& line) {
-    if (strncmp(line.text, "Kavel found", strlen("Kavel found")) == 0) sFreeze = line.text;
+void keepFreeze(int /*priority*/, const char* /*tag*/, const char* text) {
+    if (strncmp(text, "Kavel found", strlen("Kavel found")) == 0) sFreeze = text;
 }
 
 /** The line that the plain lists lead to; empty for none. */
