@@ -10,6 +10,7 @@ if [ "${1:-}" = --format ]; then
     sources | xargs clang-format -i
     exit 0
 fi
+case ${1:-} in '' | --check-format) ;; *) echo "usage: $0 [--format | --check-format]" >&2; exit 2 ;; esac
 echo "== lint: clang-format"
 sources | xargs clang-format --dry-run -Werror
 [ "${1:-}" != --check-format ] || exit 0
