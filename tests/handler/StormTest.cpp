@@ -22,6 +22,7 @@
 #include "tests/fake/FakeFiles.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeShell.h"
+#include "tests/fake/FakeThreads.h"
 #include "tests/fake/FakeTime.h"
 
 // The handler lives as long as the process, so nobody joins the workers that its pools retired.
@@ -95,9 +96,17 @@ size_t staged() {
     return static_cast<size_t>(std::distance(begin(entries), end(entries)));
 }
 
-/** Has the first report of this process come in by @p way; 0 if its lines are in order. */
+/**
+ * The first reports of this process come in by @p way: one for which the handler cannot be built,
+ * and one that builds it. Returns 0 if their lines are there, in order.
+ */
 int firstReport(void (*way)()) {
     fake::captureLog();
+    fake::refuseThreads(true);
+    way();
+    fake::refuseThreads(false);
+    if (fake::logCount(" dropped: ") != 1) return 2;
+    fake::clearLog();
     way();
     const std::vector<fake::LogLine> lines = fake::logLines();
     auto line = lines.begin();
@@ -124,7 +133,8 @@ void reportByKernel() {
     KavelRecvKeventFunc(packet);
 }
 
-// Would catch a time of arrival that is taken before the handler is there.
+// Would catch a time of arrival that is taken before the handler is there, and a daemon that ends
+// because there is no thread for it.
 TEST(Report, FirstReportMakesTheHandlerBeforeItsTime) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process of its own for each way in
     EXPECT_EXIT(_exit(firstReport(reportOverBinder)), testing::ExitedWithCode(0), "");
