@@ -32,8 +32,8 @@ std::string withTimes(std::string text) {
     for (std::smatch found; std::regex_search(text, found, time);) {
         const int64_t second = std::stoi(found[2]) * 3600 + std::stoi(found[3]) * 60 +
                                std::stoi(found[4]) - (9 * 3600 + 5 * 60 + 2);
-        const char* const form = found[1] == "-" ? "{+%" PRId64 "}" : "{at+%" PRId64 "}";
-        text = found.prefix().str() + base::StringPrintf(form, second) + found.suffix().str();
+        text = found.prefix().str() + (found[1] == "-" ? "{+" : "{at+") + std::to_string(second) +
+               "}" + found.suffix().str();
         const int64_t ns = kScriptStartUs * 1000 + second * 1'000'000'000;
         text = replaced(text,
                         base::StringPrintf("@%" PRIx64 "@@{+%" PRId64 "}",
