@@ -37,9 +37,11 @@ std::map<int, CatchRef> fake::heldCatches() {
 }
 
 void fake::releaseCatches() {
-    std::map<int, CatchRef> released;
-    MutexLock hold(lock);
-    released.swap(held);
+    std::map<int, CatchRef> released;  // freed after the lock is released
+    {
+        MutexLock hold(lock);
+        released = std::exchange(held, {});
+    }
 }
 
 void fake::refuseThreads(bool refuse) {
