@@ -48,6 +48,18 @@ std::string Trim(const std::string& text) {
 
 template std::string Join(const std::vector<std::string>&, char);
 
+std::string StringReplace(std::string_view text, std::string_view from, std::string_view to,
+                          bool all) {
+    std::string result;
+    size_t begin = 0;
+    for (size_t at = text.find(from); at != std::string_view::npos; at = text.find(from, begin)) {
+        result.append(text.substr(begin, at - begin)).append(to);
+        begin = at + from.size();
+        if (!all) break;
+    }
+    return result.append(text.substr(begin));
+}
+
 bool StartsWith(std::string_view text, std::string_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
 }
@@ -71,6 +83,12 @@ bool WriteStringToFd(const std::string& text, borrowed_fd fd) {
         done += static_cast<size_t>(count);
     }
     return true;
+}
+
+/** No property is set, unless the test has its own function. */
+__attribute__((weak)) std::string GetProperty(const std::string& /*key*/,
+                                              const std::string& default_value) {
+    return default_value;
 }
 
 template <typename T>
