@@ -58,9 +58,12 @@ Follow stepwise(const Follow& follow) {
              from = to + 2) {
             const std::string result = follow(ScriptLine(steps.substr(from, to - from)));
             if (result.empty()) continue;
-            const size_t row = results.size() - (results.rfind('\n', results.size() - 2) + 1);
-            const bool fits = row + result.find('\n') < kWidth;
-            if (!results.empty() && fits) results.replace(results.size() - 1, 1, "; ");
+            if (!results.empty()) {
+                results.pop_back();
+                const size_t end = results.rfind('\n');
+                const size_t row = results.size() - (end == std::string::npos ? 0 : end + 1);
+                results += row + 1 + result.find('\n') < kWidth ? "; " : "\n";
+            }
             results += result;
         }
         return results;
