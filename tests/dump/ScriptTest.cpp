@@ -33,6 +33,7 @@
 #include "dump/TraceCapture.h"
 #include "dump/TrailLogPack.h"
 #include "platform/Clock.h"
+#include "platform/Mutex.h"
 #include "tests/dump/DumpBench.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeCallLine.h"
@@ -87,13 +88,25 @@ class Phone {
         mRing.clear();
         mFolders.clear();
         mFailures.clear();
-        mSteps.clear();
+        {
+            MutexLock lock(mStepsLock);
+            mSteps.clear();
+        }
         mBench = std::make_unique<DumpBench>(
                 [this](const std::string& command) { return carryOut(command); },
                 [this] { runSteps("sleep"); });
     }
     void runSteps(const std::string& occasion) {
-        for (const std::string& step : std::exchange(mSteps[occasion], {})) run(step);
+        std::vector<std::string> steps;
+        {
+            MutexLock lock(mStepsLock);
+            steps = std::exchange(mSteps[occasion], {});
+        }
+        for (const std::string& step : steps) run(step);
+    }
+    void addStep(Line line) {
+        MutexLock lock(mStepsLock);
+        mSteps[line.word(1)].push_back(line.rest(2));
     }
     int carryOut(const std::string& command) {
         const auto failure = std::find_if(mFailures.begin(), mFailures.end(), [&](Line each) {
@@ -293,7 +306,7 @@ class Phone {
             {"advance", [](Line l) { fake::advance(l.number(1)); }},
             {"step-wall-clock", [](Line l) { fake::stepWallClock(l.number(1)); }},
             // Once, ahead of a sleep or behind a command with that first word.
-            {"at-next", [this](Line l) { mSteps[l.word(1)].push_back(l.rest(2)); }},
+            {"at-next", [this](Line l) { addStep(l); }},
             {"throw", [](Line) { throw std::runtime_error("no memory"); }},
             // As after a gzip that died.
             {"shorten", [](Line l) { fs::resize_file(l.word(1), fs::file_size(l.word(1)) - 1); }},
@@ -337,7 +350,8 @@ class Phone {
     std::map<std::string, LogFolderRef> mFolders;
     std::vector<EventRef> mRing;
     std::vector<ScriptLine> mFailures;
-    std::map<std::string, std::vector<std::string>> mSteps;
+    Mutex mStepsLock;  // commands run on the threads of the pools
+    std::map<std::string, std::vector<std::string>> mSteps GUARDED_BY(mStepsLock);
     std::string mResults;
 };
 

@@ -71,12 +71,14 @@ namespace {
 using test::ScriptLine;
 
 /**
- * Waits until all other threads wait: none has run between two looks at them, so none is left that
- * could wake another one.
+ * Waits until all other threads wait: none has run between several looks at them, so none is left
+ * that could wake another one.
  */
 bool settle() {
+    constexpr int kLooks = 4;
+    int same = 0;
     std::map<std::string, std::string> before;
-    return test::eventually([&before] {
+    return test::eventually([&] {
         std::map<std::string, std::string> threads;  // what the kernel says about each
         bool wait = true;
         for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -86,7 +88,8 @@ bool settle() {
             std::getline(file, text, '\0');  // nothing if it has just ended
             wait = wait && text.find("\nState:\tS") != std::string::npos;
         }
-        return threads == std::exchange(before, threads) && wait;
+        same = threads == std::exchange(before, threads) && wait ? same + 1 : 0;
+        return same == kLooks;
     });
 }
 
