@@ -127,16 +127,21 @@ class Monitor : public testing::Test {
     std::vector<std::thread> mCalls;
 
   private:
-    /** Whether it is a request. Each has its own thread: it may have to wait for an escalation. */
-    bool request(const std::string& verb, int pid) {
+    /** Whether it is a request. One that comes during an escalation waits, on its own thread. */
+    bool request(const std::string& verb, int pid, bool waits = false) {
         const std::map<std::string, std::function<int()>> requests = {
                 {"watch", [=] { return mMonitor.monitor(pid, false); }},
                 {"close", [=] { return mMonitor.close_user_request(pid); }},
                 {"cancel", [=] { return mMonitor.cancel_monitor(pid); }}};
         if (requests.count(verb) == 0) return false;
-        mCalls.emplace_back([call = requests.at(verb)] {
-            if (const int result = call()) fake::note("returns " + std::to_string(result));
-        });
+        const auto call = [request = requests.at(verb)] {
+            if (const int result = request()) fake::note("returns " + std::to_string(result));
+        };
+        if (waits) {
+            mCalls.emplace_back(call);
+        } else {
+            call();
+        }
         EXPECT_TRUE(settle());
         return true;
     }
@@ -144,8 +149,10 @@ class Monitor : public testing::Test {
         const std::string& verb = step.verb();
         const int number = atoi(step.word(1).c_str());
         if (request(verb, number)) return;
+        if (verb == "waiting" && request(step.word(1), atoi(step.word(2).c_str()), true)) return;
         if (verb == "cancelled-watches") {
-            for (int i = 0; i < number; ++i) request("watch", 1) && request("cancel", 1);
+            for (int i = 0; i < number; ++i)
+                request("watch", 1, true) && request("cancel", 1, true);
         } else if (verb == "unlisted") {
             const sp thread =
                     new KavelAnrRecoveryMonitor::MonitorThread(&mMonitor, kAnrWatch, number);
