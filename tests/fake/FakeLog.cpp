@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "platform/Mutex.h"
@@ -22,8 +23,10 @@ Captured& captured() {
 
 void keep(int priority, const char* tag, const char* text) {
     MutexLock lock(captured().lock);
+    // gettid() is not in the build machine's C library of the phone's build.
     captured().lines.push_back({priority, tag == nullptr ? "(null)" : tag, text,
-                                std::this_thread::get_id(), gettid()});
+                                std::this_thread::get_id(),
+                                static_cast<pid_t>(syscall(SYS_gettid))});
 }
 
 /** Returns the tag that liblog gives a line without one: its text for the program's name. */
