@@ -23,57 +23,58 @@ Json::Value textOrNull(std::string_view text) {
     return text.empty() ? Json::Value() : Json::Value(std::string(text));
 }
 
-Json::Value extraTextValue(const EventType& type) {
-    switch (type.extraText) {
-        case ExtraTextForm::Whole:
-            return "process";
-        case ExtraTextForm::ProcessVersion:
-            return "process, version";
-        case ExtraTextForm::ProcessVersionType:
-            return "process, version, type";
-        case ExtraTextForm::ProcessType:
-            return "process, type";
-        case ExtraTextForm::Dropped:
-            break;
+/** A value of an enumeration and its text. */
+template <typename Value>
+struct Name {
+    Value value;
+    const char* text;
+};
+
+constexpr Name<ExtraTextForm> kExtraTexts[] = {
+        {ExtraTextForm::Whole, "process"},
+        {ExtraTextForm::ProcessVersion, "process, version"},
+        {ExtraTextForm::ProcessVersionType, "process, version, type"},
+        {ExtraTextForm::ProcessType, "process, type"},
+};
+constexpr Name<StatisticRule> kStatistics[] = {
+        {StatisticRule::All, "all"},
+        {StatisticRule::NewOnly, "not closeUser, dialog, end"},
+};
+constexpr Name<FolderSubject> kSubjects[] = {
+        {FolderSubject::Process, "process"},
+        {FolderSubject::System, "system"},
+};
+constexpr Name<LogRule> kLogs[] = {
+        {LogRule::Collected, "selected"},
+        {LogRule::HangFiles, "hang files"},
+        {LogRule::None, "none"},
+};
+constexpr Name<CommercialPart> kCommercialParts[] = {
+        {CommercialPart::Action, "action"},
+        {CommercialPart::Neighbour, "neighbour"},
+        {CommercialPart::None, "none"},
+};
+constexpr Name<SystemTrace::Source> kTraceSources[] = {
+        {SystemTrace::Source::Framework, "framework"},
+        {SystemTrace::Source::Native, "native"},
+};
+constexpr Name<ExtraInfoFile> kExtraInfos[] = {
+        {ExtraInfoFile::Anr, "anr"},
+        {ExtraInfoFile::Crash, "crash"},
+};
+
+/** Returns the text of @p value; empty if it has none. */
+template <typename Value, size_t N>
+std::string nameOf(const Name<Value> (&names)[N], Value value) {
+    for (const Name<Value>& name : names) {
+        if (name.value == value) return name.text;
     }
-    return {};
+    return "";
 }
 
-Json::Value logsValue(const EventType& type) {
-    switch (type.logs) {
-        case LogRule::Collected:
-            return "selected";
-        case LogRule::HangFiles:
-            return "hang files";
-        case LogRule::None:
-            break;
-    }
-    return "none";
-}
-
-Json::Value traceValue(const EventType& type) {
-    const std::string code = hexText(static_cast<uint64_t>(type.trace.code));
-    switch (type.trace.source) {
-        case SystemTrace::Source::Framework:
-            return "framework " + code;
-        case SystemTrace::Source::Native:
-            return "native " + code;
-        case SystemTrace::Source::None:
-            break;
-    }
-    return {};
-}
-
-Json::Value extraInfoValue(const EventType& type) {
-    switch (type.extraInfo) {
-        case ExtraInfoFile::Anr:
-            return "anr";
-        case ExtraInfoFile::Crash:
-            return "crash";
-        case ExtraInfoFile::None:
-            break;
-    }
-    return {};
+std::string traceText(const SystemTrace& trace) {
+    const std::string source = nameOf(kTraceSources, trace.source);
+    return source.empty() ? "" : source + ' ' + hexText(static_cast<uint64_t>(trace.code));
 }
 
 const Column kColumns[] = {
@@ -83,31 +84,29 @@ const Column kColumns[] = {
          "what kavelctl explain accepts instead of the id; archives have the name that the type "
          "was configured with",
          true},
-        {"Extra text", "extraText", extraTextValue,
+        {"Extra text", "extraText",
+         [](const EventType& type) { return textOrNull(nameOf(kExtraTexts, type.extraText)); },
          "what the daemon reads from the extra text; one part alone is the whole text"},
         {"Folder", "folder",
-         [](const EventType& type) {
-             return Json::Value(type.subject == FolderSubject::Process ? "process" : "system");
-         },
+         [](const EventType& type) { return textOrNull(nameOf(kSubjects, type.subject)); },
          "PROCESS in the names of log folder and archive: the process of the report, or the word "
          "system"},
         {"Statistic", "statistic",
-         [](const EventType& type) {
-             return Json::Value(
-                     type.statistic == StatisticRule::All ? "all" : "not closeUser, dialog, end");
-         },
+         [](const EventType& type) { return textOrNull(nameOf(kStatistics, type.statistic)); },
          "reports whose statistic is uploaded, by the type in their extra text"},
-        {"Logs", "logs", logsValue,
+        {"Logs", "logs", [](const EventType& type) { return textOrNull(nameOf(kLogs, type.logs)); },
          "selected: those of the log-info word; hang files: only those of the multimedia tooling, "
          "five minutes later; none: record and statistic only"},
         {"Commercial", "commercial",
-         [](const EventType& type) { return Json::Value(commercialPartText(type.commercial)); },
+         [](const EventType& type) { return textOrNull(commercialPartText(type.commercial)); },
          "on a commercial build. action: abnormal action, which has an archive of its own, never "
          "joins a window, and is dropped within 30 s of another one; neighbour: in the archive of "
          "an abnormal action near it; none: in no archive"},
-        {"System trace", "systemTrace", traceValue,
+        {"System trace", "systemTrace",
+         [](const EventType& type) { return textOrNull(traceText(type.trace)); },
          "trace that each catch requests, and its code in the log"},
-        {"extraInfo.txt", "extraInfo", extraInfoValue,
+        {"extraInfo.txt", "extraInfo",
+         [](const EventType& type) { return textOrNull(nameOf(kExtraInfos, type.extraInfo)); },
          "file in the archive of a trail build. anr: process and version; crash: the type too"},
         {"Backtrace", "backtrace",
          [](const EventType& type) {
@@ -150,16 +149,8 @@ std::string idsText(const EventIds& ids) {
     return ids.first == ids.last ? hex(ids.first) : hex(ids.first) + " to " + hex(ids.last);
 }
 
-const char* commercialPartText(CommercialPart part) {
-    switch (part) {
-        case CommercialPart::Action:
-            return "action";
-        case CommercialPart::Neighbour:
-            return "neighbour";
-        case CommercialPart::None:
-            break;
-    }
-    return "none";
+std::string commercialPartText(CommercialPart part) {
+    return nameOf(kCommercialParts, part);
 }
 
 void printEventType(std::ostream& out, int64_t eventId) {
@@ -185,8 +176,7 @@ void printEventTypesPage(std::ostream& out) {
     out << "# Event types\n"
            "\n"
            "What differs by event type. The daemon's own table (`event/EventTypes.cpp`), as "
-           "printed "
-           "by\n"
+           "printed by\n"
            "`kavelctl explain --event --markdown`; a test compares the two. "
            "[interfaces.md](interfaces.md) says how\n"
            "reports and archives look, the [glossary](glossary.md) what the terms mean.\n"

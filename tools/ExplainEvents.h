@@ -12,7 +12,7 @@ namespace android::kavel::tools {
 std::string idsText(const EventIds& ids);
 
 /** Returns "action", "neighbour" or "none". */
-const char* commercialPartText(CommercialPart part);
+std::string commercialPartText(CommercialPart part);
 
 /** Prints what is special about @p eventId, with the meaning of each column. */
 void printEventType(std::ostream& out, int64_t eventId);

@@ -17,7 +17,7 @@ struct Series {
 };
 
 /**
- * Returns the series' name, with the parts of @p text that its body stands for; an empty text if
+ * Returns the series' name, with the parts of @p text that its %N replace; an empty text if
  * @p text is not that series.
  */
 std::string shortFor(const std::string& text, const Series& series);

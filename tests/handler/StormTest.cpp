@@ -206,7 +206,7 @@ TEST_P(Storm, EveryCatchEnds) {
 
 // Would catch (under the sanitizers) a race between the catchers, the notes and the pack of a
 // commercial build, an abnormal action without an archive, and technical catches that pile up.
-// Stands last: the technical catches that it leaves are for an abnormal action that does not come.
+// Runs last, because it leaves technical catches, which wait for an abnormal action.
 TEST_P(Storm, CommercialCatchesEndOrAreKept) {
     base::SetProperty("persist.kavel.user_panic_for_debug", "true");
     Counts reported = storm(GetParam());

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Would catch a policy that does not compile, a rule that the platform forbids, a rule that is missing,
-# and a label that nobody declares. tests/structure/sepolicy stands in for the platform's policy.
+# and a label that nobody declares. tests/structure/sepolicy is a stand-in for the platform's policy.
 # usage: sepolicy_test.sh POLICY_DIR; exit code 77 if checkpolicy or m4 is not installed
 
 policy=$1

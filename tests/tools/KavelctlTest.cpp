@@ -221,7 +221,7 @@ class Kavelctl : public testing::Test {
         return replaced(code + result.out + result.err, folder / "", "DIR/");
     }
 
-    /** The same of each line that "<A | B>" stands for; each outcome once, with '%' for 'A'. */
+    /** The same for each of the lines of "<A | B>"; each outcome once, with '%' in place of 'A'. */
     std::string outcomes(const std::string& line) {
         std::smatch found;
         if (!std::regex_match(line, found, std::regex("(.*)<(.*)>(.*)")))
