@@ -219,7 +219,8 @@ TEST_P(Storm, CommercialCatchesEndOrAreKept) {
                     "[kavelEventHandleThread]: Event dumped since duplicate abnormal action");
     const auto packed = [] { return fake::logCount("[dravo_kavel commercialLogPack]: rm -rf "); };
     ASSERT_TRUE(test::eventually(
-            [&] { return packed() >= actions && staged() <= TechnicalCatches::kMost; }));
+            [&] { return packed() >= actions && staged() <= TechnicalCatches::kMost; }))
+            << packed() << " of " << actions << " packed, " << staged() << " staged";
     EXPECT_GT(actions, 0u);
     EXPECT_EQ(packed(), actions);
     EXPECT_EQ(fake::commandCount("tar czf "), actions);

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CLI/App.hpp>
+
+namespace kaveldesk {
+
+// Each function adds one command. The command's callback throws std::runtime_error with a message
+// for the user if it cannot do its work.
+
+}  // namespace kaveldesk
