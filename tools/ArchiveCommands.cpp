@@ -10,7 +10,7 @@
 namespace android::kavel::tools {
 namespace {
 
-constexpr Option kOptions[] = {{"dir", true}, {"json", false}};
+constexpr Option kOptions[] = {kDirOption, kJsonOption};
 
 // Maximum number of unpacked bytes to read from an archive. A list reads many archives, and one may
 // unpack to a thousand times its size.
@@ -21,35 +21,33 @@ std::filesystem::path directoryOf(const Arguments& arguments) {
     return arguments.value("dir").value_or(kArchiveDirectory);
 }
 
-constexpr std::string_view kListHelp =
-        "usage: kavelctl list [--dir DIR] [--json]\n"
-        "\n"
-        "Lists the archives of the collection directory, newest first. Each line begins with\n"
-        "the number of the archive for 'kavelctl show'; -1 is the newest. Archives that cannot\n"
-        "be read to their end are marked broken; this does not change the exit code. Other files\n"
-        "are only counted. Reads at most the first 64 MiB of an archive's unpacked content: a\n"
-        "count such as 12+ means that there are more files, which 'kavelctl show' reads.\n"
-        "\n"
-        "  --dir DIR  the directory (default: /data/persist_log/PLX/de/kavel)\n"
-        "  --json     one JSON document:\n"
-        "               directory   text\n"
-        "               passedOver  number of other entries\n"
-        "               archives    list, newest first, of:\n"
-        "                 index      -1 for the newest\n"
-        "                 path       text\n"
-        "                 event      text\n"
-        "                 process    text\n"
-        "                 time       YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
-        "                 folderId   hexadecimal text\n"
-        "                 ota        text\n"
-        "                 sequence   1, or N for NAME.N.tar.gz, a further archive of the folder\n"
-        "                 size       of the archive, in bytes\n"
-        "                 fileCount  number\n"
-        "                 partial    true if the archive has more content than was read\n"
-        "                 broken     text, why the archive cannot be read, or null\n"
-        "                 events     list of the objects in kavel_events.txt; may be empty\n"
-        "                 malformedEvents  list of that file's lines that are not such objects\n"
-        "                 moreEvents  true if that file has more lines than were read\n";
+constexpr std::string_view kListDescription =
+        "Lists the archives of the collection directory, newest first. Each line begins with the "
+        "number of the archive for 'kavelctl show'; -1 is the newest. Archives that cannot be read "
+        "to their end are marked broken; this does not change the exit code. Other files are only "
+        "counted. Reads at most the first 64 MiB of an archive's unpacked content: a count such as "
+        "12+ means that there are more files, which 'kavelctl show' reads.";
+
+constexpr std::string_view kListDetails =
+        "JSON:\n"
+        "  directory   text\n"
+        "  passedOver  number of other entries\n"
+        "  archives    list, newest first, of:\n"
+        "    index      -1 for the newest\n"
+        "    path       text\n"
+        "    event      text\n"
+        "    process    text\n"
+        "    time       YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
+        "    folderId   hexadecimal text\n"
+        "    ota        text\n"
+        "    sequence   1, or N for NAME.N.tar.gz, a further archive of the folder\n"
+        "    size       of the archive, in bytes\n"
+        "    fileCount  number\n"
+        "    partial    true if the archive has more content than was read\n"
+        "    broken     text, why the archive cannot be read, or null\n"
+        "    events     list of the objects in kavel_events.txt; may be empty\n"
+        "    malformedEvents  list of that file's lines that are not such objects\n"
+        "    moreEvents  true if that file has more lines than were read\n";
 
 void printList(std::ostream& out, const std::vector<Archive>& archives) {
     struct Row {
@@ -121,20 +119,18 @@ int runList(const Arguments& arguments, const Output& output) {
     return kExitOk;
 }
 
-constexpr std::string_view kShowHelp =
-        "usage: kavelctl show ARCHIVE | -N [--dir DIR] [--json]\n"
-        "\n"
-        "Shows one archive: the parts of its name, its history lines, its events, its\n"
-        "extraInfo.txt and its files. -N is the Nth newest archive of the collection directory.\n"
-        "ARCHIVE is a path, or a file name in that directory, with or without .tar.gz. If the\n"
-        "archive is broken, shows the part that can be read, and exits with 1.\n"
-        "\n"
-        "  --dir DIR  the directory (default: /data/persist_log/PLX/de/kavel)\n"
-        "  --json     one JSON document: the keys of an archive in 'kavelctl list --json' without\n"
-        "             index (event to sequence are null if the name has another form), and\n"
-        "               history    list of {event, time, logInfo: hexadecimal text, recordId}\n"
-        "               extraInfo  text, or null if there is none\n"
-        "               files      list of {name, size in bytes}, 4096 at most\n";
+constexpr std::string_view kShowDescription =
+        "Shows one archive: the parts of its name, its history lines, its events, its "
+        "extraInfo.txt and its files. -N is the Nth newest archive of the collection directory. "
+        "ARCHIVE is a path, or a file name in that directory, with or without .tar.gz. If the "
+        "archive is broken, shows the part that can be read, and exits with 1.";
+
+constexpr std::string_view kShowDetails =
+        "JSON: the keys of an archive in 'kavelctl list --json' without index (event to sequence\n"
+        "are null if the name has another form), and\n"
+        "  history    list of {event, time, logInfo: hexadecimal text, recordId}\n"
+        "  extraInfo  text, or null if there is none\n"
+        "  files      list of {name, size in bytes}, 4096 at most\n";
 
 int runShow(const Arguments& arguments, const Output& output) {
     const Archive archive = loadArchive(
@@ -149,14 +145,13 @@ int runShow(const Arguments& arguments, const Output& output) {
 
 }  // namespace
 
-const Command kListCommand{"list",    "list the archives of the collection directory",
-                           kListHelp, "",
-                           kOptions,  std::size(kOptions),
-                           runList};
+const Command kListCommand{
+        "list",           "",       "list the archives of the collection directory",
+        kListDescription, kOptions, runList,
+        kListDetails};
 
-const Command kShowCommand{"show",    "show the contents of one archive",
-                           kShowHelp, "ARCHIVE",
-                           kOptions,  std::size(kOptions),
-                           runShow};
+const Command kShowCommand{"show",           "ARCHIVE|-N", "show the contents of one archive",
+                           kShowDescription, kOptions,     runShow,
+                           kShowDetails};
 
 }  // namespace android::kavel::tools

@@ -1,7 +1,8 @@
 #include "tools/CommandLine.h"
 
-#include <algorithm>
+#include <android-base/strings.h>
 
+#include "tools/Suggestion.h"
 #include "tools/Text.h"
 #include "tools/Values.h"
 
@@ -16,11 +17,42 @@ bool isOption(const std::string& word) {
     return word.size() > 1 && word[0] == '-' && !isDigit(word[1]);
 }
 
-const Option* findOption(const Command& command, std::string_view name) {
-    const Option* end = command.options + command.optionCount;
-    const Option* found = std::find_if(command.options, end,
-                                       [&](const Option& option) { return option.name == name; });
-    return found == end ? nullptr : found;
+/** Returns the option that @p dashed names. @throws UsageError if there is none */
+const Option& findOption(const Command& command, std::string_view dashed) {
+    std::vector<std::string> names = {"--help"};
+    for (const Option& option : command.options) {
+        names.push_back("--" + std::string(option.name));
+        if (names.back() == dashed) return option;
+        if (option.letter != '\0' && dashed == std::string{'-', option.letter}) return option;
+    }
+    throw UsageError("unknown option '" + printable(dashed) + "'" + didYouMean(dashed, names));
+}
+
+/** The operands that a command takes, from its row of the table. */
+struct OperandCount {
+    std::vector<std::string> required;
+    size_t max = 0;
+};
+
+OperandCount operandsOf(const Command& command) {
+    OperandCount count;
+    for (const std::string& word : base::Split(std::string(command.operands), " ")) {
+        if (word.empty()) continue;
+        if (word[0] != '[' && count.required.size() == count.max) count.required.push_back(word);
+        const bool isRepeated = word.find("...") != std::string::npos;
+        count.max = isRepeated ? SIZE_MAX : count.max + 1;
+    }
+    return count;
+}
+
+void checkCount(const Command& command, const std::vector<std::string>& operands) {
+    const OperandCount count = operandsOf(command);
+    if (operands.size() > count.max) {
+        throw UsageError("unexpected argument '" + printable(operands[count.max]) + "'");
+    }
+    if (operands.size() >= count.required.size()) return;
+    const std::string& missing = count.required[operands.size()];
+    throw UsageError(missing.substr(0, missing.find_first_of("|.")) + " is missing");
 }
 
 }  // namespace
@@ -56,37 +88,29 @@ Arguments parseArguments(const Command& command, const std::vector<std::string>&
             optionsEnded = true;
             continue;
         }
-        if (*word == "--help") {
+        if (*word == "--help" || *word == "-h") {
             arguments.wantsHelp = true;
             return arguments;
         }
         const size_t equals = word->find('=');
         const std::string dashed = word->substr(0, equals);
-        const Option* option =
-                dashed.rfind("--", 0) == 0 ? findOption(command, dashed.substr(2)) : nullptr;
-        if (option == nullptr) throw UsageError("unknown option '" + printable(dashed) + "'");
+        const Option& option = findOption(command, dashed);
         std::string value;
         if (equals != std::string::npos) {
-            if (!option->takesValue) throw UsageError(dashed + " takes no value");
+            if (!option.takesValue()) throw UsageError(dashed + " takes no value");
             value = word->substr(equals + 1);
-        } else if (option->takesValue) {
+        } else if (option.takesValue()) {
             const bool isLast = word + 1 == words.end();
-            if (!option->valueOptional || !(isLast || isOption(word[1]))) {
+            if (!option.isValueOptional() || !(isLast || isOption(word[1]))) {
                 if (isLast) throw UsageError(dashed + " needs a value");
                 value = *++word;
             }
         }
-        if (!arguments.options.emplace(option->name, value).second) {
+        if (!arguments.options.emplace(option.name, value).second) {
             throw UsageError(dashed + " is given twice");
         }
     }
-    const size_t wanted = command.operand.empty() ? 0 : 1;
-    const std::vector<std::string>& operands = arguments.operands;
-    if (operands.size() > wanted && !command.takesMore) {
-        throw UsageError("unexpected argument '" + printable(operands[wanted]) + "'");
-    }
-    if (operands.size() < wanted && !command.operandOptional)
-        throw UsageError(std::string(command.operand) + " is missing");
+    checkCount(command, arguments.operands);
     return arguments;
 }
 

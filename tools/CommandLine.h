@@ -41,11 +41,34 @@ struct Output {
     std::ostream& note() const { return err << "kavelctl: "; }
 };
 
-/** A long option. It may be given at most once. */
+/**
+ * A long option, with a letter as short form if it has one. It may be given at most once.
+ *
+ * The name of a value says what it is, here and in Command::operands. Completion knows DIR, PATH,
+ * ARCHIVE, EVENT, MASK and COMMAND.
+ */
 struct Option {
-    std::string_view name;  ///< without the dashes
-    bool takesValue;
-    bool valueOptional = false;  ///< without one, the value is empty
+    std::string_view name;   ///< without the dashes
+    std::string_view value;  ///< name of the value; "[NAME]" if it may be left out, "" if none
+    std::string_view help;   ///< one paragraph, without line breaks
+    char letter = '\0';
+
+    bool takesValue() const { return !value.empty(); }
+    bool isValueOptional() const { return takesValue() && value.front() == '['; }
+};
+
+/** The options of a command: a view of a constant array. */
+struct OptionList {
+    constexpr OptionList() = default;
+    template <size_t count>
+    // NOLINTNEXTLINE(google-explicit-constructor): rows of tables name the array only
+    constexpr OptionList(const Option (&options)[count]) : first(options), last(options + count) {}
+
+    const Option* begin() const { return first; }
+    const Option* end() const { return last; }
+
+    const Option* first = nullptr;
+    const Option* last = nullptr;
 };
 
 /** The words after the command's name. */
@@ -62,17 +85,18 @@ struct Arguments {
     std::string text(std::string_view option) const;
 };
 
-/** One row of the command table: the command's name, its help text and its function. */
+/**
+ * One row of the command table. Parsing, the help, completion and the man page are made from it.
+ */
 struct Command {
     std::string_view name;
+    /** As in the usage line: "ARCHIVE", "[ARCHIVE...]" or "ID NAME TIME...". */
+    std::string_view operands;
     std::string_view summary;
-    std::string_view help;     ///< full text for --help, the usage line first
-    std::string_view operand;  ///< name of the first operand; empty if the command takes none
-    const Option* options;
-    size_t optionCount;
+    std::string_view description;  ///< paragraphs, one on each line
+    OptionList options;
     int (*run)(const Arguments& arguments, const Output& output);
-    bool takesMore = false;        ///< more operands are allowed; the command checks their number
-    bool operandOptional = false;  ///< the command checks if it is missing
+    std::string_view details = {};  ///< lines that the help shows as they are
 };
 
 /**

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tools/CommandLine.h"
+#include "tools/HelpText.h"
 
 namespace android::kavel::tools {
 
@@ -14,6 +15,14 @@ extern const Command kShowCommand;
 extern const Command kExplainCommand;
 extern const Command kStatsCommand;
 extern const Command kRawCommand;
+
+/** Options that have the same meaning in several commands. */
+inline constexpr Option kDirOption{
+        "dir", "DIR", "the collection directory (default: /data/persist_log/PLX/de/kavel)"};
+inline constexpr Option kJsonOption{"json", "", "print one JSON document"};
+
+/** Returns all commands, in the order of the help. */
+const CommandList& allCommands();
 
 /** Runs the program. @p words are the arguments without the program's name. @return exit code */
 int runKavelctl(const std::vector<std::string>& words, const Output& output);

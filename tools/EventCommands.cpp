@@ -17,30 +17,24 @@ constexpr int64_t kMaxInt64 = std::numeric_limits<int64_t>::max();
 constexpr int64_t kDefaultWindowMs = 180000;
 
 constexpr Option kSetOptions[] = {
-        {"name", true}, {"enable", false}, {"disable", false},
-        {"freq", true}, {"window", true},  {"recover-id", true},
+        {"name", "N",
+         "name in folders, archives and the history line; required unless a recover id is given, "
+         "because the daemon then stores no name"},
+        {"enable", "", "handle reports of this event type (the default)"},
+        {"disable", "", "drop them"},
+        {"freq", "N", "reporting frequency; stored, but has no effect (default: 0)"},
+        {"window", "MS",
+         "milliseconds for which further reports join the same catch (default: 180000; below 1000 "
+         "each report gets its own archive; an hour at most)"},
+        {"recover-id", "N",
+         "recovery action for event types from 0x10000001 up; 0 does not change an earlier one"},
 };
 
-constexpr std::string_view kSetHelp =
-        "usage: kavelctl set EVENT --name N [--enable | --disable] [--freq N] [--window MS]\n"
-        "                    [--recover-id N]\n"
-        "\n"
-        "Configures the event type EVENT. The daemon builds records only of event types that are\n"
-        "configured and enabled. A call replaces all settings of the event type, except that a\n"
+constexpr std::string_view kSetDescription =
+        "Configures the event type EVENT. The daemon builds records only of event types that are "
+        "configured and enabled. A call replaces all settings of the event type, except that a "
         "recover id of 0, or a name together with a recover id, does not change an earlier one.\n"
-        "\n"
-        "  --name N        name in folders, archives and the history line; required unless a\n"
-        "                  recover id is given, because the daemon then stores no name\n"
-        "  --enable        handle reports of this event type (the default)\n"
-        "  --disable       drop them\n"
-        "  --freq N        reporting frequency; stored, but has no effect (default 0)\n"
-        "  --window MS     milliseconds for which further reports join the same catch\n"
-        "                  (default 180000; below 1000 each report gets its own archive; an hour\n"
-        "                  at most)\n"
-        "  --recover-id N  recovery action for event types from 0x10000001 up; 0 does not change\n"
-        "                  an earlier one\n"
-        "\n"
-        "The call is one-way: exit code 0 means that it is queued for the daemon.\n";
+        "The call is one-way: exit code 0 means that it is queued for the daemon.";
 
 int runSet(const Arguments& arguments, const Output& output) {
     EventSettings settings{};
@@ -67,32 +61,26 @@ int runSet(const Arguments& arguments, const Output& output) {
 }
 
 constexpr Option kSendOptions[] = {
-        {"log-info", true}, {"pid", true},  {"uid", true},   {"process", true},
-        {"version", true},  {"type", true}, {"extra", true},
+        {"log-info", "MASK",
+         "which logs to collect: a number, or names of log bits joined by \",\" or \"|\" "
+         "(default: 0; must fit a signed 32-bit number; 'kavelctl explain MASK' shows what a mask "
+         "collects)"},
+        {"pid", "N", "process id (default: 0)"},
+        {"uid", "N", "user id (default: 0)"},
+        {"process", "P", "process name"},
+        {"version", "V", "version of its package"},
+        {"type", "T",
+         "sub-type of the event; for 0x10000001 the state of the ANR: end, dialog, closeUser, or "
+         "any other text for its start"},
+        {"extra", "TEXT", "the whole extra text, in place of the three options above"},
 };
 
-constexpr std::string_view kSendHelp =
-        "usage: kavelctl send EVENT [--log-info MASK] [--pid N] [--uid N]\n"
-        "                     [--process P] [--version V] [--type T] | [--extra TEXT]\n"
-        "\n"
+constexpr std::string_view kSendDescription =
         "Reports one event of the type EVENT, as the framework would.\n"
-        "\n"
-        "  --log-info MASK  which logs to collect: a number, or names of log bits joined by \",\"\n"
-        "                   or \"|\" (default 0; must fit a signed 32-bit number; 'kavelctl\n"
-        "                   explain MASK' shows what a mask collects)\n"
-        "  --pid N          process id (default 0)\n"
-        "  --uid N          user id (default 0)\n"
-        "  --process P      process name\n"
-        "  --version V      version of its package\n"
-        "  --type T         sub-type of the event; for 0x10000001 the state of the ANR: end,\n"
-        "                   dialog, closeUser, or any other text for its start\n"
-        "  --extra TEXT     the whole extra text, in place of the three options above\n"
-        "\n"
-        "'kavelctl explain --event EVENT' says which parts the extra text of the event type has;\n"
+        "'kavelctl explain --event EVENT' says which parts the extra text of the event type has; "
         "if there are several, each is required. The daemon drops any other extra text.\n"
-        "\n"
-        "The call is one-way: exit code 0 means that it is queued for the daemon, not that the\n"
-        "event type is enabled or that a catch began.\n";
+        "The call is one-way: exit code 0 means that it is queued for the daemon, not that the "
+        "event type is enabled or that a catch began.";
 
 ExtraText extraText(int64_t eventId, const Arguments& arguments) {
     const auto given = [&](std::string_view option) -> std::optional<std::string> {
@@ -126,10 +114,10 @@ int runSend(const Arguments& arguments, const Output& output) {
 
 }  // namespace
 
-const Command kSetCommand{"set",       "configure an event type", kSetHelp, "EVENT",
-                          kSetOptions, std::size(kSetOptions),    runSet};
+const Command kSetCommand{"set",           "EVENT",     "configure an event type",
+                          kSetDescription, kSetOptions, runSet};
 
-const Command kSendCommand{"send",       "report an event",       kSendHelp, "EVENT",
-                           kSendOptions, std::size(kSendOptions), runSend};
+const Command kSendCommand{"send",           "EVENT",      "report an event",
+                           kSendDescription, kSendOptions, runSend};
 
 }  // namespace android::kavel::tools

@@ -9,52 +9,51 @@
 namespace android::kavel::tools {
 namespace {
 
-constexpr Option kOptions[] = {{"event", true, true}, {"json", false}, {"markdown", false}};
+constexpr Option kOptions[] = {
+        {"event", "[EVENT]",
+         "the event type, some of which add a system trace to every mask: a number, or a name in "
+         "the table, in upper or lower case"},
+        kJsonOption,
+        {"markdown", "", "the table of all event types as the page docs/event-types.md"},
+};
 
-constexpr std::string_view kHelp =
-        "usage: kavelctl explain MASK [--event EVENT] [--json]\n"
-        "       kavelctl explain --event [EVENT] [--json | --markdown]\n"
-        "\n"
-        "Shows what a catch does for a log-info mask: the exact commands of each bit (FOLDER and\n"
-        "TIME stand for values that only a catch has), the bits of the second round, and whether\n"
-        "all bits can be confirmed; if not, the pack waits its full 17 s. All this is for a trail\n"
-        "build; the differences of a commercial build come last. Does not show whether an event\n"
-        "type collects logs.\n"
-        "Without MASK, shows what differs by event type: all of EVENT with the meaning of each\n"
-        "column, or a table of all event types. Uses the daemon's own tables, so the daemon need\n"
-        "not run.\n"
-        "\n"
-        "  MASK        a number, or names of log bits joined by \",\" or \"|\"; 32 bits\n"
-        "  --event EVENT\n"
-        "              the event type, some of which add a system trace to every mask: a number,\n"
-        "              or a name in the table, in upper or lower case\n"
-        "  --markdown  the table of all event types as the page docs/event-types.md\n"
-        "  --json      one JSON document. Without MASK: {eventTypes: list of rows}; the cells\n"
-        "              of a row are text, true, false, or null if empty. With MASK:\n"
-        "                mask            hexadecimal text\n"
-        "                event           null without --event, else {id: hexadecimal text,\n"
-        "                                frameworkTrace, nativeTrace: the trace code as\n"
-        "                                hexadecimal text, or null if it adds none}\n"
-        "                bits            list, lowest first, of:\n"
-        "                  bit           hexadecimal text\n"
-        "                  name          text, or null for an unknown bit\n"
-        "                  addedByEvent  true if the event type adds the bit to the mask\n"
-        "                  taken         false if nothing is started for the bit\n"
-        "                  capture       text, what is collected without a command, or null\n"
-        "                  commands      list of {command, order, pool: \"cmd\" or \"logcat\",\n"
-        "                                testBit, tagBit: hexadecimal text, heavy}\n"
-        "                secondRound     bits that are collected again after the time window\n"
-        "                collected       bits that are confirmed when all commands have ended\n"
-        "                neverCollected  bits of the mask that are never confirmed\n"
-        "                notAskedFor     confirmed bits that are not in the mask\n"
-        "                waitsFullTime   true if the pack waits its full time\n"
-        "                waitSeconds     that time, in seconds\n"
-        "                commercial      what differs on a commercial build; values are null\n"
-        "                                without --event:\n"
-        "                  part          \"action\": the event has its own archive;\n"
-        "                                \"neighbour\": it is in that of an action; \"none\"\n"
-        "                  secondRound   bits that are collected again 30 s after the event\n"
-        "                  waitSeconds   maximum time for which the pack waits for the bits\n";
+constexpr std::string_view kDescription =
+        "With MASK, shows what a catch does for a log-info mask: the exact commands of each bit "
+        "(FOLDER and TIME are values that only a catch has), the bits of the second round, and "
+        "whether all bits can be confirmed; if not, the pack waits its full 17 s. All this is for "
+        "a trail build; the differences of a commercial build come last. Does not show whether an "
+        "event type collects logs. MASK is a number, or names of log bits joined by \",\" or "
+        "\"|\"; 32 bits.\n"
+        "Without MASK, but with --event, shows what differs by event type: all of EVENT with the "
+        "meaning of each column, or a table of all event types.\n"
+        "Uses the daemon's own tables, so the daemon need not run.";
+
+constexpr std::string_view kDetails =
+        "JSON without MASK: {eventTypes: list of rows}; the cells of a row are text, true, false,\n"
+        "or null if empty. With MASK:\n"
+        "  mask            hexadecimal text\n"
+        "  event           null without --event, else {id: hexadecimal text, frameworkTrace,\n"
+        "                  nativeTrace: the trace code as hexadecimal text, or null if it adds\n"
+        "                  none}\n"
+        "  bits            list, lowest first, of:\n"
+        "    bit           hexadecimal text\n"
+        "    name          text, or null for an unknown bit\n"
+        "    addedByEvent  true if the event type adds the bit to the mask\n"
+        "    taken         false if nothing is started for the bit\n"
+        "    capture       text, what is collected without a command, or null\n"
+        "    commands      list of {command, order, pool: \"cmd\" or \"logcat\", testBit,\n"
+        "                  tagBit: hexadecimal text, heavy}\n"
+        "  secondRound     bits that are collected again after the time window\n"
+        "  collected       bits that are confirmed when all commands have ended\n"
+        "  neverCollected  bits of the mask that are never confirmed\n"
+        "  notAskedFor     confirmed bits that are not in the mask\n"
+        "  waitsFullTime   true if the pack waits its full time\n"
+        "  waitSeconds     that time, in seconds\n"
+        "  commercial      what differs on a commercial build; values are null without --event:\n"
+        "    part          \"action\": the event has its own archive; \"neighbour\": it is in\n"
+        "                  that of an action; \"none\"\n"
+        "    secondRound   bits that are collected again 30 s after the event\n"
+        "    waitSeconds   maximum time for which the pack waits for the bits\n";
 
 const char* poolName(CommandPool pool) {
     return pool == CommandPool::Logcat ? "logcat" : "cmd";
@@ -233,8 +232,7 @@ int explainMaskCommand(const Arguments& arguments, const Output& output) {
     std::optional<int64_t> eventId;
     if (const auto text = arguments.value("event")) {
         if (text->empty()) throw UsageError("--event needs a value");
-        eventId = findEventId(*text);
-        if (!eventId) eventId = parseEventId(*text);  // says what is wrong with it
+        eventId = parseEventId(*text);
     }
 
     const Explanation explanation = explainMask(mask, eventId);
@@ -252,12 +250,8 @@ int explainEventsCommand(const std::string& event, const Arguments& arguments,
     const bool wantsJson = arguments.has("json");
     if (wantsPage && wantsJson) throw UsageError("--json and --markdown exclude each other");
     if (wantsPage && !event.empty()) throw UsageError("--markdown is for all event types");
-    const std::optional<int64_t> eventId = findEventId(event);
-    if (!event.empty() && !eventId) {
-        throw UsageError("'" + printable(event) +
-                         "' is neither a 64-bit integer nor the name of an event type ('kavelctl "
-                         "explain --event' lists them)");
-    }
+    std::optional<int64_t> eventId;
+    if (!event.empty()) eventId = parseEventId(event);
     if (wantsPage) {
         printEventTypesPage(output.out);
     } else if (wantsJson) {
@@ -280,10 +274,8 @@ int runExplain(const Arguments& arguments, const Output& output) {
 }  // namespace
 
 const Command kExplainCommand{
-        "explain",  "show what a log-info mask collects, or an event type does",
-        kHelp,      "MASK",
-        kOptions,   std::size(kOptions),
-        runExplain, false,
-        true};
+        "explain",    "[MASK]", "show what a log-info mask collects, or an event type does",
+        kDescription, kOptions, runExplain,
+        kDetails};
 
 }  // namespace android::kavel::tools

@@ -1,47 +1,43 @@
-#include <array>
-#include <iomanip>
-
 #include "tools/Commands.h"
+#include "tools/HelpText.h"
+#include "tools/Suggestion.h"
 #include "tools/Text.h"
 
 namespace android::kavel::tools {
 namespace {
 
-constexpr std::array kCommands{&kSetCommand,     &kSendCommand,  &kListCommand, &kShowCommand,
-                               &kExplainCommand, &kStatsCommand, &kRawCommand};
-
-void printHelp(std::ostream& out) {
-    out << "usage: kavelctl COMMAND [ARGUMENTS]\n"
-           "       kavelctl COMMAND --help\n"
-           "       kavelctl --version\n"
-           "\n"
-           "Configures dravo_kavel, reports events to it, and shows its archives and statistics.\n"
-           "\n"
-           "commands:\n";
-    for (const Command* command : kCommands) {
-        out << "  " << std::left << std::setw(9) << command->name << command->summary << '\n';
+/** @throws UsageError if there is no such command */
+const Command& findCommand(const std::string& name) {
+    std::vector<std::string> names;
+    for (const Command* command : allCommands()) {
+        if (command->name == name) return *command;
+        names.emplace_back(command->name);
     }
-    out << "\n"
-           "Event ids and masks are decimal or 0x numbers. A mask can also be names of log bits,\n"
-           "such as \"android,kernel,display\".\n"
-           "\n"
-           "exit codes: 0 done; 1 not found, broken or refused, or the daemon is not running;\n"
-           "2 wrong usage, nothing was done\n";
+    throw UsageError("unknown command '" + printable(name) + "'" + didYouMean(name, names));
 }
 
-const Command* findCommand(const std::string& name) {
-    for (const Command* command : kCommands) {
-        if (command->name == name) return command;
+int runHelp(const Arguments& arguments, const Output& output) {
+    if (arguments.operands.empty()) {
+        printProgramHelp(output.out, allCommands());
+    } else {
+        printCommandHelp(output.out, findCommand(arguments.operands.front()));
     }
-    return nullptr;
+    return kExitOk;
 }
+
+const Command kHelpCommand{"help",
+                           "[COMMAND]",
+                           "show the help of a command",
+                           "Shows the help of COMMAND, or that of the program.",
+                           {},
+                           runHelp};
 
 int runCommand(const Command& command, const std::vector<std::string>& words,
                const Output& output) {
     try {
         const Arguments arguments = parseArguments(command, words);
         if (!arguments.wantsHelp) return command.run(arguments, output);
-        output.out << command.help;
+        printCommandHelp(output.out, command);
         return kExitOk;
     } catch (const UsageError& error) {
         output.note() << command.name << ": " << error.what() << "; see 'kavelctl " << command.name
@@ -53,23 +49,35 @@ int runCommand(const Command& command, const std::vector<std::string>& words,
     }
 }
 
+int runWords(const std::vector<std::string>& words, const Output& output) {
+    if (words.empty()) {
+        printProgramHelp(output.err, allCommands());
+        return kExitUsage;
+    }
+    if (words[0] == "--version") {
+        output.out << "kavelctl " KAVELCTL_VERSION "\n";
+        return kExitOk;
+    }
+    if (words[0] == "--help" || words[0] == "-h") return runHelp({}, output);
+    try {
+        return runCommand(findCommand(words[0]), {words.begin() + 1, words.end()}, output);
+    } catch (const UsageError& error) {
+        output.note() << error.what() << "; see 'kavelctl --help'\n";
+        return kExitUsage;
+    }
+}
+
 }  // namespace
 
+const CommandList& allCommands() {
+    static const CommandList kCommands{&kSetCommand,  &kSendCommand,    &kListCommand,
+                                       &kShowCommand, &kExplainCommand, &kStatsCommand,
+                                       &kRawCommand,  &kHelpCommand};
+    return kCommands;
+}
+
 int runKavelctl(const std::vector<std::string>& words, const Output& output) {
-    int exitCode = kExitOk;
-    if (words.empty()) {
-        printHelp(output.err);
-        exitCode = kExitUsage;
-    } else if (words[0] == "--help") {
-        printHelp(output.out);
-    } else if (words[0] == "--version") {
-        output.out << "kavelctl " KAVELCTL_VERSION "\n";
-    } else if (const Command* command = findCommand(words[0])) {
-        exitCode = runCommand(*command, {words.begin() + 1, words.end()}, output);
-    } else {
-        output.note() << "unknown command '" << printable(words[0]) << "'; see 'kavelctl --help'\n";
-        exitCode = kExitUsage;
-    }
+    const int exitCode = runWords(words, output);
     if (!output.out.flush()) {
         output.note() << "cannot write the output\n";
         return kExitRefused;

@@ -14,25 +14,22 @@ namespace {
 
 constexpr std::chrono::seconds kPatience{10};
 
-constexpr std::string_view kHelp =
-        "usage: kavelctl raw ID NAME TIME...\n"
-        "       kavelctl raw -\n"
-        "\n"
-        "Sends raw events to the daemon's control socket, one for each TIME, or one for each line\n"
-        "ID:NAME:TIME of standard input. Reports invalid lines and skips them and empty lines.\n"
-        "\n"
-        "  ID    raw event id; 0x100300001, 0x100300003 and 0x100300006 are matched against\n"
-        "        the events before them\n"
-        "  NAME  any text without \":\"\n"
-        "  TIME  time stamp, in the reporter's unit\n"
-        "\n"
-        "The daemon serves exactly one connection in its life: when this command has ended, it\n"
-        "takes no more raw events until it is restarted. A second connection may succeed although\n"
-        "the daemon does not read from it; this command then gives up after 10 s. Matches are in\n"
+constexpr std::string_view kDescription =
+        "Sends raw events to the daemon's control socket: one for each TIME, or, with \"-\" in "
+        "place of all words, one for each line ID:NAME:TIME of standard input. Reports invalid "
+        "lines and skips them and empty lines.\n"
+        "The daemon serves exactly one connection in its life: when this command has ended, it "
+        "takes no more raw events until it is restarted. A second connection may succeed although "
+        "the daemon does not read from it; this command then gives up after 10 s. Matches are in "
         "the log with the tag kavel_socket; 'accept from fd' means that a connection is served.\n"
-        "\n"
-        "exit codes: 0 the daemon has read all records; 1 not all, or a line was refused;\n"
-        "2 wrong usage, nothing was sent\n";
+        "Exit code 0 means that the daemon has read all records; 1 that it has not, or that a line "
+        "was refused.";
+
+constexpr std::string_view kDetails =
+        "ID    raw event id; 0x100300001, 0x100300003 and 0x100300006 are matched against the\n"
+        "      events before them\n"
+        "NAME  any text without \":\"\n"
+        "TIME  time stamp, in the reporter's unit\n";
 
 int64_t number(std::string_view what, std::string_view text) {
     using Limits = std::numeric_limits<int64_t>;
@@ -113,7 +110,12 @@ int runRaw(const Arguments& arguments, const Output& output) {
 
 }  // namespace
 
-const Command kRawCommand{
-        "raw", "send raw events to the control socket", kHelp, "ID", nullptr, 0, runRaw, true};
+const Command kRawCommand{"raw",
+                          "ID|- [NAME TIME...]",
+                          "send raw events to the control socket",
+                          kDescription,
+                          {},
+                          runRaw,
+                          kDetails};
 
 }  // namespace android::kavel::tools

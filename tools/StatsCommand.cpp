@@ -19,22 +19,24 @@ namespace android::kavel::tools {
 namespace {
 
 constexpr std::string_view kStatisticFile = "/data/persist_log/PLX/statistics.jsonl";
-constexpr Option kOptions[] = {{"json", false}, {"follow", false}, {"file", true}};
+constexpr Option kOptions[] = {
+        kJsonOption,
+        {"follow", "",
+         "also show new statistics, until Ctrl-C; with --json one object on each line"},
+        {"file", "PATH", "the file (default: /data/persist_log/PLX/statistics.jsonl)"},
+};
 
-constexpr std::string_view kHelp =
-        "usage: kavelctl stats [--json] [--follow] [--file PATH]\n"
-        "\n"
-        "Shows the statistics that the daemon uploaded, oldest first: time, event, pairs. Only\n"
-        "the simulated phone has a file of them, PATH, and an older one, PATH.1. Lines that are\n"
-        "not statistics are only counted; they do not change the exit code.\n"
-        "\n"
-        "  --json       one JSON document, a list of:\n"
-        "                 time   YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
-        "                 tag    text\n"
-        "                 event  text\n"
-        "                 data   list of [key, value], in their order\n"
-        "  --follow     also shows new statistics, until Ctrl-C; with --json one object per line\n"
-        "  --file PATH  the file (default: /data/persist_log/PLX/statistics.jsonl)\n";
+constexpr std::string_view kDescription =
+        "Shows the statistics that the daemon uploaded, oldest first: time, event, pairs. Only the "
+        "simulated phone has a file of them, PATH, and an older one, PATH.1. Lines that are not "
+        "statistics are only counted; they do not change the exit code.";
+
+constexpr std::string_view kDetails =
+        "JSON, a list of:\n"
+        "  time   YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
+        "  tag    text\n"
+        "  event  text\n"
+        "  data   list of [key, value], in their order\n";
 
 /** Waits for changes of a file or for a signal to end. */
 class Watch {
@@ -175,8 +177,8 @@ int runStats(const Arguments& arguments, const Output& output) {
 
 }  // namespace
 
-const Command kStatsCommand{
-        "stats", "show the statistics that were uploaded", kHelp, "", kOptions, std::size(kOptions),
-        runStats};
+const Command kStatsCommand{"stats",      "",       "show the statistics that were uploaded",
+                            kDescription, kOptions, runStats,
+                            kDetails};
 
 }  // namespace android::kavel::tools

@@ -7,6 +7,7 @@
 #include "dump/LogCommands.h"
 #include "event/EventTypes.h"
 #include "tools/CommandLine.h"
+#include "tools/Suggestion.h"
 #include "tools/Text.h"
 
 namespace android::kavel::tools {
@@ -39,9 +40,11 @@ int64_t maskWord(std::string_view word) {
     for (const LogBit& known : kLogBits) {
         if (known.name == name) return known.bit;
     }
-    throw UsageError("'" + printable(word) +
-                     "' is neither a number nor a log bit ('kavelctl explain 0x7fffffff' names "
-                     "them all)");
+    std::vector<std::string> names;
+    names.reserve(kLogBits.size());
+    for (const LogBit& known : kLogBits) names.emplace_back(known.name);
+    throw UsageError("'" + printable(word) + "' is neither a number nor a log bit" +
+                     didYouMean(name, names) + "; 'kavelctl explain 0x7fffffff' names them all");
 }
 
 const LogBit* findLogBit(uint32_t bit) {
@@ -83,17 +86,17 @@ int64_t integerInRange(std::string_view what, std::string_view text, int64_t min
 }
 
 int64_t parseEventId(std::string_view text) {
-    return integerInRange("EVENT", text, std::numeric_limits<int64_t>::min(),
-                          std::numeric_limits<int64_t>::max());
-}
-
-std::optional<int64_t> findEventId(std::string_view text) {
-    if (const auto number = parseInteger(text)) return number;
+    if (const auto number = parseInteger(text)) return *number;
     const std::string name = bareName(text, kEventPrefix);
+    std::vector<std::string> names;
     for (const EventType& type : kEventTypes) {
-        if (!name.empty() && type.name == name) return type.ids.first;
+        if (type.name.empty()) continue;
+        if (type.name == name) return type.ids.first;
+        names.emplace_back(type.name);
     }
-    return std::nullopt;
+    throw UsageError("'" + printable(text) +
+                     "' is neither a 64-bit integer nor the name of an event type" +
+                     didYouMean(name, names) + "; 'kavelctl explain --event' lists them");
 }
 
 int64_t parseMask(std::string_view text) {

@@ -16,14 +16,11 @@ std::optional<int64_t> parseInteger(std::string_view text);
 /** @throws UsageError, with @p what, if @p text is not an integer from @p min to @p max */
 int64_t integerInRange(std::string_view what, std::string_view text, int64_t min, int64_t max);
 
-/** Parses an event type id: any int64. @throws UsageError */
-int64_t parseEventId(std::string_view text);
-
 /**
- * Returns the id that @p text says: a number, or the name of a row in the table of event types, in
- * upper or lower case, with or without a KAVEL_EVENT_ prefix. Returns nullopt for any other text.
+ * Parses an event type: any int64, or the name of a row in the table of event types, in upper or
+ * lower case, with or without a KAVEL_EVENT_ prefix. @throws UsageError
  */
-std::optional<int64_t> findEventId(std::string_view text);
+int64_t parseEventId(std::string_view text);
 
 /**
  * Parses a log-info mask: numbers and names of log bits, joined by "," or "|". Names may be in

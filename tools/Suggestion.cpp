@@ -1,0 +1,47 @@
+#include "tools/Suggestion.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace android::kavel::tools {
+namespace {
+
+constexpr size_t kMaxWord = 64;  // bounds the time for a long word; no name is so long
+
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/** Returns the number of characters to insert, remove or replace (Levenshtein). */
+size_t editDistance(std::string_view a, std::string_view b) {
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 0; i < a.size(); ++i) {
+        size_t diagonal = row[0]++;
+        for (size_t j = 0; j < b.size(); ++j) {
+            const size_t replaced = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+}  // namespace
+
+std::string didYouMean(std::string_view word, const std::vector<std::string>& names) {
+    if (word.size() > kMaxWord) return "";
+    std::string_view best;
+    size_t bestDistance = SIZE_MAX;
+    for (const std::string& name : names) {
+        const size_t distance = editDistance(word, name);
+        // A third of the characters may differ, so that a short word does not match everything.
+        const size_t limit = std::max<size_t>(1, std::min(word.size(), name.size()) / 3);
+        if (distance > limit || distance >= bestDistance) continue;
+        bestDistance = distance;
+        best = name;
+    }
+    return best.empty() ? "" : " (did you mean '" + std::string(best) + "'?)";
+}
+
+}  // namespace android::kavel::tools
