@@ -145,7 +145,8 @@ void awaitCollected(const KavelEvent& record) {
 }
 
 bool canPack(const PackJob& job, const LogFolder& folder) {
-    if (folder.isOpen() && (folder.hasContent() || !folder.openWork().empty())) return true;
+    // In this order: work that ends between the two questions has written its files by then.
+    if (folder.isOpen() && (!folder.openWork().empty() || folder.hasContent())) return true;
     logNothingToPack(job, folder);
     return false;
 }

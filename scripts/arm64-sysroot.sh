@@ -8,8 +8,8 @@ cd "$(dirname "$0")/.."
 sysroot=build/arm64-sysroot
 state=build/arm64-apt
 log=build/arm64-sysroot.log
-# The packages are those of packages.txt, plus the C library.
-packages="libc6-dev $(sed -n '/-dev$/p; /-headers$/p' scripts/packages.txt | tr '\n' ' ')"
+# The packages are those of packages.txt, without those of kaveldesk, plus the C library.
+packages="libc6-dev $(sed -n "/kaveldesk/,/^$/d; /-dev$/p; /-headers$/p" scripts/packages.txt | tr "\n" " ")"
 [ "$(cat $sysroot/packages 2> /dev/null)" != "$packages" ] || exit 0
 
 fail() {

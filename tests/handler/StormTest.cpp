@@ -96,6 +96,15 @@ size_t staged() {
     return static_cast<size_t>(std::distance(begin(entries), end(entries)));
 }
 
+/** The warnings and errors so far: what a storm that does not end has to say. */
+std::string problems() {
+    std::string text;
+    for (const fake::LogLine& line : fake::logLines()) {
+        if (line.priority >= ANDROID_LOG_WARN) text += "\n" + fake::shown(line);
+    }
+    return text;
+}
+
 /**
  * The first reports of this process come in by @p way: one for which the handler cannot be built,
  * and one that builds it. Returns 0 if their lines are there, in order.
@@ -218,9 +227,10 @@ TEST_P(Storm, CommercialCatchesEndOrAreKept) {
             fake::logCount(
                     "[kavelEventHandleThread]: Event dumped since duplicate abnormal action");
     const auto packed = [] { return fake::logCount("[dravo_kavel commercialLogPack]: rm -rf "); };
-    ASSERT_TRUE(test::eventually(
-            [&] { return packed() >= actions && staged() <= TechnicalCatches::kMost; }))
-            << packed() << " of " << actions << " packed, " << staged() << " staged";
+    ASSERT_TRUE(test::eventually([&] {
+        return packed() >= actions && staged() <= TechnicalCatches::kMost;
+    })) << packed()
+        << " of " << actions << " packed, " << staged() << " staged" << problems();
     EXPECT_GT(actions, 0u);
     EXPECT_EQ(packed(), actions);
     EXPECT_EQ(fake::commandCount("tar czf "), actions);
