@@ -1,5 +1,5 @@
-# Compiler flags of all targets (through kavel_flags), and the sanitizer flags, chosen with
-# KAVEL_SANITIZE.
+# Compiler flags of all targets (through kavel_plain_flags), and the sanitizer flags, chosen with
+# KAVEL_SANITIZE. kavel_flags adds the platform's libraries, which kaveldesk does without.
 
 option(KAVEL_LIBCXX "Build the unit tests with libc++, the phone's C++ library, and nothing else" OFF)
 if(KAVEL_LIBCXX)
@@ -9,9 +9,9 @@ endif()
 
 set(KAVEL_SANITIZE "" CACHE STRING "Sanitizer leg: empty, asan-ubsan or tsan")
 
-add_library(kavel_flags INTERFACE)
-target_include_directories(kavel_flags INTERFACE ${CMAKE_SOURCE_DIR})
-target_compile_options(kavel_flags INTERFACE
+add_library(kavel_plain_flags INTERFACE)
+target_include_directories(kavel_plain_flags INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(kavel_plain_flags INTERFACE
     -Wall -Wextra -Werror -Wconversion -Wformat=2 -Wnon-virtual-dtor -Wcast-qual
     -fstack-protector-strong
     # Like the phone's build: functions that are never called are not linked.
@@ -19,9 +19,9 @@ target_compile_options(kavel_flags INTERFACE
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wimplicit-fallthrough -Wshadow>
     # gcc also warns if a constructor parameter has the name of the member that it initialises.
     $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>)
-target_link_options(kavel_flags INTERFACE -Wl,--gc-sections)
+target_link_options(kavel_plain_flags INTERFACE -Wl,--gc-sections)
 find_package(Threads REQUIRED)
-target_link_libraries(kavel_flags INTERFACE Threads::Threads)
+target_link_libraries(kavel_plain_flags INTERFACE Threads::Threads)
 
 if(KAVEL_SANITIZE STREQUAL "asan-ubsan")
     # On the phone, an integer that does not fit ends the process; the same checks run here. The
@@ -35,6 +35,9 @@ elseif(NOT KAVEL_SANITIZE STREQUAL "")
     message(FATAL_ERROR "KAVEL_SANITIZE is '${KAVEL_SANITIZE}': use asan-ubsan, tsan or nothing")
 endif()
 if(KAVEL_SANITIZE_FLAGS)
-    target_compile_options(kavel_flags INTERFACE ${KAVEL_SANITIZE_FLAGS})
-    target_link_options(kavel_flags INTERFACE ${KAVEL_SANITIZE_FLAGS})
+    target_compile_options(kavel_plain_flags INTERFACE ${KAVEL_SANITIZE_FLAGS})
+    target_link_options(kavel_plain_flags INTERFACE ${KAVEL_SANITIZE_FLAGS})
 endif()
+
+add_library(kavel_flags INTERFACE)
+target_link_libraries(kavel_flags INTERFACE kavel_plain_flags)

@@ -9,9 +9,6 @@
 namespace android::kavel {
 namespace {
 
-/** The letters of "kavel" in the top five bytes, which show that a number is a folder id. */
-constexpr uint64_t kFolderIdBase = 0x6B6176656C000000;
-
 constexpr std::string_view kPrefix = "kavel_";
 constexpr size_t kFolderIdDigits = 16;
 

@@ -15,6 +15,12 @@ inline constexpr const char* kXlogStaging = "/data/persist_log/kavel30/wxlog";
 inline constexpr const char* kArchiveDirectory = "/data/persist_log/PLX/de/kavel";
 inline constexpr const char* kArchiveSuffix = ".tar.gz";
 
+/**
+ * A folder id is this plus the wall clock in nanoseconds, modulo 2^64. The top five bytes are the
+ * letters of "kavel".
+ */
+inline constexpr uint64_t kFolderIdBase = 0x6B6176656C000000;
+
 /** Values from which the name of a log folder and its archive is made. */
 struct LogFolderParts {
     std::string eventName;

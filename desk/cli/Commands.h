@@ -5,6 +5,8 @@
 namespace kaveldesk {
 
 // Each function adds one command. The command's callback throws std::runtime_error with a message
-// for the user if it cannot do its work.
+// for the user if it cannot do its work, and CLI::ValidationError for a bad value of an option.
+
+void addTimeline(CLI::App& app);
 
 }  // namespace kaveldesk

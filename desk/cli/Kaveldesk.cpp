@@ -9,6 +9,7 @@
 #include <CLI/Formatter.hpp>
 
 #include "desk/cli/Commands.h"
+#include "desk/cli/Printable.h"
 
 namespace kaveldesk {
 namespace {
@@ -16,7 +17,7 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
-const std::initializer_list<void (*)(CLI::App&)> kCommands = {};
+const std::initializer_list<void (*)(CLI::App&)> kCommands = {addTimeline};
 
 }  // namespace
 
@@ -30,7 +31,7 @@ int run(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kUsage;
     } catch (const std::exception& error) {
-        fmt::print(stderr, "kaveldesk: {}\n", error.what());
+        fmt::print(stderr, "kaveldesk: {}\n", printable(error.what()));
         return kFailed;
     }
     return 0;

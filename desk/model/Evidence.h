@@ -30,13 +30,59 @@ enum class FileKind : uint8_t {
     Dumpsys,          // other dumpsys texts
 };
 
+/** Short name of @p kind for people and in JSON; it names the source of a log line. */
+constexpr std::string_view kindName(FileKind kind) {
+    switch (kind) {
+        case FileKind::Other:
+            return "other";
+        case FileKind::MainLog:
+            return "main";
+        case FileKind::EventsLog:
+            return "events";
+        case FileKind::RadioLog:
+            return "radio";
+        case FileKind::KernelLog:
+            return "kernel";
+        case FileKind::History:
+            return "history";
+        case FileKind::Events:
+            return "kavel-events";
+        case FileKind::ExtraInfo:
+            return "extra-info";
+        case FileKind::Top:
+            return "top";
+        case FileKind::CpuInfo:
+            return "cpuinfo";
+        case FileKind::MemInfo:
+            return "meminfo";
+        case FileKind::ProcMemInfo:
+            return "proc-meminfo";
+        case FileKind::ThreadList:
+            return "thread-list";
+        case FileKind::Binder:
+            return "binder";
+        case FileKind::AnrTrace:
+            return "anr-trace";
+        case FileKind::NativeBacktrace:
+            return "native-backtrace";
+        case FileKind::Tombstone:
+            return "tombstone";
+        case FileKind::SystemTrace:
+            return "system-trace";
+        case FileKind::Dumpsys:
+            return "dumpsys";
+    }
+    return "other";
+}
+
 /** One file of an archive. Its index in Evidence::files names it everywhere else. */
 struct EvidenceFile {
     std::string name;   // path in the archive
     std::string text;   // any bytes; empty if the file is not text or was not read
     uint64_t size = 0;  // in the archive; larger than text if the text was cut off
     FileKind kind = FileKind::Other;
-    int round = 0;  // round of collection, from 1; 0 if the file belongs to none
+    int round = 0;  // number among the files of the same command in its folder, from 1; 0: none
+    int64_t collectedUtcNs = 0;  // when its command started, by its name; 0 if unknown
 };
 
 /** What could not be read or is missing. */

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <vector>
 
 #include "desk/model/Evidence.h"
 
@@ -11,15 +13,22 @@ namespace kaveldesk {
 struct ReadLimits {
     size_t members = 20'000;
     uint64_t memberBytes = 256ull << 20;
-    uint64_t totalBytes = 1ull << 30;
-    size_t nesting = 3;  // archives in archives
+    uint64_t keptBytes = 256ull << 20;    // all texts and names together: what stays in memory
+    uint64_t unpackedBytes = 8ull << 30;  // also what is passed over, such as system traces
+    size_t nesting = 3;                   // archives in archives
 };
 
 /**
- * Reads an archive or an extracted folder. Never throws for what the archive holds and writes
- * nothing: what cannot be read becomes a problem. Throws std::runtime_error if @p path is not
- * there.
+ * Reads an archive, an extracted folder or a single log. Never throws for what it holds and writes
+ * nothing: what cannot be read becomes a problem. Throws std::runtime_error if @p path is not there
+ * or cannot be opened.
  */
 Evidence readEvidence(const std::filesystem::path& path, const ReadLimits& limits = {});
+
+/**
+ * The archives and log folders that are directly in the folder @p path, in the order of their
+ * names, each for its own readEvidence(). Only @p path itself if there are none.
+ */
+std::vector<std::filesystem::path> evidencePaths(const std::filesystem::path& path);
 
 }  // namespace kaveldesk

@@ -1,0 +1,120 @@
+#include "desk/cli/TimelinePrinter.h"
+
+#include <fmt/core.h>
+#include <json/value.h>
+#include <json/writer.h>
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "desk/cli/Printable.h"
+#include "desk/parse/Time.h"
+
+namespace kaveldesk {
+namespace {
+
+constexpr std::string_view kLevels = "?VDIWEF";
+
+std::string_view levelOf(const Record& record) {
+    return kLevels.substr(static_cast<size_t>(record.level), 1);
+}
+
+std::string isoTime(int64_t utcNs, int32_t offsetSeconds, std::string_view zone) {
+    std::string text = timeText(utcNs, offsetSeconds);
+    text[text.find(' ')] = 'T';
+    return text.append(zone);
+}
+
+const std::string& fileOf(const TimelineEntry& entry) {
+    return entry.incident->evidence.files[entry.record->place.file].name;
+}
+
+std::string labelOf(const TimelineEntry& entry) {
+    if (entry.mark->fromNs == entry.mark->toNs) return entry.mark->label;
+    return entry.mark->label + (entry.isEnd ? " ends" : " begins");
+}
+
+void printJson(const Json::Value& json) {
+    // Escapes all but ASCII, and replaces bytes that are not UTF-8.
+    static const Json::StreamWriterBuilder kSettings = [] {
+        Json::StreamWriterBuilder settings;
+        settings["indentation"] = "";
+        return settings;
+    }();
+    fmt::print("{}\n", Json::writeString(kSettings, json));
+}
+
+Json::Value textValue(std::string_view text) {
+    return {text.data(), text.data() + text.size()};
+}
+
+}  // namespace
+
+void printAsText(const TimelineEntry& entry, bool withArchive) {
+    const Incident& incident = entry.incident->evidence.incident;
+    std::string line = timeText(entry.utcNs, 0) + "  " +
+                       timeText(entry.utcNs, incident.utcOffsetSeconds).substr(11) + "  ";
+    if (withArchive) line += incident.archive + "  ";
+    if (entry.record == nullptr) {
+        fmt::print("{}=== {} ===\n", line, printable(labelOf(entry)));
+        return;
+    }
+    const Record& record = *entry.record;
+    std::string_view text = textOf(entry.incident->evidence, record);
+    line += fmt::format("{:<8}", kindName(record.source));
+    if (record.messageAt != 0) {
+        const std::string_view tag = text.substr(record.tagAt, record.tagLength);
+        line += fmt::format(" {} {:>5} {:>5} {}{}", levelOf(record), record.pid, record.tid, tag,
+                            tag.empty() ? "" : ": ");
+        text.remove_prefix(record.messageAt);
+    } else {
+        // Only lines of logs are known by their source alone.
+        const std::string& file = fileOf(entry);
+        line += " " + file.substr(file.rfind('/') + 1) + ": ";
+    }
+    fmt::print("{}\n", printable(line.append(text)));
+}
+
+void printAsJson(const TimelineEntry& entry) {
+    const Incident& incident = entry.incident->evidence.incident;
+    const int32_t offset = incident.utcOffsetSeconds;
+    Json::Value json;
+    json["archive"] = incident.archive;
+    json["utc"] = isoTime(entry.utcNs, 0, "Z");
+    json["local"] = isoTime(entry.utcNs, offset, offsetText(offset));
+    if (entry.record == nullptr) {
+        json["mark"] = labelOf(entry);
+        printJson(json);
+        return;
+    }
+    const Record& record = *entry.record;
+    const std::string_view text = textOf(entry.incident->evidence, record);
+    json["source"] = std::string(kindName(record.source));
+    json["file"] = fileOf(entry);
+    json["line"] = record.place.line;
+    json["text"] = textValue(text);
+    if (record.messageAt != 0) {
+        json["level"] =
+                record.level == Level::Unknown ? std::string() : std::string(levelOf(record));
+        json["pid"] = record.pid;
+        json["tid"] = record.tid;
+        json["tag"] = textValue(text.substr(record.tagAt, record.tagLength));
+        json["message"] = textValue(text.substr(record.messageAt));
+    }
+    printJson(json);
+}
+
+void printProblemsAsJson(const IncidentData& incident) {
+    for (const auto* problems : {&incident.evidence.problems, &incident.timeline.problems}) {
+        for (const Problem& problem : *problems) {
+            Json::Value json;
+            json["archive"] = incident.evidence.incident.archive;
+            json["file"] = problem.file;
+            json["problem"] = problem.sentence;
+            printJson(json);
+        }
+    }
+}
+
+}  // namespace kaveldesk
