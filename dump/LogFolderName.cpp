@@ -1,6 +1,7 @@
 #include "dump/LogFolderName.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cinttypes>
 #include <climits>
 #include <cstdio>
@@ -140,6 +141,15 @@ std::optional<LogName> parseArchiveName(std::string_view fileName) {
     std::optional<LogName> name = parseLogFolderName(stem);
     if (name) name->sequence = sequence;
     return name;
+}
+
+int64_t folderIdTimeNs(const LogName& name) {
+    const std::string_view id = name.folderId;
+    uint64_t number = 0;
+    std::from_chars(id.data(), id.data() + id.size(), number, 16);
+    int64_t time = 0;
+    static_cast<void>(__builtin_sub_overflow(number, kFolderIdBase, &time));  // wraps, as the sum
+    return time;
 }
 
 bool isLogFolderName(std::string_view name) {

@@ -62,6 +62,9 @@ std::optional<LogName> parseLogFolderName(std::string_view name);
 /** Parses a name from archiveName(), without a directory. Returns nullopt for any other text. */
 std::optional<LogName> parseArchiveName(std::string_view fileName);
 
+/** Returns the wall clock, in nanoseconds since 1970 (UTC), that the folder id of @p name has. */
+int64_t folderIdTimeNs(const LogName& name);
+
 /** Whether @p name, without a directory, is a name from logFolderName(). */
 bool isLogFolderName(std::string_view name);
 

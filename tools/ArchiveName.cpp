@@ -8,6 +8,8 @@ namespace android::kavel::tools {
 namespace {
 
 constexpr std::string_view kPrefix = "kavel_";
+/** What the daemon writes in the name for a process that it does not know. */
+constexpr std::string_view kUnknownProcess = "empty";
 
 /** Returns the start of a subject for the event name @p eventName, by the daemon's naming rule. */
 std::string subjectStart(const std::string& eventName) {
@@ -26,16 +28,6 @@ bool takeLast(std::string_view& rest, std::string_view key, std::string_view& va
 }
 
 }  // namespace
-
-std::string readableTime(const LogName& name, char separator) {
-    std::string text = name.timeText;
-    const size_t afterDay = text.size() - std::string_view("-HH-MM-SS-mmm").size();
-    text[afterDay] = separator;
-    text[afterDay + 3] = ':';
-    text[afterDay + 6] = ':';
-    text[afterDay + 9] = '.';
-    return text;
-}
 
 std::optional<HistoryLine> parseHistoryLine(std::string_view line) {
     // Parsed from the end, because the event's name may contain anything, even commas and keys.
@@ -72,15 +64,18 @@ std::vector<HistoryLine> parseHistory(std::string_view text) {
 }
 
 Subject splitSubject(const LogName& name, const std::vector<HistoryLine>& history) {
-    size_t eventEnd = name.subject.find('_');
+    const std::string& subject = name.subject;
+    size_t eventEnd = subject.rfind('_', subject.find('.'));
+    if (eventEnd == std::string::npos) eventEnd = subject.find('_');
     for (const HistoryLine& line : history) {
         if (line.time != name.timeText) continue;
         const std::string start = subjectStart(line.eventName);
-        if (name.subject.rfind(start, 0) != 0) continue;
+        if (subject.rfind(start, 0) != 0) continue;
         eventEnd = start.size() - 1;
         break;
     }
-    return {name.subject.substr(0, eventEnd), name.subject.substr(eventEnd + 1)};
+    const std::string process = subject.substr(eventEnd + 1);
+    return {subject.substr(0, eventEnd), process == kUnknownProcess ? "" : process};
 }
 
 }  // namespace android::kavel::tools

@@ -10,9 +10,6 @@
 
 namespace android::kavel::tools {
 
-/** Returns the time of @p name in ISO 8601 form, with @p separator between date and time. */
-std::string readableTime(const LogName& name, char separator);
-
 /** One line of an archive's kavel_history.txt. */
 struct HistoryLine {
     std::string eventName;
@@ -29,12 +26,13 @@ std::vector<HistoryLine> parseHistory(std::string_view text);
 
 struct Subject {
     std::string event;
-    std::string process;
+    std::string process;  ///< empty if the daemon did not know it
 };
 
 /**
- * Splits EVENT_PROCESS. Event names may contain "_", so if the history line of the event that
- * opened the folder matches the name, its event name is used. Otherwise splits at the first "_".
+ * Splits EVENT_PROCESS. Both may contain "_", so if the history line of the event that opened the
+ * folder matches the name, its event name is used. Otherwise splits at the last "_" before the
+ * first dot, because names of apps have dots, or at the last "_".
  */
 Subject splitSubject(const LogName& name, const std::vector<HistoryLine>& history);
 

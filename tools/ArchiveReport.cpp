@@ -4,6 +4,7 @@
 #include <iomanip>
 #include <string_view>
 
+#include "tools/ArchiveTime.h"
 #include "tools/Text.h"
 #include "tools/Values.h"
 
@@ -12,6 +13,21 @@ namespace {
 
 Json::Value textOrNull(const std::string& text) {
     return text.empty() ? Json::Value() : Json::Value(text);
+}
+
+Json::Value jsonList(const std::vector<std::string>& texts) {
+    Json::Value list(Json::arrayValue);
+    for (const std::string& text : texts) list.append(text);
+    return list;
+}
+
+/** Returns the time of @p line, with its offset if the archive's name or events file has it. */
+std::string historyTime(const HistoryLine& line, const Archive& archive) {
+    if (archive.name && archive.name->timeText == line.time) return isoTime(*archive.name, 'T');
+    for (const Json::Value& event : archive.events.events) {
+        if (event["recordId"].asInt64() == line.recordId) return event["local"].asString();
+    }
+    return isoLocalTime(line.time, 'T');
 }
 
 /** Prints the lines of a file from the archive, indented. */
@@ -32,10 +48,10 @@ void printField(std::ostream& out, const char* name, const std::string& value) {
 void printEvents(std::ostream& out, const Archive& archive) {
     const EventLines& lines = archive.events;
     out << "events (" << lines.events.size() << "):\n";
-    std::vector<std::vector<std::string>> columns;
+    std::vector<TableColumn> columns;
     for (const EventKey& key : kEventKeys) {
         if (key.column == nullptr || lines.events.empty()) continue;
-        std::vector<std::string>& cells = columns.emplace_back();
+        std::vector<std::string>& cells = columns.emplace_back().cells;
         cells.emplace_back(key.column);
         for (const Json::Value& event : lines.events) {
             cells.push_back(printable(event[key.name].asString()));
@@ -50,18 +66,24 @@ void printEvents(std::ostream& out, const Archive& archive) {
 
 }  // namespace
 
-std::string processesText(const Archive& archive) {
-    constexpr size_t kMaxNames = 4;
+std::vector<std::string> processNames(const Archive& archive) {
     std::vector<std::string> names;
     const auto add = [&](const std::string& name) {
-        if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+        if (name.empty() || std::find(names.begin(), names.end(), name) != names.end()) return;
+        names.push_back(name);
     };
     for (const Json::Value& event : archive.events.events) {
         const std::string process = event["process"].asString();
         add(process.empty() ? archive.subject.process : process);
     }
-    if (names.empty()) add(archive.subject.process);
-    std::string text;
+    if (archive.events.events.empty()) add(archive.subject.process);
+    return names;
+}
+
+std::string processesText(const Archive& archive) {
+    constexpr size_t kMaxNames = 4;
+    const std::vector<std::string> names = processNames(archive);
+    std::string text = names.empty() ? "-" : "";
     for (size_t i = 0; i < std::min(names.size(), kMaxNames); ++i) {
         text += (i == 0 ? "" : ", ") + names[i];
     }
@@ -76,19 +98,20 @@ Json::Value archiveSummary(const Archive& archive) {
     Json::Value json;
     json["path"] = archive.path.string();
     json["event"] = archive.name ? Json::Value(archive.subject.event) : Json::Value();
-    json["process"] = archive.name ? Json::Value(archive.subject.process) : Json::Value();
-    json["time"] = archive.name ? Json::Value(readableTime(name, 'T')) : Json::Value();
+    json["process"] = textOrNull(archive.subject.process);
+    json["time"] = archive.name ? Json::Value(isoTime(name, 'T')) : Json::Value();
     json["folderId"] = textOrNull(name.folderId);
     json["ota"] = archive.name ? Json::Value(name.otaVersion) : Json::Value();
     json["sequence"] = archive.name ? Json::Value(name.sequence) : Json::Value();
-    json["size"] = Json::UInt64{archive.contents.archiveSize};
+    json["size"] = Json::UInt64{archive.size};
+    if (!archive.isRead) return json;
     json["fileCount"] = Json::UInt64{archive.contents.fileCount};
     json["partial"] = archive.contents.isPartial;
     json["broken"] = textOrNull(archive.contents.broken);
+    json["processes"] = jsonList(processNames(archive));
     Json::Value& events = json["events"] = Json::arrayValue;
     for (const Json::Value& event : archive.events.events) events.append(event);
-    Json::Value& malformed = json["malformedEvents"] = Json::arrayValue;
-    for (const std::string& line : archive.events.malformed) malformed.append(line);
+    json["malformedEvents"] = jsonList(archive.events.malformed);
     json["moreEvents"] = archive.contents.hasMoreEvents;
     return json;
 }
@@ -99,7 +122,7 @@ Json::Value archiveDetails(const Archive& archive) {
     for (const HistoryLine& line : archive.history) {
         Json::Value entry;
         entry["event"] = line.eventName;
-        entry["time"] = line.time;
+        entry["time"] = historyTime(line, archive);
         entry["logInfo"] = hexText(line.logInfo);
         entry["recordId"] = Json::Int64{line.recordId};
         history.append(entry);
@@ -121,15 +144,15 @@ void printArchive(std::ostream& out, const Archive& archive) {
     printField(out, "path", archive.path.string());
     if (archive.name) {
         printField(out, "event", archive.subject.event);
-        printField(out, "process", archive.subject.process);
-        printField(out, "time", readableTime(*archive.name, ' '));
+        printField(out, "process", processesText(archive));
+        printField(out, "time", isoTime(*archive.name, ' '));
         printField(out, "folder", archive.name->folderId);
         printField(out, "ota", archive.name->otaVersion);
         if (archive.name->sequence > 1) {
             printField(out, "number", std::to_string(archive.name->sequence) + " of this folder");
         }
     }
-    printField(out, "size", sizeText(contents.archiveSize));
+    printField(out, "size", sizeText(archive.size));
     if (!contents.history.empty()) printText(out, "history", contents.history);
     if (!contents.events.empty()) printEvents(out, archive);
     if (contents.hasExtraInfo) printText(out, "extraInfo.txt", contents.extraInfo);

@@ -4,6 +4,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "tools/Collection.h"
 
@@ -15,7 +16,10 @@ Json::Value archiveSummary(const Archive& archive);
 /** Returns archiveSummary() with the additions of show: history, extra info and files. */
 Json::Value archiveDetails(const Archive& archive);
 
-/** Returns the first process names of the archive's events: "com.a, com.b and 2 more". */
+/** Returns the process names of the archive and its events, each once. */
+std::vector<std::string> processNames(const Archive& archive);
+
+/** Returns the first of processNames(): "com.a, com.b and 2 more"; "-" if there is none. */
 std::string processesText(const Archive& archive);
 
 /** Prints the contents of archiveDetails() as text. */

@@ -1,10 +1,13 @@
 #include "tools/Collection.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <system_error>
 #include <tuple>
 
 #include "dump/LogFolderName.h"
+#include "tools/ArchiveTime.h"
 #include "tools/CommandLine.h"
 #include "tools/Text.h"
 #include "tools/Values.h"
@@ -25,39 +28,47 @@ bool isRegularFile(const fs::path& path) {
 }  // namespace
 
 Collection scanCollection(const fs::path& directory) {
-    struct Found {
-        LogName name;
-        fs::path path;
-    };
     Collection collection;
-    std::vector<Found> found;
     std::error_code error;
     fs::directory_iterator entry(directory, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        auto name = parseArchiveName(entry->path().filename().string());
-        if (name && isRegularFile(entry->path())) {
-            found.push_back({std::move(*name), entry->path()});
+        const fs::path& path = entry->path();
+        auto name = parseArchiveName(path.filename().string());
+        struct stat status = {};
+        if (name && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+            const int64_t utcMs = archiveTime(*name).utcMs;
+            const auto size = static_cast<uint64_t>(status.st_size);
+            collection.archives.push_back({path, std::move(*name), utcMs, size});
         } else {
             ++collection.passedOver;
         }
     }
     if (error) cannotRead(directory, error);
 
-    std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
-        const auto key = [](const LogName& name) {
-            return std::tie(name.timeText, name.folderId, name.sequence, name.folder);
-        };
-        return key(a.name) > key(b.name);
-    });
-    for (Found& archive : found) collection.archives.push_back(std::move(archive.path));
+    const auto key = [](const ArchiveEntry& each) {
+        return std::tie(each.utcMs, each.name.folderId, each.name.sequence, each.name.folder);
+    };
+    std::sort(collection.archives.begin(), collection.archives.end(),
+              [&](const ArchiveEntry& a, const ArchiveEntry& b) { return key(a) > key(b); });
     return collection;
+}
+
+Archive archiveByName(const ArchiveEntry& entry) {
+    Archive archive;
+    archive.path = entry.path;
+    archive.name = entry.name;
+    archive.subject = splitSubject(entry.name, {});
+    archive.size = entry.size;
+    return archive;
 }
 
 Archive loadArchive(const fs::path& path, uint64_t limit) {
     Archive archive;
     archive.path = path;
     archive.name = parseArchiveName(path.filename().string());
+    archive.isRead = true;
     archive.contents = readArchive(path, limit);
+    archive.size = archive.contents.archiveSize;
     archive.history = parseHistory(archive.contents.history);
     archive.events = parseEventLines(archive.contents.events);
     if (archive.name) archive.subject = splitSubject(*archive.name, archive.history);
@@ -68,9 +79,9 @@ fs::path findArchive(const std::string& wanted, const fs::path& directory) {
     const auto number = parseInteger(wanted);
     if (number && wanted[0] == '-') {
         if (*number == 0) throw UsageError("-1 is the newest archive; there is no -0");
-        const std::vector<fs::path> archives = scanCollection(directory).archives;
+        const std::vector<ArchiveEntry> archives = scanCollection(directory).archives;
         const auto index = static_cast<uint64_t>(-(*number + 1));
-        if (index < archives.size()) return archives[index];
+        if (index < archives.size()) return archives[index].path;
         throw CommandError("no archive " + wanted + ": there are " +
                            std::to_string(archives.size()) + " in " +
                            printable(directory.string()));

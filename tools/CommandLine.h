@@ -36,6 +36,8 @@ class CommandError : public std::runtime_error {
 struct Output {
     std::ostream& out;
     std::ostream& err;
+    bool isOutTerminal = false;
+    bool isErrTerminal = false;
 
     /** Starts a line on @c err with the program's name. Returns the stream. */
     std::ostream& note() const { return err << "kavelctl: "; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,9 @@ extern const Command kRawCommand;
 inline constexpr Option kDirOption{
         "dir", "DIR", "the collection directory (default: /data/persist_log/PLX/de/kavel)"};
 inline constexpr Option kJsonOption{"json", "", "print one JSON document"};
+
+/** Returns the value of kDirOption, or its default. */
+std::filesystem::path directoryOf(const Arguments& arguments);
 
 /** Returns all commands, in the order of the help. */
 const CommandList& allCommands();

@@ -163,9 +163,9 @@ void printEventType(std::ostream& out, int64_t eventId) {
 }
 
 void printEventTypes(std::ostream& out) {
-    std::vector<std::vector<std::string>> columns;
+    std::vector<TableColumn> columns;
     for (const Column& column : kColumns) {
-        std::vector<std::string>& cells = columns.emplace_back();
+        std::vector<std::string>& cells = columns.emplace_back().cells;
         cells.emplace_back(column.title);
         for (const EventType* type : allRows()) cells.push_back(cellText(column, *type));
     }

@@ -1,3 +1,4 @@
+#include "dump/LogFolderName.h"
 #include "tools/Commands.h"
 #include "tools/HelpText.h"
 #include "tools/Suggestion.h"
@@ -68,6 +69,10 @@ int runWords(const std::vector<std::string>& words, const Output& output) {
 }
 
 }  // namespace
+
+std::filesystem::path directoryOf(const Arguments& arguments) {
+    return arguments.value("dir").value_or(kArchiveDirectory);
+}
 
 const CommandList& allCommands() {
     static const CommandList kCommands{&kSetCommand,  &kSendCommand,    &kListCommand,

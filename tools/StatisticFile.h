@@ -13,7 +13,7 @@ namespace android::kavel::tools {
 
 /** One statistic, in the form that the host's data-collection client stores. */
 struct Statistic {
-    std::string time;  ///< YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time
+    std::string time;  ///< ISO 8601, as the client wrote it
     std::string tag;
     std::string event;
     std::vector<std::pair<std::string, std::string>> data;

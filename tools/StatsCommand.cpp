@@ -4,12 +4,10 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <iomanip>
 
 #include "tools/Commands.h"
 #include "tools/StatisticFile.h"
@@ -32,11 +30,11 @@ constexpr std::string_view kDescription =
         "statistics are only counted; they do not change the exit code.";
 
 constexpr std::string_view kDetails =
-        "JSON, a list of:\n"
-        "  time   YYYY-MM-DDTHH:MM:SS.mmm, the phone's local time\n"
+        "JSON: {statistics: list}, or with --follow each of these objects on a line:\n"
+        "  time   ISO 8601\n"
         "  tag    text\n"
         "  event  text\n"
-        "  data   list of [key, value], in their order\n";
+        "  data   {key: value, ...}: texts; a list of texts if a key comes several times\n";
 
 /** Waits for changes of a file or for a signal to end. */
 class Watch {
@@ -91,29 +89,35 @@ Json::Value toJson(const Statistic& statistic) {
     json["time"] = statistic.time;
     json["tag"] = statistic.tag;
     json["event"] = statistic.event;
-    Json::Value& data = json["data"] = Json::arrayValue;
+    Json::Value& data = json["data"] = Json::objectValue;
     for (const auto& [key, value] : statistic.data) {
-        Json::Value pair(Json::arrayValue);
-        pair.append(key);
-        pair.append(value);
-        data.append(pair);
+        Json::Value& member = data[key];
+        if (member.isString()) {
+            const Json::Value first = member;
+            member = Json::arrayValue;
+            member.append(first);
+        }
+        member.isArray() ? member.append(value) : member = value;
     }
     return json;
 }
 
-void printTable(std::ostream& out, const std::vector<Statistic>& statistics) {
-    size_t eventWidth = 0;
-    for (const Statistic& statistic : statistics) {
-        eventWidth = std::max(eventWidth, printable(statistic.event).size());
+std::string dataText(const Statistic& statistic) {
+    std::string text;
+    for (const auto& [key, value] : statistic.data) {
+        text += (text.empty() ? "" : " ") + printable(key) + "=" + printable(value);
     }
+    return text;
+}
+
+void printStatistics(std::ostream& out, const std::vector<Statistic>& statistics) {
+    std::vector<TableColumn> columns(3);
     for (const Statistic& statistic : statistics) {
-        out << std::left << std::setw(23) << printable(statistic.time) << "  "
-            << std::setw(static_cast<int>(eventWidth)) << printable(statistic.event) << ' ';
-        for (const auto& [key, value] : statistic.data) {
-            out << ' ' << printable(key) << '=' << printable(value);
-        }
-        out << '\n';
+        columns[0].cells.push_back(printable(statistic.time));
+        columns[1].cells.push_back(printable(statistic.event));
+        columns[2].cells.push_back(dataText(statistic));
     }
+    printTable(out, columns);
 }
 
 class Printer {
@@ -132,13 +136,15 @@ class Printer {
             }
         }
         if (!mIsJson) {
-            printTable(mOutput.out, statistics);
+            printStatistics(mOutput.out, statistics);
         } else if (mFollows) {
-            for (const Statistic& one : statistics) writeJsonLine(mOutput.out, toJson(one));
+            for (const Statistic& one : statistics)
+                writeJsonLine(mOutput.out, withFormat(toJson(one)));
         } else {
-            Json::Value list(Json::arrayValue);
+            Json::Value json;
+            Json::Value& list = json["statistics"] = Json::arrayValue;
             for (const Statistic& one : statistics) list.append(toJson(one));
-            writeJson(mOutput.out, list);
+            writeJson(mOutput.out, json);
         }
         mOutput.out.flush();
         if (bad == 0) return;

@@ -65,13 +65,13 @@ std::string sizeText(uint64_t bytes) {
     return base::StringPrintf("%.1f %s", value, kUnits.at(unit));
 }
 
-void printTable(std::ostream& out, const std::vector<std::vector<std::string>>& columns) {
-    std::vector<std::string> rows(columns.empty() ? 0 : columns.front().size());
-    for (const std::vector<std::string>& cells : columns) {
+void printTable(std::ostream& out, const std::vector<TableColumn>& columns) {
+    std::vector<std::string> rows(columns.empty() ? 0 : columns.front().cells.size());
+    for (const TableColumn& column : columns) {
         size_t width = 0;
-        for (const std::string& cell : cells) width = std::max(width, cell.size());
+        for (const std::string& cell : column.cells) width = std::max(width, displayWidth(cell));
         for (size_t i = 0; i < rows.size(); ++i) {
-            rows[i] += "  " + cells[i] + std::string(width - cells[i].size(), ' ');
+            rows[i] += "  " + padded(column.cells[i], width, column.align);
         }
     }
     for (const std::string& row : rows) {
@@ -79,12 +79,17 @@ void printTable(std::ostream& out, const std::vector<std::vector<std::string>>& 
     }
 }
 
-void writeJson(std::ostream& out, const Json::Value& document) {
-    writeIndented(out, document, "  ");
+Json::Value withFormat(Json::Value document) {
+    document["format"] = kJsonFormat;
+    return document;
 }
 
-void writeJsonLine(std::ostream& out, const Json::Value& document) {
-    writeIndented(out, document, "");
+void writeJson(std::ostream& out, const Json::Value& document) {
+    writeIndented(out, withFormat(document), "  ");
+}
+
+void writeJsonLine(std::ostream& out, const Json::Value& value) {
+    writeIndented(out, value, "");
 }
 
 }  // namespace android::kavel::tools

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/TextWidth.h"
+
 namespace android::kavel::tools {
 
 bool isUtf8(std::string_view text);
@@ -24,14 +26,27 @@ std::string hexText(uint64_t value);
 /** Returns a size as a readable text, such as "999 B", "12.3 KiB" or "4.0 MiB". */
 std::string sizeText(uint64_t bytes);
 
+/** A column of a table: its title first. */
+struct TableColumn {
+    std::vector<std::string> cells;
+    Align align = Align::Left;
+};
+
 /** Prints a table of equally long columns, each as wide as its longest cell. */
-void printTable(std::ostream& out, const std::vector<std::vector<std::string>>& columns);
+void printTable(std::ostream& out, const std::vector<TableColumn>& columns);
+
+/** Version of the JSON documents. It changes if a key gets another meaning or is removed. */
+inline constexpr int kJsonFormat = 1;
+
+/** Returns the object @p document with the key "format", which each document has. */
+Json::Value withFormat(Json::Value document);
 
 /**
- * Writes one JSON document. Replaces text that is not UTF-8, so that the document is always valid.
+ * Writes one JSON document, withFormat(). Replaces text that is not UTF-8, so that the document is
+ * always valid.
  */
 void writeJson(std::ostream& out, const Json::Value& document);
-/** Writes one JSON document on one line; otherwise like writeJson(). */
-void writeJsonLine(std::ostream& out, const Json::Value& document);
+/** Writes @p value on one line. Replaces text like writeJson(). */
+void writeJsonLine(std::ostream& out, const Json::Value& value);
 
 }  // namespace android::kavel::tools

@@ -85,18 +85,25 @@ int64_t integerInRange(std::string_view what, std::string_view text, int64_t min
                      std::to_string(max) + ", decimal or 0x, not '" + printable(text) + "'");
 }
 
-int64_t parseEventId(std::string_view text) {
-    if (const auto number = parseInteger(text)) return *number;
+std::optional<int64_t> findEventId(std::string_view text) {
+    if (const auto number = parseInteger(text)) return number;
     const std::string name = bareName(text, kEventPrefix);
+    for (const EventType& type : kEventTypes) {
+        if (!name.empty() && type.name == name) return type.ids.first;
+    }
+    return std::nullopt;
+}
+
+int64_t parseEventId(std::string_view text) {
+    if (const auto id = findEventId(text)) return *id;
     std::vector<std::string> names;
     for (const EventType& type : kEventTypes) {
-        if (type.name.empty()) continue;
-        if (type.name == name) return type.ids.first;
-        names.emplace_back(type.name);
+        if (!type.name.empty()) names.emplace_back(type.name);
     }
     throw UsageError("'" + printable(text) +
                      "' is neither a 64-bit integer nor the name of an event type" +
-                     didYouMean(name, names) + "; 'kavelctl explain --event' lists them");
+                     didYouMean(bareName(text, kEventPrefix), names) +
+                     "; 'kavelctl explain --event' lists them");
 }
 
 int64_t parseMask(std::string_view text) {

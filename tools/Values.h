@@ -17,9 +17,12 @@ std::optional<int64_t> parseInteger(std::string_view text);
 int64_t integerInRange(std::string_view what, std::string_view text, int64_t min, int64_t max);
 
 /**
- * Parses an event type: any int64, or the name of a row in the table of event types, in upper or
- * lower case, with or without a KAVEL_EVENT_ prefix. @throws UsageError
+ * Returns the id that @p text says: a number, or the name of a row in the table of event types, in
+ * upper or lower case, with or without a KAVEL_EVENT_ prefix. Returns nullopt for any other text.
  */
+std::optional<int64_t> findEventId(std::string_view text);
+
+/** The same. @throws UsageError for any other text, with a suggestion */
 int64_t parseEventId(std::string_view text);
 
 /**

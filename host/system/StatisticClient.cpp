@@ -26,9 +26,11 @@ std::string timeNow() {
     tm local{};
     localtime_r(&now.tv_sec, &local);
     constexpr long kNanosPerMilli = 1'000'000;
-    return base::StringPrintf("%04d-%02d-%02dT%02d:%02d:%02d.%03ld", local.tm_year + 1900,
-                              local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                              local.tm_sec, now.tv_nsec / kNanosPerMilli);
+    const long offset = std::abs(local.tm_gmtoff) / 60;
+    return base::StringPrintf("%04d-%02d-%02dT%02d:%02d:%02d.%03ld%c%02ld:%02ld",
+                              local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                              local.tm_min, local.tm_sec, now.tv_nsec / kNanosPerMilli,
+                              local.tm_gmtoff < 0 ? '-' : '+', offset / 60, offset % 60);
 }
 
 class FileClient : public CommonPlxServiceManager {

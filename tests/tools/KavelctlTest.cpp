@@ -134,7 +134,10 @@ std::string joined(const std::string& text) {
 
 class Kavelctl : public testing::Test {
   protected:
-    Kavelctl() { setenv("KAVEL_HOST_BINDER_DIR", (folder / "binder").c_str(), 1); }
+    Kavelctl() {
+        setenv("KAVEL_HOST_BINDER_DIR", (folder / "binder").c_str(), 1);
+        setenv("TZ", "UTC", 1);  // for times without an offset
+    }
 
     /** The bytes of a word: "~" is a blank, "\xNN" a byte, DIR the test's folder. */
     std::string plain(const std::string& word) const {

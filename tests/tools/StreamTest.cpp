@@ -41,7 +41,8 @@ TEST(Stats, ReadsWhatTheHostsClientWrites) {
             {{"k", control + "\x7f"}, {"\xc3\xa4\xf0\x9f\x98\x80", "a\xff"}, {"\xed\xa0\x80", ""}});
     const Json::Value sent = parseJsonObject(test::contentOf(file)).value();
     EXPECT_THAT(sent["time"].asString(),
-                testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}\\.[0-9]{3}"));
+                testing::MatchesRegex(
+                        "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}\\.[0-9]{3}[+-][0-9]{2}:[0-9]{2}"));
     EXPECT_EQ(sent["tag"].asString(), "t\n");
     EXPECT_EQ(sent["event"].asString(), "\"q\" \\");
     std::string data;

@@ -42,15 +42,18 @@ TEST(Texts, HistoryIsParsedFromItsEnd) {
             "[anr] [T] 103b 77\n[a,eventID:1,Timestamp:x,b] [T] 80000000 2147483647\n[] [] 0 0\n");
 }
 
-// By the history's line of the same time if it fits, else at the first "_".
+// By the history's line of the same time if it fits, else at the last "_" before a dot.
 TEST(Texts, ArchiveNameIsSplitIntoEventAndProcess) {
     const std::array<const char*, 5> cases[] = {
             // event, process, the history's event and time, what is read
             {"ui_anr", "com.a/b", "ui_anr", kTime, "ui_anr, com.a_b"},
-            {"ui_anr", "com.a_b", "ui_anr", "2020-01-01-00-00-00-000", "ui, anr_com.a_b"},
-            {"ui_anr", "com.a_b", "other", kTime, "ui, anr_com.a_b"},
+            {"ui_anr", "com.a_b", "ui_anr", "2020-01-01-00-00-00-000", "ui_anr, com.a_b"},
+            {"ui_anr", "com.a_b", "other", kTime, "ui_anr, com.a_b"},
             {"a/b", "system", "a/b", kTime, "a_b, system"},
             {"", "system", "", kTime, ", system"},
+            {"ui_anr", "system", "other", kTime, "ui_anr, system"},
+            {"a.b", "x", "other", kTime, "a.b, x"},
+            {"anr", "empty", "anr", kTime, "anr, "},
             {"_", "x_system", "_", kTime, "_, x_system"},
     };
     for (const auto& [event, process, historyEvent, historyTime, expected] : cases) {
@@ -59,6 +62,23 @@ TEST(Texts, ArchiveNameIsSplitIntoEventAndProcess) {
                                           {{"x", kTime, 1, 2}, {historyEvent, historyTime, 1, 2}});
         EXPECT_EQ(read.event + ", " + read.process, expected);
     }
+}
+
+// The C library's answer would depend on the locale.
+TEST(Texts, WidthIsThatOnATerminal) {
+    const std::pair<const char*, size_t> cases[] = {
+            {"", 0},
+            {"a_b", 3},
+            {"\xff\xc3", 2},
+            {"\u00fc", 1},
+            {"u\u0308", 1},
+            {"\u7a7a\u304a", 4},
+            {"\U0001f600!", 3},
+            {"\u115f\u1160", 3},
+            {"\u20ac\u2e7f", 2},
+            {"\uff60\uff61", 3},
+    };
+    for (const auto& [text, width] : cases) EXPECT_EQ(displayWidth(text), width) << text;
 }
 
 const std::string kLine =
