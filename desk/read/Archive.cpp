@@ -4,10 +4,12 @@
 #include <archive_entry.h>
 #include <fmt/core.h>
 
+#include <fstream>
 #include <memory>
 #include <utility>
 
 #include "desk/read/Classify.h"
+#include "desk/read/PackedSource.h"
 
 namespace kaveldesk {
 namespace {
@@ -17,10 +19,10 @@ struct CloseArchive {
 };
 using ArchiveHandle = std::unique_ptr<archive, CloseArchive>;
 
-// The formats that phones and people make. Each further one is code for hostile input to reach.
+// The formats that phones and people make. Each further one is code for hostile input to reach. The
+// bytes come unpacked.
 ArchiveHandle newReader() {
     ArchiveHandle handle(archive_read_new());
-    archive_read_support_filter_gzip(handle.get());
     archive_read_support_format_tar(handle.get());
     archive_read_support_format_zip(handle.get());
     archive_read_support_format_raw(handle.get());
@@ -54,7 +56,7 @@ class Members {
             if (archive_entry_filetype(entry) == AE_IFDIR) continue;
             if (!mSink.countMember() || !readMember(entry)) return;
         }
-        if (count == 0 && !mSink.isFull()) mSink.addProblem(mName, "The archive is empty.");
+        if (count == 0 && !mSink.isFull()) mSink.addProblem(mName, "The archive has no files.");
     }
 
   private:
@@ -152,26 +154,50 @@ bool isPacked(std::string_view bytes) {
            (bytes.size() > kTarMagicAt && bytes.substr(kTarMagicAt, 5) == "ustar");
 }
 
-void readArchive(const std::filesystem::path& path, const std::string& prefix, FileSink& sink) {
+namespace {
+
+la_ssize_t giveBytes(archive*, void* source, const void** buffer) {
+    const std::string_view bytes = static_cast<PackedSource*>(source)->next();
+    *buffer = bytes.data();
+    return static_cast<la_ssize_t>(bytes.size());
+}
+
+void readFrom(PackedSource::Read read, const std::string& name, std::string prefix, size_t depth,
+              FileSink& sink) {
+    PackedSource source(std::move(read));
     const ArchiveHandle handle = newReader();
-    constexpr size_t kBlock = 128 * 1024;
+    const int status = archive_read_open(handle.get(), &source, nullptr, giveBytes, nullptr);
+    if (status == ARCHIVE_OK) {
+        Members(handle.get(), name, std::move(prefix), depth, sink).readAll();
+    } else if (source.error().empty()) {
+        sink.addProblem(name, "The file is empty.");  // anything else is at least raw bytes
+    }
+    if (!source.error().empty()) {
+        sink.addProblem(name, "The archive is not whole: " + source.error() + ".");
+    }
+}
+
+}  // namespace
+
+void readArchive(const std::filesystem::path& path, const std::string& prefix, FileSink& sink) {
+    std::ifstream file(path, std::ios::binary);
     const std::string name =
             prefix.empty() ? path.filename().string() : prefix.substr(0, prefix.size() - 1);
-    if (archive_read_open_filename(handle.get(), path.c_str(), kBlock) != ARCHIVE_OK) {
-        sink.addProblem(name, fmt::format("The archive cannot be read: {}.", reason(handle.get())));
-        return;
-    }
-    Members(handle.get(), name, prefix, 0, sink).readAll();
+    const auto read = [&file](char* buffer, size_t size) -> std::ptrdiff_t {
+        file.read(buffer, static_cast<std::streamsize>(size));
+        return file.bad() ? -1 : static_cast<std::ptrdiff_t>(file.gcount());
+    };
+    readFrom(read, name, prefix, 0, sink);
 }
 
 void readArchiveInMemory(std::string_view bytes, const std::string& name, size_t depth,
                          FileSink& sink) {
-    const ArchiveHandle handle = newReader();
-    if (archive_read_open_memory(handle.get(), bytes.data(), bytes.size()) != ARCHIVE_OK) {
-        sink.addProblem(name, fmt::format("The archive cannot be read: {}.", reason(handle.get())));
-        return;
-    }
-    Members(handle.get(), name, name + "/", depth, sink).readAll();
+    const auto read = [rest = bytes](char* buffer, size_t size) mutable -> std::ptrdiff_t {
+        const size_t count = rest.copy(buffer, size);
+        rest.remove_prefix(count);
+        return static_cast<std::ptrdiff_t>(count);
+    };
+    readFrom(read, name, name + "/", depth, sink);
 }
 
 }  // namespace kaveldesk
