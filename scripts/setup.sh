@@ -6,6 +6,10 @@ set -eu
 list=${1:-$(dirname "$0")/packages.txt}
 missing=
 for package in $(sed 's/#.*//' "$list"); do
+    case $package in
+        *:*) if command -v "${package%:*}" >/dev/null; then continue; fi ;;
+    esac
+    package=${package#*:}
     status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
     [ "$status" = installed ] || missing="$missing $package"
 done

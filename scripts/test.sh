@@ -36,6 +36,9 @@ set_up() {
         *arm64* | *lint*) scripts/arm64-sysroot.sh ;;
     esac
     case $legs in
+        *default*) sh scripts/setup.sh scripts/packages-browser.txt ;;
+    esac
+    case $legs in
         *kernel*) sh scripts/setup.sh scripts/packages-kernel.txt || echo 'the kernel test will be skipped' ;;
     esac
 }
