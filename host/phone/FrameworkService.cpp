@@ -11,6 +11,8 @@
 #include <ctime>
 #include <string>
 
+#include "host/phone/ArtTrace.h"
+
 namespace android::kavel::host {
 namespace {
 
@@ -43,17 +45,18 @@ int32_t writeDump(const std::string& path, const std::string& content) {
 
 int32_t dumpAnrTrace(int32_t pid) {
     const std::string now = timeText();
-    std::string name;
-    base::ReadFileToString(base::StringPrintf("/proc/%d/cmdline", pid), &name);
-    const std::string stacks =
-            base::StringPrintf("----- pid %d at %s -----\nCmd line: %s\n----- end %d -----\n", pid,
-                               now.c_str(), name.c_str(), pid);
     // One file is the process's own dump at the time of the hang, the other is the requested dump.
-    const int32_t own =
-            writeDump(base::StringPrintf("/data/anr/trace_anr_%s_%d", now.c_str(), pid), stacks);
-    const int32_t requested = writeDump(
-            base::StringPrintf("/data/anr/kavel_DumpTraces_%d_%s", pid, now.c_str()), stacks);
-    return own != 0 ? own : requested;
+    const std::string own = base::StringPrintf("/data/anr/trace_anr_%s_%d", now.c_str(), pid);
+    const std::string requested =
+            base::StringPrintf("/data/anr/kavel_DumpTraces_%d_%s", pid, now.c_str());
+    std::string stacks;
+    if (!writeArtTrace(own, std::to_string(pid) + " system_server") ||
+        !base::ReadFileToString(own, &stacks)) {
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "cannot write %s", own.c_str());
+        return -1;
+    }
+    __android_log_print(ANDROID_LOG_INFO, kTag, "wrote %s", own.c_str());
+    return writeDump(requested, stacks);
 }
 
 int32_t dumpSystemTrace() {

@@ -1,5 +1,5 @@
-// phone_process NAME: an idle process of the simulated phone. On SIGQUIT it writes a stack dump to
-// /data/anr, like the phone's runtime.
+// phone_process NAME: an idle process of the simulated phone, with its threads. On SIGQUIT it
+// writes a stack dump to /data/anr, like the phone's runtime.
 
 #include <android-base/file.h>
 #include <android-base/stringprintf.h>
@@ -11,7 +11,11 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <fstream>
 #include <string>
+#include <thread>
+
+#include "host/phone/ArtTrace.h"
 
 namespace {
 
@@ -35,12 +39,26 @@ void dumpStacks(const char* name) {
     const int pid = getpid();
     const std::string path = android::base::StringPrintf(
             "/data/anr/trace_%s_%s_%d", android::base::Basename(name).c_str(), text, pid);
-    const std::string content = android::base::StringPrintf(
-            "----- pid %d at %s -----\nCmd line: %s\n\"main\" prio=5 tid=1 Native sysTid=%d\n"
-            "  at android.os.MessageQueue.nativePollOnce(Native method)\n----- end %d -----\n",
-            pid, text, name, pid, pid);
-    if (!android::base::WriteStringToFile(content, path)) {
-        static_cast<void>(fprintf(stderr, "%s: %s: %s\n", name, path.c_str(), strerror(errno)));
+    if (!android::kavel::host::writeArtTrace(path, std::to_string(pid))) {
+        static_cast<void>(fprintf(stderr, "%s: cannot write %s\n", name, path.c_str()));
+    }
+}
+
+/** Waits as long as the process lives, under @p name as the thread's name. */
+void idle(std::string name) {
+    prctl(PR_SET_NAME, name.c_str(), 0, 0, 0);
+    for (;;) pause();
+}
+
+/** Starts the threads that /system/phone/text/threads lists for the process @p name. */
+void startThreads(const std::string& name) {
+    std::ifstream list("/system/phone/text/threads");
+    const std::string pid = std::to_string(getpid());
+    for (std::string process, thread; list >> process && std::getline(list >> std::ws, thread);) {
+        if (process != name) continue;
+        const size_t mark = thread.find("PID");
+        if (mark != std::string::npos) thread.replace(mark, strlen("PID"), pid);
+        std::thread(idle, thread).detach();
     }
 }
 
@@ -61,6 +79,7 @@ int main(int argc, char** argv) {
     sigemptyset(&quit);
     sigaddset(&quit, SIGQUIT);
     sigprocmask(SIG_BLOCK, &quit, nullptr);
+    startThreads(argv[0]);
     for (int number = 0; sigwait(&quit, &number) == 0;) dumpStacks(argv[0]);
     return 1;
 }

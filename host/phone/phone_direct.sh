@@ -8,7 +8,8 @@ DIRECT_LINKS='/data data
 /dev/socket sockets
 /dev/binder_sockets binder_sockets
 /dev/__properties__ properties
-/dev/log log'
+/dev/log log
+/dev/kernel kernel'
 
 in_container() {
     [ -e /.dockerenv ] || [ -e /run/.containerenv ] || [ -e /run/systemd/container ] ||

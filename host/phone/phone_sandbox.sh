@@ -84,7 +84,12 @@ launch() {
         args+=(--as-pid-1)
         [ ! -e /proc/sysrq-trigger ] || args+=(--bind "$dir/sysrq-trigger" /proc/sysrq-trigger)
     fi
-    args+=(--ro-bind-try /sys /sys --dev /dev
+    args+=(--ro-bind-try /sys /sys --dev /dev --bind "$dir/kernel" /dev/kernel)
+    # The phone's own files of its kernel, where this machine has such a file.
+    for name in "$dir"/kernel/proc/*; do
+        [ ! -e "/proc/${name##*/}" ] || args+=(--ro-bind "$name" "/proc/${name##*/}")
+    done
+    args+=(--tmpfs /sys/kernel --ro-bind "$dir/kernel/debug" /sys/kernel/debug
         --bind "$dir/sockets" /dev/socket --bind "$dir/binder_sockets" /dev/binder_sockets
         --bind "$dir/properties" /dev/__properties__ --bind "$dir/log" /dev/log
         --bind "$dir/data" /data --ro-bind "$dir/system" /system --symlink system /system_ext

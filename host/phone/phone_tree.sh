@@ -2,12 +2,13 @@
 # Part of phone: the phone's files below $dir.
 
 # Tools from toybox, as on Android, because Debian's have other output or options.
-TOYBOX_TOOLS='dmesg find head mount pidof ps tar top xargs'
+TOYBOX_TOOLS='find head pidof tar xargs'
 
 copy_files() {
     cp "$SOURCE_DIR/device/dravo_kavel.rc" "$1/phone.rc" "$dir/system/etc/init" &&
         cp "$1/build.prop" "$dir/system" &&
         cp "$1"/{demo,packages.xml} "$dir/system/phone" &&
+        cp -r "$1/text" "$dir/system/phone" && cp -r "$1/text/kernel" "$dir" &&
         cp "$1/services"/* "$dir/system/phone/services" &&
         cp "$1/bin"/* "$dir/system/bin" &&
         cp "$1"/{passwd,group} "$dir/etc"
@@ -16,7 +17,7 @@ copy_files() {
 create_tree() {
     local fresh=$1 program tool
     [ -z "$fresh" ] || rm -rf "${dir:?}"/{data,log,properties,sysrq-trigger} || die "cannot empty $dir"
-    rm -rf "${dir:?}"/{sockets,binder_sockets,system,etc}
+    rm -rf "${dir:?}"/{sockets,binder_sockets,system,kernel,etc}
     mkdir -p "$dir"/{data,log,properties,sockets,binder_sockets,etc} \
         "$dir"/system/{bin,etc/init,phone/services} || die "cannot create the folders of $dir"
     # Services of every user write to these folders.
