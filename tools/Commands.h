@@ -15,12 +15,20 @@ extern const Command kListCommand;
 extern const Command kShowCommand;
 extern const Command kExplainCommand;
 extern const Command kStatsCommand;
+extern const Command kWaitCommand;
+extern const Command kWatchCommand;
 extern const Command kRawCommand;
 
 /** Options that have the same meaning in several commands. */
 inline constexpr Option kDirOption{
         "dir", "DIR", "the collection directory (default: /data/persist_log/PLX/de/kavel)"};
 inline constexpr Option kJsonOption{"json", "", "print one JSON document"};
+
+inline constexpr Option kFileOption{
+        "file", "PATH", "the file of statistics (default: /data/persist_log/PLX/statistics.jsonl)"};
+
+/** Returns the value of kFileOption, or its default. */
+std::filesystem::path statisticPath(const Arguments& arguments);
 
 /** Returns the value of kDirOption, or its default. */
 std::filesystem::path directoryOf(const Arguments& arguments);

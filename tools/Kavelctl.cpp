@@ -74,10 +74,14 @@ std::filesystem::path directoryOf(const Arguments& arguments) {
     return arguments.value("dir").value_or(kArchiveDirectory);
 }
 
+std::filesystem::path statisticPath(const Arguments& arguments) {
+    return arguments.value("file").value_or("/data/persist_log/PLX/statistics.jsonl");
+}
+
 const CommandList& allCommands() {
-    static const CommandList kCommands{&kSetCommand,  &kSendCommand,    &kListCommand,
-                                       &kShowCommand, &kExplainCommand, &kStatsCommand,
-                                       &kRawCommand,  &kHelpCommand};
+    static const CommandList kCommands{
+            &kSetCommand,   &kSendCommand,    &kListCommand,  &kShowCommand, &kWaitCommand,
+            &kWatchCommand, &kExplainCommand, &kStatsCommand, &kRawCommand,  &kHelpCommand};
     return kCommands;
 }
 

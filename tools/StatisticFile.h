@@ -1,6 +1,7 @@
 #pragma once
 
 #include <android-base/unique_fd.h>
+#include <sys/inotify.h>
 
 #include <filesystem>
 #include <optional>
@@ -10,6 +11,9 @@
 #include <vector>
 
 namespace android::kavel::tools {
+
+/** Events of inotify(7) in the file's folder after which readNew() may have new lines. */
+inline constexpr uint32_t kStatisticEvents = IN_MODIFY | IN_CREATE | IN_MOVED_TO;
 
 /** One statistic, in the form that the host's data-collection client stores. */
 struct Statistic {

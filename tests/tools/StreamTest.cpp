@@ -1,7 +1,9 @@
 // Would catch a statistic that the host's client writes so that it does not read back; a new
 // statistic that is not shown until the end, one that is lost or shown twice when the file is
-// replaced, and a command that does not end at Ctrl-C; raw records that one receive returns
-// together, one that nobody read and that passes for a sent one, and a wait without end.
+// replaced, and a command that does not end at Ctrl-C; an archive that is shown before it is
+// complete, twice or not at all, and a wait that an old or another archive ends; raw records that
+// one receive returns together, one that nobody read and that passes for a sent one, and a wait
+// without end.
 
 #include <cutils/sockets.h>
 #include <fcntl.h>
@@ -9,16 +11,19 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <fstream>
 #include <thread>
 
 #include "platform/CommonPlxServiceManager.h"
 #include "tests/fake/TempDir.h"
+#include "tests/tools/TestArchive.h"
 #include "tools/CommandLine.h"
 #include "tools/Commands.h"
 #include "tools/JsonLine.h"
 #include "tools/RawEventSender.h"
+#include "tools/Text.h"
 
 namespace android::kavel::tools {
 namespace {
@@ -56,23 +61,47 @@ std::string line(const std::string& event) {
     return R"({"time":"T","tag":"t","event":")" + event + "\",\"data\":[]}\n";
 }
 
+/** A command that runs until Ctrl-C, on its own thread. */
+class Following {
+  public:
+    explicit Following(const std::vector<std::string>& words) {
+        EXPECT_EQ(pipe2(mEnds, O_CLOEXEC), 0);
+        mShown.open("/dev/fd/" + std::to_string(mEnds[0]));
+        mThread = std::thread([this, words] {
+            std::ofstream out("/dev/fd/" + std::to_string(mEnds[1]));
+            mExitCode = runKavelctl(words, {out, out});
+        });
+    }
+    ~Following() { close(mEnds[0]); }
+
+    std::string nextLine() {
+        std::string text;
+        std::getline(mShown, text);
+        return text;
+    }
+    Json::Value nextJson() { return parseJsonObject(nextLine()).value(); }
+
+    /** Ends it by Ctrl-C. Returns its exit code, and expects that it has shown all. */
+    int end() {
+        pthread_kill(mThread.native_handle(), SIGINT);
+        mThread.join();
+        close(mEnds[1]);
+        EXPECT_EQ(mShown.get(), EOF);
+        return mExitCode;
+    }
+
+  private:
+    int mEnds[2] = {};
+    int mExitCode = -1;
+    std::ifstream mShown;
+    std::thread mThread;
+};
+
 TEST(Stats, FollowsTheFile) {
     const test::TempDir folder;
     const std::string file = folder.write("s.jsonl", line("first"));
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    int exitCode = -1;
-    std::thread follower([&] {
-        std::ofstream out("/dev/fd/" + std::to_string(ends[1]));
-        std::ostringstream err;
-        exitCode = runKavelctl({"stats", "--json", "--follow", "--file", file}, {out, err});
-    });
-    std::ifstream shown("/dev/fd/" + std::to_string(ends[0]));
-    const auto nextEvent = [&] {
-        std::string text;
-        std::getline(shown, text);
-        return parseJsonObject(text).value()["event"].asString();
-    };
+    Following stats({"stats", "--json", "--follow", "--file", file});
+    const auto nextEvent = [&] { return stats.nextJson()["event"].asString(); };
     EXPECT_EQ(nextEvent(), "first");
     std::ofstream(file, std::ios::app) << line("second").substr(0, 9) << std::flush
                                        << line("second").substr(9) << line("third");
@@ -83,12 +112,71 @@ TEST(Stats, FollowsTheFile) {
     folder.write("s.jsonl", line("new file"));
     EXPECT_EQ(nextEvent(), "last of its file");
     EXPECT_EQ(nextEvent(), "new file");
-    pthread_kill(follower.native_handle(), SIGINT);
-    follower.join();
-    EXPECT_EQ(exitCode, kExitOk);
-    close(ends[1]);
-    EXPECT_EQ(shown.get(), EOF);
-    close(ends[0]);
+    EXPECT_EQ(stats.end(), kExitOk);
+}
+
+/** Puts an archive of the process @p process into the folder a, as the daemon does. */
+std::string moveIn(const test::TempDir& folder, const std::string& process) {
+    const std::string name =
+            "kavel_anr_" + process + "@831be687eb45bbc0@V1@2024-03-07-09-05-01-007";
+    const std::string path = folder.write("new", gzipBytes(tarBytes(name, {{"a.txt", "1"}})));
+    fs::rename(path, folder / ("a/" + name + ".tar.gz"));
+    return name + ".tar.gz";
+}
+
+TEST(Watch, PrintsWhatComes) {
+    const test::TempDir folder;
+    fs::create_directory(folder / "a");
+    moveIn(folder, "early");
+    const std::string file = folder.write("s.jsonl", line("early"));
+    for (const bool isJson : {false, true}) {
+        std::vector<std::string> words = {"watch", "--dir", folder / "a", "--file", file};
+        if (isJson) words.emplace_back("--json");
+        Following watch(words);
+        EXPECT_EQ(watch.nextLine(), "kavelctl: watching " + folder / "a" + "; end with Ctrl-C");
+        std::ofstream(file, std::ios::app) << line("new");
+        if (isJson) {
+            EXPECT_EQ(watch.nextJson()["statistic"]["event"].asString(), "new");
+        } else {
+            EXPECT_EQ(watch.nextLine(), "T  statistic  new  ");
+        }
+        folder.write("a/kavel_no_archive", "");
+        std::ofstream(folder / "a/kavel_anr_x@831be687eb45bbc0@V1@2024-03-07-09-05-01-007") << "";
+        const std::string name = moveIn(folder, isJson ? "b" : "c");
+        if (isJson) {
+            EXPECT_EQ(watch.nextJson()["archive"]["process"].asString(), "b");
+        } else {
+            const std::string size = sizeText(fs::file_size(folder / ("a/" + name)));
+            EXPECT_EQ(watch.nextLine(),
+                      "2024-03-07T09:05:01.007+00:00  archive    anr  c  " + size + "  " + name);
+        }
+        EXPECT_EQ(watch.end(), kExitOk);
+    }
+}
+
+TEST(Wait, EndsWithTheNextArchiveThatMatches) {
+    const test::TempDir folder;
+    fs::create_directory(folder / "a");
+    moveIn(folder, "early");
+    const std::vector<std::string> words = {"wait", "--dir", folder / "a"};
+    const auto with = [&](std::vector<std::string> more) {
+        more.insert(more.begin(), words.begin(), words.end());
+        std::ostringstream out;
+        const int code = runKavelctl(more, {out, out});
+        return out.str() + std::to_string(code);
+    };
+    EXPECT_EQ(with({"--timeout", "0"}), "kavelctl: no archive in time\n1");
+    EXPECT_EQ(with({"--dir=/none"}).back(), '2');  // given twice
+
+    std::atomic<bool> isDone{false};
+    const std::string name = moveIn(folder, "next");
+    std::thread daemon([&] {
+        while (!isDone) moveIn(folder, "next");
+    });
+    EXPECT_EQ(with({"--timeout=1", "--event", "crash"}), "kavelctl: no archive in time\n1");
+    EXPECT_EQ(with({"--event", "anr", "--timeout", "60"}), name + "\n0");
+    isDone = true;
+    daemon.join();
 }
 
 /** Expects that a record is lost for a reason that begins with @p reason. */
