@@ -31,6 +31,7 @@ struct Thread {
     std::string state;   // as written: "Blocked", "MONITOR"
     int32_t tid = 0;     // the runtime's thread number; 1 is the main thread; 0 if unknown
     int32_t sysTid = 0;  // the kernel's thread id; 0 if unknown
+    std::string waitChannel;  // kernel function that it waits in; empty or "0" if it runs or is unknown
     std::vector<Frame> frames;
     std::vector<Lock> locks;
     uint32_t firstLine = 0;
@@ -43,6 +44,7 @@ struct ThreadDump {
     int32_t pid = 0;
     int64_t utcNs = 0;    // 0 if the dump has no time
     std::string subject;  // the reason that the dump gives; empty if there is none
+    uint32_t subjectLine = 0;
     uint32_t file = 0;
     uint32_t firstLine = 0;
     uint32_t lastLine = 0;

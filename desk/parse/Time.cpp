@@ -114,6 +114,13 @@ int64_t utcOf(const Stamp& stamp, int32_t offsetSeconds) {
            stamp.nsOfDay - zone * kNsPerSecond;
 }
 
+int64_t parseUtc(std::string_view text, int32_t offsetSeconds) {
+    Scanner scanner(text);
+    scanner.skipBlanks();
+    const std::optional<Stamp> stamp = takeStamp(scanner);
+    return stamp && stamp->year >= 0 ? utcOf(*stamp, offsetSeconds) : 0;
+}
+
 std::optional<Stamp> parseNameTime(std::string_view text) {
     Stamp stamp;
     Scanner scanner(text);

@@ -81,6 +81,12 @@ std::optional<Stamp> takeStamp(Scanner& scanner);
 /** Nanoseconds since the epoch. A stamp without a zone counts as one at @p offsetSeconds. */
 int64_t utcOf(const Stamp& stamp, int32_t offsetSeconds);
 
+/**
+ * The time at the start of @p text, blanks before it skipped, in nanoseconds since the epoch; 0 if
+ * there is none with a year. Without a zone it is at @p offsetSeconds.
+ */
+int64_t parseUtc(std::string_view text, int32_t offsetSeconds);
+
 /** Parses YYYY-MM-DD-HH-MM-SS-mmm, as in names of folders and files. */
 std::optional<Stamp> parseNameTime(std::string_view text);
 

@@ -1,0 +1,158 @@
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include <fmt/core.h>
+
+#include "desk/cause/Case.h"
+#include "desk/parse/Text.h"
+
+namespace kaveldesk {
+namespace {
+
+/** At most as many lines are cited for one statement; the sentence has the number of all. */
+constexpr size_t kCited = 5;
+
+/** A resource is short from these values on, in percent. */
+constexpr double kBusyCpus = 90;
+constexpr double kIoWait = 20;
+constexpr double kPressure = 20;
+constexpr double kCpuPressure = 60;
+
+/** Facts of one kind within a minute are one shortage. */
+constexpr int64_t kSameNs = 60'000'000'000;
+
+struct Shortage {
+    bool (*applies)(const Fact& fact);
+    std::string_view kind;
+    std::string_view finding;
+    std::string_view one;   // headline of one; {} is the process or line
+    std::string_view many;  // headline of several; {} is their number
+};
+
+template <FactKind kKind>
+bool isA(const Fact& fact) {
+    return fact.kind == kKind;
+}
+
+bool isBusy(const Fact& fact) {
+    return fact.kind == FactKind::CpuTotal && fact.value >= kBusyCpus;
+}
+
+/** "64% TOTAL: 52% user + 11% kernel + 25% iowait" */
+bool isIoWait(const Fact& fact) {
+    if (fact.kind != FactKind::CpuTotal) return false;
+    const std::string_view line = fact.detail;
+    const size_t end = line.find("% iowait");
+    if (end == std::string_view::npos) return false;
+    const size_t begin = line.find_last_of(" +", end) + 1;
+    std::string_view number = line.substr(begin);
+    return takeDecimal(number).value_or(0) >= kIoWait;
+}
+
+/** Tasks that all wait say more than some that do; the kernel gives "full" for memory and io only.
+ */
+bool isPressure(const Fact& fact, std::string_view resource, std::string_view share) {
+    return fact.kind == FactKind::Pressure && fact.thread == resource && fact.value >= kPressure &&
+           startsWith(fact.detail, share);
+}
+
+bool isMemoryPressure(const Fact& fact) {
+    return isPressure(fact, "memory", "full");
+}
+
+bool isIoPressure(const Fact& fact) {
+    return isPressure(fact, "io", "full");
+}
+
+bool isCpuPressure(const Fact& fact) {
+    return isPressure(fact, "cpu", "some") && fact.value >= kCpuPressure;
+}
+
+constexpr Shortage kShortages[] = {
+        {isA<FactKind::LowMemoryKill>, "low-memory", "memory.lmkd-kill",
+         "Memory was short: the low-memory killer ended {}.",
+         "Memory was short: the low-memory killer ended {} processes."},
+        {isA<FactKind::OomKill>, "low-memory", "memory.oom-kill",
+         "The kernel had no memory left and ended {}.",
+         "The kernel had no memory left and ended {} processes."},
+        {isA<FactKind::OomInvoked>, "low-memory", "memory.oom",
+         "The kernel had no memory left when {} asked for some.",
+         "The kernel had no memory left {} times."},
+        {isA<FactKind::Thermal>, "thermal", "thermal.limit", "The phone was too hot: {}.",
+         "The phone was too hot; {} lines say so."},
+        {isBusy, "cpu-starvation", "cpu.busy", "The CPUs were busy: {}.",
+         "The CPUs were busy in {} measurements."},
+        {isIoWait, "io-wait", "io.wait", "The CPUs waited for storage: {}.",
+         "The CPUs waited for storage in {} measurements."},
+        {isMemoryPressure, "low-memory", "memory.pressure", "All tasks waited for memory: {}.",
+         "All tasks waited for memory in {} measurements."},
+        {isIoPressure, "io-wait", "io.pressure", "All tasks waited for storage: {}.",
+         "All tasks waited for storage in {} measurements."},
+        {isCpuPressure, "cpu-starvation", "cpu.pressure", "Tasks waited for a CPU: {}.",
+         "Tasks waited for a CPU in {} measurements."},
+};
+
+std::string nameOf(const Case& c, const Fact& fact) {
+    if (!fact.process.empty())
+        return fact.pid == 0 ? fact.process : fmt::format("{} (pid {})", fact.process, fact.pid);
+    if (fact.pid == 0) return fact.detail;
+    const std::string process = c.processOf(fact.pid);
+    return process.empty() ? fmt::format("process {}", fact.pid)
+                           : fmt::format("{} (pid {})", process, fact.pid);
+}
+
+/** Makes one candidate of the facts from @p first to @p last, which are of one shortage. */
+Candidate judge(const Case& c, const Shortage& shortage, std::vector<const Fact*> facts) {
+    Candidate candidate;
+    candidate.kind = shortage.kind;
+    candidate.utcNs = facts.back()->utcNs;
+    // A kill of the incident's own process is the one to name.
+    for (const Fact*& fact : facts) {
+        const bool isOwn = !fact->process.empty() && fact->process == c.evidence.incident.process;
+        if (!isOwn) continue;
+        candidate.process = fact->process;
+        std::swap(fact, facts.back());
+        break;
+    }
+    candidate.headline = facts.size() == 1 || !candidate.process.empty()
+                                 ? fmt::format(fmt::runtime(shortage.one), nameOf(c, *facts.back()))
+                                 : fmt::format(fmt::runtime(shortage.many), facts.size());
+    candidate.signature = {candidate.kind, "", std::string(shortage.finding)};
+    Finding finding{std::string(shortage.finding), Finding::Weight::Cause, candidate.headline, {}};
+    for (size_t i = 0; i < std::min(facts.size(), kCited); ++i) {
+        finding.citations.push_back(cite(facts[facts.size() - 1 - i]->place));
+    }
+    candidate.findings.push_back(std::move(finding));
+    return candidate;
+}
+
+std::vector<Candidate> judgeShortages(const Case& c, bool isMemory) {
+    std::vector<Candidate> candidates;
+    for (const Shortage& shortage : kShortages) {
+        if ((shortage.kind == "low-memory") != isMemory) continue;
+        std::vector<const Fact*> together;
+        for (const Fact& fact : c.facts.facts) {
+            if (!shortage.applies(fact)) continue;
+            if (!together.empty() && fact.utcNs - together.back()->utcNs > kSameNs) {
+                candidates.push_back(judge(c, shortage, together));
+                together.clear();
+            }
+            together.push_back(&fact);
+        }
+        if (!together.empty()) candidates.push_back(judge(c, shortage, together));
+    }
+    return candidates;
+}
+
+}  // namespace
+
+std::vector<Candidate> judgeMemory(const Case& c) {
+    return judgeShortages(c, true);
+}
+
+std::vector<Candidate> judgeLoad(const Case& c) {
+    return judgeShortages(c, false);
+}
+
+}  // namespace kaveldesk
