@@ -5,15 +5,10 @@
 namespace kaveldesk {
 namespace {
 
-// By FileKind.
-constexpr const char* kKinds[] = {"other",   "main",         "events",       "radio",  "kernel",
-                                  "history", "kavel events", "extra",        "top",    "cpuinfo",
-                                  "meminfo", "proc",         "threads",      "binder", "anr",
-                                  "native",  "tombstone",    "system trace", "dumpsys"};
 constexpr const char* kWeights[] = {"cause", "contributing", "observation"};
 constexpr const char* kRelations[] = {"holds", "waits to lock", "waits on", "sleeps on"};
 constexpr const char* kUnits[] = {"percent", "kB"};
-static_assert(std::size(kKinds) == static_cast<size_t>(FileKind::Dumpsys) + 1);
+constexpr auto kLastKind = FileKind::Dumpsys;
 
 template <typename T, size_t N>
 const char* nameIn(const char* const (&names)[N], T value) {
@@ -103,6 +98,7 @@ Json::Value ofThread(const Thread& thread) {
     out["tid"] = thread.tid;
     out["sysTid"] = thread.sysTid;
     out["line"] = thread.firstLine;
+    out["channel"] = thread.waitChannel;
     out["frames"] = list(thread.frames, [](const Frame& frame) {
         Json::Value item;
         item["text"] = frame.text;
@@ -168,7 +164,9 @@ std::string summaryJson(const Evidence& evidence, const Timeline& timeline, cons
                         const std::vector<Series>& usage) {
     Json::Value out;
     out["incident"] = ofIncident(evidence.incident);
-    for (const char* kind : kKinds) out["kinds"].append(kind);
+    for (size_t kind = 0; kind <= static_cast<size_t>(kLastKind); ++kind) {
+        out["kinds"].append(std::string(kindName(static_cast<FileKind>(kind))));
+    }
     out["files"] = list(evidence.files, ofFile);
     out["problems"] = list(evidence.problems, ofProblem);
     for (const auto& problem : timeline.problems) out["problems"].append(ofProblem(problem));

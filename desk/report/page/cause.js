@@ -7,8 +7,8 @@ import {on} from './state.js';
 const kWeights = {cause: 'Cause', contributing: 'Contributes', observation: 'Observed'};
 
 export function citationLink(file, line) {
-    const name = report.files[file]?.name ?? '';
-    return el('a', {href: place(file, line), title: name}, line ? `${name.split('/').pop()}:${line}` : name);
+    const {name = '', short = ''} = report.files[file] ?? {};
+    return el('a', {href: place(file, line), title: visible(name)}, visible(line ? `${short}:${line}` : short));
 }
 
 function citation({file, line, text}) {

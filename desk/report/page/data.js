@@ -19,6 +19,17 @@ async function unpack(id) {
 
 export async function loadSummary() {
     Object.assign(report, JSON.parse(decoder.decode(await unpack('summary'))), {records: {n: 0}});
+    const folder = commonFolder(report.files.map(file => file.name));
+    for (const file of report.files) file.short = file.name.slice(folder.length);
+}
+
+/** The folders that all names begin with; the archive's own folder says nothing in each name. */
+function commonFolder(names) {
+    let folder = names[0]?.slice(0, names[0].lastIndexOf('/') + 1) ?? '';
+    while (folder && !names.every(name => name.startsWith(folder))) {
+        folder = folder.slice(0, folder.lastIndexOf('/', folder.length - 2) + 1);
+    }
+    return folder;
 }
 
 /** Loads the texts and the records; @p progress gets a share from 0 to 1. */

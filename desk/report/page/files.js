@@ -15,9 +15,9 @@ export function showFiles() {
         names.resize(shown.length);
     }});
     const names = rowList({label: 'Files', choose: i => open(shown[i], 0), render: i => {
-        const {name, size, kind, round} = report.files[shown[i]];
-        return el('div', {class: `row file${shown[i] === file ? ' open' : ''}`, title: `${name}, ${report.kinds[kind]}${round ? `, round ${round}` : ''}`},
-            el('span', {class: 'name'}, visible(name)), el('span', {class: 'dim'}, bytes(size)));
+        const {name, short, size, kind, round} = report.files[shown[i]];
+        return el('div', {class: `row file${shown[i] === file ? ' open' : ''}`, title: `${visible(name)}, ${report.kinds[kind]}${round ? `, round ${round}` : ''}`},
+            el('span', {class: 'name'}, visible(short)), el('span', {class: 'dim'}, bytes(size)));
     }});
 
     const title = el('h2', {});
@@ -53,16 +53,17 @@ export function showFiles() {
         detail.show(file, number, lineLength(number), most => lineText(number, most), test, '');
     }
     function open(index, number) {
-        const {name, size, read, kind} = report.files[index] ?? {};
+        const {name, short, size, read, kind} = report.files[index] ?? {};
         if (name === undefined) return;
         if (file !== index) {
             file = index;
             line = 0;
             detail.clear();
             inTimeline.hidden = true;
-            title.textContent = visible(name);
+            title.textContent = visible(short);
+            title.title = visible(name);
             note.textContent = read < size ? `first ${bytes(read)} of ${bytes(size)}` : bytes(size);
-            if (!read && size) note.textContent = report.kinds[kind] === 'system trace'
+            if (!read && size) note.textContent = report.kinds[kind] === 'system-trace'
                 ? `${bytes(size)}, not text: open it in Perfetto` : `${bytes(size)}, not shown: not text, or not read`;
             lines.resize(read ? lineStarts(file).length : 0);
             names.redraw();

@@ -29,7 +29,8 @@ function stack(dump, thread, openTid) {
 }
 
 function heading(thread) {
-    const ids = [thread.tid && `tid ${thread.tid}`, thread.sysTid && `sysTid ${thread.sysTid}`].filter(Boolean).join(' \u00b7 ');
+    const ids = [thread.tid && `tid ${thread.tid}`, thread.sysTid && `sysTid ${thread.sysTid}`,
+        /^0?$/.test(thread.channel) ? '' : `waits in ${visible(thread.channel)}`].filter(Boolean).join(' \u00b7 ');
     return [el('h3', {}, visible(thread.name)), thread.state ? el('span', {class: waits(thread) ? 'badge bad' : 'badge'}, visible(thread.state)) : '',
         el('span', {class: 'dim'}, ids)];
 }

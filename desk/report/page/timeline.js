@@ -5,16 +5,16 @@ import {report, time, lowerBound} from './data.js';
 import {state, on, emit} from './state.js';
 import {dragAndZoom} from './gestures.js';
 
-const kLane = 22;
+const kLane = 18;
 const kAxis = 48;
 const kLabelRows = [11, 24];  // of marks, above the axis
 const kSteps = [1, 2, 5, 10, 20, 50, 100, 200, 500, 1e3, 2e3, 5e3, 1e4, 3e4, 6e4, 12e4, 3e5, 6e5, 18e5, 36e5, 108e5, 216e5, 864e5];
 
-/** Sources that have records, in the order of the table of kinds. */
+/** Sources that have records and their counts: the logs first, what has no kind last. */
 export function sources() {
     const counts = new Map();
     for (const source of report.records.source) counts.set(source, (counts.get(source) ?? 0) + 1);
-    return [...counts].sort(([left], [right]) => left - right);
+    return [...counts].sort(([left], [right]) => (left || Infinity) - (right || Infinity));
 }
 
 export function makeTimeline(lanes) {
@@ -27,7 +27,7 @@ export function makeTimeline(lanes) {
     let width = 0, hover = null, brush = null;
 
     function widened(from, to) {
-        const margin = Math.max(1, (to - from) * 0.01);
+        const margin = Math.max(1, (to - from) * 0.02);
         return [from - margin, to + margin];
     }
     const toX = ms => (ms - view.from) / (view.to - view.from) * width;
@@ -42,6 +42,15 @@ export function makeTimeline(lanes) {
     const zoom = (factor, at = (view.from + view.to) / 2) =>
         show(at - (at - view.from) * factor, at + (view.to - at) * factor);
     const pan = share => show(view.from + share * (view.to - view.from), view.to + share * (view.to - view.from));
+
+    /** At first: what is within minutes of the event. A log's oldest lines can be days old. */
+    function showNearEvent() {
+        const near = 6e5;
+        const first = lowerBound(times, event() - near), end = lowerBound(times, event() + near);
+        if (!report.incident.time || first === end) return draw();
+        const marks = report.marks.flatMap(({from, to}) => [from, to]).filter(at => Math.abs(at - event()) < near);
+        show(...widened(Math.min(times[first], ...marks), Math.max(times[end - 1], ...marks)));
+    }
 
     /** Lines and the worst level for each lane and pixel. */
     function bins() {
@@ -178,7 +187,6 @@ export function makeTimeline(lanes) {
         el('span', {class: 'dim hint'}, 'drag: mark a range \u00b7 wheel: zoom \u00b7 click: show the lines'));
     on('theme clock sources selected range hits', draw);
     new ResizeObserver(() => canvas.clientWidth !== width && draw()).observe(canvas);
-    const hour = 36e5;
-    if (whole[1] - whole[0] > hour && report.incident.time) show(event() - 6e5, event() + 6e5);
+    showNearEvent();
     return {bar, canvas, actions};
 }

@@ -143,15 +143,13 @@ Verdict verdict(Page& page) {
                    "The mask asks for binder transactions; the archive has none."};
     out.signature = {"anr", "com.example.notes", "Store.read", "Session.load", "SyncWorker"};
     out.fingerprint = "5f0c9a3be1774d20";
-    ThreadDump dump{"com.example.notes",
-                    1873,
-                    kEventNs + kSecond,
-                    "Input dispatching timed out",
-                    kTrace,
-                    1,
-                    70,
-                    {},
-                    true};
+    ThreadDump dump;
+    dump.process = "com.example.notes";
+    dump.pid = 1873;
+    dump.utcNs = kEventNs + kSecond;
+    dump.subject = "Input dispatching timed out";
+    dump.file = kTrace;
+    dump.firstLine = 1;
     dump.threads = {thread("main", 1, 1, "0x0a1", 18, "0x0b2"),
                     thread("SyncWorker", 18, 9, "0x0b2", 1, "0x0a1"),
                     thread("AutoSave", 21, 17, "0x0a1", 18, ""),
