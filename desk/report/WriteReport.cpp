@@ -45,6 +45,7 @@ void writeReport(std::ostream& out, const Evidence& evidence, const Timeline& ti
                  const Verdict& verdict, const std::vector<Series>& usage) {
     out << kPageBegin;
     writePart(out, "summary", packed(summaryJson(evidence, timeline, verdict, usage)));
+    out << kPageMiddle;
     writePart(out, "records", packed(recordTable(timeline, evidence.files.size())));
     const auto texts = packedTexts(evidence.files);
     for (size_t i = 0; i < texts.size(); ++i) {

@@ -25,14 +25,15 @@ add('main.js');
 
 const license = `/*\n${read(uplot, 'LICENSE')}*/\n`;
 const library = license + read(uplot, 'dist/uPlot.iife.min.js');
-const script = [...modules].map(([name, text]) => `// ${name}\n${text}`).join('\n');
+const body = [...modules].map(([name, text]) => `// ${name}\n${text}`).join('\n');
+const script = `(() => {\n'use strict';\n${body}})();\n`;  // runs before the rest of a large page is read
 const style = read(uplot, 'dist/uPlot.min.css') + ['base.css', 'views.css', 'print.css'].map(name => read(page, name)).join('\n');
 for (const text of [library, script, style]) {
     if (/<\/(script|style)|<!--/i.test(text)) throw new Error('a script or style would end early');
 }
 
 // Names that two modules declare would be noticed in the browser only.
-writeFileSync(`${out}.mjs`, script);
+writeFileSync(`${out}.mjs`, body);
 execFileSync(process.execPath, ['--check', `${out}.mjs`], {stdio: 'inherit'});
 
 const policy = [
@@ -47,11 +48,10 @@ const policy = [
 const parts = {
     POLICY: policy,
     STYLE: `<style>${style}</style>`,
-    SCRIPTS: `<script>${library}</script>\n<script type="module">${script}</script>`,
+    SCRIPTS: `<script>${library}</script>\n<script>${script}</script>`,
 };
 const text = read(page, 'page.html').replace(/\{\{([A-Z]+)\}\}/g, (whole, name) => parts[name] ?? whole);
-const [begin, end, more] = text.split('{{DATA}}\n');
-if (end === undefined || more !== undefined) throw new Error('page.html needs {{DATA}} once');
+const [, begin, middle, end] = /^([^]*)\{\{SUMMARY\}\}\n([^]*)\{\{DATA\}\}\n([^]*)$/.exec(text);
 
 // Compilers limit the length of one literal; those next to each other are joined.
 const literal = part => part.match(/[^]{1,16000}/gu).map(piece => `R"PAGE(${piece})PAGE"`).join('\n');
@@ -60,6 +60,7 @@ writeFileSync(out, `#include "desk/report/Page.h"
 namespace kaveldesk {
 
 const std::string_view kPageBegin = ${literal(begin)};
+const std::string_view kPageMiddle = ${literal(middle)};
 const std::string_view kPageEnd = ${literal(end)};
 
 }  // namespace kaveldesk

@@ -11,8 +11,9 @@ const decoder = new TextDecoder('utf-8', {ignoreBOM: true});
 async function unpack(id) {
     const element = byId(id);
     if (!element) return new Uint8Array();
-    const packed = Uint8Array.from(atob(element.textContent), c => c.charCodeAt(0));
+    const text = element.textContent;
     element.remove();  // its memory is better used
+    const packed = Uint8Array.fromBase64?.(text) ?? Uint8Array.from(atob(text), c => c.charCodeAt(0));
     const stream = new Blob([packed]).stream().pipeThrough(new DecompressionStream('gzip'));
     return new Uint8Array(await new Response(stream).arrayBuffer());
 }
@@ -34,6 +35,9 @@ function commonFolder(names) {
 
 /** Loads the texts and the records; @p progress gets a share from 0 to 1. */
 export async function loadRecords(progress) {
+    if (document.readyState === 'loading') {
+        await new Promise(resume => addEventListener('DOMContentLoaded', resume));
+    }
     const total = report.files.reduce((sum, file) => sum + file.read, 1);
     let done = 0;
     for (const [i, file] of report.files.entries()) {

@@ -1,5 +1,7 @@
 // Elements are made of values; a text is always a text node, whatever it holds.
 
+import {on} from './state.js';
+
 const kSvg = 'http://www.w3.org/2000/svg';
 
 function fill(element, attributes, children) {
@@ -39,11 +41,16 @@ export function bytes(size) {
     return size < 1e6 ? `${(size / 1e3).toFixed(1)} kB` : `${(size / 1e6).toFixed(1)} MB`;
 }
 
+const colors = new Map();
+on('theme', () => colors.clear());
+
 /** The colour of a style variable in the theme that is shown; a canvas cannot use variables. */
 export function color(name) {
-    const probe = byId('status');
-    probe.style.color = `var(--${name})`;
-    const result = getComputedStyle(probe).color;
-    probe.style.color = '';
-    return result;
+    if (!colors.has(name)) {
+        const probe = byId('status');
+        probe.style.color = `var(--${name})`;
+        colors.set(name, getComputedStyle(probe).color);
+        probe.style.color = '';
+    }
+    return colors.get(name);
 }

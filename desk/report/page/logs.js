@@ -139,6 +139,8 @@ export function showLogs() {
         el('div', {class: 'bar', role: 'search'}, search, el('label', {}, onlyHits, 'only matches'), level, range, result),
         el('div', {class: 'row head', 'aria-hidden': 'true'}, ...['time', 'source', 'pid-tid', '', 'tag', 'message'].map(name => el('span', {}, name))),
         list.box, detail.box);
+    state.selected = Math.min(lowerBound(records.times, timeline.event()), records.n - 1);
     refresh();
-    return {search, step, goTo, focus: () => list.box.focus(), keys: timeline.actions};
+    return {search, step, goTo, open: () => list.go(lowerBound(rows, state.selected), true),
+        focus: () => list.box.focus(), keys: timeline.actions};
 }

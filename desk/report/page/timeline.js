@@ -5,7 +5,7 @@ import {report, time, lowerBound} from './data.js';
 import {state, on, emit} from './state.js';
 import {dragAndZoom} from './gestures.js';
 
-const kLane = 18;
+const kLane = 15;
 const kAxis = 48;
 const kLabelRows = [11, 24];  // of marks, above the axis
 const kSteps = [1, 2, 5, 10, 20, 50, 100, 200, 500, 1e3, 2e3, 5e3, 1e4, 3e4, 6e4, 12e4, 3e5, 6e5, 18e5, 36e5, 108e5, 216e5, 864e5];
@@ -102,13 +102,17 @@ export function makeTimeline(lanes) {
         const colors = ['l-none', 'l-verbose', 'l-debug', 'l-info', 'l-warn', 'l-error', 'l-fatal'].map(color);
         lanes.forEach(([kind], lane) => {
             g.globalAlpha = state.hidden.has(kind) ? 0.25 : 1;
+            const bars = colors.map(() => new Path2D());
             for (let x = 0; x < width; x++) {
                 const cell = lane * width + x;
                 if (!cells[cell]) continue;
-                const tall = Math.ceil((0.25 + 0.75 * Math.log1p(cells[cell]) / Math.log1p(most[lane])) * (kLane - 4));
-                g.fillStyle = colors[worst[cell]];
-                g.fillRect(x, kAxis + (lane + 1) * kLane - 2 - tall, 1, tall);
+                const tall = Math.ceil((0.25 + 0.75 * Math.log1p(cells[cell]) / Math.log1p(most[lane])) * (kLane - 3));
+                bars[worst[cell]].rect(x, kAxis + (lane + 1) * kLane - 1 - tall, 1, tall);
             }
+            bars.forEach((path, level) => {
+                g.fillStyle = colors[level];
+                g.fill(path);
+            });
         });
         g.globalAlpha = 1;
     }
@@ -116,7 +120,13 @@ export function makeTimeline(lanes) {
         g.fillStyle = color(fill);
         g.fillRect(toX(from), kAxis - 2, Math.max(1, toX(to) - toX(from)), height);
     }
+    let pending = false;
     function draw() {
+        if (!pending) requestAnimationFrame(drawNow);
+        pending = true;
+    }
+    function drawNow() {
+        pending = false;
         const height = kAxis + Math.max(1, lanes.length) * kLane;
         const ratio = devicePixelRatio || 1;
         width = Math.max(1, canvas.clientWidth);
@@ -131,7 +141,12 @@ export function makeTimeline(lanes) {
         drawLanes(g);
         drawMarks(g, height);
         g.fillStyle = color('hit');
-        for (const record of state.hits) g.fillRect(toX(times[record]) - 0.5, kAxis - 4, 1.5, 5);
+        let drawn = -1;
+        for (const record of state.hits) {
+            const x = Math.round(toX(times[record]));
+            if (x !== drawn && x >= 0 && x <= width) g.fillRect(x, kAxis - 5, 1, 6);
+            drawn = x;
+        }
         g.fillStyle = color('accent');
         if (state.selected >= 0) g.fillRect(toX(times[state.selected]) - 1, kAxis - 4, 2, height);
         if (hover !== null) g.fillRect(hover, kAxis - 4, 1, height);
@@ -188,5 +203,5 @@ export function makeTimeline(lanes) {
     on('theme clock sources selected range hits', draw);
     new ResizeObserver(() => canvas.clientWidth !== width && draw()).observe(canvas);
     showNearEvent();
-    return {bar, canvas, actions};
+    return {bar, canvas, actions, event};
 }
