@@ -35,7 +35,7 @@ void append(std::vector<T>& to, std::vector<T> more) {
 }  // namespace
 
 Case::Case(const Evidence& all, const Timeline& timeline)
-      : evidence(all), facts(scanLogs(all, timeline)) {
+      : evidence(all), facts(scanEvidence(all, timeline)) {
     const int32_t offset = evidence.incident.utcOffsetSeconds;
     for (uint32_t i = 0; i < evidence.files.size(); ++i) {
         const EvidenceFile& file = evidence.files[i];

@@ -24,7 +24,8 @@ enum class FactKind : uint8_t {
     Panic,          // the kernel ended; detail: why
     KernelFault,    // the kernel found a fault in itself
     Thermal,        // the phone was too hot
-    CpuTotal,       // detail: the line; value: percent of all CPUs
+    CpuTotal,       // detail: the line; value, ioWait: percent of all CPUs
+    MemAvailable,   // detail: in words; value: percent of all memory
     Pressure,       // detail: the line; value: percent of the last 10 s
 };
 
@@ -37,16 +38,19 @@ struct Fact {
     std::string detail;
     Place detailPlace;  // line with the detail
     double value = 0;
+    double ioWait = 0;
     std::vector<Frame> frames;  // of a Java crash: those of the first exception, the root cause
     std::string thread;         // that crashed; of Pressure: the resource, "memory", "io" or "cpu"
 };
 
-/** The facts of all logs in time order, and the native crashes that debuggerd wrote into them. */
+/** The facts of all logs and measurements in time order, and the native crashes that debuggerd
+ * wrote into them. */
 struct Facts {
     std::vector<Fact> facts;
     std::vector<Tombstone> tombstones;
 };
 
-Facts scanLogs(const Evidence& evidence, const Timeline& timeline);
+/** Reads the logs, then the files of top, dumpsys cpuinfo and /proc/meminfo. */
+Facts scanEvidence(const Evidence& evidence, const Timeline& timeline);
 
 }  // namespace kaveldesk

@@ -247,7 +247,7 @@ Verdict findCause(const Evidence& evidence, const Timeline& timeline) {
         verdict.headline = whyUnknown(incident, !candidates.empty());
     }
     addOthers(incident, candidates, verdict);
-    verdict.missing = missingEvidence(evidence);
+    verdict.missing = missingEvidence(evidence, c.dumps);
     fillTexts(evidence, verdict);
     verdict.dumps = std::move(c.dumps);
     moveMainFirst(incident, verdict.dumps);

@@ -34,6 +34,7 @@ constexpr std::string_view kPlatformSymbols[] = {"android.",
                                                  "android::NativeMessageQueue",
                                                  "art::",
                                                  "art_",
+                                                 "artQuick",
 
                                                  "std::",
                                                  "__gnu_cxx::",
@@ -177,6 +178,10 @@ bool isPlatform(const Frame& frame) {
 }
 
 }  // namespace
+
+std::string shownName(const Frame& frame) {
+    return frame.isNative ? frameName(frame) : frame.symbol;
+}
 
 std::string processName(std::string_view process) {
     std::string name(until(trim(process), " \t"));

@@ -15,6 +15,9 @@ namespace kaveldesk {
  */
 std::string frameName(const Frame& frame);
 
+/** Name of a frame for a sentence: that of Java as it is written. */
+std::string shownName(const Frame& frame);
+
 /** Name of a process without what differs between runs: path, arguments, numbers of its parts. */
 std::string processName(std::string_view process);
 

@@ -84,8 +84,8 @@ std::vector<Anr> collect(const Case& c) {
     }
     // The dumps alone show what the main thread did, also where the logs do not go back far enough.
     for (const ThreadDump& dump : c.dumps) {
-        const bool isIncident =
-                !dump.process.empty() && dump.process == c.evidence.incident.process;
+        const std::string& wanted = c.evidence.incident.process;
+        const bool isIncident = wanted.empty() || dump.process == wanted;
         const bool isBacktrace = c.evidence.files[dump.file].kind == FileKind::NativeBacktrace;
         if (mainThread(dump) == nullptr || (isBacktrace && !isIncident)) continue;
         const bool isKnown = std::any_of(anrs.begin(), anrs.end(), [&](const Anr& anr) {

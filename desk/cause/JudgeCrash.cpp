@@ -37,7 +37,7 @@ Finding framesFinding(const std::string& kind, const std::vector<Frame>& frames,
 std::string inFrame(const std::vector<Frame>& frames) {
     const Frame* own = ownFrame(frames);
     if (own == nullptr) return {};
-    const std::string name = frameName(*own);
+    const std::string name = shownName(*own);
     if (own->symbol.empty() || own->module.empty()) return " in " + name;
     return fmt::format(" in {} of {}", name, own->module.substr(own->module.rfind('/') + 1));
 }

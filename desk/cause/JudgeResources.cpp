@@ -17,6 +17,7 @@ constexpr size_t kCited = 5;
 constexpr double kBusyCpus = 90;
 constexpr double kIoWait = 20;
 constexpr double kPressure = 20;
+constexpr double kLowMemory = 5;
 constexpr double kCpuPressure = 60;
 
 /** Facts of one kind within a minute are one shortage. */
@@ -39,15 +40,12 @@ bool isBusy(const Fact& fact) {
     return fact.kind == FactKind::CpuTotal && fact.value >= kBusyCpus;
 }
 
-/** "64% TOTAL: 52% user + 11% kernel + 25% iowait" */
 bool isIoWait(const Fact& fact) {
-    if (fact.kind != FactKind::CpuTotal) return false;
-    const std::string_view line = fact.detail;
-    const size_t end = line.find("% iowait");
-    if (end == std::string_view::npos) return false;
-    const size_t begin = line.find_last_of(" +", end) + 1;
-    std::string_view number = line.substr(begin);
-    return takeDecimal(number).value_or(0) >= kIoWait;
+    return fact.kind == FactKind::CpuTotal && fact.ioWait >= kIoWait;
+}
+
+bool isMemoryLow(const Fact& fact) {
+    return fact.kind == FactKind::MemAvailable && fact.value <= kLowMemory;
 }
 
 /** Tasks that all wait say more than some that do; the kernel gives "full" for memory and io only.
@@ -85,6 +83,8 @@ constexpr Shortage kShortages[] = {
          "The CPUs were busy in {} measurements."},
         {isIoWait, "io-wait", "io.wait", "The CPUs waited for storage: {}.",
          "The CPUs waited for storage in {} measurements."},
+        {isMemoryLow, "low-memory", "memory.available", "Memory was short: {}.",
+         "Memory was short in {} measurements."},
         {isMemoryPressure, "low-memory", "memory.pressure", "All tasks waited for memory: {}.",
          "All tasks waited for memory in {} measurements."},
         {isIoPressure, "io-wait", "io.pressure", "All tasks waited for storage: {}.",

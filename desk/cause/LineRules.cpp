@@ -2,6 +2,7 @@
 
 #include <unordered_map>
 
+#include "desk/parse/CpuUsage.h"
 #include "desk/parse/Text.h"
 
 namespace kaveldesk {
@@ -118,10 +119,10 @@ bool thermalStatus(std::string_view message, Fact& fact) {
 }
 
 bool cpuTotal(std::string_view message, Fact& fact) {
-    std::string_view rest = trim(message);
-    const auto total = takeDecimal(rest);
-    if (!total || !startsWith(rest, "% TOTAL:")) return false;
-    fact.value = *total;
+    const auto total = parseCpuTotal(message);
+    if (!total) return false;
+    fact.value = total->percent;
+    fact.ioWait = total->ioWait;
     return wholeLine(message, fact);
 }
 

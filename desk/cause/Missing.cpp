@@ -92,7 +92,8 @@ void addAbsent(const Evidence& evidence, std::vector<std::string>& missing) {
 
 }  // namespace
 
-std::vector<std::string> missingEvidence(const Evidence& evidence) {
+std::vector<std::string> missingEvidence(const Evidence& evidence,
+                                         const std::vector<ThreadDump>& dumps) {
     std::vector<std::string> missing;
     addAbsent(evidence, missing);
     for (const EvidenceFile& file : evidence.files) {
@@ -101,6 +102,12 @@ std::vector<std::string> missingEvidence(const Evidence& evidence) {
         } else if (const std::string_view error = onlyError(file.text); !error.empty()) {
             missing.push_back(fmt::format("{} holds only an error message: {}.", file.name, error));
         }
+    }
+    for (const ThreadDump& dump : dumps) {
+        if (dump.isComplete) continue;
+        missing.push_back(fmt::format("{} ends inside the stacks of {}.",
+                                      evidence.files[dump.file].name,
+                                      dump.process.empty() ? "a process" : dump.process));
     }
     return missing;
 }

@@ -1,10 +1,17 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <utility>
+#include <vector>
+
+#include <fmt/core.h>
 
 #include "desk/cause/Facts.h"
 #include "desk/cause/LineRules.h"
+#include "desk/parse/CpuUsage.h"
 #include "desk/parse/FrameText.h"
+#include "desk/parse/LogLine.h"
+#include "desk/parse/MemInfo.h"
 #include "desk/parse/Text.h"
 #include "desk/parse/Time.h"
 
@@ -16,6 +23,11 @@ constexpr size_t kMaxOpen = 4096;
 
 constexpr bool isLog(FileKind kind) {
     return kind == FileKind::MainLog || kind == FileKind::EventsLog || kind == FileKind::KernelLog;
+}
+
+constexpr bool canHoldLog(FileKind kind) {
+    return kind == FileKind::Other || kind == FileKind::AnrTrace ||
+           kind == FileKind::NativeBacktrace || kind == FileKind::Tombstone;
 }
 
 /** The kernel's clock begins near 1970; as long as nothing matches it, its time is unknown. */
@@ -47,6 +59,56 @@ class Scan {
         }
     }
 
+    /** A text of unknown kind can hold parts of logs, with or without what comes before a message.
+     */
+    void otherText(const EvidenceFile& file, uint32_t index) {
+        Record record;
+        Lines lines(file.text);
+        for (std::string_view line; lines.next(line);) {
+            const Place place{index, lines.number()};
+            record.pid = record.tid = 0;
+            record.utcNs = file.collectedUtcNs;
+            const auto head = parseLogcatLine(line);
+            if (!head) {
+                if (file.kind == FileKind::Other) message(record, {}, line, place);
+                continue;
+            }
+            record.pid = head->head.pid;
+            record.tid = head->head.tid;
+            record.level = head->head.level;
+            if (head->stamp.year >= 0)
+                record.utcNs = utcOf(head->stamp, mEvidence.incident.utcOffsetSeconds);
+            const std::string_view tag = trim(line.substr(head->head.tagAt, head->head.tagLength));
+            if (isWanted(tag)) message(record, tag, line.substr(head->head.messageAt), place);
+        }
+    }
+
+    void measurement(const EvidenceFile& file, uint32_t index) {
+        Fact fact;
+        fact.utcNs = file.collectedUtcNs;
+        fact.kind = FactKind::CpuTotal;
+        if (file.kind == FileKind::CpuInfo) {
+            Lines lines(file.text);
+            for (std::string_view line; lines.next(line);) {
+                if (readFact("ActivityManager", line, fact))
+                    addMeasured(fact, {index, lines.number()});
+                fact.kind = FactKind::CpuTotal;
+            }
+        } else if (file.kind == FileKind::Top) {
+            const TopTable top = parseTop(file.text);
+            if (!top.total) return;
+            fact.value = top.total->percent;
+            fact.ioWait = top.total->ioWait;
+            fact.detail = fmt::format("{:.0f}% in total, {:.0f}% iowait, by top", fact.value,
+                                      fact.ioWait);
+            addMeasured(fact, {index, top.total->line});
+        } else if (canHoldLog(file.kind)) {
+            otherText(file, index);
+        } else if (file.kind == FileKind::ProcMemInfo) {
+            memory(parseProcMemInfo(file.text), fact, index);
+        }
+    }
+
     Facts finish() {
         for (auto& [tid, parser] : mParsers) {
             for (Tombstone& tombstone : parser.take()) {
@@ -57,6 +119,24 @@ class Scan {
     }
 
   private:
+    void addMeasured(Fact fact, Place place) {
+        if (fact.kind != FactKind::CpuTotal && fact.kind != FactKind::MemAvailable) return;
+        fact.place = fact.detailPlace = place;
+        mFacts.facts.push_back(std::move(fact));
+    }
+
+    void memory(const std::vector<MemorySize>& sizes, Fact fact, uint32_t index) {
+        int64_t total = 0;
+        for (const MemorySize& size : sizes) {
+            if (size.name == "MemTotal") total = size.kiloBytes;
+            if (size.name != "MemAvailable" || total <= 0) continue;
+            fact.kind = FactKind::MemAvailable;
+            fact.value = 100.0 * static_cast<double>(size.kiloBytes) / static_cast<double>(total);
+            fact.detail = fmt::format("{} kB of {} kB are available", size.kiloBytes, total);
+            addMeasured(fact, {index, size.line});
+        }
+    }
+
     void message(const Record& record, std::string_view tag, std::string_view text, Place place) {
         if (tag == "DEBUG") return crashLine(record, text, place);
         if (const auto resource = after(text, "/proc/pressure/")) mResource = until(*resource, " ");
@@ -66,17 +146,31 @@ class Scan {
         if (readFact(tag, text, fact)) {
             if (fact.kind == FactKind::JavaCrash && fact.pid == 0) fact.pid = record.pid;
             if (fact.kind == FactKind::Pressure) fact.thread = mResource;
+            if (fact.kind == FactKind::CpuTotal) fact.detail += mostBusy();
             const bool goesOn = fact.kind == FactKind::Anr || fact.kind == FactKind::JavaCrash;
             mFacts.facts.push_back(std::move(fact));
             if (goesOn && mOpen.size() < kMaxOpen) mOpen[record.tid] = mFacts.facts.size() - 1;
             return;
         }
+        if (const auto share = parseCpuShare(text)) mShares.push_back(*share);
         const auto open = mOpen.find(record.tid);
         if (open != mOpen.end()) {
             if (!goOn(mFacts.facts[open->second], tag, text, place)) mOpen.erase(open);
         } else if (tag == "AndroidRuntime") {
             oldCrash(record, text, place);
         }
+    }
+
+    /** Names the process with the largest share of the block that ends. */
+    std::string mostBusy() {
+        const std::vector<CpuShare> shares = std::exchange(mShares, {});
+        const auto most =
+                std::max_element(shares.begin(), shares.end(), [](const auto& a, const auto& b) {
+                    return !a.isThread && !b.isThread ? a.percent < b.percent
+                                                      : a.isThread && !b.isThread;
+                });
+        if (most == shares.end() || most->isThread) return {};
+        return fmt::format(", most by {} ({:.0f}% of one CPU)", most->name, most->percent);
     }
 
     /** A line after the first one of a fact. Returns false when the fact is over. */
@@ -146,14 +240,16 @@ class Scan {
     Facts mFacts;
     std::map<int32_t, size_t> mOpen;  // by thread: index of the fact that its lines continue
     std::map<int32_t, TombstoneParser> mParsers;
-    std::string mResource;  // whose pressure the next lines give
+    std::vector<CpuShare> mShares;  // of the block of CPU usage that is read
+    std::string mResource;          // whose pressure the next lines give
 };
 
 }  // namespace
 
-Facts scanLogs(const Evidence& evidence, const Timeline& timeline) {
+Facts scanEvidence(const Evidence& evidence, const Timeline& timeline) {
     Scan scan(evidence);
     for (const Record& record : timeline.records) scan.record(record);
+    for (uint32_t i = 0; i < evidence.files.size(); ++i) scan.measurement(evidence.files[i], i);
     return scan.finish();
 }
 

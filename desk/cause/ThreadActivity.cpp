@@ -56,6 +56,7 @@ constexpr Sign kSigns[] = {
         {"Object.wait", Doing::Waits, "waits for another thread"},
         {"Unsafe.park", Doing::Waits, "waits for another thread"},
         {"LockSupport.park", Doing::Waits, "waits for another thread"},
+        {"JvmtiMonitor", Doing::Waits, "is stopped by a debugger"},
         {"pthread_cond_", Doing::Waits, "waits for another thread"},
         {"pthread_mutex_lock", Doing::WaitsForLock, "waits for a mutex"},
         {"MutexLock", Doing::WaitsForLock, "waits for a mutex"},

@@ -93,7 +93,7 @@ std::string peerName(const Case& c, const BinderCall& call) {
 
 std::string inFrame(const Thread& thread) {
     const Frame* own = ownFrame(thread.frames);
-    return own == nullptr ? "" : fmt::format(" in {}", frameName(*own));
+    return own == nullptr ? "" : fmt::format(" in {}", shownName(*own));
 }
 
 std::string doesWhat(const Thread& thread) {

@@ -7,6 +7,7 @@ namespace kaveldesk {
 // Each function adds one command. The command's callback throws std::runtime_error with a message
 // for the user if it cannot do its work, and CLI::ValidationError for a bad value of an option.
 
+void addCause(CLI::App& app);
 void addTimeline(CLI::App& app);
 
 }  // namespace kaveldesk

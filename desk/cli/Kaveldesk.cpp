@@ -17,7 +17,7 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
-const std::initializer_list<void (*)(CLI::App&)> kCommands = {addTimeline};
+const std::initializer_list<void (*)(CLI::App&)> kCommands = {addTimeline, addCause};
 
 }  // namespace
 
