@@ -6,7 +6,7 @@ PHONE := build/$(PRESET)/host/phone/phone
 JOBS ?= $(shell nproc)
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build demo test test-kernel test-arm64 run bench mutate format lint clean
+.PHONY: help setup build phone announce-demo demo test test-kernel test-arm64 run bench mutate format lint clean
 
 help: ## List the targets
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-11s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
@@ -18,10 +18,17 @@ build: setup ## Build everything with clang (or with PRESET=gcc, asan-ubsan, tsa
 	@cmake --preset $(PRESET) > /dev/null
 	@cmake --build --preset $(PRESET) -j $(JOBS)
 
-demo: build ## Show how a report becomes an archive in the simulated phone
+phone: setup ## Build only what the simulated phone needs
+	@cmake --preset $(PRESET) > /dev/null
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target kavel_phone
+
+announce-demo:
+	@echo 'The first build takes one to two minutes on two idle cores, the demo itself half a minute.'
+
+demo: announce-demo phone ## Show how a report becomes an archive in the simulated phone
 	@$(PHONE) run --dir build/demo-phone --fresh -- /system/phone/demo
 
-run: build ## Start the simulated phone and stay up until Ctrl-C
+run: phone ## Start the simulated phone and stay up until Ctrl-C
 	@$(PHONE) run
 
 test: setup ## Run all tests: clang, gcc, libc++, ASan+UBSan, TSan, arm64, kernel, lint (LEGS=tsan: one leg)
