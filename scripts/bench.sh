@@ -49,6 +49,8 @@ ratio kevent_bench real_time daemonReceives/andHandles libnlReceiveAndParse "non
 "$build/bench/kevent_bench" --benchmark_filter='burstLoss/raised:1' 2> /dev/null | grep -o 'burst.*' |
     sed 's/$/ (budget 0)/'
 
+"$build/desk.sh" "$build/bench"
+
 phone=$build/host/phone/phone
 report=$($phone run --dir $build/phone --fresh -- "$PWD/$build/in_phone.sh" "$PWD/$build/bench")
 echo "$report"

@@ -35,7 +35,8 @@ std::string labelOf(const TimelineEntry& entry) {
     return entry.mark->label + (entry.isEnd ? " ends" : " begins");
 }
 
-void printJson(const Json::Value& json) {
+void printJson(Json::Value json) {
+    json["format"] = 1;
     // Escapes all but ASCII, and replaces bytes that are not UTF-8.
     static const Json::StreamWriterBuilder kSettings = [] {
         Json::StreamWriterBuilder settings;
@@ -95,8 +96,8 @@ void printAsJson(const TimelineEntry& entry) {
     json["line"] = record.place.line;
     json["text"] = textValue(text);
     if (record.messageAt != 0) {
-        json["level"] =
-                record.level == Level::Unknown ? std::string() : std::string(levelOf(record));
+        json["level"] = record.level == Level::Unknown ? Json::Value()
+                                                       : Json::Value(std::string(levelOf(record)));
         json["pid"] = record.pid;
         json["tid"] = record.tid;
         json["tag"] = textValue(text.substr(record.tagAt, record.tagLength));

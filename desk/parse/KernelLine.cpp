@@ -96,8 +96,9 @@ std::optional<int64_t> wallClockInKernelLine(std::string_view message) {
         int32_t low = 0;
         int64_t fraction = 0;
         if (scanner.number(kEpochDigits - 1, high) && scanner.number(1, low) &&
-            scanner.fraction(fraction) && scanner.skip(':') && high > 0) {
-            return (high * int64_t{10} + low) * kNsPerSecond + fraction;
+            scanner.fraction(fraction) && scanner.skip(':')) {
+            const int64_t seconds = high * int64_t{10} + low;
+            if (seconds < kTimeLimitNs / kNsPerSecond) return seconds * kNsPerSecond + fraction;
         }
     }
     // "PM: suspend exit 2015-08-28 01:32:45.111006517 UTC", "rtc: setting system clock to

@@ -11,6 +11,11 @@ constexpr int64_t floorDivide(int64_t value, int64_t by) {
     return value / by - (value % by < 0 ? 1 : 0);
 }
 
+/** Sums and differences of two such times fit into 64 bits. 1969 is the epoch in the west. */
+constexpr bool isPlausible(int32_t year) {
+    return year >= 1969 && year < 2100;
+}
+
 bool takeDate(Scanner& scanner, Stamp& stamp) {
     Scanner withYear = scanner;
     if (withYear.number(4, stamp.year) && withYear.skip('-')) {
@@ -20,9 +25,9 @@ bool takeDate(Scanner& scanner, Stamp& stamp) {
     }
     // A leap year if it is not known: the year that is found later decides.
     const int32_t year = stamp.year < 0 ? 2000 : stamp.year;
-    return scanner.number(2, stamp.month) && scanner.skip('-') && scanner.number(2, stamp.day) &&
-           stamp.month >= 1 && stamp.month <= 12 && stamp.day >= 1 &&
-           stamp.day <= daysOfMonth(year, stamp.month);
+    return isPlausible(year) && scanner.number(2, stamp.month) && scanner.skip('-') &&
+           scanner.number(2, stamp.day) && stamp.month >= 1 && stamp.month <= 12 &&
+           stamp.day >= 1 && stamp.day <= daysOfMonth(year, stamp.month);
 }
 
 bool takeTimeOfDay(Scanner& scanner, char separator, Stamp& stamp) {

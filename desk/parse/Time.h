@@ -56,6 +56,9 @@ class Scanner {
     std::string_view mText;
 };
 
+/** The first second of 2100. Later times, and years before 1969, are not taken for times. */
+inline constexpr int64_t kTimeLimitNs = 4'102'444'800 * kNsPerSecond;
+
 /** Date and time as a log writes them. Year and zone may be missing. */
 struct Stamp {
     int32_t year = -1;  // -1: not written

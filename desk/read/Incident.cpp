@@ -34,21 +34,19 @@ std::optional<LogName> findLogName(const Evidence& evidence) {
     return std::nullopt;
 }
 
-/** The wall clock of the naming, nanoseconds since the epoch. */
+/** The wall clock of the naming, nanoseconds since the epoch; 0 if it was not set. */
 int64_t namingTime(const LogName& name) {
     uint64_t id = 0;
     std::from_chars(name.folderId.data(), name.folderId.data() + name.folderId.size(), id, 16);
-    // A clock before 1970 wraps around.
-    return id >= android::kavel::kFolderIdBase
-                   ? static_cast<int64_t>(id - android::kavel::kFolderIdBase)
-                   : -static_cast<int64_t>(
-                             std::min<uint64_t>(android::kavel::kFolderIdBase - id, INT64_MAX));
+    const bool isTime = id >= android::kavel::kFolderIdBase &&
+                        id - android::kavel::kFolderIdBase < static_cast<uint64_t>(kTimeLimitNs);
+    return isTime ? static_cast<int64_t>(id - android::kavel::kFolderIdBase) : 0;
 }
 
 /** The id has the UTC time of naming, the name the local time: zones are whole quarter hours. */
 std::optional<int32_t> offsetFrom(const LogName& name) {
     const std::optional<Stamp> local = parseNameTime(name.timeText);
-    if (!local) return std::nullopt;
+    if (!local || namingTime(name) == 0) return std::nullopt;
     constexpr int64_t kQuarter = 900;
     constexpr int64_t kMost = 14 * 3600;
     const int64_t apart = utcOf(*local, 0) / kNsPerSecond - namingTime(name) / kNsPerSecond;

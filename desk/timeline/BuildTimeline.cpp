@@ -60,17 +60,21 @@ void appendDumps(const Evidence& evidence, const std::vector<uint32_t>& files, T
     const size_t first = records.size();
     const auto room = [&records] { return kMaxRecords - std::min(kMaxRecords, records.size()); };
     appendLog(evidence, files.front(), room(), records, timeline.problems);
-    std::vector<Record> before;
-    const bool hasRounds = files.size() > 1;
-    if (hasRounds) before.assign(records.begin() + static_cast<ptrdiff_t>(first), records.end());
+    const std::vector<Record>* before = &records;
+    size_t beforeAt = first;
+    size_t beforeEnd = records.size();
+    std::vector<Record> last;
     for (size_t i = 1; i < files.size(); ++i) {
         std::vector<Record> now;
         appendLog(evidence, files[i], room(), now, timeline.problems);
         if (now.empty()) continue;
-        RepeatFinder finder(evidence, before.data(), before.size());
+        RepeatFinder finder(evidence, *before, beforeAt, beforeEnd);
         std::copy_if(now.begin(), now.end(), std::back_inserter(records),
                      [&finder](const Record& record) { return !finder.isRepeat(record); });
-        before = std::move(now);
+        last = std::move(now);
+        before = &last;
+        beforeAt = 0;
+        beforeEnd = last.size();
     }
 }
 

@@ -7,7 +7,7 @@
 namespace kaveldesk {
 
 bool RepeatFinder::isRepeat(const Record& record) {
-    if (mNext >= mCount) return false;
+    if (mNext >= mEnd) return false;
     const std::string_view text = textOf(mEvidence, record);
     if (text == textOf(mEvidence, mRecords[mNext])) {
         ++mNext;
@@ -27,8 +27,8 @@ bool RepeatFinder::isRepeat(const Record& record) {
 }
 
 void RepeatFinder::buildIndex() {
-    mIndex.reserve(mCount);
-    for (size_t i = 0; i < mCount; ++i) {
+    mIndex.reserve(mEnd - mNext);
+    for (size_t i = mNext; i < mEnd; ++i) {
         if (mRecords[i].messageAt == 0) continue;
         mIndex.emplace_back(std::hash<std::string_view>()(textOf(mEvidence, mRecords[i])), i);
     }

@@ -17,9 +17,13 @@ namespace kaveldesk {
  */
 class RepeatFinder {
   public:
-    /** The records of the earlier dump must outlive the finder. */
-    RepeatFinder(const Evidence& evidence, const Record* records, size_t count)
-          : mEvidence(evidence), mRecords(records), mCount(count) {}
+    /**
+     * The earlier dump is the records from @p begin to @p end of a vector that outlives the finder
+     * and may grow.
+     */
+    RepeatFinder(const Evidence& evidence, const std::vector<Record>& records, size_t begin,
+                 size_t end)
+          : mEvidence(evidence), mRecords(records), mNext(begin), mEnd(end) {}
 
     /** To be asked for all lines of the later dump, in their order. */
     bool isRepeat(const Record& record);
@@ -28,10 +32,10 @@ class RepeatFinder {
     void buildIndex();
 
     const Evidence& mEvidence;
-    const Record* mRecords;
-    size_t mCount;
-    size_t mNext = 0;                               // behind the last line that was found
-    std::vector<std::pair<size_t, size_t>> mIndex;  // hash of a line, its number
+    const std::vector<Record>& mRecords;
+    size_t mNext;  // behind the last line that was found
+    size_t mEnd;
+    std::vector<std::pair<size_t, size_t>> mIndex;  // hash of a line, its place in mRecords
 };
 
 }  // namespace kaveldesk

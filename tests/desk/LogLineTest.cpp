@@ -46,6 +46,7 @@ TEST(LogLine, Logcat) {
             {"--------- beginning of main", "-"},
             {"02-30 00:00:00.000     1     2 I t: no such day", "-"},
             {"2023-02-29 00:00:00.000     1     2 I t: no such day", "-"},
+            {"1013-11-21 00:00:00.000     1     2 I t: no such year", "-"},
             {"01-02 24:00:00.000     1     2 I t: no such hour", "-"},
             {"01-02 00:00:00.000     1 99999999999 I t: no such thread", "-"},
             {"01-02 00:00:00.000", "-"},
@@ -90,6 +91,7 @@ TEST(LogLine, WallClockInKernelLine) {
             {"audit: type=1400 audit(1641086403.123:4): avc:", "2022-01-02 01:20:03.123"},
             {"audit: type=2000 audit(0.0:1): state=initialized", "-"},
             {"rtc: setting system clock to 1970-01-02T01:20:03 UTC", "-"},
+            {"audit: type=1400 audit(9999999999.0:1): no such time", "-"},
             {"the zone is UTC", "-"},
     };
     for (const auto& row : kRows) {

@@ -1,0 +1,30 @@
+#!/bin/bash
+# Measures kaveldesk beside other programs with the same lines: desk.sh BENCH_DIR [SEED [MEGABYTES]].
+# The merged lines of both rounds count once, the bytes of both are read.
+set -eu
+bench=$1
+seed=${2:-1}
+megabytes=${3:-200}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+archive=$("$bench/desk_bench" make "$work" "$seed" "$megabytes")
+mkdir "$work/extracted"
+tar -xzf "$archive" -C "$work/extracted"
+
+# Prints the CPU seconds of all processes of a command.
+TIMEFORMAT='%U %S'
+cpu() { { time "$@" > /dev/null 2>&1; } 2>&1 | awk '{printf "%.2f\n", $1 + $2}'; }
+sorted() { zcat "$archive" | LC_ALL=C sort --parallel=1; }
+# Without a terminal, lnav writes all messages of its files in the order of their times.
+merged_by_lnav() { HOME=$work lnav -n "$work"/extracted/data/persist_log/kavel30/*/*-2026-*.txt; }
+
+result=$("$bench/desk_bench" read "$archive")
+sort_s=$(cpu sorted)
+lnav_s=$(cpu merged_by_lnav)
+awk -v sort="$sort_s" -v lnav="$lnav_s" '{
+    for (i = 1; i <= NF; i++) { split($i, pair, "="); v[pair[1]] = pair[2] }
+    printf "kaveldesk: %.0f MB of text, %d lines: parsed and merged with %.0f MB/s (budget 100)\n", v["text_mb"], v["records"], v["text_mb"] / v["merge_s"]
+    printf "kaveldesk: from the archive %.2f s of CPU; zcat | sort %.2f s, lnav -n %.2f s (without unpacking)\n", v["unpack_s"] + v["merge_s"], sort, lnav
+    printf "kaveldesk: at most %d MB of memory (budget 500)\n", v["rss_mb"]
+}' <<< "$result"
