@@ -51,7 +51,14 @@ status_t BBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uin
     return status;
 }
 
-status_t BBinder::onTransact(uint32_t code, const Parcel&, Parcel* reply, uint32_t) {
+status_t BBinder::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t) {
+    if (code == DUMP_TRANSACTION) {
+        const int fd = data.readFileDescriptor();
+        const int32_t count = data.readInt32();
+        Vector<String16> args;
+        for (int32_t i = 0; i < count && data.dataAvail() > 0; ++i) args.add(data.readString16());
+        return dump(fd, args);
+    }
     if (code != INTERFACE_TRANSACTION || reply == nullptr) return UNKNOWN_TRANSACTION;
     return reply->writeString16(getInterfaceDescriptor());
 }

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace android::kavel::host {
 namespace {
@@ -78,27 +79,27 @@ bool isValid(const Header& header, size_t length) {
 }  // namespace
 
 int sendFrame(int fd, int flags, uint32_t code, uint32_t transactionFlags, const uint8_t* body,
-              size_t size) {
-    if (size > kTransactionSpace) return EMSGSIZE;
+              size_t size, int descriptor) {
+    const bool hasMemory = isAttached(size);
+    if (size > kTransactionSpace || (hasMemory && descriptor >= 0)) return EMSGSIZE;
     Header header{kMagic, code, transactionFlags, static_cast<uint32_t>(size)};
     iovec parts[2] = {{&header, sizeof(header)}, {const_cast<uint8_t*>(body), size}};
     msghdr message{};
     message.msg_iov = parts;
-    message.msg_iovlen = 2;
+    message.msg_iovlen = hasMemory ? 1 : 2;
 
     unique_fd memory;
+    if (hasMemory) memory = memoryWith(body, size);
+    if (hasMemory && !memory.ok()) return errno;
+    const int attached = hasMemory ? memory.get() : descriptor;
     Control control{};
-    if (isAttached(size)) {
-        memory = memoryWith(body, size);
-        if (!memory.ok()) return errno;
-        message.msg_iovlen = 1;
+    if (attached >= 0) {
         message.msg_control = control.bytes;
         message.msg_controllen = sizeof(control.bytes);
         cmsghdr* rights = CMSG_FIRSTHDR(&message);
         rights->cmsg_level = SOL_SOCKET;
         rights->cmsg_type = SCM_RIGHTS;
         rights->cmsg_len = CMSG_LEN(sizeof(int));
-        const int attached = memory.get();
         std::memcpy(CMSG_DATA(rights), &attached, sizeof(attached));
     }
     return TEMP_FAILURE_RETRY(sendmsg(fd, &message, flags | MSG_NOSIGNAL)) < 0 ? errno : 0;
@@ -124,9 +125,12 @@ int receiveFrame(int fd, int flags, Frame* frame) {
     message.msg_controllen = sizeof(control.bytes);
     if (TEMP_FAILURE_RETRY(recvmsg(fd, &message, flags | MSG_CMSG_CLOEXEC)) < 0) return errno;
 
-    const unique_fd memory = takeDescriptor(&message);
-    if (memory.ok() != isAttached(header.size)) return EBADMSG;
-    return memory.ok() && !readMemory(memory.get(), &frame->body) ? EBADMSG : 0;
+    unique_fd attached = takeDescriptor(&message);
+    if (!isAttached(header.size)) {
+        frame->descriptor = std::move(attached);
+        return 0;
+    }
+    return attached.ok() && readMemory(attached.get(), &frame->body) ? 0 : EBADMSG;
 }
 
 }  // namespace android::kavel::host

@@ -34,6 +34,14 @@ IPCThreadState::IPCThreadState()
 
 IPCThreadState::~IPCThreadState() = default;
 
+pid_t IPCThreadState::getCallingPid() const {
+    return mCallingPid;
+}
+
+uid_t IPCThreadState::getCallingUid() const {
+    return mCallingUid;
+}
+
 void IPCThreadState::clearCaller() {
     mCallingPid = getpid();
     mCallingUid = getuid();
@@ -54,6 +62,9 @@ status_t IPCThreadState::getAndExecuteCommand() {
     Parcel data;
     Parcel reply;
     status_t status = data.setData(call.frame.body.data(), call.frame.body.size());
+    if (status == NO_ERROR && call.frame.descriptor.ok()) {
+        status = data.writeFileDescriptor(call.frame.descriptor.get(), false);
+    }
     if (status == NO_ERROR) {
         status = call.object->transact(call.frame.code, data, &reply, call.frame.flags);
     }

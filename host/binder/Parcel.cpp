@@ -102,6 +102,7 @@ void Parcel::freeData() {
     free(mData);
     mData = nullptr;
     mDataSize = mDataCapacity = mDataPos = 0;
+    mHasFds = false;
     mError = NO_ERROR;
 }
 
@@ -179,6 +180,19 @@ status_t Parcel::writeString16(const char16_t* str, size_t len) {
     std::memcpy(place, str, len * sizeof(char16_t));
     std::memset(place + len * sizeof(char16_t), 0, sizeof(char16_t));
     return NO_ERROR;
+}
+
+// A parcel has at most one descriptor, at its start, as in a dump. It is not closed with the
+// parcel.
+status_t Parcel::writeFileDescriptor(int fd, bool takeOwnership) {
+    if (mDataPos != 0 || takeOwnership) return BAD_VALUE;
+    const status_t status = writeInt32(fd);
+    mHasFds = status == NO_ERROR;
+    return status;
+}
+
+bool Parcel::hasFileDescriptors() const {
+    return mHasFds;
 }
 
 status_t Parcel::writeInterfaceToken(const String16& interface) {

@@ -88,6 +88,12 @@ String16 Parcel::readString16() const {
     return text;
 }
 
+int Parcel::readFileDescriptor() const {
+    int32_t fd = 0;
+    const bool isThere = mHasFds && mDataPos == 0 && readInt32(&fd) == NO_ERROR;
+    return isThere ? fd : int{BAD_TYPE};
+}
+
 bool Parcel::enforceInterface(const String16& interface, IPCThreadState*) const {
     readInt32();  // strict mode policy
     readInt32();  // work source

@@ -33,6 +33,16 @@ int receiveAnswer(int fd, bool isOneWay, Frame* answer) {
     return receiveFrame(fd, 0, answer);
 }
 
+/** Returns the descriptor in a call's parcel, or -1. */
+int descriptorOf(const Parcel& data) {
+    if (!data.hasFileDescriptors()) return -1;
+    const size_t position = data.dataPosition();
+    data.setDataPosition(0);
+    const int fd = data.readFileDescriptor();
+    data.setDataPosition(position);
+    return fd;
+}
+
 bool meansDead(int error) {
     return error == ECONNREFUSED || error == ENOENT || error == EPIPE;
 }
@@ -81,7 +91,8 @@ status_t Proxy::transact(uint32_t code, const Parcel& data, Parcel* reply, uint3
 
 int Proxy::exchange(const unique_fd& connection, uint32_t code, const Parcel& data, uint32_t flags,
                     Frame* answer, bool* mayHaveArrived) {
-    const int sent = sendFrame(connection.get(), 0, code, flags, data.data(), data.dataSize());
+    const int sent = sendFrame(connection.get(), 0, code, flags, data.data(), data.dataSize(),
+                               descriptorOf(data));
     if (sent != 0) {
         // If the connection was already closed, the server has not read the call.
         *mayHaveArrived = sent != EPIPE && sent != ECONNRESET;
@@ -135,8 +146,13 @@ status_t Proxy::pingBinder() {
     return transact(PING_TRANSACTION, data, &reply, 0);
 }
 
-status_t Proxy::dump(int, const Vector<String16>&) {
-    return INVALID_OPERATION;  // frames do not carry descriptors
+status_t Proxy::dump(int fd, const Vector<String16>& args) {
+    Parcel data;
+    Parcel reply;
+    data.writeFileDescriptor(fd, false);
+    data.writeInt32(static_cast<int32_t>(args.size()));
+    for (const String16& arg : args) data.writeString16(arg);
+    return transact(DUMP_TRANSACTION, data, &reply, 0);
 }
 
 status_t Proxy::linkToDeath(const sp<DeathRecipient>&, void*, uint32_t) {
