@@ -1,27 +1,66 @@
 #include "core/KavelBinderService.h"
 
+#include <algorithm>
 #include <exception>
 #include <string>
 
+#include <unistd.h>
+
+#include <android-base/scopeguard.h>
+#include <android-base/stringprintf.h>
+#include <binder/IPCThreadState.h>
 #include <utils/String8.h>
 
+#include "core/DaemonStatus.h"
+#include "core/DumpWriter.h"
+#include "event/ReportJournal.h"
 #include "handler/KavelEventHandler.h"
 #include "platform/Log.h"
 
 namespace android {
+
+using kavel::ReportJournal;
+
 namespace {
 
 /**
- * Runs @p call. The binder runtime does not catch exceptions, so one would end the daemon. Even the
- * first use of the handler can throw, if there is no memory or no thread.
+ * Runs @p call. Returns false if it has thrown an exception. The binder runtime does not catch
+ * exceptions, so one would end the daemon. Even the first use of the handler can throw, if there is
+ * no memory or no thread.
  */
 template <typename Call>
-void guarded(const char* step, long eventId, const Call& call) {
+bool guarded(const char* step, long eventId, const Call& call) {
     try {
         call();
+        return true;
     } catch (const std::exception& e) {
         KAVEL_LOGE(KAVEL_TAG_BINDER, "[%s]: eventId 0x%lx dropped: %s\n", step, eventId, e.what());
+        return false;
     }
+}
+
+constexpr uid_t kRoot = 0;
+constexpr uid_t kShell = 2000;  // AID_SHELL
+constexpr std::chrono::seconds kDumpPatience(5);
+/** Maximum number of dumps at once, so that callers that do not read leave threads for reports. */
+constexpr int kMaxDumps = 4;
+
+/**
+ * These users have android.permission.DUMP. The framework, which knows other holders, is not asked:
+ * it may be what hangs.
+ */
+bool mayDump(uid_t user) {
+    return user == kRoot || user == kShell || user == getuid();
+}
+
+std::string statusOf(std::chrono::seconds uptime, bool isJson) {
+    const kavel::StatusNode tree = kavel::describe(kavel::takeDaemonStatus(uptime));
+    return isJson ? kavel::statusJson(tree) : kavel::statusText(tree);
+}
+
+bool contains(const Vector<String16>& args, const char* word) {
+    return std::any_of(args.begin(), args.end(),
+                       [&](const String16& arg) { return arg == String16(word); });
 }
 
 }  // namespace
@@ -37,9 +76,12 @@ void KavelBinderService::sendFrameworkEvent(long eventId, long timestamp, long l
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent uid: %d", uid);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn sendFramworkEvent extraInfo: %s", extraText.c_str());
 
-    guarded("sendFrameworkEvent", eventId, [&] {
+    ReportJournal& journal = ReportJournal::instance();
+    journal.received(ReportJournal::Source::Framework);
+    const bool isHandled = guarded("sendFrameworkEvent", eventId, [&] {
         KavelEventHandler::getInstance().report({eventId, logInfo, pid, uid, extraText});
     });
+    if (!isHandled) journal.noteReport(kavel::Fate::Dropped, eventId, "there is no handler");
 }
 
 void KavelBinderService::updateEventParams(long eventId, String16 eventName, bool isEnable,
@@ -49,13 +91,36 @@ void KavelBinderService::updateEventParams(long eventId, String16 eventName, boo
                "Bn updateEventParams eventId: 0x%lx, isEnable: %d, reportFreq: %ld,timeWindow: "
                "%ld,recoverId: %ld",
                eventId, isEnable, reportFreq, timeWindow, recoverId);
-    guarded("updateEventParams", eventId, [&] {
+    const bool isStored = guarded("updateEventParams", eventId, [&] {
         kavel::EventParameters& parameters = KavelEventHandler::getInstance().parameters();
         parameters.updateEventParams(eventId, isEnable, reportFreq);
         parameters.setTimeWindow(eventId, timeWindow);
         parameters.setRecoverId(eventId, recoverId);
         parameters.setEventIdMap(recoverId, eventId, String8(eventName).c_str());
     });
+    if (!isStored) ReportJournal::instance().settingsRefused();
+}
+
+status_t KavelBinderService::dump(int fd, const Vector<String16>& args) {
+    const auto slot = base::make_scope_guard([this] { --mDumps; });
+    if (++mDumps > kMaxDumps) return WOULD_BLOCK;
+    try {
+        const IPCThreadState* const caller = IPCThreadState::self();
+        if (!mayDump(caller->getCallingUid())) {
+            return kavel::writeWithin(
+                    fd,
+                    base::StringPrintf("Permission Denial: can't dump %s from pid=%d, uid=%d\n",
+                                       KAVEL_BINDER_SERVICE_NAME, caller->getCallingPid(),
+                                       caller->getCallingUid()),
+                    kDumpPatience);
+        }
+        const auto uptime = std::chrono::duration_cast<std::chrono::seconds>(
+                std::chrono::steady_clock::now() - mStart);
+        return kavel::writeWithin(fd, statusOf(uptime, contains(args, "--json")), kDumpPatience);
+    } catch (const std::exception& e) {
+        KAVEL_LOGE(KAVEL_TAG_BINDER, "[dump]: no status: %s\n", e.what());
+        return NO_MEMORY;
+    }
 }
 
 }  // namespace android

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
+
 #include "event/IKavelBinder.h"
 
 namespace android {
@@ -11,6 +14,17 @@ class KavelBinderService : public BnKavelBinder {
                             String16 extraInfo) override;
     void updateEventParams(long eventId, String16 eventName, bool isEnable, long reportFreq,
                            long logInfo, long timeWindow, long recoverId) override;
+    /**
+     * Writes the daemon's status to @p fd, which the caller keeps: as text, or as JSON if one of
+     * @p args is "--json". Other arguments are ignored, as those of a bug report. Only for root,
+     * the shell and the daemon's own user; others get a line that says so. Waits for a limited time
+     * if the caller does not read.
+     */
+    status_t dump(int fd, const Vector<String16>& args) override;
+
+  private:
+    const std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
+    std::atomic<int> mDumps{0};  // that are being written
 };
 
 }  // namespace android

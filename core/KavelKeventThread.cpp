@@ -8,6 +8,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include "core/KernelChannel.h"
 #include "platform/Log.h"
 
 // Set-up lines are logged as errors even on success: bring-up engineers filter by that level.
@@ -17,6 +18,8 @@
 
 namespace android {
 
+using kavel::ChannelState;
+using kavel::kernelChannel;
 using kavel::kKeventDataSize;
 using kavel::MutexLock;
 
@@ -91,10 +94,14 @@ int KavelKeventThread::getKernelVersion() {
 }
 
 bool KavelKeventThread::threadLoop() {
-    if (mRecvData == nullptr) return false;
+    if (mRecvData == nullptr) {
+        kernelChannel().state = ChannelState::NoMemory;
+        return false;
+    }
     if (getKernelVersion() != 0) {
         LOG_SETUP("can not get kernel version, default treat mIsGki2 as false\n");
     }
+    kernelChannel().isGeneric = mIsGki2;
     if (!openSocket() || !registerWithKernel()) return false;
     while (true) {
         const int received = mIsGki2 ? recvKeventGki2() : recvKeventComp();
@@ -115,6 +122,7 @@ bool KavelKeventThread::openSocket() {
     mEventFd.reset(fd);
     LOG_SETUP("mEventFd %d\n", fd);
     if (fd < 0) {
+        kernelChannel().state = ChannelState::NoSocket;
         LOG_SETUP("can not create a socket %d %d\n", fd, error);
         return false;
     }
@@ -124,6 +132,7 @@ bool KavelKeventThread::openSocket() {
     LOG_SETUP("bind ret %d\n", result);
     if (result < 0) {
         mEventFd.reset();
+        kernelChannel().state = ChannelState::NotBound;
         LOG_SETUP("KavelKeventThread socket bind error.\n");
         return false;
     }
@@ -137,6 +146,7 @@ bool KavelKeventThread::registerWithKernel() {
     if (mIsGki2) {
         mFamilyId = genlGetFamilyId(kFamilyName);
         if (mFamilyId < 0) {
+            kernelChannel().state = ChannelState::NoFamily;
             LOG_SETUP("KavelKeventThread get genl family id failed.\n");
             return false;
         }
@@ -144,6 +154,8 @@ bool KavelKeventThread::registerWithKernel() {
     } else {
         result = sendKeventComp(1, 0, kRegistration);
     }
+    const bool isSent = mIsGki2 ? result == 0 : result > 0;
+    kernelChannel().state = isSent ? ChannelState::Registered : ChannelState::NotSent;
     // sendKeventComp() returns a byte count, so this line also follows a successful send. Bring-up
     // scripts wait for it.
     if (result != 0) LOG_SETUP("KavelKeventThread send to kernel my pid failed.\n");
@@ -219,6 +231,7 @@ int KavelKeventThread::receiveLocked(const char* startLine) {
                                       reinterpret_cast<sockaddr*>(&source), &sourceSize);
     const int error = received < 0 ? errno : 0;
     if (received > 0 && source.nl_pid != 0) {
+        ++kernelChannel().foreign;
         // Privileged processes can send to another process's netlink port. Accept only the kernel.
         if (mForeignPackets.add()) {
             LOG_SETUP("KavelKeventThread packet of port %u dropped, %" PRIu64 " so far\n",
@@ -227,9 +240,11 @@ int KavelKeventThread::receiveLocked(const char* startLine) {
         return -EINVAL;
     }
     if (received > 0) {
+        ++kernelChannel().packets;
         mReceiveFailures.reset();
         return static_cast<int>(received);
     }
+    ++kernelChannel().receiveFailures;
     if (mReceiveFailures.add()) {
         LOG_SETUP("KavelKeventThread receive from kernel failed\n");
         if (mReceiveFailures.count() > 1) {
@@ -258,6 +273,7 @@ int KavelKeventThread::recvKeventGki2() {
     if (attribute.nla_type >= KEVENT_TYPE_LOG && attribute.nla_type <= KEVENT_TYPE_EVENT) {
         mPacket->type = attribute.nla_type;
     } else {
+        ++kernelChannel().malformed;
         LOG_SETUP("recvKeventGki2 invalid attr type\n");
     }
     logPacketLocked();

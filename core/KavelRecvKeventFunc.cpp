@@ -10,8 +10,10 @@
 #include <log/log.h>
 #include <utils/SystemClock.h>
 
+#include "core/KernelChannel.h"
 #include "core/KeventDecoder.h"
 #include "core/PlxFile.h"
+#include "event/ReportJournal.h"
 #include "handler/KavelEventHandler.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "platform/Log.h"
@@ -137,6 +139,7 @@ void handleStatistic(const kavel_kevent_packet& packet) {
     const std::optional<PlxMsg> msg = getPlxMsgFromKevent(packet);
     if (!msg) {
         KAVEL_LOGW(KAVEL_NO_TAG, "getPlxMsgFromKevent failed\n");
+        ++kavel::kernelChannel().malformed;
         return;
     }
     if (msg->eventId == "Kavel") processBeforePlxMsgSend(*msg, packet.payload);
@@ -164,7 +167,9 @@ void handleKernelSendEvent(const std::string& message) {
     KAVEL_LOGI(KAVEL_NO_TAG, "dravo_kavel handleKernelSendEvent got message:%s\n", message.c_str());
     const kavel::EventText event = kavel::parseEventText(message);
     for (const kavel::EventToken& token : event.tokens) logToken(token);
-    if (event.isBad) return;
+    kavel::ReportJournal& journal = kavel::ReportJournal::instance();
+    journal.received(kavel::ReportJournal::Source::Kernel);
+    if (event.isBad) return journal.noteReport(kavel::Fate::Malformed, event.eventId, message);
     constexpr int kKernelUid = 0;
     try {
         KavelEventHandler::getInstance().report(
@@ -172,6 +177,7 @@ void handleKernelSendEvent(const std::string& message) {
     } catch (const std::exception& e) {  // on the first use, if there is no memory or no thread
         KAVEL_LOGE(KAVEL_NO_TAG, "dravo_kavel handleKernelSendEvent event %ld dropped: %s\n",
                    event.eventId, e.what());
+        journal.noteReport(kavel::Fate::Dropped, event.eventId, e.what());
     }
 }
 

@@ -13,6 +13,7 @@
 
 #include <cutils/sockets.h>
 
+#include "dig/DigStatus.h"
 #include "dig/dig.h"
 #include "platform/Log.h"
 #include "platform/Sleep.h"
@@ -78,7 +79,9 @@ int acceptOrExit(int fd) {
 int kavel_socketLoop() {
     const int fd = awaitControlSocket();
     listenOrExit(fd);
+    kavel::digStatus().state = kavel::SocketState::Listening;
     sConnection = acceptOrExit(fd);
+    kavel::digStatus().state = kavel::SocketState::Connected;
 
     const int error = pthread_create(&sReader, nullptr, recvEvents, &sConnection);
     if (error == 0) {
@@ -89,6 +92,7 @@ int kavel_socketLoop() {
     close(sConnection);
     close(fd);
     digExit();
+    kavel::digStatus().state = kavel::SocketState::Ended;
     return 0;
 }
 

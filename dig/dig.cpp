@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "dig/DigStatus.h"
 #include "dig/LineText.h"
 #include "dig/LiveEvents.h"
 #include "dig/RawRecord.h"
@@ -71,6 +72,7 @@ void makeBaseEvets2() {
 
 void digExit() {
     liveEvents().clear();
+    kavel::digStatus().liveEvents = 0;
     baseEvents().clear();
 }
 
@@ -80,6 +82,8 @@ void sendRawEvent(char* buffer) {
         return;
     }
     RawRecord record = kavel::parseRawRecord(buffer);
+    ++kavel::digStatus().records;
+    if (record.fault != RecordFault::None) ++kavel::digStatus().corrupt;
     switch (record.fault) {
         case RecordFault::TooFewFields:
             logLine(ANDROID_LOG_INFO, "recv_content size < 3, corrupted raw data.");
@@ -111,6 +115,7 @@ void matchEvent(Event& now) {
     }
     const std::optional<int64_t> before = liveEvents().findRelated(now);
     if (!before) return;
+    ++kavel::digStatus().freezes;
     logLine(ANDROID_LOG_DEBUG, "found");
     kavel::LineText line;
     // Tools that read the log depend on the spelling "freezen".
@@ -122,6 +127,7 @@ void matchEvent(Event& now) {
 
 void queueLiveEvents(Event& event) {
     liveEvents().queue(event);
+    kavel::digStatus().liveEvents = liveEvents().size();
 }
 
 }  // namespace android

@@ -5,15 +5,45 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "dump/CommercialNotes.h"
 #include "dump/LogFolder.h"
 #include "event/KavelEvent.h"
+#include "event/ReportJournal.h"
 #include "platform/Mutex.h"
 
 namespace android::kavel {
 
 struct DumpContext;
+
+/** What a catch does now. */
+enum class CatchPhase : uint8_t {
+    FirstRound,
+    Window,            ///< until the second round
+    SecondRound,       ///< of the streaming logs
+    AwaitingBits,      ///< the pack waits for commands to confirm their bits
+    AwaitingCommands,  ///< the pack waits for commands that are late
+    Packing,
+    Kept,           ///< technical event; waits for an abnormal action
+    AwaitingFiles,  ///< hang warning; waits for the multimedia tooling
+};
+
+/** Returns the name of the phase, for people and tools. */
+const char* phaseText(CatchPhase phase);
+
+/** Snapshot of one catch. */
+struct CatchStatus {
+    EventRef event;
+    CatchPhase phase = CatchPhase::FirstRound;
+    std::chrono::milliseconds age{};                ///< since the catch began
+    std::optional<std::chrono::milliseconds> left;  ///< until the end of the window
+    uint32_t missingBits = 0;                       ///< not confirmed, but can be
+    std::string folder;                             ///< path; empty if it has none
+    std::vector<OpenWork> work;                     ///< in the folder, oldest first
+};
 
 /** Collection of the logs of one event. Lives as long as a dump thread or a command holds it. */
 class Catch {
@@ -31,15 +61,26 @@ class Catch {
         return mFolder;
     }
     void setFolder(LogFolderRef folder) {
+        if (folder != nullptr) ReportJournal::instance().setFolder(*event, folder->path());
         MutexLock lock(mLock);
         mFolder = std::move(folder);
     }
+
+    /** Notes the phase, and the time until its end if that is known. */
+    void enter(CatchPhase phase, std::chrono::seconds length = {});
+    /** Notes that the catch ends without an archive. Only the first call counts. */
+    void fail(Fate fate, const std::string& detail = "");
+    CatchStatus status() const;
 
     /** Marks the first round as begun: from now on it is work of the folder. */
     void beginFirstRound() {
         MutexLock lock(mLock);
         mHasBegun = true;
         mBegun.notify_all();
+    }
+    bool hasBegun() const {
+        MutexLock lock(mLock);
+        return mHasBegun;
     }
     /** Waits until the first round has begun, for at most @p patience. */
     void awaitFirstRound(std::chrono::milliseconds patience) {
@@ -54,6 +95,10 @@ class Catch {
     std::condition_variable mBegun;
     LogFolderRef mFolder GUARDED_BY(mLock);
     bool mHasBegun GUARDED_BY(mLock) = false;
+    bool mHasFailed GUARDED_BY(mLock) = false;
+    CatchPhase mPhase GUARDED_BY(mLock) = CatchPhase::FirstRound;
+    std::chrono::steady_clock::time_point mPhaseEnd GUARDED_BY(mLock);
+    const std::chrono::steady_clock::time_point mSince = std::chrono::steady_clock::now();
 };
 
 using CatchRef = std::shared_ptr<Catch>;
@@ -71,6 +116,8 @@ class CatchTable {
     CatchRef add(const EventRef& event);
     /** Returns the catch of that record, or null. */
     CatchRef find(int32_t kavelEventId) const;
+    /** Returns the @p limit oldest catches, oldest first, and stores the number of all. */
+    std::vector<CatchStatus> status(size_t limit, size_t* count) const;
 
   private:
     void remove(const Catch& ended);

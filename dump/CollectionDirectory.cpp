@@ -5,6 +5,7 @@
 
 #include "dump/LogFolderName.h"
 #include "dump/Pack.h"
+#include "event/ReportJournal.h"
 #include "platform/ShellQuote.h"
 
 namespace fs = std::filesystem;
@@ -41,13 +42,34 @@ bool ensureCollectionDirectory() {
     return fs::is_directory(kArchiveDirectory, error);
 }
 
-std::string moveToCollection(const char* prefix, const std::string& folder) {
+namespace {
+
+/** Moves the archive. Returns a text for an error line; stores the archive's name. */
+std::string move(const char* prefix, const std::string& folder, std::string* name) {
     if (!ensureCollectionDirectory()) return std::string(kArchiveDirectory) + " cannot be used";
     const std::optional<std::string> place = freePlace(fs::path(folder).filename());
     if (!place) return "no name is free";
     const int status = logAndRun(
             prefix, "mv " + shellQuote(folder) + kArchiveSuffix + " " + shellQuote(*place));
+    const fs::path target = *place;
+    *name = target == kArchiveDirectory ? archiveName(fs::path(folder).filename().native(), 1)
+                                        : target.filename().native();
     return status == 0 ? "" : "mv failed, status is: " + std::to_string(status);
+}
+
+}  // namespace
+
+std::string moveToCollection(const char* prefix, const std::string& folder) {
+    std::error_code error;
+    const uintmax_t size = fs::file_size(folder + kArchiveSuffix, error);
+    std::string name;
+    std::string problem = move(prefix, folder, &name);
+    if (problem.empty()) {
+        ReportJournal::instance().notePacked(folder, name, error ? 0 : size);
+    } else {
+        ReportJournal::instance().noteFolder(Fate::NotMoved, folder, problem);
+    }
+    return problem;
 }
 
 }  // namespace android::kavel

@@ -37,8 +37,15 @@ std::chrono::milliseconds joinFolder(const CatchRef& related, const std::string&
     if (folder == nullptr || folder->isWindow() || !folder->isOpen()) return patience;
     const auto left = closeFolder(kPrefix, *related->event, *folder, patience);
     if (!left) return patience;
-    logRunAndCheck(kPrefix, StringPrintf("mv %s %s/", shellQuote(folder->path()).c_str(),
-                                         shellQuote(path).c_str()));
+    const int status =
+            logRunAndCheck(kPrefix, StringPrintf("mv %s %s/", shellQuote(folder->path()).c_str(),
+                                                 shellQuote(path).c_str()));
+    ReportJournal& journal = ReportJournal::instance();
+    if (status == 0) {
+        journal.moveFolder(folder->path(), path);
+    } else {
+        journal.noteFolder(Fate::NotMoved, folder->path(), "mv status " + std::to_string(status));
+    }
     return *left;
 }
 
@@ -62,6 +69,7 @@ void commercialLogPack(const CatchRef& running, const std::vector<EventRef>& rin
 
     std::chrono::milliseconds patience = kLateWorkPatience;
     const std::string quoted = shellQuote(path);
+    running->enter(CatchPhase::AwaitingBits);
     for (const EventRef& record : related) {
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel commercialLogPack]: Kavel event log to be packed found.\n");
@@ -75,7 +83,10 @@ void commercialLogPack(const CatchRef& running, const std::vector<EventRef>& rin
         if (technical == nullptr) technical = context.technical.claim(record);
         patience = joinFolder(technical, path, patience);
     }
-    if (closeFolder(kPrefix, main, *folder, patience)) packFolder(job, *folder);
+    running->enter(CatchPhase::AwaitingCommands);
+    if (!closeFolder(kPrefix, main, *folder, patience)) return;
+    running->enter(CatchPhase::Packing);
+    packFolder(job, *folder);
 }
 
 }  // namespace android::kavel

@@ -14,6 +14,7 @@ void startDumpThread(CatchRef running, std::function<void()> body) {
         } catch (const std::exception& e) {
             KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel startDumpThread]: catch of event %d ended: %s\n",
                        running->event->kavelEventId, e.what());
+            running->fail(Fate::Ended, e.what());
         }
     }).detach();
 }

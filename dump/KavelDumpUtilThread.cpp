@@ -22,6 +22,8 @@
 
 namespace android {
 
+using kavel::Catch;
+using kavel::CatchPhase;
 using kavel::CatchRef;
 using kavel::DumpContext;
 using kavel::LogFolder;
@@ -57,6 +59,7 @@ void logNoFolder(const char* thread, const CatchRef& running) {
                 "[dravo_kavel %s]: no folder for %s, or it is packed already: '%s'\n", thread,
                 kavel::eventText(*running->event).c_str(),
                 folder == nullptr ? "" : folder->path().c_str());
+    running->fail(kavel::Fate::NoFolder);
 }
 
 void addEventLine(const char* thread, const CatchRef& running, LogFolder& folder) {
@@ -75,6 +78,7 @@ void removeFolders(const std::vector<CatchRef>& catches) {
     for (const CatchRef& dropped : catches) {
         const LogFolderRef folder = dropped->folder();
         if (folder == nullptr || folder->isWindow() || !folder->close()) continue;
+        dropped->fail(kavel::Fate::Unclaimed);
         kavel::removeFolder("[dravo_kavel immediateDumpThread]: ", folder->path());
     }
 }
@@ -94,12 +98,15 @@ uint64_t windowSeconds(const KavelEvent& event, int64_t window) {
 }
 
 /** Waits until the second round: for the event's window, or a fixed time if it has none. */
-void awaitWindow(DumpContext& context, const KavelEvent& event) {
+void awaitWindow(Catch& running) {
+    DumpContext& context = running.context;
+    const KavelEvent& event = *running.event;
     const int64_t window = context.parameters.getTimeWindow(event.eventId);
     if (window == 0) {
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel trailContinuousDumpThread]: waittime is 0, wait 30s to generate "
                    "log.\n");
+        running.enter(CatchPhase::Window, std::chrono::seconds(kWindowless));
         kavel::sleepSeconds(kWindowless);
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel trailContinuousDumpThread]: waittime is 0, continue to collect "
@@ -111,6 +118,7 @@ void awaitWindow(DumpContext& context, const KavelEvent& event) {
                "[dravo_kavel trailContinuousDumpThread]: trailContinuousDumpThread start in %d "
                "s.\n",
                static_cast<int>(seconds));
+    running.enter(CatchPhase::Window, std::chrono::seconds(seconds));
     kavel::sleepSeconds(seconds);
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel trailContinuousDumpThread]: trailContinuousDumpThread start.\n");
@@ -150,6 +158,7 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
     if (isCommercial && !event.type.isAbnormalAction()) {
         // An abnormal action near it packs the folder.
         dropped = context.technical.keep(running, kavel::monotonicNs());
+        running->enter(CatchPhase::Kept);
     }
     kavel::generateKavelHistoryLog(running);
     addEventLine("immediateDumpThread", running, *folder);
@@ -162,10 +171,11 @@ void KavelDumpUtilThread::trailContinuousDumpThread(const CatchRef& running) {
     const kavel::TraceSection trace("trailContinuousDumpThread");
     const KavelEvent& event = *running->event;
     const LogFolderRef folder = running->folder();
-    awaitWindow(running->context, event);
+    awaitWindow(*running);
     // The window that this event opened ends here, even if the setting has become 0 meanwhile.
     if (folder->isWindow()) running->context.combinedDumpRunning = false;
     if (!folder->isOpen()) return logNoFolder("trailContinuousDumpThread", running);
+    running->enter(CatchPhase::SecondRound);
     const auto bits = static_cast<uint32_t>(event.logInfo);
     kavel::collectLog(bits & KAVEL_LOGINFO_CONTINUOUS, running);
     kavel::trailLogPack(running, kavel::anrStacktraceFlag(bits));
@@ -176,8 +186,10 @@ void KavelDumpUtilThread::commercialContinuousDumpThread(
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel commercialContinuousDumpThread]: commercialContinuousDumpThread "
                "start.\n");
+    running->enter(CatchPhase::Window, std::chrono::seconds(kCommercialWindow));
     kavel::sleepSeconds(kCommercialWindow);
     running->awaitFirstRound(kavel::kLateWorkPatience);
+    running->enter(CatchPhase::SecondRound);
     // After the waits, because the folder of a window may be packed by now.
     const LogFolderRef before = running->folder();
     const LogFolderRef folder = commercialFolder(running);

@@ -1,5 +1,6 @@
 #include "dump/KavelThreadPool.h"
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <system_error>
@@ -159,6 +160,17 @@ void KavelThreadPool::watch() {
             logNoThread(e);
         }
     }
+}
+
+android::kavel::PoolStatus KavelThreadPool::status() const {
+    MutexLock lock(mTaskLock);
+    // A new worker is counted a moment after it starts, so both counts can be negative.
+    return {mNamePrefix,
+            static_cast<size_t>(max(mLive, 0)),
+            static_cast<size_t>(max(mIdleCount.load(), 0)),
+            mTasks.size(),
+            mCreated,
+            mMaxSize};
 }
 
 void KavelThreadPool::logNoThread(const system_error& e) {

@@ -12,6 +12,20 @@
 
 #include "platform/Mutex.h"
 
+namespace android::kavel {
+
+/** Snapshot of a thread pool. */
+struct PoolStatus {
+    const char* name = "";
+    size_t threads = 0;  ///< workers that have not ended
+    size_t idle = 0;     ///< of these: without a task
+    size_t queued = 0;   ///< tasks that wait for a worker
+    size_t created = 0;  ///< workers that were ever started
+    size_t limit = 0;    ///< maximum of these
+};
+
+}  // namespace android::kavel
+
 // In namespace std because callers use the pool under that name.
 namespace std {
 
@@ -63,6 +77,8 @@ class KavelThreadPool {
         return result;
     }
 
+    android::kavel::PoolStatus status() const;
+
   private:
     static void logException(const exception& e);
     static void logNoThread(const system_error& e);
@@ -78,7 +94,7 @@ class KavelThreadPool {
 
     // Lock order: grow lock, then task lock.
     android::kavel::Mutex mGrowLock;
-    android::kavel::Mutex mTaskLock;
+    mutable android::kavel::Mutex mTaskLock;
     vector<thread> mThreads GUARDED_BY(mGrowLock);
     queue<packaged_task<void()>> mTasks GUARDED_BY(mTaskLock);
     int mWaiting GUARDED_BY(mTaskLock) = 0;     // workers that wait for the signal

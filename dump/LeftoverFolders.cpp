@@ -22,6 +22,7 @@
 #include "dump/LogFolderName.h"
 #include "dump/Nwatchcall.h"
 #include "dump/Pack.h"
+#include "event/ReportJournal.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
 
@@ -95,6 +96,7 @@ uintmax_t countAttempt(const std::string& folder) {
 void giveUp(const std::string& folder, const char* reason) {
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "%s%s, its logs are lost: %s\n", kPrefix, reason,
                 folder.c_str());
+    ReportJournal::instance().noteFolder(Fate::GivenUp, folder, reason);
     removeFolder(kPrefix, folder);
 }
 
@@ -110,6 +112,9 @@ bool isHangWarning(const std::string& folder) {
 bool packLeftover(const std::string& path, uintmax_t attempt) {
     const LogFolder folder(path);
     if (!folder.hasContent()) {
+        kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "%sempty, its event has no logs: %s\n", kPrefix,
+                    path.c_str());
+        ReportJournal::instance().noteFolder(Fate::NothingToPack, path);
         std::error_code error;
         fs::remove_all(path, error);
         return true;

@@ -107,6 +107,9 @@ void collectLogWithCmdExecuteThread(const std::string& cmd, uint32_t logBit,
                     "[dravo_kavel collectLogWithCmdExecuteThread]: %s lacks a log, status is: %d: "
                     "%s\n",
                     eventText(*running->event).c_str(), status, command.c_str());
+        ReportJournal::instance().addDetail(
+                running->folder()->path(),
+                "lacks a log, status " + std::to_string(status) + " of: " + cmd);
     }
     running->event->collected |= logBit;
 }

@@ -21,11 +21,11 @@ namespace android::kavel {
 LogFolder::LogFolder(std::string path, Kind kind) : mPath(std::move(path)), mKind(kind) {}
 
 LogFolder::Work LogFolder::beginWork(const std::string& label) {
-    std::list<std::string>::iterator entry;
+    std::list<OpenWork>::iterator entry;
     {
         MutexLock lock(mLock);
         if (mIsClosed) return nullptr;
-        entry = mWork.insert(mWork.end(), label);
+        entry = mWork.insert(mWork.end(), {label, std::chrono::steady_clock::now()});
     }
     // Without the lock, because the end of the work takes it. The work holds the folder, so the
     // list exists until then.
@@ -37,6 +37,12 @@ LogFolder::Work LogFolder::beginWork(const std::string& label) {
 }
 
 std::vector<std::string> LogFolder::openWork() const {
+    std::vector<std::string> labels;
+    for (OpenWork& one : work()) labels.push_back(std::move(one.label));
+    return labels;
+}
+
+std::vector<OpenWork> LogFolder::work() const {
     MutexLock lock(mLock);
     return {mWork.begin(), mWork.end()};
 }

@@ -12,6 +12,12 @@
 
 namespace android::kavel {
 
+/** Work that has begun in a log folder and has not ended. */
+struct OpenWork {
+    std::string label;
+    std::chrono::steady_clock::time_point since;
+};
+
 /**
  * The log folder of one catch, or of all catches of a window. Everything that writes into it is
  * work. The pack waits a limited time for work and then closes the folder; after that no work
@@ -35,6 +41,8 @@ class LogFolder : public std::enable_shared_from_this<LogFolder> {
     Work beginWork(const std::string& label);
     /** Returns the labels of the work that has not ended, oldest first. */
     std::vector<std::string> openWork() const;
+    /** Returns the work that has not ended, oldest first. */
+    std::vector<OpenWork> work() const;
     /**
      * Closes the folder when its work has ended, at the latest after @p patience. Returns the rest
      * of @p patience, or nullopt if the folder was closed already.
@@ -61,7 +69,7 @@ class LogFolder : public std::enable_shared_from_this<LogFolder> {
 
     mutable Mutex mLock;
     std::condition_variable mWorkEnded;
-    std::list<std::string> mWork GUARDED_BY(mLock);
+    std::list<OpenWork> mWork GUARDED_BY(mLock);
     bool mIsClosed GUARDED_BY(mLock) = false;
 
     Mutex mEventsLock;  // separate, because it is held while the file is written

@@ -9,6 +9,7 @@
 #include "dump/LogFolderName.h"
 #include "dump/NearestFile.h"
 #include "dump/Pack.h"
+#include "event/ReportJournal.h"
 #include "platform/KavelPrint.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
@@ -65,6 +66,7 @@ void packNwatchcallLog(bool found, const std::string& folder, const std::string&
     } else if (found) {
         packFolder({kPack, subject}, LogFolder(folder));
     } else {
+        ReportJournal::instance().noteFolder(Fate::NoHangFiles, folder);
         removeFolder(kPack, folder);
     }
 }

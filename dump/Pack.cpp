@@ -16,6 +16,7 @@
 #include "dump/CollectionDirectory.h"
 #include "dump/LogCommands.h"
 #include "dump/LogFolderName.h"
+#include "event/ReportJournal.h"
 #include "platform/KavelPrint.h"
 #include "platform/OneLine.h"
 #include "platform/Shell.h"
@@ -45,6 +46,7 @@ void logError(const PackJob& job, const std::string& problem, const std::string&
 
 void logNothingToPack(const PackJob& job, const LogFolder& folder) {
     logError(job, "nothing to pack, the folder is empty, gone or packed already", folder.path());
+    ReportJournal::instance().noteFolder(Fate::NothingToPack, folder.path());
     std::error_code error;
     if (isUsableFolder(folder.path()) && !folder.hasContent()) fs::remove_all(folder.path(), error);
 }
@@ -82,6 +84,14 @@ int runTar(const PackJob& job, const std::string& path, const char* members) {
     return runShell(pack, kPackDeadline);
 }
 
+/** Whether less is free than an archive of a few small logs needs. */
+bool isDiskFull(const std::string& path) {
+    constexpr uintmax_t kNeeded = uintmax_t{64} * 1024;
+    std::error_code error;
+    const fs::space_info space = fs::space(fs::path(path).parent_path(), error);
+    return !error && space.available < kNeeded;
+}
+
 /** Makes the archive beside the folder. False if there is none, or one that must not be used. */
 bool makeArchive(const PackJob& job, const std::string& path) {
     const std::string archive = path + kArchiveSuffix;
@@ -104,7 +114,15 @@ bool makeArchive(const PackJob& job, const std::string& path) {
                                  : "no archive, the folder stays, status is: %d",
                           status),
              path);
-    if (!isUsed) fs::remove(archive, error);
+    ReportJournal& journal = ReportJournal::instance();
+    const std::string detail = StringPrintf("tar status %d", status);
+    if (isUsed) {
+        journal.addDetail(path, "the archive may lack files, " + detail);
+    } else {
+        // Before the removal, which frees what the archive has used.
+        journal.noteFolder(isDiskFull(path) ? Fate::DiskFull : Fate::PackFailed, path, detail);
+        fs::remove(archive, error);
+    }
     return isUsed;
 }
 
@@ -125,11 +143,12 @@ int logAndRun(const char* prefix, const std::string& command, const char* suffix
     return runShell(command);
 }
 
-void logRunAndCheck(const char* prefix, const std::string& command, const char* suffix) {
+int logRunAndCheck(const char* prefix, const std::string& command, const char* suffix) {
     const int status = logAndRun(prefix, command, suffix);
-    if (status == 0) return;
+    if (status == 0) return status;
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_WARN, "%sfailed, status is: %d: %s\n", prefix, status,
                 oneLine(command).c_str());
+    return status;
 }
 
 bool verifyLogIntegrity(const KavelEvent& record) {
@@ -163,6 +182,10 @@ std::optional<std::chrono::milliseconds> closeFolder(const char* prefix, const K
             collectableBits(static_cast<uint32_t>(record.logInfo)) & ~record.collected;
     const std::vector<std::string> late = folder.openWork();
     if (late.empty() && missing == 0) return left;
+    ReportJournal::instance().addDetail(
+            folder.path(),
+            StringPrintf("bits 0x%x of record %d are missing%s%s", missing, record.kavelEventId,
+                         late.empty() ? "" : ", still running: ", base::Join(late, ", ").c_str()));
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_WARN, "%s%s: packed without bits 0x%x%s%s: %s\n", prefix,
                 eventText(record).c_str(), missing,
                 late.empty() ? "" : ", still running: ", base::Join(late, ", ").c_str(),

@@ -15,7 +15,7 @@ inline constexpr std::chrono::milliseconds kLateWorkPatience = std::chrono::seco
 /** Logs @p prefix + @p command + @p suffix through the masking helper, then runs the command. */
 int logAndRun(const char* prefix, const std::string& command, const char* suffix = "");
 /** Does the same and logs a warning if the command fails. */
-void logRunAndCheck(const char* prefix, const std::string& command, const char* suffix = "");
+int logRunAndCheck(const char* prefix, const std::string& command, const char* suffix = "");
 
 /** Whether all log-selection bits of @p record are confirmed, and no others. */
 bool verifyLogIntegrity(const KavelEvent& record);

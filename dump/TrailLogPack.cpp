@@ -100,10 +100,14 @@ void trailLogPack(const CatchRef& running, int needPackAnrStacktrace) {
     }
     packPendingCaptures(context, event.type, path);
     if (!event.type.has(kQuickPack)) {
+        running->enter(CatchPhase::AwaitingBits);
         awaitCollected(event);
         sleepSeconds(2);
     }
-    if (closeFolder(kPrefix, event, *folder, kLateWorkPatience)) packFolder(job, *folder);
+    running->enter(CatchPhase::AwaitingCommands);
+    if (!closeFolder(kPrefix, event, *folder, kLateWorkPatience)) return;
+    running->enter(CatchPhase::Packing);
+    packFolder(job, *folder);
 }
 
 void packExtraInfo(const KavelEvent& event, const std::string& path) {

@@ -1,5 +1,7 @@
 #include "event/EventParameters.h"
 
+#include <type_traits>
+
 #include "platform/Log.h"
 
 namespace android::kavel {
@@ -71,6 +73,23 @@ bool EventParameters::hasRecoverId(int64_t eventId) const {
 int64_t EventParameters::recoverId(int64_t eventId) {
     MutexLock lock(mLock);
     return mRecoverIdMap[eventId];
+}
+
+std::vector<EventTypeStatus> EventParameters::status() const {
+    const auto valueOf = [](const auto& map, int64_t eventId) {
+        const auto entry = map.find(eventId);
+        return entry == map.end() ? typename std::decay_t<decltype(map)>::mapped_type()
+                                  : entry->second;
+    };
+    std::vector<EventTypeStatus> types;
+    MutexLock lock(mLock);
+    // Look-ups add entries to the other maps.
+    for (const auto& [eventId, window] : mKavelEventTimeWindow) {
+        const EventParam param = valueOf(mEventParamMap, eventId);
+        types.push_back({eventId, valueOf(mEventIdMap, eventId), param.isEnable, window,
+                         param.reportFreq, valueOf(mRecoverIdMap, eventId)});
+    }
+    return types;
 }
 
 }  // namespace android::kavel

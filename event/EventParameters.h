@@ -4,10 +4,21 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/Mutex.h"
 
 namespace android::kavel {
+
+/** Settings of one event type. */
+struct EventTypeStatus {
+    int64_t eventId = 0;
+    std::string name;
+    bool isEnabled = false;
+    int64_t windowMs = 0;
+    int64_t frequency = 0;
+    int64_t recoverId = 0;  ///< 0 if it has none
+};
 
 /**
  * Settings that the framework has sent for each event type. There are no defaults: an event type
@@ -41,6 +52,9 @@ class EventParameters {
     bool hasRecoverId(int64_t eventId) const;
     /** The recovery action of the event type; 0 if none was set. */
     int64_t recoverId(int64_t eventId);
+
+    /** Returns the settings of each event type that was configured. Adds no entry. */
+    std::vector<EventTypeStatus> status() const;
 
   private:
     struct EventParam {

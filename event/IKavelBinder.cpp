@@ -2,6 +2,7 @@
 
 #include <utils/String8.h>
 
+#include "event/ReportJournal.h"
 #include "platform/Log.h"
 
 namespace android {
@@ -115,6 +116,8 @@ bool readSettings(const Parcel& data, EventSettings* settings) {
 
 status_t BnKavelBinder::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                    uint32_t flags) {
+    // The platform's request, for any kind of service: its parcel has no interface token.
+    if (code == DUMP_TRANSACTION) return BBinder::onTransact(code, data, reply, flags);
     CHECK_INTERFACE(IKavelBinder, data, reply);
     KAVEL_LOGI(KAVEL_TAG_BINDER, "Bn onTransaction code:%d", static_cast<int>(code));
     switch (code) {
@@ -126,6 +129,7 @@ status_t BnKavelBinder::onTransact(uint32_t code, const Parcel& data, Parcel* re
                            "[updateEventParams]: settings of eventId 0x%lx refused: the request is "
                            "cut short\n",
                            static_cast<long>(settings.eventId));
+                kavel::ReportJournal::instance().settingsRefused();
                 return NOT_ENOUGH_DATA;
             }
             updateEventParams(settings.eventId, settings.eventName, settings.isEnable,

@@ -40,7 +40,9 @@ void CommercialCatchers::commerialAbnormalActionKavelEventLogCatcher(const Event
     notes.setHasRelatedEvents(false);
     notes.addRelatedEvent(relatedEntry(*event));
     int32_t logInfo = 0;
-    if (!noteRelatedEvents(records, event, notes, &logInfo)) return;
+    if (!noteRelatedEvents(records, event, notes, &logInfo)) {
+        return running->fail(Fate::Duplicate);
+    }
 
     running->setFolder(mTrailCatcher.combinedLogFolder());
     startImmediateDump(running);

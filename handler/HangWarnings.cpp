@@ -33,14 +33,19 @@ void HangWarnings::collect(const EventRef& event) {
                 "[dravo_kavel copyNwatchcallLog]: %d hang warnings are waiting already, event %d "
                 "skipped.\n",
                 kMaxWaitingWarnings, event->kavelEventId);
+        ReportJournal::instance().note(Fate::TooManyWaiting, *event);
         return;
     }
     // Released when the thread ends, or at once if there is no thread.
     const std::shared_ptr<void> slot(nullptr, [waiting = mWaiting](void* /*none*/) { --*waiting; });
     const std::string folder = buildLogPathFolderName(mDump.parameters, event.get());
     base::WriteStringToFile("", folder + "/" + kHangWarningMarker);
-    startDumpThread(mDump.catches.add(event), [event, folder, slot] {
-        packNwatchcallLog(copyNwatchcallLog(folder), folder, eventText(*event));
+    const CatchRef running = mDump.catches.add(event);
+    running->setFolder(std::make_shared<LogFolder>(folder));
+    running->enter(CatchPhase::AwaitingFiles);
+    startDumpThread(running, [running, folder, slot] {
+        running->beginFirstRound();
+        packNwatchcallLog(copyNwatchcallLog(folder), folder, eventText(*running->event));
     });
 }
 

@@ -8,6 +8,7 @@
 
 #include "event/ExtraInfo.h"
 #include "event/KavelTimestamp.h"
+#include "event/ReportJournal.h"
 #include "handler/StatisticUpload.h"
 #include "platform/CheckedCast.h"
 #include "platform/Clock.h"
@@ -21,6 +22,8 @@ namespace android {
 ANDROID_SINGLETON_STATIC_INSTANCE(KavelEventHandler)
 
 using kavel::EventRef;
+using kavel::Fate;
+using kavel::ReportJournal;
 using kavel::TraceSection;
 using kavel::VariantPolicy;
 
@@ -40,6 +43,7 @@ void KavelEventHandler::report(const KavelReport& report) {
                 "text: %s\n",
                 report.eventId, e.what(), report.pid, report.uid,
                 kavel::oneLine(report.extraInfo).c_str());
+        ReportJournal::instance().noteReport(Fate::Dropped, report.eventId, e.what());
     }
 }
 
@@ -58,6 +62,7 @@ bool KavelEventHandler::buildNewKavelEvent(long eventId, const KavelTimestamp* t
     if (!mParameters.isEnabled(eventId)) {
         KAVEL_LOGI(KAVEL_TAG_BINDER, "buildNewKavelEvent eventId: 0x%lx is Disable! value: %d",
                    eventId, false);
+        ReportJournal::instance().noteReport(Fate::Disabled, eventId);
         return false;
     }
     KAVEL_LOGI(KAVEL_TAG_BINDER, "[buildNewKavelEvent]: buildNewKavelEvent start.\n");
@@ -82,6 +87,7 @@ void KavelEventHandler::kavelEventHandleThread(const std::shared_ptr<KavelEvent>
         KAVEL_LOGI(KAVEL_NO_TAG,
                    "[dravo_kavel kavelEventHandleThread]: placeKavelEvent failed or event "
                    "dumped.\n");
+        ReportJournal::instance().note(Fate::Duplicate, *event);
         return;
     }
     for (const Step step : kSteps) {
@@ -122,12 +128,14 @@ KavelEventHandler::Next KavelEventHandler::recover(const EventRef& event) {
     if (!event->type.has(kavel::kRecoverable) || !mParameters.hasRecoverId(event->eventId)) {
         return Next::Continue;
     }
-    if (!VariantPolicy::checkSystemVerion() &&
-        base::GetIntProperty<int32_t>("persist.sys.agingtest", 0) != 1) {
+    const bool isOn = !VariantPolicy::checkSystemVerion() &&
+                      base::GetIntProperty<int32_t>("persist.sys.agingtest", 0) != 1;
+    if (isOn) {
         kavel::doKavelRecoverAction(mParameters, event->pid, event->eventId,
                                     event->extraInfo.processName, event->extraInfo.eventType);
     }
     // Recovery events never cause a catch, even if there was no recovery.
+    ReportJournal::instance().note(isOn ? Fate::Recovery : Fate::RecoveryOff, *event);
     return Next::Stop;
 }
 
@@ -135,6 +143,7 @@ KavelEventHandler::Next KavelEventHandler::skipEventsWithoutLogs(const EventRef&
     if (event->type.logs != kavel::LogRule::None) return Next::Continue;
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel kavelEventHandleThread]: don't catchlog, just return \n");
+    ReportJournal::instance().note(Fate::NoLogs, *event);
     return Next::Stop;
 }
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <utils/Singleton.h>
 
@@ -16,6 +17,23 @@
 #include "handler/VariantPolicy.h"
 
 namespace android {
+
+namespace kavel {
+
+/** Snapshot of the handler. */
+struct HandlerStatus {
+    std::vector<EventTypeStatus> eventTypes;
+    std::vector<EventRef> events;      ///< the event list, oldest first
+    std::vector<CatchStatus> catches;  ///< the oldest ones, oldest first
+    size_t catchCount = 0;             ///< number of all catches
+    bool isWindowOpen = false;
+    std::vector<PoolStatus> pools;
+};
+
+/** Maximum number of catches in a snapshot. */
+inline constexpr size_t kMaxStatusCatches = 32;
+
+}  // namespace kavel
 
 /** One report, as the framework or the kernel sent it. */
 struct KavelReport {
@@ -41,6 +59,9 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
      * handled, one error line is logged.
      */
     void report(const KavelReport& report);
+
+    /** Takes a snapshot. Waits for nothing but short locks. */
+    kavel::HandlerStatus status() const;
 
     /** Settings of each event type. */
     kavel::EventParameters& parameters() { return mParameters; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <string>
 
 namespace android::kavel {
 
@@ -8,6 +9,22 @@ namespace android::kavel {
 // spelling.
 inline constexpr bool KAVEL_SYSTEM_VERSION_FORMAL = true;  ///< commercial build
 inline constexpr bool KAVEL_SYSTEM_VERSION_TRAIL = false;  ///< field trial
+
+/** Why the build counts as a trail or a commercial build. */
+struct BuildStatus {
+    bool isCommercialVersion = false;
+    bool isReleaseVersion = false;
+    bool isInteractiveRomAction = false;  ///< no longer exists; never set
+    bool isPreVersion = false;
+    bool isCtaVersion = false;
+    std::string panicEnableMask;    ///< value of sys.kavel.panic_enable_mask
+    std::string userPanicForDebug;  ///< value of persist.kavel.user_panic_for_debug
+    /** How the next event is handled: KAVEL_SYSTEM_VERSION_FORMAL or KAVEL_SYSTEM_VERSION_TRAIL. */
+    bool systemVersion = KAVEL_SYSTEM_VERSION_TRAIL;
+};
+
+/** Reads the properties. Logs nothing. */
+BuildStatus buildStatus();
 
 /** Chooses between field-trial and commercial handling by system properties. Any thread. */
 class VariantPolicy {

@@ -13,6 +13,8 @@ namespace android::kavel {
 class CAPABILITY("mutex") Mutex {
   public:
     void lock() ACQUIRE() { mMutex.lock(); }
+    /** Takes the mutex only if it is free. Returns whether it has. */
+    bool tryLock() TRY_ACQUIRE(true) { return mMutex.try_lock(); }
     void unlock() RELEASE() { mMutex.unlock(); }
 
   private:

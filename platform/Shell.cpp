@@ -14,6 +14,7 @@
 #include <android-base/unique_fd.h>
 #include <log/log.h>
 
+#include "platform/CommandStatistics.h"
 #include "platform/KavelPrint.h"
 #include "platform/Mutex.h"
 #include "platform/OneLine.h"
@@ -199,9 +200,9 @@ void logNoShell(int error, const std::string& command) {
                 error, oneLine(command).c_str());
 }
 
-}  // namespace
-
-int runShell(const std::string& command, milliseconds deadline, uint64_t fileLimit) {
+/** Runs the command. Sets @p isLate if it was terminated after the deadline. */
+int runCommand(const std::string& command, milliseconds deadline, uint64_t fileLimit,
+               bool* isLate) {
     abandonedChildren().reap();
     const Clock::time_point start = Clock::now();
     const pid_t pid = startShell(fileLimit == kNoFileLimit
@@ -219,6 +220,7 @@ int runShell(const std::string& command, milliseconds deadline, uint64_t fileLim
         return -1;
     }
 
+    *isLate = true;
     running.signalGroup(SIGTERM);
     if (!running.waitUntilEnded(Clock::now() + kGrace)) {
         running.signalGroup(SIGKILL);
@@ -230,6 +232,17 @@ int runShell(const std::string& command, milliseconds deadline, uint64_t fileLim
                 "[dravo_kavel runShell]: terminated after %lld ms, status is: %d: %s",
                 static_cast<long long>(took.count()), running.status(), oneLine(command).c_str());
     return running.status();
+}
+
+}  // namespace
+
+int runShell(const std::string& command, milliseconds deadline, uint64_t fileLimit) {
+    CommandStatistics& statistics = CommandStatistics::instance();
+    const CommandStatistics::Ticket ticket = statistics.begin(command);
+    bool isLate = false;
+    const int status = runCommand(command, deadline, fileLimit, &isLate);
+    statistics.end(ticket, status, isLate);
+    return status;
 }
 
 }  // namespace android::kavel

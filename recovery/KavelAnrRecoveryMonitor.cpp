@@ -4,7 +4,9 @@
 #include "recovery/KavelAnrRecoveryMonitor.h"
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
+#include <thread>
 
 #include "platform/Log.h"
 
@@ -87,6 +89,32 @@ int KavelAnrRecoveryMonitor::cancel_monitor(int pid) {
     MutexLock lock(mLock);
     mHandleThread = thread;
     return 0;
+}
+
+kavel::MonitorStatus KavelAnrRecoveryMonitor::status() {
+    constexpr std::chrono::milliseconds kPause(1);
+    kavel::MonitorStatus status;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        if (!mLock.tryLock()) {
+            std::this_thread::sleep_for(kPause);
+            continue;
+        }
+        const auto copy = [](const Messages& from, std::vector<kavel::WatchStatus>* to) {
+            for (const Message& message : from) {
+                if (to->size() < kMaxWatchThreads) {
+                    to->push_back({message.pid, message.monitorThreadName});
+                }
+            }
+        };
+        copy(mRequestList, &status.requests);
+        copy(mMonitorList, &status.watches);
+        copy(mCancelList, &status.cancels);
+        status.runningThreads = mRunningWatches.size();
+        mLock.unlock();
+        return status;
+    }
+    status.isBusy = true;
+    return status;
 }
 
 bool KavelAnrRecoveryMonitor::HandleThread::threadLoop() {

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <utils/RefBase.h>
 #include <utils/Singleton.h>
@@ -14,6 +15,26 @@
 #include "platform/Mutex.h"
 
 namespace android {
+
+namespace kavel {
+
+/** One entry of the recovery monitor's lists. */
+struct WatchStatus {
+    int32_t pid;
+    std::string kind;  ///< name of the watch; empty for a cancel
+};
+
+/** Snapshot of the recovery monitor. */
+struct MonitorStatus {
+    /** The lists could not be read: an escalation is going on and holds their lock. */
+    bool isBusy = false;
+    std::vector<WatchStatus> requests;
+    std::vector<WatchStatus> watches;
+    std::vector<WatchStatus> cancels;
+    size_t runningThreads = 0;  ///< of watches, in the list or cancelled
+};
+
+}  // namespace kavel
 
 /** Identity of a watched process; all zero if the process could not be read. */
 struct proc_t {
@@ -90,6 +111,9 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     /** Whether the test package is being recovered. Only then is a failed recovery escalated. */
     void setAnrTesting(bool testing) { mIsKavelAnrTesting = testing; }
     bool isAnrTesting() const { return mIsKavelAnrTesting; }
+
+    /** Waits for the lists for a tenth of a second at most. */
+    kavel::MonitorStatus status() EXCLUDES(mLock);
 
   private:
     friend class Singleton<KavelAnrRecoveryMonitor>;

@@ -18,6 +18,8 @@ extern const Command kStatsCommand;
 extern const Command kWaitCommand;
 extern const Command kWatchCommand;
 extern const Command kRawCommand;
+extern const Command kStatusCommand;
+extern const Command kWhyCommand;
 
 /** Options that have the same meaning in several commands. */
 inline constexpr Option kDirOption{

@@ -79,9 +79,10 @@ std::filesystem::path statisticPath(const Arguments& arguments) {
 }
 
 const CommandList& allCommands() {
-    static const CommandList kCommands{
-            &kSetCommand,   &kSendCommand,    &kListCommand,  &kShowCommand, &kWaitCommand,
-            &kWatchCommand, &kExplainCommand, &kStatsCommand, &kRawCommand,  &kHelpCommand};
+    static const CommandList kCommands{&kSetCommand,     &kSendCommand,  &kListCommand,
+                                       &kShowCommand,    &kWaitCommand,  &kWatchCommand,
+                                       &kExplainCommand, &kStatsCommand, &kRawCommand,
+                                       &kStatusCommand,  &kWhyCommand,   &kHelpCommand};
     return kCommands;
 }
 

@@ -63,8 +63,10 @@ for file in $(texts_of "[a-z_]* \(\(android\.\)*srcs\|init_rc\|corpus\|dictionar
     case $file in host/*) fail "Android.bp names $file" ;; esac
     [ -e "$file" ] || fail "Android.bp: there is no $file"  # the shell has replaced the patterns
 done
-grep -qF "cflags: [\"-DKAVELCTL_VERSION=\\\"$version\\\"\"]," Android.bp ||
-    fail "kavelctl's version in Android.bp is not $version"
+for name in KAVEL KAVELCTL; do
+    grep -qF "cflags: [\"-D${name}_VERSION=\\\"$version\\\"\"]," Android.bp ||
+        fail "${name}_VERSION in Android.bp is not $version"
+done
 # init has to find the daemon in the partition that it is installed in.
 awk '/^}/ { module = "" } /^    name:/ { module = $2 } module == "\"dravo_kavel\"," ' Android.bp |
     grep -qx '    system_ext_specific: true,' || fail 'dravo_kavel is in another partition'
