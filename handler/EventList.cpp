@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <set>
 
 #include "event/KavelTimestamp.h"
 #include "platform/Log.h"
@@ -98,23 +97,26 @@ std::shared_ptr<KavelEvent> EventList::evictHeadLocked() {
 }
 
 int32_t EventList::generateKavelEventIdLocked() {
-    std::set<int32_t> taken;
-    const auto take = [&](const KavelEvent& record) {
-        if (record.kavelEventId != 0) taken.insert(record.kavelEventId);
-        return true;
-    };
-    walkRing(mKavelEventList, [&](const auto& record) { return take(*record); });
     mEvicted.erase(std::remove_if(mEvicted.begin(), mEvicted.end(),
-                                  [&](const std::weak_ptr<const KavelEvent>& evicted) {
-                                      const EventRef held = evicted.lock();
-                                      return held == nullptr || !take(*held);
-                                  }),
+                                  [](const auto& evicted) { return evicted.expired(); }),
                    mEvicted.end());
-
     srand(static_cast<unsigned int>(time(nullptr)));
     int32_t id = rand();
-    while (taken.count(id) != 0) id = rand();
+    while (isTakenLocked(id)) id = rand();
     return id;
+}
+
+bool EventList::isTakenLocked(int32_t id) const {
+    const auto hasId = [id](const std::weak_ptr<const KavelEvent>& evicted) {
+        const EventRef held = evicted.lock();
+        return held != nullptr && held->kavelEventId == id;
+    };
+    bool isTaken = std::any_of(mEvicted.begin(), mEvicted.end(), hasId);
+    walkRing(mKavelEventList, [&](const auto& record) {
+        isTaken = isTaken || record->kavelEventId == id;
+        return !isTaken;
+    });
+    return isTaken;
 }
 
 std::vector<EventRef> EventList::records() const {

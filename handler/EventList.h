@@ -53,6 +53,7 @@ class EventList {
      * catch still holds.
      */
     int32_t generateKavelEventIdLocked() REQUIRES(mLock);
+    bool isTakenLocked(int32_t id) const REQUIRES(mLock);
     void appendLocked(const std::shared_ptr<KavelEvent>& event) REQUIRES(mLock);
     std::shared_ptr<KavelEvent> evictHeadLocked() REQUIRES(mLock);
     KavelEvent* tailLocked() const REQUIRES(mLock);

@@ -15,20 +15,25 @@ constexpr std::chrono::seconds kIdleTime(1);
 }  // namespace
 
 CallLine::Outcome CallLine::call(std::function<void()> body, std::chrono::milliseconds patience) {
-    MutexLock lock(mLock);
-    if (mOutstanding.size() >= mLimit) return Outcome::Full;
     const Clock::time_point now = Clock::now();
-    const bool isOverdue = !mOutstanding.empty() && now - mOutstanding.front()->since >= patience;
     const auto call = std::make_shared<Call>(Call{std::move(body), now});
-    mQueue.push_back(call);
-    if (mIdle >= mQueue.size()) {
-        mQueued.notify_one();
-    } else if (mThreads < mAtOnce && !startThreadLocked() && mIdle == 0) {
-        mQueue.pop_back();
-        return Outcome::NoThread;
+    bool isOverdue = false;
+    bool wakes = false;
+    {
+        MutexLock lock(mLock);
+        if (mOutstanding.size() >= mLimit) return Outcome::Full;
+        isOverdue = !mOutstanding.empty() && now - mOutstanding.front()->since >= patience;
+        mQueue.push_back(call);
+        wakes = mIdle >= mQueue.size();
+        if (!wakes && mThreads < mAtOnce && !startThreadLocked() && mIdle == 0) {
+            mQueue.pop_back();
+            return Outcome::NoThread;
+        }
+        mOutstanding.push_back(call);
     }
-    mOutstanding.push_back(call);
+    if (wakes) mQueued.notify_one();
     if (isOverdue) return Outcome::NotAwaited;
+    MutexLock lock(mLock);
     while (call->isOutstanding && lock.waitUntil(mReturned, now + patience)) {
     }
     return call->isOutstanding ? Outcome::Late : Outcome::Returned;
@@ -68,10 +73,12 @@ CallLine::CallRef CallLine::next() {
 }
 
 void CallLine::finish(const CallRef& call) {
-    MutexLock lock(mLock);
-    call->isOutstanding = false;
-    mOutstanding.remove(call);
-    mReturned.notify_all();
+    {
+        MutexLock lock(mLock);
+        call->isOutstanding = false;
+        mOutstanding.remove(call);
+    }
+    mReturned.notify_all();  // without the lock, which the caller takes as soon as it is awake
 }
 
 }  // namespace android::kavel
