@@ -40,8 +40,8 @@ test-kernel: build ## Test with a real kernel in a virtual machine (part of test
 test-arm64: setup ## Build for arm64 and run the unit tests in emulation (part of test)
 	@LEGS=arm64 scripts/test.sh
 
-bench: setup ## Run the benchmarks and compare them with the budgets
-	@scripts/bench.sh
+bench: setup ## Run the benchmarks and print a table of budgets (ARGS=--quick, ARGS=--help)
+	@scripts/bench.sh $(ARGS)
 
 mutate: setup ## Put faults into the sources and see whether a test notices (ARGS="--files 'dump/*' --sample 20")
 	@python3 scripts/mutate.py $(ARGS)

@@ -1,7 +1,6 @@
-// Compares a catch and its pack, without the waits, with a shell script of the same commands. Runs
-// in the simulated phone: catch_bench [CATCHES].
+// Compares a catch and its pack, without the waits, with a shell script of the same commands, and
+// measures the share of tar. Runs in the simulated phone: catch_bench CATCHES.
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +24,7 @@ namespace android::kavel {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Milliseconds = std::chrono::duration<double, std::milli>;
+using Seconds = std::chrono::duration<double>;
 
 constexpr int64_t kEvent = 0x999;      // collects only the logs of its mask
 constexpr uint32_t kMask = 0x1bebf9b;  // as in the demo: quick commands, and all bits are confirmed
@@ -45,7 +44,7 @@ void awaitCommands(uint64_t /*seconds*/) {
 }
 
 /** Runs a catch and stores the path of its log folder. */
-Milliseconds timeCatch(DumpContext& context, int id, std::string* folder) {
+Seconds timeCatch(DumpContext& context, int id, std::string* folder) {
     const KavelTimestamp now = generateKavelTimestamp();
     const KavelExtraInfo extra;
     const auto event =
@@ -62,33 +61,36 @@ Milliseconds timeCatch(DumpContext& context, int id, std::string* folder) {
     return Clock::now() - start;
 }
 
-/** Writes a script with the commands of the last catch, from its log. */
-void writeScript() {
+/** Writes a script with those commands of the last catch whose log lines start with @p prefixes. */
+void writeScript(const std::vector<std::string>& prefixes) {
     std::ofstream script(kScript);
     for (const fake::LogLine& line : fake::logLines()) {
-        for (const std::string prefix :
-             {"[dravo_kavel collectLogWithCmdExeceteThread]: ", "[dravo_kavel trailLogPack]: tar ",
-              "[dravo_kavel trailLogPack]: mv ", "[dravo_kavel trailLogPack]: rm "}) {
-            if (line.text.rfind(prefix, 0) != 0) continue;
+        for (const std::string& prefix : prefixes) {
+            if (line.text.rfind("[dravo_kavel " + prefix, 0) != 0) continue;
             const size_t begin = line.text.find("]: ") + 3;
             script << line.text.substr(begin, line.text.find(", ret is:") - begin) << '\n';
         }
     }
 }
 
-Milliseconds timeScript(const std::string& folder) {
-    std::filesystem::create_directories(folder);
+double timeScript(const std::vector<std::string>& prefixes) {
+    writeScript(prefixes);
     const Clock::time_point start = Clock::now();
     if (system((std::string("sh ") + kScript + " > /dev/null 2>&1").c_str()) != 0) abort();
-    return Clock::now() - start;
+    return Seconds(Clock::now() - start).count();
 }
 
-double median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-    return values[values.size() / 2];
+void print(const char* name, const std::vector<double>& values) {
+    printf("measure %s", name);
+    for (const double value : values) printf(" %g", value);
+    printf("\n");
 }
 
-int run(int catches) {
+void run(int catches) {
+    const std::string collect = "collectLogWithCmdExeceteThread]: ";
+    const std::string tar = "trailLogPack]: tar ";
+    const std::string move = "trailLogPack]: mv ";
+    const std::string remove = "trailLogPack]: rm ";
     fake::captureLog();
     fake::onSleep(awaitCommands);
     fake::resetTime(1'700'000'000'000'000);
@@ -97,15 +99,20 @@ int run(int catches) {
     DumpContext context(parameters);
     std::vector<double> ours;
     std::vector<double> scripts;
+    std::vector<double> tars;
     for (int i = 0; i < catches; ++i) {
         std::string folder;
         ours.push_back(timeCatch(context, i + 1, &folder).count());
-        writeScript();
-        scripts.push_back(timeScript(folder).count());
+        std::filesystem::create_directories(folder);
+        scripts.push_back(timeScript({collect, tar, move, remove}));
+        std::filesystem::create_directories(folder);
+        timeScript({collect});
+        tars.push_back(timeScript({tar}));
+        timeScript({move, remove});
     }
-    printf("catch and pack: daemon %.0f ms, script %.0f ms, ratio %.2f (budget 1.05)\n",
-           median(ours), median(scripts), median(ours) / median(scripts));
-    return 0;
+    print("catch", ours);
+    print("script", scripts);
+    print("tar", tars);
 }
 
 }  // namespace
@@ -113,5 +120,7 @@ int run(int catches) {
 }  // namespace android::kavel
 
 int main(int argc, char** argv) {
-    return android::kavel::run(argc > 1 ? atoi(argv[1]) : 7);
+    if (argc != 2) return 2;
+    android::kavel::run(atoi(argv[1]));
+    return 0;
 }

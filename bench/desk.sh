@@ -1,6 +1,7 @@
 #!/bin/bash
 # Measures kaveldesk beside other programs with the same lines: desk.sh BENCH_DIR [SEED [MEGABYTES]].
-# The merged lines of both rounds count once, the bytes of both are read.
+# The merged lines of both rounds count once, the bytes of both are read. Prints lines
+# "measure NAME VALUE"; times are seconds of CPU.
 set -eu
 bench=$1
 seed=${2:-1}
@@ -24,7 +25,9 @@ sort_s=$(cpu sorted)
 lnav_s=$(cpu merged_by_lnav)
 awk -v sort="$sort_s" -v lnav="$lnav_s" '{
     for (i = 1; i <= NF; i++) { split($i, pair, "="); v[pair[1]] = pair[2] }
-    printf "kaveldesk: %.0f MB of text, %d lines: parsed and merged with %.0f MB/s (budget 100)\n", v["text_mb"], v["records"], v["text_mb"] / v["merge_s"]
-    printf "kaveldesk: from the archive %.2f s of CPU; zcat | sort %.2f s, lnav -n %.2f s (without unpacking)\n", v["unpack_s"] + v["merge_s"], sort, lnav
-    printf "kaveldesk: at most %d MB of memory (budget 500)\n", v["rss_mb"]
+    print "measure merge_per_mb", v["merge_s"] / v["text_mb"]
+    print "measure from_archive", v["unpack_s"] + v["merge_s"]
+    print "measure lnav", lnav
+    print "measure sort", sort
+    print "measure memory", v["rss_mb"]
 }' <<< "$result"

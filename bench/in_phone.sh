@@ -1,8 +1,11 @@
 #!/bin/bash
-# Measures the whole daemon process. Runs in the simulated phone: in_phone.sh BENCH_DIR.
+# Measures the whole daemon process. Runs in the simulated phone: in_phone.sh BENCH_DIR IDLE_SECONDS
+# [RUNS]. Without RUNS, measures only the idle daemon; with it, RUNS catches and RUNS starts too.
+# Prints lines "measure NAME VALUE...".
 set -u
 bench=$1
-idle_seconds=${KAVEL_BENCH_IDLE:-30}
+idle_seconds=$2
+runs=${3:-}
 
 until kavelctl set 0x999 --name bench --window 1 > /dev/null 2>&1; do sleep 0.1; done
 daemon=$(pidof dravo_kavel)
@@ -10,28 +13,35 @@ daemon=$(pidof dravo_kavel)
 switches() { cat /proc/"$1"/task/*/status | awk '/ctxt_switches/ {n += $2} END {print n}'; }
 ticks() { awk '{print $14 + $15}' /proc/"$1"/stat; }
 rss() { awk '/^VmRSS/ {print $2}' /proc/"$1"/status; }
+private() { awk '/^Private_(Clean|Dirty)/ {n += $2} END {print n}' /proc/"$1"/smaps_rollup; }
+
+# Starts an empty process with $1 threads, the pid of which is then in $empty.
+start_empty() {
+    "$bench/bench_empty_process" "$1" &
+    empty=$!
+    until [ "$(ls /proc/$empty/task | wc -l)" = "$1" ]; do sleep 0.1; done
+}
 
 # The first reports create the handler and the pools, as in normal use.
 kavelctl send 0x402 > /dev/null
 kavelctl set 0x402 --name bench2 > /dev/null && kavelctl send 0x402 > /dev/null
 sleep 2
 threads=$(ls /proc/"$daemon"/task | wc -l)
-"$bench/bench_empty_process" "$threads" &
-empty=$!
-sleep 1
+start_empty "$threads"
 before_switches=$(switches "$daemon") before_ticks=$(ticks "$daemon")
 sleep "$idle_seconds"
-echo "idle ${idle_seconds}s: wake-ups $(($(switches "$daemon") - before_switches)), cpu ticks $(($(ticks "$daemon") - before_ticks))"
-awk -v d="$(rss "$daemon")" -v e="$(rss "$empty")" -v t="$threads" \
-    'BEGIN {printf "rss: daemon %d kB, empty process with %d threads %d kB, ratio %.2f (budget 1.15)\n", d, t, e, d / e}'
+echo "measure idle_wakeups $(($(switches "$daemon") - before_switches))"
+echo "measure idle_ticks $(($(ticks "$daemon") - before_ticks))"
+echo "measure rss $(rss "$daemon")"
+echo "measure rss_empty $(rss "$empty")"
 kill "$empty"
+[ -n "$runs" ] || exit 0
 
 # Errors of the commands, about a desktop's /proc, are the same for both.
-"$bench/catch_bench" 2> /dev/null
+"$bench/catch_bench" "$runs" 2> /dev/null
 
 # Memory of catches whose windows are open and whose first round has ended.
 catches=20
-private() { awk '/^Private_(Clean|Dirty)/ {n += $2} END {print n}' /proc/"$1"/smaps_rollup; }
 children() { cat /proc/"$daemon"/task/*/children; }
 await_round() {
     until [ "$(ls /data/persist_log/kavel30 | wc -l)" = "$1" ]; do sleep 0.1; done
@@ -54,10 +64,16 @@ await_round 1
 before=$(private "$daemon")
 for ((i = 0; i < catches; i++)); do catch_on; done
 await_round $((catches + 1))
-awk -v n=$catches -v before="$before" -v after="$(private "$daemon")" 'BEGIN {
-    printf "memory: %.1f kB for each of %d catches in flight (budget 25)\n", (after - before) / n, n}'
+per_catch() { awk -v n=$catches -v used=$(($2 - $1)) 'BEGIN {print used / n}'; }
+echo "measure memory_per_catch $(per_catch "$before" "$(private "$daemon")")"
+start_empty 1
+before=$(private "$empty")
+kill "$empty"
+start_empty $((catches + 1))
+echo "measure memory_per_thread $(per_catch "$before" "$(private "$empty")")"
+kill "$empty"
 
 setprop ctl.stop dravo_kavel
 while kill -0 "$daemon" 2> /dev/null; do sleep 0.1; done
 rm -rf /data/persist_log/kavel30/*
-"$bench/start_bench" "$(command -v dravo_kavel)" "$bench/bench_empty_process" 2> /dev/null
+"$bench/start_bench" "$(command -v dravo_kavel)" "$bench/bench_empty_process" "$runs" 2> /dev/null

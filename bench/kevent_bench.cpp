@@ -1,8 +1,15 @@
 // Compares the daemon's receiving, decoding and handling of kernel packets with libnl's receive and
-// parse loop and with a bare receive loop. Also measures how many packets of a burst are lost.
+// parse loop, and with a bare receive loop that also writes the required log lines. Also measures
+// how many packets of a burst are lost.
 
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
+#include <ctime>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -13,6 +20,7 @@
 #include <netlink/genl/genl.h>
 #include <netlink/netlink.h>
 
+#include "bench/LogLines.h"
 #include "core/KavelKeventThread.h"
 #include "core/KavelRecvKeventFunc.h"
 #include "tests/core/FakeHandler.h"
@@ -72,21 +80,31 @@ std::string eventMessage() {
                                              "event_id: 257.loginfo: 3.pid: 1234.extrainfo: boot"));
 }
 
-/** Measures @p drain with batches of packets that are already in the socket of @p port. */
+/** Returns the CPU time of all threads so far. */
+double processSeconds() {
+    timespec used = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+}
+
+/**
+ * Measures the CPU time of @p drain with batches of @p messages that are already in the socket of
+ * @p port. Each message takes its turn.
+ */
 template <typename Drain>
-void timeBatches(benchmark::State& state, uint32_t port, const Drain& drain) {
-    constexpr int kBatch = 64;  // as many as fit into the default receive buffer
+void timeBatches(benchmark::State& state, uint32_t port, const Drain& drain,
+                 const std::vector<std::string>& messages = {statisticMessage(), eventMessage()}) {
+    constexpr size_t kBatch = 64;  // as many as fit into the default receive buffer
     const base::unique_fd peer = openSocket();
-    const std::string messages[] = {statisticMessage(), eventMessage()};
     for ([[maybe_unused]] auto _ : state) {
-        for (int i = 0; i < kBatch; ++i) {
-            if (!sendTo(peer.get(), port, 0, messages[i % 2])) abort();
+        for (size_t i = 0; i < kBatch; ++i) {
+            if (!sendTo(peer.get(), port, 0, messages[i % messages.size()])) abort();
         }
-        const auto start = Clock::now();
-        drain(kBatch);
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        const double start = processSeconds();
+        drain(static_cast<int>(kBatch));
+        state.SetIterationTime(processSeconds() - start);
     }
-    state.SetItemsProcessed(state.iterations() * kBatch);
+    state.counters["operations"] = kBatch;
 }
 
 void bareReceive(benchmark::State& state) {
@@ -134,23 +152,128 @@ bool lookAtPacket(kavel_kevent_packet* packet) {
     return true;
 }
 
-void daemonReceives(benchmark::State& state, bool (*callback)(kavel_kevent_packet*),
-                    int minimumPriority) {
-    __android_log_set_logger([](const __android_logger_data*, const char*) {});
-    __android_log_set_minimum_priority(minimumPriority);
+/** Runs the daemon's thread for @p count packets. */
+void receivePackets(const sp<KavelKeventThread>& thread, int count) {
+    sLeft = count;
+    try {
+        thread->threadLoop();
+    } catch (const NothingLeft&) {
+        fake::takeUploads();
+        fake::takeReports();
+    }
+}
+
+void timeThread(benchmark::State& state, bool (*callback)(kavel_kevent_packet*),
+                const std::vector<std::string>& messages) {
     uint32_t port = 0;
     sReceiving = openBound(&port);
     const sp<KavelKeventThread> thread = new KavelKeventThread(callback);
-    timeBatches(state, port, [&](int count) {
-        sLeft = count;
-        try {
-            thread->threadLoop();
-        } catch (const NothingLeft&) {
-            fake::takeUploads();
-            fake::takeReports();
-        }
-    });
+    timeBatches(
+            state, port, [&](int count) { receivePackets(thread, count); }, messages);
     sReceiving.reset();
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+}
+
+void daemonReceives(benchmark::State& state) {
+    __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
+    timeThread(state, lookAtPacket, {statisticMessage(), eventMessage()});
+}
+
+std::string messageOf(int64_t packetType) {
+    return packetType == KEVENT_TYPE_STATISTIC ? statisticMessage() : eventMessage();
+}
+
+void daemonHandles(benchmark::State& state) {
+    __android_log_set_logger(bench::writeOut);
+    timeThread(state, KavelRecvKeventFunc, {messageOf(state.range(0))});
+}
+
+void packetWithPairs(benchmark::State& state) {
+    std::string logmap = "logmap{";
+    for (int64_t i = 0; i < state.range(0); ++i) logmap += "k" + std::to_string(i) + ":v;";
+    logmap.back() = '}';
+    __android_log_set_logger(bench::writeOut);
+    timeThread(state, KavelRecvKeventFunc,
+               {test::genlMessage(2, test::packet(2, "CriticalLog", "display", logmap))});
+}
+
+/** Returns the lines that the daemon logs for one packet, without those of the thread's start. */
+std::vector<bench::Line> linesOfPacket(const std::string& message) {
+    uint32_t port = 0;
+    sReceiving = openBound(&port);
+    const base::unique_fd peer = openSocket();
+    const sp<KavelKeventThread> thread = new KavelKeventThread(KavelRecvKeventFunc);
+    std::vector<bench::Line> lines[2];
+    for (int count : {0, 1}) {
+        if (count > 0 && !sendTo(peer.get(), port, 0, message)) abort();
+        lines[count] = bench::linesOf([&] { receivePackets(thread, count); });
+    }
+    sReceiving.reset();
+    // The line before a receive is among those of the start, and those of the packet are before it.
+    const size_t packets = lines[1].size() - lines[0].size();
+    const auto begin = lines[1].begin() + static_cast<ptrdiff_t>(lines[0].size()) - 1;
+    return {begin, begin + static_cast<ptrdiff_t>(packets)};
+}
+
+/** A thread that does nothing at each call, and its caller waits for it. */
+class OtherThread {
+  public:
+    ~OtherThread() {
+        call(/*isLast=*/true);
+        mThread.join();
+    }
+    void call(bool isLast = false) {
+        {
+            const std::lock_guard lock(mLock);
+            mIsCalled = true;
+            mIsLast = isLast;
+        }
+        mCalled.notify_one();
+        std::unique_lock lock(mLock);
+        mReturned.wait(lock, [this] { return !mIsCalled; });
+    }
+
+  private:
+    void serve() {
+        for (bool isLast = false; !isLast;) {
+            {
+                std::unique_lock lock(mLock);
+                mCalled.wait(lock, [this] { return mIsCalled; });
+                mIsCalled = false;
+                isLast = mIsLast;
+            }
+            mReturned.notify_one();
+        }
+    }
+
+    std::mutex mLock;
+    std::condition_variable mCalled;
+    std::condition_variable mReturned;
+    bool mIsCalled = false;
+    bool mIsLast = false;
+    std::thread mThread{[this] { serve(); }};
+};
+
+/**
+ * The least that a packet needs. A statistic also needs a call of another thread, because the
+ * maker's library, which takes it, may hang.
+ */
+void receiveAndLog(benchmark::State& state) {
+    const std::string message = messageOf(state.range(0));
+    const std::vector<bench::Line> lines = linesOfPacket(message);
+    __android_log_set_logger(bench::writeOut);
+    uint32_t port = 0;
+    const base::unique_fd fd = openBound(&port);
+    char buffer[1012];
+    OtherThread client;
+    const auto drain = [&](int count) {
+        while (count-- > 0) {
+            benchmark::DoNotOptimize(__real_recv(fd.get(), buffer, sizeof(buffer), 0));
+            for (const bench::Line& line : lines) bench::write(line);
+            if (state.range(0) == KEVENT_TYPE_STATISTIC) client.call();
+        }
+    };
+    timeBatches(state, port, drain, {message});
 }
 
 constexpr int kBurst = 20'000;
@@ -174,12 +297,12 @@ bool handleSlowly(kavel_kevent_packet* /*packet*/) {
     return true;
 }
 
-void burstLoss(benchmark::State& state) {
+void burst(benchmark::State& state) {
     __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
-    sRaisesBuffer = state.range(0) != 0;
+    sRaisesBuffer = true;
     const std::string message = test::genlMessage(
             3, test::packet(3, "kavel", "event",
-                            std::string(static_cast<size_t>(state.range(1)), 'p')));
+                            std::string(static_cast<size_t>(state.range(0)), 'p')));
     for ([[maybe_unused]] auto _ : state) {
         uint32_t port = 0;
         sReceiving = openBound(&port);
@@ -200,23 +323,18 @@ void burstLoss(benchmark::State& state) {
         }
     }
     sReceiving.reset();
+    sRaisesBuffer = false;
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
     state.counters["lost"] = kBurst - sHandled;
-    state.counters["lost_percent"] = 100.0 * (kBurst - sHandled) / kBurst;
 }
 
 BENCHMARK(bareReceive)->UseManualTime();
 BENCHMARK(libnlReceiveAndParse)->UseManualTime();
-BENCHMARK_CAPTURE(daemonReceives, packetOnly, lookAtPacket, ANDROID_LOG_SILENT)->UseManualTime();
-BENCHMARK_CAPTURE(daemonReceives, andHandles, KavelRecvKeventFunc, ANDROID_LOG_SILENT)
-        ->UseManualTime();
-BENCHMARK_CAPTURE(daemonReceives, andHandlesWithLogLines, KavelRecvKeventFunc, ANDROID_LOG_VERBOSE)
-        ->UseManualTime();
-BENCHMARK(burstLoss)
-        ->ArgNames({"raised", "payload"})
-        ->ArgsProduct({{0, 1}, {60, 700}})
-        ->Iterations(1)
-        ->UseRealTime()
-        ->Unit(benchmark::kMillisecond);
+BENCHMARK(daemonReceives)->UseManualTime();
+BENCHMARK(daemonHandles)->Arg(KEVENT_TYPE_STATISTIC)->Arg(KEVENT_TYPE_EVENT)->UseManualTime();
+BENCHMARK(receiveAndLog)->Arg(KEVENT_TYPE_STATISTIC)->Arg(KEVENT_TYPE_EVENT)->UseManualTime();
+BENCHMARK(packetWithPairs)->Arg(1)->Arg(10)->Arg(25)->Arg(50)->Arg(100)->UseManualTime();
+BENCHMARK(burst)->Arg(60)->Arg(700)->Iterations(1)->Repetitions(1)->UseRealTime();
 
 }  // namespace
 

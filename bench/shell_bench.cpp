@@ -1,6 +1,11 @@
-// Compares runShell() with system() for one command.
+// Compares runShell() with system(), and with the least that a command needs: a new process that
+// becomes a shell, and a wait for it.
 
 #include <cstdlib>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <benchmark/benchmark.h>
 
@@ -18,8 +23,21 @@ void librarySystem(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(system("true"));
 }
 
-BENCHMARK(kavelShell)->UseRealTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK(librarySystem)->UseRealTime()->Unit(benchmark::kMicrosecond);
+void spawnAndWait(benchmark::State& state) {
+    char shell[] = "sh";
+    char option[] = "-c";
+    char command[] = "true";
+    char* const arguments[] = {shell, option, command, nullptr};
+    for ([[maybe_unused]] auto _ : state) {
+        pid_t pid = 0;
+        if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, arguments, environ) != 0) abort();
+        waitpid(pid, nullptr, 0);
+    }
+}
+
+BENCHMARK(kavelShell)->UseRealTime();
+BENCHMARK(librarySystem)->UseRealTime();
+BENCHMARK(spawnAndWait)->UseRealTime();
 
 }  // namespace
 

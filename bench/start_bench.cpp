@@ -1,8 +1,7 @@
 // Compares the time from exec to a registered service of the daemon with that of an empty process
 // with the same libraries and number of threads. Runs in the simulated phone without its daemon:
-// start_bench DAEMON EMPTY_PROCESS.
+// start_bench DAEMON EMPTY_PROCESS STARTS.
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -23,9 +22,8 @@ namespace android::kavel {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Milliseconds = std::chrono::duration<double, std::milli>;
+using Seconds = std::chrono::duration<double>;
 
-constexpr int kStarts = 15;
 constexpr const char* kEmptyService = "EmptyProcessService";
 
 size_t threadsOf(pid_t pid) {
@@ -41,7 +39,7 @@ bool isRegistered(const String16& service) {
  * Starts a program and returns the time until its @p service is registered. Stores its number of
  * threads, and kills it.
  */
-Milliseconds timeStart(std::vector<std::string> arguments, const char* service, size_t* threads) {
+Seconds timeStart(std::vector<std::string> arguments, const char* service, size_t* threads) {
     const String16 name(service);
     if (isRegistered(name)) {
         fprintf(stderr, "start_bench: %s already runs\n", service);
@@ -58,7 +56,7 @@ Milliseconds timeStart(std::vector<std::string> arguments, const char* service, 
     const Clock::time_point start = Clock::now();
     if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) abort();
     while (!isRegistered(name)) std::this_thread::sleep_for(std::chrono::microseconds(100));
-    const Milliseconds taken = Clock::now() - start;
+    const Seconds taken = Clock::now() - start;
     *threads = threadsOf(pid);
 
     kill(pid, SIGKILL);
@@ -68,29 +66,30 @@ Milliseconds timeStart(std::vector<std::string> arguments, const char* service, 
     return taken;
 }
 
-double median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-    return values[values.size() / 2];
+void print(const char* name, const std::vector<double>& values) {
+    printf("measure %s", name);
+    for (const double value : values) printf(" %g", value);
+    printf("\n");
 }
 
-int run(const char* daemon, const char* empty) {
+void run(const char* daemon, const char* empty, int starts) {
     std::vector<double> ours;
     std::vector<double> theirs;
-    for (int i = 0; i < kStarts; ++i) {
+    for (int i = 0; i < starts; ++i) {
         size_t threads = 0;
         ours.push_back(timeStart({daemon}, "KavelBinderService", &threads).count());
         const std::string count = std::to_string(threads);
         theirs.push_back(timeStart({empty, count, kEmptyService}, kEmptyService, &threads).count());
     }
-    printf("start to service: daemon %.1f ms, empty process %.1f ms, ratio %.2f (budget 2)\n",
-           median(ours), median(theirs), median(ours) / median(theirs));
-    return 0;
+    print("start", ours);
+    print("start_empty", theirs);
 }
 
 }  // namespace
 }  // namespace android::kavel
 
 int main(int argc, char** argv) {
-    if (argc != 3) return 2;
-    return android::kavel::run(argv[1], argv[2]);
+    if (argc != 4) return 2;
+    android::kavel::run(argv[1], argv[2], atoi(argv[3]));
+    return 0;
 }
