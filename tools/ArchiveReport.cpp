@@ -15,12 +15,6 @@ Json::Value textOrNull(const std::string& text) {
     return text.empty() ? Json::Value() : Json::Value(text);
 }
 
-Json::Value jsonList(const std::vector<std::string>& texts) {
-    Json::Value list(Json::arrayValue);
-    for (const std::string& text : texts) list.append(text);
-    return list;
-}
-
 /** Returns the time of @p line, with its offset if the archive's name or events file has it. */
 std::string historyTime(const HistoryLine& line, const Archive& archive) {
     if (archive.name && archive.name->timeText == line.time) return isoTime(*archive.name, 'T');

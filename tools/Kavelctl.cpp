@@ -79,10 +79,11 @@ std::filesystem::path statisticPath(const Arguments& arguments) {
 }
 
 const CommandList& allCommands() {
-    static const CommandList kCommands{&kSetCommand,     &kSendCommand,  &kListCommand,
-                                       &kShowCommand,    &kWaitCommand,  &kWatchCommand,
-                                       &kExplainCommand, &kStatsCommand, &kRawCommand,
-                                       &kStatusCommand,  &kWhyCommand,   &kHelpCommand};
+    static const CommandList kCommands{
+            &kSetCommand,     &kSendCommand,  &kStatusCommand, &kWhyCommand,
+            &kListCommand,    &kShowCommand,  &kCatCommand,    &kExtractCommand,
+            &kVerifyCommand,  &kPruneCommand, &kWaitCommand,   &kWatchCommand,
+            &kExplainCommand, &kStatsCommand, &kRawCommand,    &kHelpCommand};
     return kCommands;
 }
 

@@ -93,6 +93,13 @@ bool hasData(char type) {
     return type < '1' || type > '6';  // links, devices, directories, FIFOs
 }
 
+TarMember::Kind kindOf(char type) {
+    if (type == '5') return TarMember::Kind::Directory;
+    // '7' is a file that is stored in one piece. Before POSIX, files had a NUL.
+    const bool isFile = type == '0' || type == '\0' || type == '7';
+    return isFile ? TarMember::Kind::File : TarMember::Kind::Other;
+}
+
 }  // namespace
 
 std::optional<TarMember> TarReader::next() {
@@ -120,10 +127,11 @@ std::optional<TarMember> TarReader::next() {
         TarMember member{own.path       ? *own.path
                          : mCommon.path ? *mCommon.path
                                         : nameOf(header),
-                         0, type == '5'};
+                         0, kindOf(type)};
         if (hasData(type)) member.size = own.size.value_or(mCommon.size.value_or(*size));
-        member.isDirectory =
-                member.isDirectory || (!member.name.empty() && member.name.back() == '/');
+        if (!member.name.empty() && member.name.back() == '/') {
+            member.kind = TarMember::Kind::Directory;
+        }
         member.name.resize(std::min(member.name.size(), kMaxTarName));
         mDataLeft = member.size;
         mPaddingLeft = (kBlock - member.size % kBlock) % kBlock;

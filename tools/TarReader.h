@@ -13,7 +13,7 @@ namespace android::kavel::tools {
 struct TarMember {
     std::string name;  ///< at most kMaxTarName bytes of the name
     uint64_t size;     ///< of its data, in bytes; 0 for links, directories and devices
-    bool isDirectory;
+    enum class Kind { File, Directory, Other } kind;  ///< Other: links, devices and the like
 };
 
 inline constexpr size_t kMaxTarName = 4096;  // PATH_MAX of linux/limits.h

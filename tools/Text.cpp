@@ -79,6 +79,12 @@ void printTable(std::ostream& out, const std::vector<TableColumn>& columns) {
     }
 }
 
+Json::Value jsonList(const std::vector<std::string>& texts) {
+    Json::Value list(Json::arrayValue);
+    for (const std::string& text : texts) list.append(text);
+    return list;
+}
+
 Json::Value withFormat(Json::Value document) {
     document["format"] = kJsonFormat;
     return document;

@@ -35,6 +35,9 @@ struct TableColumn {
 /** Prints a table of equally long columns, each as wide as its longest cell. */
 void printTable(std::ostream& out, const std::vector<TableColumn>& columns);
 
+/** Returns @p texts as a JSON list. */
+Json::Value jsonList(const std::vector<std::string>& texts);
+
 /** Version of the JSON documents. It changes if a key gets another meaning or is removed. */
 inline constexpr int kJsonFormat = 1;
 

@@ -3,7 +3,8 @@
 // that passes for a sent one, an explanation that promises or denies a log or a wait wrongly;
 // archives in a wrong order, broken or foreign ones that hide or end the list, events, texts or
 // fields of the JSON documents that are lost or named otherwise, and control characters that get
-// to a terminal.
+// to a terminal; files that an archive puts elsewhere or over others, a lacking file that nobody
+// misses, and a prune that takes too many, too few or unfinished archives.
 
 #include <android-base/stringprintf.h>
 #include <android-base/strings.h>
@@ -18,9 +19,11 @@
 #include <exception>
 #include <iostream>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <utility>
 
+#include "dump/LogFolderName.h"
 #include "event/ExtraInfo.h"
 #include "event/IKavelBinder.h"
 #include "tests/fake/Script.h"
@@ -105,6 +108,9 @@ const std::pair<const char*, const char*> kLines[] = {
          R"({"utc":"u","local":"2024-03-07T09:05:01.007+01:00","recordId":77,"eventId":"0x101",)"
          R"("name":"$2","pid":12,"uid":34,"process":"$1","version":"1.0","type":"t","mask":"0x13"})"
          "\n"},
+        {"CRASH",
+         R"({"utc":"u","local":"l","recordId":77,"eventId":"0x3","name":"c","pid":12,"uid":34,)"
+         R"("process":"p","version":"1.0","type":"t","mask":"0x10000000"})"},
         {"STATISTIC\\((.*?)\\)",
          R"({"time":"2024-03-07T09:05:02.007","tag":"t","event":"$1","data":[["a","1"],["b","2"]]})"
          "\n"},
@@ -175,6 +181,8 @@ class Kavelctl : public testing::Test {
         } else if (words[0] == "cut") {
             const auto size = std::filesystem::file_size(folder / words[1]);
             std::filesystem::resize_file(folder / words[1], size - std::stoul(words[2]));
+        } else if (words[0] == "stage") {
+            std::filesystem::create_directories(std::filesystem::path(kLogFolderRoot) / words[1]);
         } else if (words[0] == "stdin") {
             mInput.str(words[1]);
         } else if (words[0] == "daemon" && words[1] == "starts") {
@@ -188,11 +196,21 @@ class Kavelctl : public testing::Test {
         return true;
     }
 
+    /** The files of a folder and their texts. */
+    static std::string filesBelow(const std::string& path) {
+        std::set<std::string> files;
+        for (const auto& entry : std::filesystem::directory_iterator(path)) {
+            files.insert(entry.path().filename().string() + "=" + test::contentOf(entry.path()));
+        }
+        return base::Join(files, "\n");
+    }
+
     /** What comes of a line: what the command prints, and the call that reaches the daemon. */
     std::string outcome(const std::string& line) {
         std::vector<std::string> words;
         for (const std::string& word : base::Split(line, " ")) words.push_back(plain(word));
         if (prepares(words)) return "";
+        if (words[0] == "ls") return filesBelow(folder / words[1]);
         std::streambuf* const before = std::cin.rdbuf(mInput.rdbuf());
         Result result = run(words);
         std::cin.rdbuf(before);

@@ -28,7 +28,9 @@ std::string listing(const std::string& bytes, size_t step = 512) {
     while (const auto member = reader.next()) {
         std::string data(member->size < 100 ? member->size : 0, '\0');
         EXPECT_EQ(reader.read(data.data(), data.size()), data.size());
-        text += member->name + (member->isDirectory ? " dir, " : " [" + data + "], ");
+        const char* const kinds[] = {"", " dir", " other"};
+        text += member->name + kinds[static_cast<int>(member->kind)];
+        text += member->kind == TarMember::Kind::Directory ? ", " : " [" + data + "], ";
     }
     return text + reader.error();
 }
@@ -63,7 +65,7 @@ TEST(TarReader, ReadsEveryFormat) {
             {patched(member, 345, "times"), "a [1], "},
             {patched(member, 124, noData), "a [1], "},
             {patched(member, 124, "         1 "), "a [1], "},
-            {patched(tarMember("link", "", '1'), 124, "00000000777"), "link [], "},
+            {patched(tarMember("link", "", '1'), 124, "00000000777"), "link other [], "},
             {tarMember("L", std::string(150, 't'), 'K') + tarMember(name, "1"), name + " [1], "},
             {pax("8 path=\n12 path=b c\n9 other=\n9 size=2\n") +
                      patched(tarMember("a", "12"), 124, "0"),

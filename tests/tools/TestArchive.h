@@ -42,11 +42,14 @@ inline std::string tarMember(const std::string& name, const std::string& data, c
            std::string((512 - data.size() % 512) % 512, '\0');
 }
 
-/** A tar archive of @p files, named as the daemon's tar names them below @p folder. */
+/** A tar archive of @p files, named as the daemon's tar names them below @p folder. "NAME%T" has
+ * type T. */
 inline std::string tarBytes(const std::string& folder, const FileTexts& files) {
     std::string bytes;
     for (const auto& [name, text] : files) {
-        bytes += tarMember("data/persist_log/kavel30/" + folder + "/" + name, text);
+        const size_t mark = std::min(name.find('%'), name.size());
+        bytes += tarMember("data/persist_log/kavel30/" + folder + "/" + name.substr(0, mark), text,
+                           mark == name.size() ? '0' : name[mark + 1]);
     }
     return bytes + std::string(1024, '\0');
 }

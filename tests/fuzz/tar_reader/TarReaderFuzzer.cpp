@@ -27,7 +27,7 @@ std::string readAll(const std::string& bytes, size_t step, std::string* data) {
     while (const auto member = reader.next()) {
         require(member->name.size() <= kMaxTarName, "a name has a bound");
         members += member->name + ' ' + std::to_string(member->size) +
-                   (member->isDirectory ? "/\n" : "\n");
+                   (member->kind == TarMember::Kind::Directory ? "/\n" : "\n");
         char buffer[1000];
         while (const size_t count = data == nullptr ? 0 : reader.read(buffer, sizeof(buffer))) {
             data->append(buffer, count);
