@@ -9,5 +9,6 @@ namespace kaveldesk {
 
 void addCause(CLI::App& app);
 void addTimeline(CLI::App& app);
+void addMask(CLI::App& app);
 
 }  // namespace kaveldesk

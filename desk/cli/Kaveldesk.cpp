@@ -17,19 +17,25 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
-const std::initializer_list<void (*)(CLI::App&)> kCommands = {addTimeline, addCause};
+const std::initializer_list<void (*)(CLI::App&)> kCommands = {addTimeline, addCause, addMask};
 
 }  // namespace
 
+std::unique_ptr<CLI::App> makeApp() {
+    auto app = std::make_unique<CLI::App>(
+            "Reads the archives of dravo_kavel: from the evidence to the cause.", "kaveldesk");
+    app->set_version_flag("--version", KAVELDESK_VERSION);
+    app->require_subcommand(1);
+    for (const auto add : kCommands) add(*app);
+    return app;
+}
+
 int run(int argc, const char* const* argv) {
-    CLI::App app("Reads the archives of dravo_kavel: from the evidence to the cause.", "kaveldesk");
-    app.set_version_flag("--version", KAVELDESK_VERSION);
-    app.require_subcommand(1);
-    for (const auto add : kCommands) add(app);
+    const auto app = makeApp();
     try {
-        app.parse(argc, argv);
+        app->parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : kUsage;
+        return app->exit(error) == 0 ? 0 : kUsage;
     } catch (const std::exception& error) {
         fmt::print(stderr, "kaveldesk: {}\n", printable(error.what()));
         return kFailed;
