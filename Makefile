@@ -4,9 +4,10 @@ SHELL := /bin/bash
 PRESET ?= default
 PHONE := build/$(PRESET)/host/phone/phone
 JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build phone announce-demo demo test test-kernel test-arm64 run bench mutate format lint clean
+.PHONY: help setup build desk install deb phone announce-demo demo test test-kernel test-arm64 run bench mutate format lint clean
 
 help: ## List the targets
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-11s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
@@ -21,6 +22,18 @@ build: setup ## Build everything with clang (or with PRESET=gcc, asan-ubsan, tsa
 phone: setup ## Build only what the simulated phone needs
 	@cmake --preset $(PRESET) > /dev/null
 	@cmake --build --preset $(PRESET) -j $(JOBS) --target kavel_phone
+
+desk: setup ## Build kaveldesk
+	@cmake --preset $(PRESET) > /dev/null
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target kaveldesk
+
+install: desk ## Install kaveldesk, its man page and completion below PREFIX and DESTDIR
+	@cmake --install build/$(PRESET) --component kaveldesk --prefix $(PREFIX) --strip
+
+deb: desk ## Make a Debian package of kaveldesk, in build/
+	@cpack --config build/$(PRESET)/CPackConfig.cmake -B build > build/cpack.log 2>&1 \
+	    || { cat build/cpack.log; exit 1; }
+	@ls build/kaveldesk_*.deb
 
 announce-demo:
 	@echo 'The first build takes one to two minutes on two idle cores, the demo itself half a minute.'
