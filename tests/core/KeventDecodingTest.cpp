@@ -13,6 +13,7 @@
 #include <utils/SystemClock.h>
 
 #include "core/KavelRecvKeventFunc.h"
+#include "core/KeventDecoder.h"
 #include "platform/Log.h"
 #include "tests/core/FakeHandler.h"
 #include "tests/core/Messages.h"
@@ -126,6 +127,18 @@ TEST(KeventDecoding, NoPacketAndNoService) {
     fake::setStatisticService(false);
     receive(2, "logmap{a:1}", "e");
     EXPECT_EQ(fake::takeLog().back(), "W sendPlxMsg, manager is null");
+}
+
+TEST(KeventDecoding, PartsOfTheLargestSizeAreRead) {
+    for (const size_t size : {kMaxTokenPart, kMaxTokenPart + 1}) {
+        const std::string part(size, 'x');
+        reset();
+        receive(KEVENT_TYPE_STATISTIC, "logmap{" + part + ":" + part + "}", "e");
+        receive(KEVENT_TYPE_EVENT, part + " " + part + ".event_id: 1.loginfo: 1.pid: 1", "e");
+        const bool isRead = size == kMaxTokenPart;
+        EXPECT_EQ(fake::takeUploads().size(), isRead ? 1U : 0U);
+        EXPECT_EQ(fake::takeReports().size(), isRead ? 1U : 0U);
+    }
 }
 
 TEST(KeventDecoding, FieldWithoutEndAborts) {

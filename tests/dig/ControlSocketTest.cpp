@@ -119,7 +119,7 @@ TEST_F(ControlSocket, EndsTheProcessWithoutAConnection) {
     };
     const testing::ExitedWithCode failed(255);
     EXPECT_EXIT(loop(open("/dev/null", O_RDONLY)), failed,
-                "listen: .*exec: 1\n4 Listen result -1\n");
+                "listen: .*exec: 1\n4 Listen result -1\n$");
     fcntl(mListening, F_SETFL, O_NONBLOCK);
     EXPECT_EXIT(loop(mListening), failed, "4 accept from fd -1\n6 accept error ");
 }

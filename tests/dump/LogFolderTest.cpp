@@ -133,6 +133,10 @@ TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {
         EXPECT_EQ(archiveName(name, kMaxArchiveSequence).size(), size_t{NAME_MAX});
         EXPECT_TRUE(isLogFolderName(name));
     }
+    std::string longest = "kavel_e_p" + kTail;
+    longest.insert(8, NAME_MAX - longest.size(), 'p');
+    EXPECT_TRUE(isLogFolderName(longest));
+    EXPECT_FALSE(isLogFolderName("kavel_e_p" + longest.substr(8)));
 }
 
 TEST(LogFolderName, OursAreToldFromOthers) {
