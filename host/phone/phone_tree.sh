@@ -9,6 +9,7 @@ copy_files() {
         cp "$1/build.prop" "$dir/system" &&
         cp "$1"/{demo,packages.xml} "$dir/system/phone" &&
         cp "$SOURCE_DIR/device/kavel_starter_set.sh" "$dir/system/bin/kavel_starter_set" &&
+        cp "$SOURCE_DIR/device/kavel_tools.rc" "$dir/system/phone" &&
         cp -r "$1/text" "$dir/system/phone" && cp -r "$1/text/kernel" "$dir" &&
         cp "$1/services"/* "$dir/system/phone/services" &&
         cp "$1/bin"/* "$dir/system/bin" &&

@@ -18,7 +18,10 @@ varies() {
     fail "$1 does not change"
 }
 
-/system/phone/demo || exit 1
+/system/phone/demo | tee /tmp/demo
+[ "${PIPESTATUS[0]}" = 0 ] || exit 1
+grep -q '^    phase: window$' /tmp/demo || fail 'the status of the window is not shown'
+grep -q 'waiting to lock .* held by thread' /tmp/demo || fail 'the cause is not shown'
 folder=$(mktemp -d) && cd "$folder" || exit 1
 tar xzf /data/persist_log/PLX/de/kavel/*.tar.gz && cd data/persist_log/kavel30/kavel_* || exit 1
 

@@ -16,3 +16,5 @@ while read -r event name _ mask; do
     done 2> /dev/null
 done < <(sed -n 's/^0x/0x/p' "$script")
 [ $rows -ge 7 ] || { echo "only $rows types"; exit 1; }
+# The limit for archives, as init would start it.
+$(sed -n 's|^service kavel_prune ||p' /system/phone/kavel_tools.rc) --dry-run
