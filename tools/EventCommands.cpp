@@ -3,6 +3,7 @@
 #include "tools/Commands.h"
 #include "tools/DaemonClient.h"
 #include "tools/ExtraText.h"
+#include "tools/StatusReader.h"
 #include "tools/Text.h"
 #include "tools/Values.h"
 
@@ -18,8 +19,8 @@ constexpr int64_t kDefaultWindowMs = 180000;
 
 constexpr Option kSetOptions[] = {
         {"name", "N",
-         "name in folders, archives and the history line; required unless a recover id is given, "
-         "because the daemon then stores no name"},
+         "name in folders, archives and the history line; the first call for the event type needs "
+         "it, unless a recover id is given, because the daemon then stores no name"},
         {"enable", "", "handle reports of this event type (the default)"},
         {"disable", "", "drop them"},
         {"freq", "N", "reporting frequency; stored, but has no effect (default: 0)"},
@@ -32,24 +33,61 @@ constexpr Option kSetOptions[] = {
 
 constexpr std::string_view kSetDescription =
         "Configures the event type EVENT. The daemon builds records only of event types that are "
-        "configured and enabled. A call replaces all settings of the event type, except that a "
-        "recover id of 0, or a name together with a recover id, does not change an earlier one.\n"
+        "configured and enabled. Of an event type that the daemon knows ('kavelctl status'), only "
+        "the given settings change, so '--disable' alone works; otherwise the others get their "
+        "defaults.\n"
         "The call is one-way: exit code 0 means that it is queued for the daemon.";
 
-int runSet(const Arguments& arguments, const Output& output) {
-    EventSettings settings{};
-    settings.eventId = parseEventId(arguments.operands.front());
-    settings.name = arguments.text("name");
-    settings.enabled = !arguments.has("disable");
-    settings.frequency = arguments.number("freq", 0, kMaxInt64, 0);
-    settings.windowMs = arguments.number("window", 0, kMaxInt64, kDefaultWindowMs);
-    settings.recoverId = arguments.number("recover-id", kMinInt64, kMaxInt64, 0);
+/** Returns the settings that the daemon has for @p eventId; nullopt if it has none. */
+std::optional<EventSettings> currentSettings(int64_t eventId) {
+    const Json::Value status = readStatus();
+    for (const Json::Value& type : status["eventTypes"]) {
+        if (!type["id"].isString() || findEventId(type["id"].asString()) != eventId) continue;
+        return EventSettings{eventId,
+                             type["name"].isString() ? type["name"].asString() : "",
+                             type["enabled"].isBool() && type["enabled"].asBool(),
+                             type["frequency"].isInt64() ? type["frequency"].asInt64() : 0,
+                             type["windowMs"].isInt64() ? type["windowMs"].asInt64() : 0,
+                             type["recoverId"].isInt64() ? type["recoverId"].asInt64() : 0};
+    }
+    return {};
+}
 
+/** Replaces in @p settings what the user gave. */
+void changeSettings(const Arguments& arguments, EventSettings& settings) {
+    if (arguments.has("enable")) settings.enabled = true;
+    if (arguments.has("disable")) settings.enabled = false;
+    settings.frequency = arguments.number("freq", 0, kMaxInt64, settings.frequency);
+    settings.windowMs = arguments.number("window", 0, kMaxInt64, settings.windowMs);
+    settings.recoverId = arguments.number("recover-id", kMinInt64, kMaxInt64, settings.recoverId);
+    if (!arguments.has("name")) return;
+    settings.name = arguments.text("name");
+    // The daemon stores a name only in a call without a recover id, which keeps an earlier one.
+    if (!arguments.has("recover-id")) settings.recoverId = 0;
+}
+
+int runSet(const Arguments& arguments, const Output& output) {
+    const int64_t eventId = parseEventId(arguments.operands.front());
     if (arguments.has("enable") && arguments.has("disable")) {
         throw UsageError("--enable and --disable exclude each other");
     }
-    if (!arguments.has("name") && settings.recoverId == 0) throw UsageError("--name is missing");
-    if (settings.recoverId != 0) {
+    EventSettings settings{eventId, "", true, 0, kDefaultWindowMs, 0};
+    changeSettings(arguments, settings);  // finds wrong values before the daemon is asked
+    const bool isComplete = arguments.has("name") || settings.recoverId != 0;
+    try {
+        if (const auto current = currentSettings(eventId)) {
+            settings = *current;
+            changeSettings(arguments, settings);
+        } else if (!isComplete) {
+            throw UsageError("--name is missing: the daemon does not know this event type yet");
+        }
+    } catch (const CommandError& error) {
+        if (!isComplete) throw;
+        output.note() << "what is not given gets its default, because the current settings cannot "
+                         "be read: "
+                      << error.what() << '\n';
+    }
+    if (settings.recoverId != 0 && arguments.has("name")) {
         output.note() << "an event type with a recover id gets no name: the daemon keeps the name "
                          "that it had, if any\n";
     }

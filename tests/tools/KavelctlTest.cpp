@@ -6,6 +6,7 @@
 // to a terminal; files that an archive puts elsewhere or over others, a lacking file that nobody
 // misses, and a prune that takes too many, too few or unfinished archives.
 
+#include <android-base/file.h>
 #include <android-base/stringprintf.h>
 #include <android-base/strings.h>
 #include <binder/Binder.h>
@@ -57,11 +58,21 @@ class RecordingService : public BnKavelBinder {
   public:
     status_t status = NO_ERROR;
     std::ostringstream calls;
+    int known = 0;  ///< recover id of the event type that it knows
 
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
         EXPECT_NE(flags & FLAG_ONEWAY, 0U);
         if (status != NO_ERROR) return status;
         return BnKavelBinder::onTransact(code, data, reply, flags);
+    }
+
+    /** Knows one event type. */
+    status_t dump(int fd, const Vector<String16>&) override {
+        const std::string text =
+                R"({"format":1,"eventTypes":[{"id":"0x1f","name":"old","enabled":true,)"
+                R"("frequency":5,"windowMs":7000,"recoverId":)" +
+                std::to_string(known) + "}]}";
+        return base::WriteStringToFd(text, fd) ? NO_ERROR : UNKNOWN_ERROR;
     }
 
     void sendFrameworkEvent(long eventId, long, long logInfo, int pid, int uid,
@@ -188,6 +199,8 @@ class Kavelctl : public testing::Test {
         } else if (words[0] == "daemon" && words[1] == "starts") {
             mService = new RecordingService;
             defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME), mService);
+        } else if (words[0] == "daemon" && words[1] == "recovers") {
+            mService->known = std::stoi(words[2]);
         } else if (words[0] == "daemon") {
             mService->status = std::stoi(words[1]);
         } else {
