@@ -62,8 +62,7 @@ std::string Case::processOf(int32_t pid) const {
             std::string_view first = takeWord(rest);
             std::string_view second = takeWord(rest);
             if (first != second || takeInteger<int32_t>(first) != pid) continue;
-            const std::string_view row = trim(line);
-            return std::string(row.substr(row.find_last_of(" \t") + 1));
+            return std::string(lastPart(trim(line), " \t"));
         }
     }
     return {};

@@ -50,6 +50,9 @@ struct Facts {
     std::vector<Tombstone> tombstones;
 };
 
+/** Adds the facts of the files of top, dumpsys cpuinfo and /proc/meminfo. */
+void addMeasurements(const Evidence& evidence, std::vector<Fact>& facts);
+
 /** Reads the logs, then the files of top, dumpsys cpuinfo and /proc/meminfo. */
 Facts scanEvidence(const Evidence& evidence, const Timeline& timeline);
 

@@ -1,136 +1,21 @@
 #include "desk/cause/FindCause.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstdlib>
-#include <iterator>
 #include <tuple>
 
 #include <fmt/core.h>
 
 #include "desk/cause/Case.h"
 #include "desk/cause/Fingerprint.h"
-#include "desk/cause/FrameNames.h"
 #include "desk/cause/Missing.h"
+#include "desk/cause/Rank.h"
 #include "desk/parse/Text.h"
-#include "event/EventTypes.h"
 
 namespace kaveldesk {
 namespace {
 
-/** What is further from the event than this does not explain it. */
-constexpr int64_t kNearNs = 300'000'000'000;
-
 /** Most statements of other candidates that a verdict lists. */
 constexpr size_t kMostOthers = 20;
-
-/** A kind of verdict. */
-struct Kind {
-    std::string_view name;
-    bool isResource;   // a shortage: a cause of its own only where nothing else is found
-    bool isPhoneWide;  // does not belong to one process
-};
-
-// In the order of preference between candidates with the same evidence for them.
-constexpr Kind kKinds[] = {
-        {"native-crash", false, false}, {"java-crash", false, false},   {"anr", false, false},
-        {"system-hang", false, true},   {"kernel", false, true},        {"low-memory", true, true},
-        {"io-wait", true, true},        {"cpu-starvation", true, true}, {"thermal", true, true},
-};
-
-/** A word in the name of an event type or in its extra text, and the kind that it asks for. */
-struct Hint {
-    std::string_view word;
-    std::string_view kind;
-};
-
-constexpr Hint kHints[] = {
-        {"NATIVE_CRASH", "native-crash"},
-        {"NATIVECRASH", "native-crash"},
-        {"TOMBSTONE", "native-crash"},
-        {"JAVA_CRASH", "java-crash"},
-        {"ANR", "anr"},
-        {"UI_TIMEOUT", "anr"},
-        {"NO_FOCUS", "anr"},
-        {"HANG", "system-hang"},
-        {"WATCHDOG", "system-hang"},
-        {"FREEZE", "system-hang"},
-        {"PANIC", "kernel"},
-        {"MEMORY", "low-memory"},
-        {"OOM", "low-memory"},
-        {"THERMAL", "thermal"},
-        {"CRASH", "native-crash"},
-        {"CRASH", "java-crash"},
-};
-
-size_t orderOf(const Candidate& candidate) {
-    const auto isIt = [&](const Kind& kind) { return kind.name == candidate.kind; };
-    return static_cast<size_t>(std::distance(
-            std::begin(kKinds), std::find_if(std::begin(kKinds), std::end(kKinds), isIt)));
-}
-
-/** The kinds that the event asks for, from the most exact word on. */
-std::vector<std::string_view> wantedKinds(const Incident& incident) {
-    std::string text = fmt::format("{} {} {}", incident.type, incident.event,
-                                   android::kavel::eventTypeOf(incident.eventId).name);
-    for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    std::vector<std::string_view> kinds;
-    std::string_view word;
-    for (const Hint& hint : kHints) {
-        if (!contains(text, hint.word) || (!word.empty() && word != hint.word)) continue;
-        word = hint.word;
-        kinds.push_back(hint.kind);
-    }
-    return kinds;
-}
-
-enum class Match : uint8_t { Other, Unknown, Same };
-
-Match matchProcess(const Incident& incident, const Candidate& candidate) {
-    if (incident.pid != 0 && candidate.pid == incident.pid) return Match::Same;
-    const bool isOpen =
-            incident.process.empty() || incident.process == "system" || candidate.process.empty();
-    if (isOpen) return Match::Unknown;
-    const std::string wanted = processName(incident.process);
-    const std::string found = processName(candidate.process);
-    if (wanted == found) return Match::Same;
-    // Another process of the same app, or of the whole phone.
-    if (until(wanted, ":") == until(found, ":")) return Match::Unknown;
-    return kKinds[orderOf(candidate)].isPhoneWide ? Match::Unknown : Match::Other;
-}
-
-Match matchTime(const Incident& incident, const Candidate& candidate) {
-    if (incident.utcNs == 0 || candidate.utcNs == 0) return Match::Unknown;
-    return std::abs(incident.utcNs - candidate.utcNs) <= kNearNs ? Match::Same : Match::Other;
-}
-
-/** What speaks for a candidate; a larger value is better. */
-struct Rank {
-    bool isPossible = false;
-    int score = 0;
-    int64_t nearness = 0;
-
-    bool operator<(const Rank& other) const {
-        return std::tie(isPossible, score, nearness) <
-               std::tie(other.isPossible, other.score, other.nearness);
-    }
-};
-
-Rank rank(const Incident& incident, const std::vector<std::string_view>& wanted,
-          const Candidate& candidate) {
-    const Match process = matchProcess(incident, candidate);
-    const Match time = matchTime(incident, candidate);
-    const bool isWanted = std::find(wanted.begin(), wanted.end(), candidate.kind) != wanted.end();
-    Rank rank;
-    rank.isPossible = process != Match::Other && time != Match::Other;
-    rank.score = (isWanted ? 32 : 0) + (kKinds[orderOf(candidate)].isResource ? 0 : 16) +
-                 (process == Match::Same ? 8 : 0) + (candidate.isEnough ? 4 : 0) +
-                 (time == Match::Same ? 2 : 0);
-    rank.nearness = incident.utcNs == 0 || candidate.utcNs == 0
-                            ? 0
-                            : -std::abs(incident.utcNs - candidate.utcNs);
-    return rank;
-}
 
 void addOthers(const Incident& incident, std::vector<Candidate>& others, Verdict& verdict) {
     if (others.size() > kMostOthers) {
@@ -147,7 +32,7 @@ void addOthers(const Incident& incident, std::vector<Candidate>& others, Verdict
         Finding& finding = other.findings.front();
         const bool isNear = matchTime(incident, other) != Match::Other;
         const bool helps =
-                kKinds[orderOf(other)].isPhoneWide || matchProcess(incident, other) == Match::Same;
+                kindOf(other).isPhoneWide || matchProcess(incident, other) == Match::Same;
         finding.weight =
                 isNear && helps ? Finding::Weight::Contributing : Finding::Weight::Observation;
         if (!contains(finding.sentence, other.process)) {
@@ -164,7 +49,7 @@ void addShortage(const Incident& incident, const std::vector<Candidate>& others,
     if (verdict.isEnough) return;
     for (const Candidate& other : others) {
         const bool explains =
-                kKinds[orderOf(other)].isResource && matchTime(incident, other) != Match::Other;
+                kindOf(other).isResource && matchTime(incident, other) != Match::Other;
         if (!explains) continue;
         verdict.isEnough = true;
         verdict.headline = fmt::format("{} The likely cause: {}", verdict.headline, other.headline);
@@ -229,11 +114,11 @@ Verdict findCause(const Evidence& evidence, const Timeline& timeline) {
     const auto wanted = wantedKinds(incident);
     std::stable_sort(candidates.begin(), candidates.end(),
                      [&](const Candidate& a, const Candidate& b) {
-                         return rank(incident, wanted, b) < rank(incident, wanted, a);
+                         return rankOf(incident, wanted, b) < rankOf(incident, wanted, a);
                      });
     Verdict verdict;
     verdict.kind = "unknown";
-    if (!candidates.empty() && rank(incident, wanted, candidates.front()).isPossible) {
+    if (!candidates.empty() && rankOf(incident, wanted, candidates.front()).isPossible) {
         Candidate& best = candidates.front();
         verdict.kind = std::move(best.kind);
         verdict.headline = std::move(best.headline);

@@ -96,10 +96,6 @@ constexpr std::string_view kPlatformModules[] = {
         "/linker64",      "/linker",        "/libandroid_runtime.so",
         "/app_process64", "/app_process32", "boot.oat"};
 
-std::string_view baseName(std::string_view path) {
-    return path.substr(path.rfind('/') == std::string_view::npos ? 0 : path.rfind('/') + 1);
-}
-
 /** Removes what is between pairs of @p open and @p close, except for "operator<" and the like. */
 std::string withoutPairs(std::string_view text, char open, char close) {
     std::string out;
@@ -145,7 +141,7 @@ void dropSuffixes(std::string& text) {
 }  // namespace
 
 std::string frameName(const Frame& frame) {
-    if (frame.symbol.empty()) return std::string(baseName(until(frame.module, " !")));
+    if (frame.symbol.empty()) return std::string(lastPart(until(frame.module, " !"), "/"));
     std::string name = frame.symbol;
     dropSuffixes(name);
     if (frame.isNative) {
@@ -185,7 +181,7 @@ std::string shownName(const Frame& frame) {
 
 std::string processName(std::string_view process) {
     std::string name(until(trim(process), " \t"));
-    if (startsWith(name, "/") || startsWith(name, "./")) name = baseName(name);
+    if (startsWith(name, "/") || startsWith(name, "./")) name = std::string(lastPart(name, "/"));
     const size_t part = name.find(':');
     if (part == std::string::npos) return name;
     name.erase(

@@ -39,7 +39,7 @@ std::string inFrame(const std::vector<Frame>& frames) {
     if (own == nullptr) return {};
     const std::string name = shownName(*own);
     if (own->symbol.empty() || own->module.empty()) return " in " + name;
-    return fmt::format(" in {} of {}", name, own->module.substr(own->module.rfind('/') + 1));
+    return fmt::format(" in {} of {}", name, lastPart(own->module, "/"));
 }
 
 Candidate judge(const Tombstone& t) {

@@ -32,10 +32,6 @@ constexpr std::string_view kErrors[] = {"Can't find service",
                                         "Invalid argument",
                                         "not supported"};
 
-std::string_view baseName(std::string_view path) {
-    return path.substr(path.rfind('/') == std::string_view::npos ? 0 : path.rfind('/') + 1);
-}
-
 std::string_view bitName(uint32_t bit) {
     for (const auto& row : kLogBits) {
         if (row.bit == bit) return row.name;
@@ -67,7 +63,7 @@ std::string_view commandOf(const LogCommand& command) {
 }
 
 bool isOf(const EvidenceFile& file, const LogCommand& command) {
-    return startsWith(baseName(file.name), std::string_view(command.stem).substr(1));
+    return startsWith(lastPart(file.name, "/"), std::string_view(command.stem).substr(1));
 }
 
 void addAbsent(const Evidence& evidence, std::vector<std::string>& missing) {

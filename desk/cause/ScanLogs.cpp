@@ -11,7 +11,6 @@
 #include "desk/parse/CpuUsage.h"
 #include "desk/parse/FrameText.h"
 #include "desk/parse/LogLine.h"
-#include "desk/parse/MemInfo.h"
 #include "desk/parse/Text.h"
 #include "desk/parse/Time.h"
 
@@ -83,32 +82,6 @@ class Scan {
         }
     }
 
-    void measurement(const EvidenceFile& file, uint32_t index) {
-        Fact fact;
-        fact.utcNs = file.collectedUtcNs;
-        fact.kind = FactKind::CpuTotal;
-        if (file.kind == FileKind::CpuInfo) {
-            Lines lines(file.text);
-            for (std::string_view line; lines.next(line);) {
-                if (readFact("ActivityManager", line, fact))
-                    addMeasured(fact, {index, lines.number()});
-                fact.kind = FactKind::CpuTotal;
-            }
-        } else if (file.kind == FileKind::Top) {
-            const TopTable top = parseTop(file.text);
-            if (!top.total) return;
-            fact.value = top.total->percent;
-            fact.ioWait = top.total->ioWait;
-            fact.detail = fmt::format("{:.0f}% in total, {:.0f}% iowait, by top", fact.value,
-                                      fact.ioWait);
-            addMeasured(fact, {index, top.total->line});
-        } else if (canHoldLog(file.kind)) {
-            otherText(file, index);
-        } else if (file.kind == FileKind::ProcMemInfo) {
-            memory(parseProcMemInfo(file.text), fact, index);
-        }
-    }
-
     Facts finish() {
         for (auto& [tid, parser] : mParsers) {
             for (Tombstone& tombstone : parser.take()) {
@@ -119,24 +92,6 @@ class Scan {
     }
 
   private:
-    void addMeasured(Fact fact, Place place) {
-        if (fact.kind != FactKind::CpuTotal && fact.kind != FactKind::MemAvailable) return;
-        fact.place = fact.detailPlace = place;
-        mFacts.facts.push_back(std::move(fact));
-    }
-
-    void memory(const std::vector<MemorySize>& sizes, Fact fact, uint32_t index) {
-        int64_t total = 0;
-        for (const MemorySize& size : sizes) {
-            if (size.name == "MemTotal") total = size.kiloBytes;
-            if (size.name != "MemAvailable" || total <= 0) continue;
-            fact.kind = FactKind::MemAvailable;
-            fact.value = 100.0 * static_cast<double>(size.kiloBytes) / static_cast<double>(total);
-            fact.detail = fmt::format("{} kB of {} kB are available", size.kiloBytes, total);
-            addMeasured(fact, {index, size.line});
-        }
-    }
-
     void message(const Record& record, std::string_view tag, std::string_view text, Place place) {
         if (tag == "DEBUG") return crashLine(record, text, place);
         if (const auto resource = after(text, "/proc/pressure/")) mResource = until(*resource, " ");
@@ -249,8 +204,12 @@ class Scan {
 Facts scanEvidence(const Evidence& evidence, const Timeline& timeline) {
     Scan scan(evidence);
     for (const Record& record : timeline.records) scan.record(record);
-    for (uint32_t i = 0; i < evidence.files.size(); ++i) scan.measurement(evidence.files[i], i);
-    return scan.finish();
+    for (uint32_t i = 0; i < evidence.files.size(); ++i) {
+        if (canHoldLog(evidence.files[i].kind)) scan.otherText(evidence.files[i], i);
+    }
+    Facts facts = scan.finish();
+    addMeasurements(evidence, facts.facts);
+    return facts;
 }
 
 }  // namespace kaveldesk

@@ -25,6 +25,9 @@ struct WaitChain {
     const WaitStep& last() const { return steps.back(); }
 };
 
+/** The place where @p thread took the lock @p id; null if it does not hold it. */
+const Lock* heldLock(const Thread& thread, const std::string& id);
+
 /** Follows locks to their holders and binder calls to the threads that serve them. */
 WaitChain followWaits(const Case& c, const ThreadDump& dump, const Thread& thread);
 

@@ -40,6 +40,11 @@ std::string_view until(std::string_view text, std::string_view ends) {
     return text.substr(0, text.find_first_of(ends));
 }
 
+std::string_view lastPart(std::string_view text, std::string_view separators) {
+    const size_t at = text.find_last_of(separators);
+    return at == std::string_view::npos ? text : text.substr(at + 1);
+}
+
 std::string_view between(std::string_view text, std::string_view open, std::string_view close) {
     const auto rest = after(text, open);
     if (!rest) return {};

@@ -41,6 +41,9 @@ std::optional<std::string_view> after(std::string_view text, std::string_view ma
 /** @p text up to the first character of @p ends, or all of it. */
 std::string_view until(std::string_view text, std::string_view ends);
 
+/** What follows the last character of @p separators in @p text, or all of it. */
+std::string_view lastPart(std::string_view text, std::string_view separators);
+
 /** What is between the first @p open and the next @p close; empty if one of them is not there. */
 std::string_view between(std::string_view text, std::string_view open, std::string_view close);
 

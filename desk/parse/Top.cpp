@@ -81,10 +81,10 @@ std::optional<CpuShare> parseRow(const Columns& columns, std::string_view line) 
     std::vector<std::string> words = wordsOf(line);
     if (!columns.isStateAfter) unglue(words);
     if (words.size() <= columns.pid) return std::nullopt;
+    if (columns.name <= columns.cpu) return std::nullopt;
     const size_t cpu = cpuIndex(columns, words);
-    const size_t name = columns.isNameLast ? words.size() - 1 : cpu + columns.name - columns.cpu;
-    if (columns.name <= columns.cpu || cpu >= words.size() || name >= words.size())
-        return std::nullopt;
+    const size_t name = columns.isNameLast ? words.size() - 1 : cpu + (columns.name - columns.cpu);
+    if (cpu >= words.size() || name >= words.size()) return std::nullopt;
     CpuShare share;
     std::string_view pid = words[columns.pid];
     std::string_view percent = words[cpu];
@@ -102,8 +102,7 @@ std::optional<CpuTotal> parseHead(std::string_view line) {
     const auto value = [&](std::string_view name) {
         const size_t end = line.find(name);
         if (end == std::string_view::npos) return -1.0;
-        const size_t blank = line.substr(0, end).rfind(' ');
-        std::string_view number = line.substr(blank == std::string_view::npos ? 0 : blank + 1);
+        std::string_view number = lastPart(line.substr(0, end), " ");
         return takeDecimal(number).value_or(-1);
     };
     const double all = value("%cpu");
