@@ -1,7 +1,5 @@
 #include "tests/desk/cause/Cases.h"
 
-#include <stdexcept>
-
 #include <fmt/format.h>
 
 #include "desk/parse/Text.h"
@@ -15,7 +13,7 @@ FileKind kindOf(std::string_view word) {
     while (kind <= static_cast<int>(FileKind::Dumpsys)) {
         if (word == kindName(static_cast<FileKind>(kind++))) return static_cast<FileKind>(kind - 1);
     }
-    throw std::runtime_error(fmt::format("unknown kind of file: {}", word));
+    return FileKind::Other;
 }
 
 std::string valueOf(std::string_view text, std::string_view key) {
@@ -58,7 +56,7 @@ std::vector<VerdictCase> readCases(std::string_view text) {
             file.name = takeWord(line);
             file.kind = kindOf(trim(line));
             file.collectedUtcNs = c.evidence.incident.utcNs;
-        } else if (!startsWith(line, "=== ")) {
+        } else if (!startsWith(line, "=== ") && !c.evidence.files.empty()) {
             std::string& file = c.evidence.files.back().text;
             file.append(line).append("\n");
             c.evidence.files.back().size = file.size();
