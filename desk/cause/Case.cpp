@@ -37,10 +37,13 @@ void append(std::vector<T>& to, std::vector<T> more) {
 Case::Case(const Evidence& all, const Timeline& timeline)
       : evidence(all), facts(scanEvidence(all, timeline)) {
     const int32_t offset = evidence.incident.utcOffsetSeconds;
+    // Forty times what the stacks of all processes of a phone have; a part takes about 150 bytes.
+    size_t room = 1'000'000;
     for (uint32_t i = 0; i < evidence.files.size(); ++i) {
         const EvidenceFile& file = evidence.files[i];
-        if (canHaveDumps(file)) append(dumps, parseThreadDumps(file.text, i, offset));
-        if (canHaveTombstones(file.kind)) append(tombstones, parseTombstones(file.text, i, offset));
+        if (canHaveDumps(file)) append(dumps, parseThreadDumps(file.text, i, offset, room));
+        if (canHaveTombstones(file.kind))
+            append(tombstones, parseTombstones(file.text, i, offset, room));
         if (file.kind == FileKind::Binder) append(binderCalls, parseBinderCalls(file.text, i));
     }
     append(tombstones, std::move(facts.tombstones));

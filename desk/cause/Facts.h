@@ -40,7 +40,9 @@ struct Fact {
     double value = 0;
     double ioWait = 0;
     std::vector<Frame> frames;  // of a Java crash: those of the first exception, the root cause
-    std::string thread;         // that crashed; of Pressure: the resource, "memory", "io" or "cpu"
+    std::vector<Place>
+            framePlaces;  // the two dumps of a log share a stack: its frames can be in both
+    std::string thread;   // that crashed; of Pressure: the resource, "memory", "io" or "cpu"
 };
 
 /** The facts of all logs and measurements in time order, and the native crashes that debuggerd
@@ -48,6 +50,7 @@ struct Fact {
 struct Facts {
     std::vector<Fact> facts;
     std::vector<Tombstone> tombstones;
+    bool isCut = false;  // there were more than a verdict can compare
 };
 
 /** Adds the facts of the files of top, dumpsys cpuinfo and /proc/meminfo. */

@@ -132,6 +132,14 @@ Verdict findCause(const Evidence& evidence, const Timeline& timeline) {
         verdict.headline = whyUnknown(incident, !candidates.empty());
     }
     addOthers(incident, candidates, verdict);
+    if (c.facts.isCut) {
+        verdict.findings.push_back(
+                {"cut",
+                 Finding::Weight::Observation,
+                 "The logs report more incidents than can be compared: the last ones "
+                 "are left out.",
+                 {}});
+    }
     verdict.missing = missingEvidence(evidence, c.dumps);
     fillTexts(evidence, verdict);
     verdict.dumps = std::move(c.dumps);

@@ -19,17 +19,18 @@ bool isNear(int64_t a, int64_t b) {
     return a == 0 || b == 0 || std::abs(a - b) <= kSameNs;
 }
 
-Finding framesFinding(const std::string& kind, const std::vector<Frame>& frames, uint32_t file) {
+Finding framesFinding(const std::string& kind, const std::vector<Frame>& frames,
+                      const std::vector<Place>& places) {
     Finding finding{kind,
                     Finding::Weight::Cause,
                     "These are the top frames of the thread that crashed.",
                     {}};
     for (size_t i = 0; i < std::min(frames.size(), kShownFrames); ++i) {
-        finding.citations.push_back(cite({file, frames[i].line}));
+        finding.citations.push_back(cite(places[i]));
     }
     const Frame* own = ownFrame(frames);
     if (own != nullptr && own >= frames.data() + kShownFrames) {
-        finding.citations.push_back(cite({file, own->line}));
+        finding.citations.push_back(cite(places[static_cast<size_t>(own - frames.data())]));
     }
     return finding;
 }
@@ -71,7 +72,7 @@ Candidate judge(const Tombstone& t) {
                                       {cite(t.causePlace)}});
     }
     if (!t.frames.empty()) {
-        candidate.findings.push_back(framesFinding("native-crash.frames", t.frames, t.place.file));
+        candidate.findings.push_back(framesFinding("native-crash.frames", t.frames, t.framePlaces));
     }
     candidate.signature = {"native-crash", processName(t.process), t.signal};
     for (std::string& name : groupFrames(t.frames, 3))
@@ -109,7 +110,7 @@ Candidate judge(const Fact& fact) {
     }
     if (!fact.frames.empty()) {
         candidate.findings.push_back(
-                framesFinding(candidate.kind + ".frames", fact.frames, fact.place.file));
+                framesFinding(candidate.kind + ".frames", fact.frames, fact.framePlaces));
     }
     candidate.signature = {candidate.kind, processName(fact.process), exception};
     for (std::string& name : groupFrames(fact.frames, 3))

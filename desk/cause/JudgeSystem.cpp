@@ -26,7 +26,9 @@ std::vector<std::string> threadNames(std::string_view subject) {
 std::string addThreads(const Case& c, const ThreadDump& dump, const std::vector<std::string>& names,
                        Candidate& candidate) {
     std::string words;
+    constexpr size_t kMostFindings = 40;
     for (const Thread& thread : dump.threads) {
+        if (candidate.findings.size() >= kMostFindings) break;
         const bool isNamed = std::find(names.begin(), names.end(), thread.name) != names.end();
         const bool isMain = &thread == mainThread(dump);
         const bool isBlocked = activityOf(thread).doing == Doing::WaitsForLock;

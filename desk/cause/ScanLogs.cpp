@@ -20,6 +20,9 @@ namespace {
 /** Most threads whose messages can be open at a time; more than a log of the phone can hold. */
 constexpr size_t kMaxOpen = 4096;
 
+/** A log of the phone has some hundreds. Each is compared with the others. */
+constexpr size_t kMaxFacts = 20'000;
+
 constexpr bool isLog(FileKind kind) {
     return kind == FileKind::MainLog || kind == FileKind::EventsLog || kind == FileKind::KernelLog;
 }
@@ -102,12 +105,14 @@ class Scan {
             if (fact.kind == FactKind::JavaCrash && fact.pid == 0) fact.pid = record.pid;
             if (fact.kind == FactKind::Pressure) fact.thread = mResource;
             if (fact.kind == FactKind::CpuTotal) fact.detail += mostBusy();
-            const bool goesOn = fact.kind == FactKind::Anr || fact.kind == FactKind::JavaCrash;
-            mFacts.facts.push_back(std::move(fact));
+            // Lines of the events log say all at once.
+            const bool goesOn = fact.detail.empty() &&
+                                (fact.kind == FactKind::Anr || fact.kind == FactKind::JavaCrash);
+            if (!add(std::move(fact))) return;
             if (goesOn && mOpen.size() < kMaxOpen) mOpen[record.tid] = mFacts.facts.size() - 1;
             return;
         }
-        if (const auto share = parseCpuShare(text)) mShares.push_back(*share);
+        noteShare(text);
         const auto open = mOpen.find(record.tid);
         if (open != mOpen.end()) {
             if (!goOn(mFacts.facts[open->second], tag, text, place)) mOpen.erase(open);
@@ -116,15 +121,23 @@ class Scan {
         }
     }
 
+    bool add(Fact fact) {
+        mFacts.isCut = mFacts.facts.size() >= kMaxFacts;
+        if (mFacts.isCut) return false;
+        mFacts.facts.push_back(std::move(fact));
+        return true;
+    }
+
+    void noteShare(std::string_view text) {
+        const auto share = parseCpuShare(text);
+        if (!share || share->isThread) return;
+        if (!mMostBusy || share->percent > mMostBusy->percent) mMostBusy = share;
+    }
+
     /** Names the process with the largest share of the block that ends. */
     std::string mostBusy() {
-        const std::vector<CpuShare> shares = std::exchange(mShares, {});
-        const auto most =
-                std::max_element(shares.begin(), shares.end(), [](const auto& a, const auto& b) {
-                    return !a.isThread && !b.isThread ? a.percent < b.percent
-                                                      : a.isThread && !b.isThread;
-                });
-        if (most == shares.end() || most->isThread) return {};
+        const auto most = std::exchange(mMostBusy, std::nullopt);
+        if (!most) return {};
         return fmt::format(", most by {} ({:.0f}% of one CPU)", most->name, most->percent);
     }
 
@@ -151,6 +164,7 @@ class Scan {
         }
         if (auto frame = parseFrame(text, place.line)) {
             fact.frames.push_back(std::move(*frame));
+            fact.framePlaces.push_back(place);
             return true;
         }
         const std::string_view line = trim(text);
@@ -159,6 +173,7 @@ class Scan {
             fact.detail = line.substr(11);
             fact.detailPlace = place;
             fact.frames.clear();
+            fact.framePlaces.clear();
             return true;
         }
         if (startsWith(line, "... ") || startsWith(line, "Suppressed: ")) return true;
@@ -180,13 +195,13 @@ class Scan {
         fact.place = fact.detailPlace = place;
         fact.pid = record.pid;
         fact.detail = trim(text);
-        mFacts.facts.push_back(std::move(fact));
+        if (!add(std::move(fact))) return;
         mOpen[record.tid] = mFacts.facts.size() - 1;
     }
 
     void crashLine(const Record& record, std::string_view text, Place place) {
         if (mParsers.size() >= kMaxOpen) return;
-        const auto parser = mParsers.try_emplace(record.tid, 0).first;
+        const auto parser = mParsers.try_emplace(record.tid, 0, mRoom).first;
         parser->second.line(text, place);
         parser->second.setTime(record.utcNs);
     }
@@ -194,9 +209,10 @@ class Scan {
     const Evidence& mEvidence;
     Facts mFacts;
     std::map<int32_t, size_t> mOpen;  // by thread: index of the fact that its lines continue
+    size_t mRoom = 100'000;           // for the frames of crashes in the log
     std::map<int32_t, TombstoneParser> mParsers;
-    std::vector<CpuShare> mShares;  // of the block of CPU usage that is read
-    std::string mResource;          // whose pressure the next lines give
+    std::optional<CpuShare> mMostBusy;  // of the block of CPU usage that is read
+    std::string mResource;              // whose pressure the next lines give
 };
 
 }  // namespace

@@ -60,6 +60,9 @@ bool nextStep(const Case& c, WaitStep& step, WaitStep& next) {
     return step.call != nullptr && servedBy(c, *step.call, next);
 }
 
+/** Longer chains occur in no phone; each step looks at all threads. */
+constexpr size_t kMaxSteps = 100;
+
 }  // namespace
 
 const Lock* heldLock(const Thread& thread, const std::string& id) {
@@ -76,7 +79,7 @@ WaitChain followWaits(const Case& c, const ThreadDump& dump, const Thread& threa
         WaitStep next;
         const bool goesOn = nextStep(c, step, next);
         chain.steps.push_back(step);
-        if (!goesOn) return chain;
+        if (!goesOn || chain.steps.size() == kMaxSteps) return chain;
         const auto isNext = [&](const WaitStep& known) { return known.thread == next.thread; };
         const auto known = std::find_if(chain.steps.begin(), chain.steps.end(), isNext);
         if (known != chain.steps.end()) {

@@ -22,12 +22,16 @@ struct Channel {
 
 class Parser {
   public:
-    Parser(uint32_t file, int32_t utcOffsetSeconds)
-          : mFile(file), mUtcOffsetSeconds(utcOffsetSeconds) {}
+    Parser(uint32_t file, int32_t utcOffsetSeconds, size_t& room)
+          : mFile(file), mUtcOffsetSeconds(utcOffsetSeconds), mRoom(room) {}
 
     void line(std::string_view raw, uint32_t number) {
         const std::string_view text = trim(raw);
         if (startsWith(text, "-----")) return rule(text, number);
+        if (mRoom == 0) {
+            if (mInDump) mIsCut = true;
+            return;
+        }
         if (mInChannels && channel(text, number)) return;
         if (mInThread && threadLine(text, number)) return;
         if (auto head = parseThreadHead(text)) return begin(std::move(*head), number);
@@ -35,7 +39,7 @@ class Parser {
     }
 
     std::vector<ThreadDump> finish() {
-        if (mInDump && !mHasRule) mDumps.back().isComplete = !mInThread;
+        if (mInDump && !mHasRule) mDumps.back().isComplete = !mInThread && !mIsCut;
         addChannels();
         return std::move(mDumps);
     }
@@ -61,7 +65,7 @@ class Parser {
         } else if (startsWith(text, "----- end ")) {
             // The same words end both kinds of block: the open one is meant.
             if (mInDump && !mInChannels) {
-                mDumps.back().isComplete = true;
+                mDumps.back().isComplete = !mIsCut;
                 mDumps.back().lastLine = number;
             }
             close();
@@ -73,6 +77,7 @@ class Parser {
                 startsWith(text, "sysTid=") ? numberAfter(text, "sysTid=") : std::nullopt;
         if (!sysTid) return false;
         takeWord(text);
+        --mRoom;
         mChannels.push_back({mPid, *sysTid, std::string(trim(text)), mProcess, number});
         return true;
     }
@@ -87,8 +92,10 @@ class Parser {
         thread.lastLine = mDumps.back().lastLine = number;
         if (auto frame = parseFrame(text, number)) {
             thread.frames.push_back(std::move(*frame));
+            --mRoom;
         } else if (auto lock = parseLock(text, number)) {
             thread.locks.push_back(std::move(*lock));
+            --mRoom;
         } else if (startsWith(text, "|")) {
             if (const auto sysTid = numberAfter(text, "sysTid=")) thread.sysTid = *sysTid;
         }
@@ -101,6 +108,7 @@ class Parser {
         head.firstLine = head.lastLine = number;
         mDumps.back().lastLine = number;
         mDumps.back().threads.push_back(std::move(head));
+        --mRoom;
         mInThread = true;
     }
 
@@ -170,6 +178,7 @@ class Parser {
 
     const uint32_t mFile;
     const int32_t mUtcOffsetSeconds;
+    size_t& mRoom;
     std::vector<ThreadDump> mDumps;
     std::vector<Channel> mChannels;
     std::string mProcess;
@@ -177,6 +186,7 @@ class Parser {
     uint32_t mSubjectLine = 0;
     int32_t mPid = 0;
     size_t mOnlyChannels = 0;  // number of dumps when the last is made of channels only
+    bool mIsCut = false;       // there was no room for all lines
     bool mInDump = false;
     bool mHasRule = false;
     bool mInThread = false;
@@ -186,8 +196,8 @@ class Parser {
 }  // namespace
 
 std::vector<ThreadDump> parseThreadDumps(std::string_view text, uint32_t file,
-                                         int32_t utcOffsetSeconds) {
-    Parser parser(file, utcOffsetSeconds);
+                                         int32_t utcOffsetSeconds, size_t& room) {
+    Parser parser(file, utcOffsetSeconds, room);
     Lines lines(text);
     for (std::string_view line; lines.next(line);) parser.line(line, lines.number());
     return parser.finish();

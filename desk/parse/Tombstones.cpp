@@ -21,7 +21,10 @@ void TombstoneParser::line(std::string_view line, Place place) {
         mUtcNs = parseUtc(text.substr(11), mUtcOffsetSeconds);
     } else if (startsWith(text, "Cmdline: ")) {
         mCmdline = text.substr(9);
+    } else if (mRoom == 0) {
+        return;
     } else if (startsWith(text, "pid: ") && contains(text, ">>> ")) {
+        --mRoom;
         head(text, place);
     } else if (!mIsOpen) {
         return;
@@ -31,8 +34,14 @@ void TombstoneParser::line(std::string_view line, Place place) {
         Tombstone& tombstone = mTombstones.back();
         auto& others = tombstone.otherThreads;
         if (mIsOther && others.empty()) return;
-        (mIsOther ? others.back().frames : tombstone.frames).push_back(std::move(*frame));
-        if (mIsOther) others.back().lastLine = place.line;
+        --mRoom;
+        if (mIsOther) {
+            others.back().frames.push_back(std::move(*frame));
+            others.back().lastLine = place.line;
+        } else {
+            tombstone.frames.push_back(std::move(*frame));
+            tombstone.framePlaces.push_back(place);
+        }
     } else if (startsWith(text, "Abort message: ")) {
         std::string_view message = text.substr(15);
         if (startsWith(message, "'")) message.remove_prefix(1);
@@ -95,8 +104,8 @@ std::vector<Tombstone> TombstoneParser::take() {
 }
 
 std::vector<Tombstone> parseTombstones(std::string_view text, uint32_t file,
-                                       int32_t utcOffsetSeconds) {
-    TombstoneParser parser(utcOffsetSeconds);
+                                       int32_t utcOffsetSeconds, size_t& room) {
+    TombstoneParser parser(utcOffsetSeconds, room);
     Lines lines(text);
     for (std::string_view line; lines.next(line);) parser.line(line, {file, lines.number()});
     return parser.take();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,13 +27,17 @@ struct Tombstone {
     Place abortPlace;  // line 0 if there is no abort message
     Place causePlace;  // line 0 if there is no cause
     std::vector<Frame> frames;
+    std::vector<Place> framePlaces;  // of each frame: of a log, they can be in two files
     std::vector<Thread> otherThreads;
 };
 
 /** Reads tombstones line by line. Lines that it does not know are passed over. */
 class TombstoneParser {
   public:
-    explicit TombstoneParser(int32_t utcOffsetSeconds) : mUtcOffsetSeconds(utcOffsetSeconds) {}
+    /** @p room as in parseThreadDumps(); lines without room are passed over. It must outlive this.
+     */
+    TombstoneParser(int32_t utcOffsetSeconds, size_t& room)
+          : mUtcOffsetSeconds(utcOffsetSeconds), mRoom(room) {}
 
     /** @p line without what a log puts before it. */
     void line(std::string_view line, Place place);
@@ -46,6 +51,7 @@ class TombstoneParser {
     void signal(std::string_view text, Place place);
 
     int32_t mUtcOffsetSeconds;
+    size_t& mRoom;
     std::vector<Tombstone> mTombstones;
     std::string mCmdline;
     int64_t mUtcNs = 0;
@@ -55,6 +61,6 @@ class TombstoneParser {
 
 /** Reads the tombstones of a file. */
 std::vector<Tombstone> parseTombstones(std::string_view text, uint32_t file,
-                                       int32_t utcOffsetSeconds);
+                                       int32_t utcOffsetSeconds, size_t& room);
 
 }  // namespace kaveldesk

@@ -96,6 +96,7 @@ TEST_F(Samples, LoseNoLineOfAStack) {
             const EvidenceFile& file = evidence.files.at(0);
             const Verdict verdict = findCause(evidence, buildTimeline(evidence));
             std::set<uint32_t> known;
+            size_t room = 10'000;
             std::set<int32_t> channels;
             for (const ThreadDump& dump : verdict.dumps) {
                 for (const Thread& thread : dump.threads) {
@@ -105,7 +106,7 @@ TEST_F(Samples, LoseNoLineOfAStack) {
                     for (const Lock& lock : thread.locks) known.insert(lock.line);
                 }
             }
-            for (const Tombstone& tombstone : parseTombstones(file.text, 0, 0)) {
+            for (const Tombstone& tombstone : parseTombstones(file.text, 0, 0, room)) {
                 for (const Frame& frame : tombstone.frames) known.insert(frame.line);
                 for (const Thread& thread : tombstone.otherThreads) {
                     for (const Frame& frame : thread.frames) known.insert(frame.line);
