@@ -8,6 +8,7 @@ namespace kaveldesk {
 // for the user if it cannot do its work, and CLI::ValidationError for a bad value of an option.
 
 void addCause(CLI::App& app);
+void addReport(CLI::App& app);
 void addTimeline(CLI::App& app);
 void addMask(CLI::App& app);
 

@@ -17,7 +17,8 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
-const std::initializer_list<void (*)(CLI::App&)> kCommands = {addTimeline, addCause, addMask};
+const std::initializer_list<void (*)(CLI::App&)> kCommands = {addTimeline, addCause, addReport,
+                                                              addMask};
 
 }  // namespace
 

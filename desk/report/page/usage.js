@@ -6,6 +6,9 @@ import {state, on} from './state.js';
 import {citationLink} from './cause.js';
 
 const kMostLines = 8;
+const kSeconds = [1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 1800, 3600, 21600, 86400];  // between ticks
+// What tells most about a shortage; the largest figures, such as an address space, tell little.
+const kTelling = ['MemAvailable', 'MemFree', 'SwapFree', 'Cached', 'AnonPages', 'Slab', 'SUnreclaim', 'KernelStack'];
 const kUnits = [
     {unit: 'percent', title: 'CPU by process', label: value => `${value.toFixed(value && value < 10 ? 1 : 0)} %`},
     {unit: 'kB', title: 'Memory', label: value => value >= 1e6 ? `${(value / 1e6).toFixed(2)} GB` : `${count(Math.round(value / 1e3))} MB`},
@@ -35,7 +38,7 @@ function chart(box, series, label, sync) {
         tzDate: at => uPlot.tzDate(new Date(at * 1000), 'Etc/UTC'),
         scales: {x: {range: (u, low, high) => u.data[0].length && low === u.data[0][0] ? [from - margin, to + margin] : [low, high]}, y: {range: (u, low, high) => [0, Math.max(high * 1.1, 1)]}},
         cursor: {sync: {key: sync.key}, focus: {prox: 24}},
-        axes: [{...axis, values: '{HH}:{mm}:{ss}', space: 80, size: 28}, {...axis, size: 64, values: (u, values) => values.map(label)}],
+        axes: [{...axis, values: '{HH}:{mm}:{ss}', space: 80, size: 28, incrs: kSeconds}, {...axis, size: 64, values: (u, values) => values.map(label)}],
         series: [{label: 'Time', value: (u, at) => at == null ? '' : time((at - shift) * 1000)}, ...series.map(({name}, i) => ({
             label: visible(name), stroke: color(`c${i}`), width: 2, spanGaps: true,
             points: {show: true, size: 6}, value: (u, value) => value == null ? '' : label(value)}))],
@@ -54,13 +57,16 @@ function table(series, label) {
 
 export function showUsage() {
     const panels = kUnits.map(({unit, title, label}) => {
+        const rank = ({name}) => (kTelling.indexOf(name) + 1) || Infinity;
         const series = report.usage.filter(each => each.unit === unit && each.points.length)
-            .sort((a, b) => peak(b).value - peak(a).value);
+            .sort((a, b) => rank(a) < rank(b) ? -1 : rank(a) > rank(b) ? 1 : peak(b).value - peak(a).value);
         const box = el('div', {class: 'chart'});
-        const shown = series.slice(0, kMostLines);
-        const note = shown.length < series.length ? `the ${shown.length} highest of ${count(series.length)}` : '';
+        // One moment makes no line: the table says more.
+        const isChart = new Set(series.flatMap(({points}) => points.map(point => point.time))).size > 1;
+        const shown = isChart ? series.slice(0, kMostLines) : [];
+        const note = shown.length && shown.length < series.length ? `${shown.length} of ${count(series.length)}; the table has all` : '';
         const panel = el('section', {class: 'panel'}, el('h2', {}, title, ' ', el('span', {class: 'dim'}, note)),
-            ...series.length ? [box, el('details', {}, el('summary', {}, 'As a table'), table(series, label))]
+            ...series.length ? [box, el('details', {open: !isChart}, el('summary', {}, 'Table'), table(series, label))]
                 : [el('p', {class: 'dim'}, 'The archive has no figures.')]);
         return {panel, box, shown, label, plot: null};
     });

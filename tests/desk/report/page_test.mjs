@@ -20,7 +20,7 @@ execFileSync(sample, [file, String(kLines)]);
 
 const browser = await chromium.launch({executablePath, args: process.getuid() ? [] : ['--no-sandbox']});
 const page = await browser.newPage({viewport: {width: 1400, height: 900}, colorScheme: 'light'});
-page.setDefaultTimeout(60000);
+page.setDefaultTimeout(30000);
 const complaints = [], requests = [];
 page.on('console', message => complaints.push(message.text()));
 page.on('pageerror', error => complaints.push(error.stack || error.message));
