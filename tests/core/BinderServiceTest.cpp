@@ -1,19 +1,27 @@
-// Would catch fields that are read in another order or width than clients write them, a text that
-// is cut, a short report that is refused or read beyond its end, settings in the wrong table,
-// settings that replace good ones although a part of them is missing, a log line with another text,
-// a request for another interface that is handled or logged, a lost code, and a proxy for an object
-// of this process.
+// Would catch a dump that is refused, is in the other form, or takes all threads; fields that are
+// read in another order or width than clients write them, a text that is cut, a short report that
+// is refused or read beyond its end, settings in the wrong table, settings that replace good ones
+// although a part of them is missing, a log line with another text, a request for another interface
+// that is handled or logged, a lost code, and a proxy for an object of this process.
 
+#include <array>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
 #include <android-base/stringprintf.h>
+#include <android-base/unique_fd.h>
 #include <gtest/gtest.h>
 
 #include "core/KavelBinderService.h"
 #include "handler/KavelEventHandler.h"
 #include "tests/core/FakeHandler.h"
+#include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
 
 namespace android {
@@ -141,6 +149,42 @@ TEST_F(KavelBinder, OnlyARemoteObjectGetsAProxy) {
     const sp<IKavelBinder> proxy = IKavelBinder::asInterface(stranger);
     ASSERT_NE(proxy, nullptr);
     EXPECT_EQ(IInterface::asBinder(proxy), stranger);
+}
+
+TEST_F(KavelBinder, CallersWhoDoNotReadLeaveThreadsForReports) {
+    std::vector<int> pipes(8);
+    std::vector<std::thread> callers;
+    for (size_t i = 0; i < pipes.size(); i += 2) {
+        ASSERT_EQ(pipe2(&pipes[i], O_CLOEXEC), 0);
+        while (poll(std::array{pollfd{pipes[i + 1], POLLOUT, 0}}.data(), 1, 0) > 0) {
+            ASSERT_EQ(write(pipes[i + 1], std::string(4096, 'x').data(), 4096), 4096);
+        }
+        callers.emplace_back([&, i] { EXPECT_EQ(mService->dump(pipes[i + 1], {}), -EPIPE); });
+    }
+    const auto dump = [&] {
+        const base::unique_fd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
+        return mService->dump(null.get(), {});
+    };
+    EXPECT_TRUE(kavel::test::eventually([&] { return dump() == WOULD_BLOCK; }));
+    for (size_t i = 0; i < pipes.size(); i += 2) close(pipes[i]);
+    for (std::thread& caller : callers) caller.join();
+    EXPECT_EQ(dump(), BAD_TYPE) << "not a pipe";
+    for (size_t i = 1; i < pipes.size(); i += 2) close(pipes[i]);
+}
+
+TEST_F(KavelBinder, DumpNeedsNoTokenAndKnowsJson) {
+    const base::unique_fd file(open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    for (const char* const arg : {"-a", "--json"}) {
+        Parcel data;
+        data.writeFileDescriptor(file.get(), false);
+        data.writeInt32(1);
+        data.writeString16(String16(arg));
+        ASSERT_EQ(ftruncate(file.get(), lseek(file.get(), 0, SEEK_SET)), 0);
+        EXPECT_EQ(transact(IBinder::DUMP_TRANSACTION, data), NO_ERROR);
+        char start[12] = {};
+        EXPECT_EQ(pread(file.get(), start, sizeof(start) - 1, 0), 11);
+        EXPECT_STREQ(start, std::string_view(arg) == "-a" ? "format: 1\nt" : "{\"format\":1");
+    }
 }
 
 }  // namespace

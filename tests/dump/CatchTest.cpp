@@ -15,6 +15,7 @@
 #include "dump/DumpContext.h"
 #include "dump/DumpThread.h"
 #include "dump/EventLine.h"
+#include "dump/LogCommands.h"
 #include "dump/NearestFile.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
@@ -25,7 +26,7 @@ namespace {
 std::shared_ptr<KavelEvent> makeEvent(int32_t recordId) {
     const KavelTimestamp now = {};
     const KavelExtraInfo none;
-    const auto event = std::make_shared<KavelEvent>(0x999, &now, 0, 0, 0, &none);
+    const auto event = std::make_shared<KavelEvent>(0x999, &now, -1, 0, 0, &none);
     event->kavelEventId = recordId;
     return event;
 }
@@ -49,6 +50,40 @@ TEST_F(CatchTest, EntryGoesWithItsLastHolder) {
     EXPECT_NE(second, successor);
     second.reset();
     EXPECT_EQ(mTable.find(7), successor) << "of another record";
+}
+
+// Would catch a phase, folder or work that does not show; bits that can never be confirmed; a catch
+// that fails twice, or ends unnoticed.
+TEST_F(CatchTest, StatusFollowsTheCatch) {
+    const auto fails = [] {
+        return ReportJournal::instance().status().counts[static_cast<size_t>(Fate::Ended)];
+    };
+    const uint64_t before = fails();
+    CatchRef running = mTable.add(makeEvent(7));
+    const CatchRef later = mTable.add(makeEvent(6));
+    running->setFolder(std::make_shared<LogFolder>("/staging/one"));
+    const LogFolder::Work work = running->folder()->beginWork("prop-");
+    running->enter(CatchPhase::Window, std::chrono::seconds(100));
+    size_t count = 0;
+    const std::vector<CatchStatus> all = mTable.status(1, &count);
+    ASSERT_EQ(all.size(), 1U);
+    EXPECT_EQ(count, 2U);
+    const CatchStatus status = running->status();
+    EXPECT_STREQ(phaseText(status.phase), "window");
+    EXPECT_LE(*status.left, std::chrono::seconds(100));
+    EXPECT_GT(*status.left, std::chrono::seconds(50));
+    EXPECT_EQ(status.missingBits, collectableBits(0xffffffffU));
+    EXPECT_EQ(status.folder, "/staging/one");
+    ASSERT_EQ(status.work.size(), 1U);
+    EXPECT_EQ(status.work[0].label, "prop-");
+    running->enter(CatchPhase::Packing);
+    EXPECT_EQ(running->status().left, std::nullopt);
+    running->fail(Fate::Ended);
+    running->fail(Fate::Ended);
+    running.reset();
+    EXPECT_EQ(fails() - before, 1U);
+    mTable.add(makeEvent(8)).reset();
+    EXPECT_EQ(fails() - before, 2U) << "it never started";
 }
 
 TEST_F(CatchTest, ManyThreadsOneId) {

@@ -99,6 +99,12 @@ TEST(KavelThreadPool, StartsNamedWorkersUpToItsMaximum) {
     EXPECT_TRUE(eventually([] { return liveThreads("kt_max").size() == 3; }));
     Burst burst;
     EXPECT_TRUE(burst.occupy(pool, 3));
+    pool.commit([] {});
+    const PoolStatus busy = pool.status();
+    EXPECT_EQ(busy.threads, 3U);
+    EXPECT_EQ(busy.idle, 0U);
+    EXPECT_EQ(busy.queued, 1U);
+    EXPECT_EQ(busy.limit, 3U);
     EXPECT_THAT(burst.release(), ElementsAre("kt_max1", "kt_max2", "kt_max3"));
 
     KavelThreadPool unnamed("kavel_tp_history", 1, 5);

@@ -52,5 +52,24 @@ TEST(EventParameters, RecoverIdAndNameExcludeEachOther) {
     EXPECT_EQ(parameters.findEventName(kEvent), "");
 }
 
+// Would catch a look-up that shows as a setting, or a setting under another type.
+TEST(EventParameters, StatusHasWhatWasConfigured) {
+    EventParameters parameters;
+    parameters.isEnabled(0x7);
+    parameters.eventName(0x7);
+    parameters.updateEventParams(0x2, true, 9);
+    parameters.setTimeWindow(0x2, 1500);
+    parameters.setEventIdMap(0, 0x2, "two");
+    parameters.setTimeWindow(0x1, 0);
+    parameters.setRecoverId(0x1, 3);
+    std::string text;
+    for (const EventTypeStatus& type : parameters.status()) {
+        text += std::to_string(type.eventId) + type.name + " " + std::to_string(type.isEnabled) +
+                " " + std::to_string(type.windowMs) + " " + std::to_string(type.frequency) + " " +
+                std::to_string(type.recoverId) + "; ";
+    }
+    EXPECT_EQ(text, "1 0 0 0 3; 2two 1 1500 9 0; ");
+}
+
 }  // namespace
 }  // namespace android::kavel

@@ -13,6 +13,7 @@
 #include <android-base/properties.h>
 #include <gtest/gtest.h>
 
+#include "core/DaemonStatus.h"
 #include "core/KavelBinderService.h"
 #include "core/KavelRecvKeventFunc.h"
 #include "dump/LogFolderName.h"
@@ -68,6 +69,10 @@ Counts storm(bool timeMoves) {
     fake::tickAtEachReading();  // so that each folder has a name of its own
     Counts reported;
     for (int i = 0; i < kThreads * kReports; ++i) ++reported[kind(i)];
+    std::atomic<bool> isOver{false};
+    std::thread asker([&] {
+        while (!isOver) EXPECT_NE(statusJson(describe(takeDaemonStatus({}))), "");
+    });
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([t, timeMoves] {
@@ -79,6 +84,8 @@ Counts storm(bool timeMoves) {
         });
     }
     for (std::thread& thread : threads) thread.join();
+    isOver = true;
+    asker.join();
     return reported;
 }
 

@@ -1,9 +1,10 @@
-// Would catch a result that is not a wait status, or is another thread's; a descriptor, a blocked
-// or an ignored signal of the daemon in the hands of a command; attributes that Android's C library
-// refuses; a catch that is lost because the phone is out of processes for a moment, and a missing
-// shell without a line; a command that ends before a child of it, like the gzip of toybox tar, has
-// written all, and one that fills the disk; a deadline that is for the shell alone, gives no time
-// to tidy up, or is not enforced; a command that forges a line of the log.
+// Would catch a command that is not counted, or not as late or slow. A result that is not a wait
+// status, or is another thread's; a descriptor, a blocked or an ignored signal of the daemon in the
+// hands of a command; attributes that Android's C library refuses; a catch that is lost because the
+// phone is out of processes for a moment, and a missing shell without a line; a command that ends
+// before a child of it, like the gzip of toybox tar, has written all, and one that fills the disk;
+// a deadline that is for the shell alone, gives no time to tidy up, or is not enforced; a command
+// that forges a line of the log.
 
 #include "platform/Shell.h"
 
@@ -24,6 +25,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/CommandStatistics.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FastClock.h"
@@ -182,6 +184,29 @@ TEST_F(Shell, DeadlineEndsTheWholeGroup) {
                   1u);
     }
     EXPECT_EQ(content("tidy"), "tidy\n");
+}
+
+TEST_F(Shell, StatisticsHaveTheSlowestAndWhatRuns) {
+    CommandStatistics& statistics = CommandStatistics::instance();
+    const CommandStatus before = statistics.status();
+    const fake::FastClock clock(5);
+    std::thread slow([] { runShell("sleep 300; : slowest", seconds(2)); });
+    EXPECT_TRUE(test::eventually([&] {
+        const auto running = statistics.status().running;
+        return running.size() == 1 && running[0].command == "sleep 300; : slowest";
+    }));
+    for (size_t i = 0; i < 2 * CommandStatistics::kSlowest; ++i) runShell("exit 1\n");
+    slow.join();
+    const CommandStatus after = statistics.status();
+    EXPECT_EQ(after.run - before.run, 2 * CommandStatistics::kSlowest + 1);
+    EXPECT_EQ(after.failed - before.failed, 2 * CommandStatistics::kSlowest + 1);
+    EXPECT_EQ(after.late - before.late, 1U);
+    EXPECT_TRUE(after.running.empty());
+    ASSERT_EQ(after.slowest.size(), CommandStatistics::kSlowest);
+    for (size_t i = 1; i < after.slowest.size(); ++i) {
+        EXPECT_GE(after.slowest[i - 1].took, after.slowest[i].took);
+    }
+    EXPECT_GE(after.slowest[0].took, seconds(2));
 }
 
 TEST_F(Shell, ManyThreadsGetTheirOwnStatus) {

@@ -188,6 +188,30 @@ TEST_F(Monitor, Golden) {
                        test::stepwise([this](const ScriptLine& step) { return follow(step); }));
 }
 
+// Would catch an answer that waits for the end of an escalation, or has the wrong list.
+TEST_F(Monitor, StatusDoesNotWaitForAnEscalation) {
+    fake::setProcess(1, fake::process(10001));
+    bootCompleted = "";
+    mMonitor.setAnrTesting(true);
+    mMonitor.monitor(1, false);
+    EXPECT_TRUE(settle());
+    const MonitorStatus watching = mMonitor.status();
+    EXPECT_FALSE(watching.isBusy);
+    ASSERT_EQ(watching.watches.size(), 1U);
+    EXPECT_EQ(watching.watches[0].kind, kAnrWatch);
+    EXPECT_EQ(watching.requests.size() + watching.cancels.size(), 0U);
+    EXPECT_EQ(watching.runningThreads, 1U);
+    fake::advance(30);
+    EXPECT_TRUE(settle());
+    EXPECT_TRUE(mMonitor.status().isBusy) << "it waits for the framework, with the lock";
+    bootCompleted = "1";
+    fake::advance(300);
+    EXPECT_TRUE(settle());
+    EXPECT_FALSE(mMonitor.status().isBusy);
+    EXPECT_TRUE(mMonitor.status().watches.empty());
+    mMonitor.setAnrTesting(false);
+}
+
 TEST_F(Monitor, HundredRequestsAtOnceLeaveEmptyLists) {
     constexpr int kWatches = 50;  // and as many cancels
     for (int pid = 1; pid <= kWatches; ++pid) fake::setProcess(pid, fake::process(10000 + pid));

@@ -1,0 +1,146 @@
+// The daemon's answers about itself: before its first report, in a window, after the archive, in a
+// storm, and to users who may not ask.
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include <binder/IServiceManager.h>
+#include <binder/Parcel.h>
+#include <gtest/gtest.h>
+
+#include "event/IKavelBinder.h"
+#include "platform/ServiceDump.h"
+#include "tests/sandbox/PhoneSession.h"
+#include "tools/JsonLine.h"
+
+namespace android::kavel::test {
+namespace {
+
+sp<IBinder> daemon() {
+    return defaultServiceManager()->checkService(String16(KAVEL_BINDER_SERVICE_NAME));
+}
+
+Json::Value ask() {
+    const ServiceDump dump = dumpService(daemon(), {"--json"}, std::chrono::seconds(10));
+    EXPECT_EQ(dump.status, NO_ERROR);
+    return tools::parseJsonObject(dump.text).value_or(Json::Value());
+}
+
+std::string why(const char* event) {
+    return run({"kavelctl", "why", event}).output;
+}
+
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// An answer that builds the handler; a fate that does not follow the report; two answers that
+// differ. The first case of the suite: each suite has a phone of its own.
+TEST(StatusTest, FollowsAReportFromBeforeItToItsArchive) {
+    ASSERT_TRUE(eventually([] { return daemon() != nullptr; }));
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"dumpsys", "KavelBinderService"}, {"kavelctl", "status"}}) {
+        const Result answer = run(command);
+        EXPECT_EQ(answer.status, 0);
+        EXPECT_TRUE(has(answer.output, "\nhandler: not built")) << answer.output;
+    }
+    EXPECT_EQ(run({"kavelctl", "why"}).status, 1);
+    EXPECT_EQ(ask()["pools"].size(), 0U);
+
+    configureEvent("0x1", {"--name", "asked", "--window", "80000"});
+    sendEvent("0x1", {"--log-info", "prop", "--extra", "com.a"});
+    sendEvent("0x777", {});
+    ASSERT_TRUE(eventually([] { return ask()["catches"][0]["phase"] == "window"; }));
+    const Json::Value during = ask();
+    EXPECT_EQ(during["handler"], "ready");
+    EXPECT_EQ(during["eventTypes"][0]["name"], "asked");
+    EXPECT_GT(during["catches"][0]["leftMs"].asInt64(), 40000);
+    EXPECT_LE(during["catches"][0]["leftMs"].asInt64(), 80000);
+    EXPECT_EQ(during["catches"][0]["missing"], "0x0");
+    EXPECT_TRUE(has(why("0x1"), "(com.a): its logs are being collected; window, ")) << why("0x1");
+    EXPECT_TRUE(has(why("0x777"), "its event type is not enabled")) << why("0x777");
+    EXPECT_TRUE(has(run({"sh", "-c", "kavelctl status --json | jq .counts.disabled"}).output, "1"));
+
+    EXPECT_EQ(awaitArchive("kavel_asked_").broken, "");
+    ASSERT_TRUE(eventually([] { return ask()["catchCount"] == 0; }));
+    EXPECT_EQ(ask()["counts"]["packed"], 1);
+    EXPECT_TRUE(has(why("0x1"), archives("kavel_asked_").front())) << why("0x1");
+}
+
+// A user who may not ask; an argument of a bug report that is refused.
+TEST(StatusTest, AnswersOnlyTheUsersOfTheShell) {
+    ASSERT_TRUE(daemonIsUp());
+    const auto as = [](const char* user) {
+        return run({"setpriv", "--reuid", user, "--clear-groups", "dumpsys", "KavelBinderService",
+                    "-a"});
+    };
+    EXPECT_TRUE(has(as("1000").output, "format: 1\n")) << as("1000").output;
+    EXPECT_TRUE(has(as("2000").output, "format: 1\n")) << as("2000").output;
+    const std::string refused = as("10001").output;
+    EXPECT_EQ(refused.rfind("Permission Denial: can't dump KavelBinderService from pid=", 0), 0U)
+            << refused;
+    EXPECT_FALSE(has(refused, "format"));
+}
+
+// An answer that waits for the reports, or a report that is counted twice or not at all.
+TEST(StatusTest, AnswersInAStormWithinASecond) {
+    constexpr int kReports = 10'000;
+    ASSERT_TRUE(daemonIsUp());
+    configureEvent("0x1", {"--name", "storm", "--window", "80000"});
+    configureEvent("0x402", {"--name", "without"});
+    configureEvent("0xF01", {"--name", "action"});
+    const int before = ask()["counts"]["frameworkReports"].asInt();
+
+    std::atomic<bool> isOver{false};
+    std::thread storm([&] {
+        constexpr int64_t kTypes[] = {0x402, 0x777, 0xF01, 0x402};
+        const sp<IBinder> service = daemon();
+        for (int i = 0; i < kReports;) {
+            Parcel report;
+            report.writeInterfaceToken(IKavelBinder::descriptor);
+            report.writeInt64(i % 100 == 0 ? 0x1 : kTypes[i % 4]);
+            report.writeInt64(0);
+            report.writeInt64(0x80000);
+            report.writeInt32(i);
+            report.writeInt32(0);
+            report.writeString16(String16("com.storm"));
+            const status_t sent = service->transact(IKavelBinder::SEND_FRAMEWORK_EVENT, report,
+                                                    nullptr, IBinder::FLAG_ONEWAY);
+            if (sent == NO_ERROR) {
+                ++i;
+            } else {  // the daemon's queue is full
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            }
+        }
+        isOver = true;
+    });
+    int answers = 0;
+    int slow = 0;
+    std::chrono::steady_clock::duration longest{};
+    const auto counted = [&] {
+        const auto start = std::chrono::steady_clock::now();
+        const Json::Value status = ask();
+        longest = std::max(longest, std::chrono::steady_clock::now() - start);
+        ++answers;
+        if (std::chrono::steady_clock::now() - start >= std::chrono::seconds(1)) ++slow;
+        return status["counts"]["frameworkReports"].asInt() - before;
+    };
+    while (!isOver) {
+        EXPECT_LE(counted(), kReports);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    storm.join();
+    EXPECT_TRUE(eventually([&] { return counted() == kReports; }));
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(longest).count();
+    printf("%d answers, the longest took %lld ms\n", answers, static_cast<long long>(ms));
+    EXPECT_GT(answers, 10);
+    EXPECT_LE(slow, answers / 100) << "a machine that does other work may delay a few";
+    const Json::Value counts = ask()["counts"];
+    EXPECT_GE(counts["noLogs"].asInt(), kReports / 2 - kReports / 100);
+    EXPECT_GE(counts["caught"].asInt(), kReports / 100);
+    EXPECT_TRUE(eventually([] { return ask()["catchCount"] == 0; }));
+}
+
+}  // namespace
+}  // namespace android::kavel::test
