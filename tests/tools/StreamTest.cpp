@@ -16,6 +16,7 @@
 #include <fstream>
 #include <thread>
 
+#include "dump/LogFolderName.h"
 #include "platform/CommonPlxServiceManager.h"
 #include "tests/fake/TempDir.h"
 #include "tests/tools/TestArchive.h"
@@ -115,6 +116,8 @@ TEST(Stats, FollowsTheFile) {
     EXPECT_EQ(stats.end(), kExitOk);
 }
 
+const std::string kTail = "@831be687eb45bbc0@V1@2024-03-07-09-05-01-007";
+
 /** Puts an archive of the process @p process into the folder a, as the daemon does. */
 std::string moveIn(const test::TempDir& folder, const std::string& process) {
     const std::string name =
@@ -141,7 +144,9 @@ TEST(Watch, PrintsWhatComes) {
             EXPECT_EQ(watch.nextLine(), "T  statistic  new  ");
         }
         folder.write("a/kavel_no_archive", "");
-        std::ofstream(folder / "a/kavel_anr_x@831be687eb45bbc0@V1@2024-03-07-09-05-01-007") << "";
+        std::ofstream growing(
+                folder / ("a/" + archiveName((isJson ? "kavel_anr_d" : "kavel_anr_e") + kTail, 1)));
+        growing << "not complete" << std::flush;
         const std::string name = moveIn(folder, isJson ? "b" : "c");
         if (isJson) {
             EXPECT_EQ(watch.nextJson()["archive"]["process"].asString(), "b");
