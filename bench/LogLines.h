@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <ctime>
 #include <optional>
 #include <string>
 #include <utility>
@@ -13,6 +14,13 @@
 #include <benchmark/benchmark.h>
 
 namespace android::kavel::bench {
+
+/** Returns the seconds of CPU that the calling thread, or the whole process, has used. */
+inline double cpuSeconds(clockid_t clock) {
+    timespec used = {};
+    clock_gettime(clock, &used);
+    return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+}
 
 // What a job's required log lines cost: a benchmark captures them once, and writes them again
 // without the job.

@@ -3,7 +3,6 @@
 // discards all lines.
 
 #include <cstdio>
-#include <ctime>
 #include <string>
 
 #include <fcntl.h>
@@ -14,6 +13,7 @@
 #include <android/log.h>
 #include <benchmark/benchmark.h>
 
+#include "bench/LogLines.h"
 #include "dig/ControlSocket.h"
 #include "dig/dig.h"
 #include "platform/Sleep.h"
@@ -27,8 +27,6 @@ constexpr int kBatch = 200;
 
 // Two in five are key events, and each of those is a freeze: the most expensive mix.
 constexpr const char* kIds[] = {"4298113025", "4298113026", "7", "4298113030", "8"};
-
-void discard(const __android_logger_data* /*data*/, const char* /*message*/) {}
 
 /** Sends stdout and stderr to /dev/null, as init does for the daemon. */
 class NullOutput {
@@ -57,20 +55,13 @@ class NullOutput {
 
 double sReaderSeconds;
 
-/** Returns the CPU time of the calling thread so far. */
-double threadSeconds() {
-    timespec used = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
-    return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
-}
-
 thread_local bool sHasStopped;
 
 }  // namespace
 
 // The daemon's reader sleeps after each failed receive; the first failure is the end of a batch.
 void android::kavel::sleepSeconds(uint64_t /*seconds*/) {
-    if (!sHasStopped) sReaderSeconds += threadSeconds();
+    if (!sHasStopped) sReaderSeconds += android::kavel::bench::cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
     sHasStopped = true;
 }
 
@@ -82,7 +73,7 @@ void* bareReader(void* fdPointer) {
            0) {
         benchmark::DoNotOptimize(buffer);
     }
-    sReaderSeconds += threadSeconds();
+    sReaderSeconds += android::kavel::bench::cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
     return nullptr;
 }
 
@@ -96,7 +87,7 @@ void* printingReader(void* fdPointer) {
             printf("zuvek id %lld  time %lld\n", 4298113025LL, 1'709'802'302LL);
         }
     }
-    sReaderSeconds += threadSeconds();
+    sReaderSeconds += android::kavel::bench::cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
     return nullptr;
 }
 
@@ -104,7 +95,7 @@ void* printingReader(void* fdPointer) {
 void receive(benchmark::State& state, void* (*reader)(void*) ) {
     constexpr int64_t kStep = 10'001 / 40;  // between the times of two events
     const NullOutput output;
-    __android_log_set_logger(discard);
+    __android_log_set_logger(android::kavel::bench::discard);
     android::digInit();
     int64_t sent = 0;
     for ([[maybe_unused]] auto _ : state) {

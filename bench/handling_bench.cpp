@@ -2,7 +2,6 @@
 // its log lines alone. Also measures the memory that remains in use after each event, and how the
 // cost grows with the event list.
 
-#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -22,7 +21,6 @@ namespace {
 using namespace android;         // NOLINT(google-build-using-namespace): the only file
 using namespace android::kavel;  // NOLINT(google-build-using-namespace)
 using bench::Line;
-using Clock = std::chrono::steady_clock;
 
 constexpr long kEventWithoutLogs = 0x402;
 constexpr long kAbnormalAction = 0xF01;
@@ -80,15 +78,15 @@ void keptPerEvent(benchmark::State& state) {
     state.counters["bytes"] = kept / static_cast<double>(state.iterations());
 }
 
-/** Times @p job once for each iteration; what is around it in @p around is not timed. */
+/** Takes the CPU time of a job once for each iteration; the rest of @p around is not counted. */
 template <typename Around>
 void timeAlone(benchmark::State& state, const Around& around) {
     for ([[maybe_unused]] auto _ : state) {
         around([&state](const auto& job) {
             __android_log_set_logger(bench::writeOut);
-            const auto start = Clock::now();
+            const double start = bench::cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
             job();
-            state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+            state.SetIterationTime(bench::cpuSeconds(CLOCK_THREAD_CPUTIME_ID) - start);
         });
     }
 }

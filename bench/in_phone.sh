@@ -41,7 +41,8 @@ kill "$empty"
 "$bench/catch_bench" "$runs" 2> /dev/null
 
 # Memory of catches whose windows are open and whose first round has ended.
-catches=20
+catches=$((2 * runs))
+warm_up=5  # until all threads of the pool have worked
 children() { cat /proc/"$daemon"/task/*/children; }
 await_round() {
     until [ "$(ls /data/persist_log/kavel30 | wc -l)" = "$1" ]; do sleep 0.1; done
@@ -54,16 +55,15 @@ await_round() {
 # Reports an abnormal action, which gets its own log folder unless the event list has another one:
 # 31 further events remove it from the list.
 catch_on() {
-    local filler
     kavelctl send 0xF01 --log-info 0x3 > /dev/null
-    for filler in {1..31}; do kavelctl send 0x402 > /dev/null; done
+    for ((fill = 0; fill < 31; fill++)); do kavelctl send 0x402 > /dev/null; done
 }
 kavelctl set 0xF01 --name catch --enable --window 600000 > /dev/null
-catch_on
-await_round 1
+for ((i = 0; i < warm_up; i++)); do catch_on; done
+await_round $warm_up
 before=$(private "$daemon")
 for ((i = 0; i < catches; i++)); do catch_on; done
-await_round $((catches + 1))
+await_round $((warm_up + catches))
 per_catch() { awk -v n=$catches -v used=$(($2 - $1)) 'BEGIN {print used / n}'; }
 echo "measure memory_per_catch $(per_catch "$before" "$(private "$daemon")")"
 start_empty 1

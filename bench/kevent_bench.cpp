@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <ctime>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -80,13 +79,6 @@ std::string eventMessage() {
                                              "event_id: 257.loginfo: 3.pid: 1234.extrainfo: boot"));
 }
 
-/** Returns the CPU time of all threads so far. */
-double processSeconds() {
-    timespec used = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
-    return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
-}
-
 /**
  * Measures the CPU time of @p drain with batches of @p messages that are already in the socket of
  * @p port. Each message takes its turn.
@@ -100,9 +92,9 @@ void timeBatches(benchmark::State& state, uint32_t port, const Drain& drain,
         for (size_t i = 0; i < kBatch; ++i) {
             if (!sendTo(peer.get(), port, 0, messages[i % messages.size()])) abort();
         }
-        const double start = processSeconds();
+        const double start = bench::cpuSeconds(CLOCK_PROCESS_CPUTIME_ID);
         drain(static_cast<int>(kBatch));
-        state.SetIterationTime(processSeconds() - start);
+        state.SetIterationTime(bench::cpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - start);
     }
     state.counters["operations"] = kBatch;
 }

@@ -60,7 +60,8 @@ def microbenchmark(program, column, repetitions, min_time):
             name = re.sub(r"/(iterations:.*|repeats:.*|(manual|real|process)_time.*)$", "",
                           entry["name"])
             seconds = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1}[entry["time_unit"]]
-            time_taken = entry[column] * seconds / entry.get("operations", 1)
+            own_time = "real_time" if "/manual_time" in entry["name"] else column
+            time_taken = entry[own_time] * seconds / entry.get("operations", 1)
             results.setdefault(f"{program}.{name}", []).append(time_taken)
             for counter in ("lost", "bytes"):
                 if counter in entry:
@@ -115,7 +116,7 @@ def archive_list(_cases, quick):
             archives = Path(folder, "archives")
             archives.mkdir()
             for i in range(size):
-                os.link(archive, archives / f"kavel_bench_com.app@{i + 1}@OTA@"
+                os.link(archive, archives / f"kavel_bench_com.app@{i:016x}@V1@"
                                             "2026-01-01-00-00-00-000.tar.gz")
             times = []
             for _ in range(1 if quick else 3):
@@ -134,6 +135,7 @@ PROGRAMS = {
     "shell": microbenchmark("shell", "real_time", 301, 0),
     "phone": in_phone("phone", ["in_phone.sh", "30", "15"], ["in_phone.sh", "3", "3"]),
     "long": in_phone("long", ["in_phone.sh", "600"], ["in_phone.sh", "60"]),
+    "soak": in_phone("soak", ["soak.sh", "1000000"], ["soak.sh", "10000"], ["--scale", "60"], 7200),
     "desk": desk,
     "sos": system_report,
     "list": archive_list,
