@@ -71,8 +71,7 @@ void printAsText(const TimelineEntry& entry, bool withArchive) {
         text.remove_prefix(record.messageAt);
     } else {
         // Only lines of logs are known by their source alone.
-        const std::string& file = fileOf(entry);
-        line += " " + file.substr(file.rfind('/') + 1) + ": ";
+        line += fmt::format(" {}: ", baseName(fileOf(entry)));
     }
     fmt::print("{}\n", printable(line.append(text)));
 }

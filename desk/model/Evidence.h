@@ -108,6 +108,12 @@ struct Incident {
     bool hasUtcOffset = false;
 };
 
+/** Name of a file without its folders. */
+constexpr std::string_view baseName(std::string_view path) {
+    const size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
 /** All that was read of one archive or extracted folder. */
 struct Evidence {
     std::string path;

@@ -60,11 +60,6 @@ bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 
-std::string_view baseName(std::string_view name) {
-    const size_t slash = name.rfind('/');
-    return slash == std::string_view::npos ? name : name.substr(slash + 1);
-}
-
 /** "STEM-TIME.txt", the output of a command. */
 struct OutputName {
     std::string_view stem;  // with its "-"
@@ -95,7 +90,7 @@ bool isEventsMessage(std::string_view message) {
 }
 
 FileKind kindOfLines(std::string_view text) {
-    constexpr size_t kLooksAt = 64 * 1024;
+    constexpr size_t kLooksAt = 65'536;
     constexpr int kLines = 200;
     text = text.substr(0, kLooksAt);
     int lines = 0;

@@ -48,7 +48,7 @@ std::optional<int32_t> offsetFrom(const LogName& name) {
     const std::optional<Stamp> local = parseNameTime(name.timeText);
     if (!local || namingTime(name) == 0) return std::nullopt;
     constexpr int64_t kQuarter = 900;
-    constexpr int64_t kMost = 14 * 3600;
+    constexpr int64_t kMost = 50'400;  // 14 hours
     const int64_t apart = utcOf(*local, 0) / kNsPerSecond - namingTime(name) / kNsPerSecond;
     const int64_t rounded =
             (apart + (apart < 0 ? -kQuarter / 2 : kQuarter / 2)) / kQuarter * kQuarter;
@@ -62,7 +62,7 @@ const EvidenceFile* mainFile(const Evidence& evidence, FileKind kind) {
     ptrdiff_t foundDepth = 0;
     for (const EvidenceFile& file : evidence.files) {
         // The name decides: kinds are not known yet.
-        const std::string_view base = std::string_view(file.name).substr(file.name.rfind('/') + 1);
+        const std::string_view base = baseName(file.name);
         const std::string_view wanted = kind == FileKind::Events    ? "kavel_events.txt"
                                         : kind == FileKind::History ? "kavel_history.txt"
                                                                     : "extraInfo.txt";

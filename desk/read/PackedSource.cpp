@@ -6,7 +6,7 @@
 namespace kaveldesk {
 namespace {
 
-constexpr size_t kBlock = 256 * 1024;
+constexpr size_t kBlock = 262'144;
 constexpr int kGzipWindow = 15 + 16;  // zlib.h: 16 asks for a gzip header
 
 }  // namespace

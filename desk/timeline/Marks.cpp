@@ -78,7 +78,7 @@ std::vector<Mark> findMarks(const Evidence& evidence) {
         }
         if (folders.size() == 1) continue;
         for (size_t i = first; i < marks.size(); ++i) {
-            marks[i].label += fmt::format(" ({})", folder.substr(folder.rfind('/') + 1));
+            marks[i].label += fmt::format(" ({})", baseName(folder));
         }
     }
     const Incident& incident = evidence.incident;

@@ -76,6 +76,8 @@ TEST(Timeline, RoundsOfALogAreMerged) {
             {"nothing after", x, "", "x"},
             {"twice in both", x + y + y, y + y + z, "xyyz"},
             {"twice, with the dump in between", x + y, x + y + y + z, "xyyz"},
+            {"twice, with the dump in between, and the beginning was dropped", x + y, y + y + z,
+             "xyyz"},
             {"one of two was dropped", x + x + y, x + y, "xxy"},
             {"lines without a time", begin + x + begin + y, begin + x + begin + y + z, "-x-yz"},
             {"a line without a time is new", x + y, x + "\tat\n" + y, "x\ty"},
