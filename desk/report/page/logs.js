@@ -79,6 +79,7 @@ export function showLogs() {
     let typing = 0;
     search.addEventListener('input', () => {
         clearTimeout(typing);
+        run(null);
         result.removeAttribute('data-finished');
         typing = setTimeout(refresh, 120);
     });

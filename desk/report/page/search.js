@@ -15,12 +15,14 @@ export function matcher(query) {
 /**
  * Calls done({rows, hits, finished}) with the records that the filters let through and, of those,
  * the ones that match: at the first slice's end, now and then, and when all are searched. A new call
- * ends the one before.
+ * ends the one before; a call without filters only does that.
  */
 export function makeSearch(done) {
     let latest = 0;
-    return async ({test, level, onlyHits}) => {
+    return async filters => {
         const own = ++latest;
+        if (!filters) return;
+        const {test, level, onlyHits} = filters;
         const {n, times, source, level: levels} = report.records;
         const rows = [], hits = [];
         const [from, to] = state.range ?? [-Infinity, Infinity];
