@@ -116,7 +116,8 @@ void findIncident(Evidence& evidence) {
         incident.build = name->otaVersion;
         if (incident.utcNs == 0) {
             const std::optional<Stamp> local = parseNameTime(name->timeText);
-            incident.utcNs = local && offset ? utcOf(*local, *offset) : namingTime(*name);
+            const bool isLocal = local.has_value() && incident.hasUtcOffset;
+            incident.utcNs = isLocal ? utcOf(*local, incident.utcOffsetSeconds) : namingTime(*name);
         }
         // Both parts may have "_": only the history says where the event's name ends.
         const std::string start = incident.event + "_";
