@@ -62,8 +62,8 @@ ROWS = [
 CURVES = [
     ("Report", "records in the event list", "us", {
         "any event": "handling.report",
-        "abnormal action, list full of them": "handling.abnormalAction",
+        "abnormal action among such": "handling.abnormalAction",
     }),
-    ("Statistic packet", "pairs", "us", {"decoded, handled and logged": "kevent.packetWithPairs"}),
+    ("Statistic packet", "pairs", "us", {"handled and logged": "kevent.packetWithPairs"}),
     ("kavelctl list", "archives", "ms", {"list": "list.archives"}),
 ]

@@ -216,7 +216,8 @@ def plot(results, path):
         print("curves: not drawn, gnuplot is missing")
         return
     script = [f"set terminal pngcairo size 1200,400; set output '{path}'",
-              f"set multiplot layout 1,{len(CURVES)}; set key top left; set yrange [0:*]; set grid"]
+              f"set multiplot layout 1,{len(CURVES)}; set key top left Left reverse samplen 2; "
+              "set yrange [0:*]; set grid; set format x '%.0s%c'; set offsets 0, 0, graph 0.2, 0"]
     for title, axis, unit, curves in CURVES:
         parts = []
         for i, (label, name) in enumerate(curves.items()):

@@ -156,6 +156,16 @@ class Client : public CommonPlxServiceManager {
     }
 };
 
+// A call that its thread only finds when the thread ends: that takes a second each time.
+TEST(CallLine, WakesAnIdleThread) {
+    static auto& line = *new CallLine(1, 4);
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(line.call([] {}, milliseconds(10'000)), Outcome::Returned);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(5'000));
+}
+
 TEST(CallLine, StatisticsGoOneAfterTheOther) {
     Client client;
     std::vector<std::future<void>> callers;
