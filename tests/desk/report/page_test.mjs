@@ -30,7 +30,11 @@ const go = async hash => {
     await page.evaluate(hash => location.hash = hash, hash);
     await page.locator(`#view-${hash.split('/')[0].slice(1)}`).waitFor();
 };
-const finished = () => page.locator('#search-result[data-finished]').waitFor();
+// The lists are drawn in the frame after a search has ended.
+const finished = async () => {
+    await page.locator('#search-result[data-finished]').waitFor();
+    await page.evaluate(() => new Promise(drawn => requestAnimationFrame(() => requestAnimationFrame(drawn))));
+};
 const result = () => page.locator('#search-result').innerText();
 const rows = selector => page.locator(`.row.log ${selector}`).allInnerTexts();
 const detail = page.locator('#view-timeline .detail pre');
@@ -110,7 +114,7 @@ const cases = {
         await finished();
         const lane = await page.locator('.names label', {hasText: 'kernel'}).boundingBox();
         await page.mouse.click(box.x + 700, lane.y + lane.height / 2);
-        assert.match(await page.locator('.row.log[aria-selected=true]').innerText(), /kernel/);
+        await page.locator('.row.log[aria-selected=true]', {hasText: 'kernel'}).waitFor();
     },
     'hostile texts stay texts': async () => {
         await page.getByLabel('only matches').check();
