@@ -28,7 +28,7 @@ export async function loadSummary() {
 function commonFolder(names) {
     let folder = names[0]?.slice(0, names[0].lastIndexOf('/') + 1) ?? '';
     while (folder && !names.every(name => name.startsWith(folder))) {
-        folder = folder.slice(0, folder.lastIndexOf('/', folder.length - 2) + 1);
+        folder = folder.slice(0, folder.slice(0, -1).lastIndexOf('/') + 1);
     }
     return folder;
 }

@@ -210,7 +210,8 @@ void writeSample(const char* path, size_t lines) {
                 kEventNs,
                 7200,
                 true};
-    page.addFile("main_log.txt", FileKind::MainLog, 1);
+    // Only this name is absolute: the names have no folder in common.
+    page.addFile("/log/main_log.txt", FileKind::MainLog, 1);
     page.addFile("events_log.txt", FileKind::EventsLog, 1);
     page.addFile("kernel_log.txt", FileKind::KernelLog, 1);
     page.addFile("anr/anr_1873.txt", FileKind::AnrTrace, 1);
