@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,13 @@ inline Citation cite(const ThreadDump& dump, uint32_t line) {
     return {{dump.file, line}, {}};
 }
 
+/** Whom a shortage hit. */
+enum class Reach : uint8_t {
+    Cached,   // it ended processes that nobody uses, as in daily life
+    Unknown,  // it slowed the phone down or ended other processes
+    Used,     // it ended the process of the event or one in the foreground
+};
+
 /** A possible cause, with what speaks for it. */
 struct Candidate {
     std::string kind;
@@ -42,6 +50,7 @@ struct Candidate {
     int32_t pid = 0;
     int64_t utcNs = 0;  // 0 if unknown
     bool isEnough = true;
+    Reach reach = Reach::Unknown;
     std::string headline;
     std::vector<Finding> findings;
     std::vector<std::string> signature;

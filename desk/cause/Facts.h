@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,7 @@ struct Fact {
     Place detailPlace;  // line with the detail
     double value = 0;
     double ioWait = 0;
+    std::optional<int32_t> oomScoreAdj;  // of a killed process, if the line says it
     std::vector<Frame> frames;  // of a Java crash: those of the first exception, the root cause
     std::vector<Place>
             framePlaces;  // the two dumps of a log share a stack: its frames can be in both

@@ -33,8 +33,9 @@ void addOthers(const Incident& incident, std::vector<Candidate>& others, Verdict
         const bool isNear = matchTime(incident, other) != Match::Other;
         const bool helps =
                 kindOf(other).isPhoneWide || matchProcess(incident, other) == Match::Same;
-        finding.weight =
-                isNear && helps ? Finding::Weight::Contributing : Finding::Weight::Observation;
+        finding.weight = isNear && helps && other.reach != Reach::Cached
+                                 ? Finding::Weight::Contributing
+                                 : Finding::Weight::Observation;
         if (!contains(finding.sentence, other.process)) {
             finding.sentence = fmt::format("{}: {}", other.process, finding.sentence);
         }
@@ -48,8 +49,8 @@ void addOthers(const Incident& incident, std::vector<Candidate>& others, Verdict
 void addShortage(const Incident& incident, const std::vector<Candidate>& others, Verdict& verdict) {
     if (verdict.isEnough) return;
     for (const Candidate& other : others) {
-        const bool explains =
-                kindOf(other).isResource && matchTime(incident, other) != Match::Other;
+        const bool explains = kindOf(other).isResource && other.reach != Reach::Cached &&
+                              matchTime(incident, other) != Match::Other;
         if (!explains) continue;
         verdict.isEnough = true;
         verdict.headline = fmt::format("{} The likely cause: {}", verdict.headline, other.headline);
@@ -69,6 +70,13 @@ std::string whyUnknown(const Incident& incident, bool hasCandidates) {
             "Not enough evidence: what the files report is about other processes or further than "
             "five minutes from the event{}.",
             incident.process.empty() ? "" : fmt::format(" of {}", incident.process));
+}
+
+/** Phones are short of something every day: a shortage alone explains only an event that asks for
+ * it, or the end of a process in use. */
+bool isCause(const std::vector<std::string_view>& wanted, const Candidate& candidate) {
+    return !kindOf(candidate).isResource || candidate.reach == Reach::Used ||
+           std::find(wanted.begin(), wanted.end(), candidate.kind) != wanted.end();
 }
 
 /** Fills in the texts of all citations, with one pass through each file. */
@@ -118,7 +126,15 @@ Verdict findCause(const Evidence& evidence, const Timeline& timeline) {
                      });
     Verdict verdict;
     verdict.kind = "unknown";
-    if (!candidates.empty() && rankOf(incident, wanted, candidates.front()).isPossible) {
+    const bool isPossible =
+            !candidates.empty() && rankOf(incident, wanted, candidates.front()).isPossible;
+    if (isPossible && !isCause(wanted, candidates.front())) {
+        if (wanted.size() == 1) verdict.kind = wanted.front();
+        verdict.headline =
+                fmt::format("Not enough evidence: no file says what happened{}. Near the event: {}",
+                            incident.process.empty() ? "" : fmt::format(" to {}", incident.process),
+                            candidates.front().headline);
+    } else if (isPossible) {
         Candidate& best = candidates.front();
         verdict.kind = std::move(best.kind);
         verdict.headline = std::move(best.headline);
@@ -140,7 +156,7 @@ Verdict findCause(const Evidence& evidence, const Timeline& timeline) {
                  "are left out.",
                  {}});
     }
-    verdict.missing = missingEvidence(evidence, c.dumps);
+    verdict.missing = missingEvidence(c, verdict.kind, wanted);
     fillTexts(evidence, verdict);
     verdict.dumps = std::move(c.dumps);
     moveMainFirst(incident, verdict.dumps);

@@ -20,6 +20,10 @@ constexpr double kPressure = 20;
 constexpr double kLowMemory = 5;
 constexpr double kCpuPressure = 60;
 
+/** Values of oom_score_adj: less than the first is in use, from the second on it is cached. */
+constexpr int32_t kPerceptible = 200;
+constexpr int32_t kCached = 900;
+
 /** Facts of one kind within a minute are one shortage. */
 constexpr int64_t kSameNs = 60'000'000'000;
 
@@ -37,7 +41,7 @@ bool isA(const Fact& fact) {
 }
 
 bool isBusy(const Fact& fact) {
-    return fact.kind == FactKind::CpuTotal && fact.value >= kBusyCpus;
+    return fact.kind == FactKind::CpuTotal && fact.value - fact.ioWait >= kBusyCpus;
 }
 
 bool isIoWait(const Fact& fact) {
@@ -102,16 +106,32 @@ std::string nameOf(const Case& c, const Fact& fact) {
                            : fmt::format("{} (pid {})", process, fact.pid);
 }
 
+bool isOwn(const Case& c, const Fact& fact) {
+    const Incident& incident = c.evidence.incident;
+    return (fact.pid != 0 && fact.pid == incident.pid) ||
+           (!fact.process.empty() && fact.process == incident.process);
+}
+
+Reach reachOf(const Case& c, const Fact& fact) {
+    const bool isKill = fact.kind == FactKind::LowMemoryKill || fact.kind == FactKind::OomKill;
+    if (!isKill) return Reach::Unknown;
+    if (isOwn(c, fact)) return Reach::Used;
+    if (!fact.oomScoreAdj) return Reach::Unknown;
+    if (*fact.oomScoreAdj < kPerceptible) return Reach::Used;
+    return *fact.oomScoreAdj >= kCached ? Reach::Cached : Reach::Unknown;
+}
+
 /** Makes one candidate of the facts from @p first to @p last, which are of one shortage. */
 Candidate judge(const Case& c, const Shortage& shortage, std::vector<const Fact*> facts) {
     Candidate candidate;
     candidate.kind = shortage.kind;
     candidate.utcNs = facts.back()->utcNs;
+    candidate.reach = Reach::Cached;
+    for (const Fact* fact : facts) candidate.reach = std::max(candidate.reach, reachOf(c, *fact));
     // A kill of the incident's own process is the one to name.
     for (const Fact*& fact : facts) {
-        const bool isOwn = !fact->process.empty() && fact->process == c.evidence.incident.process;
-        if (!isOwn) continue;
-        candidate.process = fact->process;
+        if (!isOwn(c, *fact)) continue;
+        candidate.process = c.evidence.incident.process;
         std::swap(fact, facts.back());
         break;
     }

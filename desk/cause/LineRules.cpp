@@ -68,7 +68,9 @@ bool watchdog(std::string_view message, Fact& fact) {
     return true;
 }
 
+/** The kernel's module says "adj", lmkd "oom_score_adj". */
 bool killLine(std::string_view message, Fact& fact) {
+    fact.oomScoreAdj = numberAfter(message, "adj ");
     fact.process = between(message, "'", "'");
     fact.pid = numberAfter(message, "' (").value_or(0);
     if (const auto reason = after(message, "reason: ")) fact.detail = *reason;
@@ -76,7 +78,9 @@ bool killLine(std::string_view message, Fact& fact) {
 }
 
 bool killInfo(std::string_view message, Fact& fact) {
-    fact.pid = toNumber(field(message, 0, 1));
+    fact.pid = toNumber(field(message, 0, 3));
+    std::string_view adj = field(message, 2, 3);
+    fact.oomScoreAdj = takeInteger<int32_t>(adj);
     return fact.pid != 0;
 }
 
@@ -84,6 +88,7 @@ bool oomKill(std::string_view message, Fact& fact) {
     std::string_view rest = *after(message, " process ");
     fact.pid = takeInteger<int32_t>(rest).value_or(0);
     fact.process = until(between(rest, "(", ")"), "");
+    fact.oomScoreAdj = numberAfter(message, "oom_score_adj:");
     return fact.pid != 0;
 }
 

@@ -6,6 +6,7 @@
 
 #include <fmt/core.h>
 
+#include "desk/cause/FrameNames.h"
 #include "desk/parse/Text.h"
 #include "dump/LogCommands.h"
 
@@ -86,11 +87,48 @@ void addAbsent(const Evidence& evidence, std::vector<std::string>& missing) {
     }
 }
 
+bool hasStacksOf(const Case& c, const std::string& process) {
+    return std::any_of(c.dumps.begin(), c.dumps.end(), [&](const ThreadDump& dump) {
+        return process.empty() || processName(dump.process) == processName(process);
+    });
+}
+
+bool hasTrace(const Case& c) {
+    return hasStacksOf(c, c.evidence.incident.process);
+}
+
+bool hasTombstone(const Case& c) {
+    return !c.tombstones.empty();
+}
+
+bool hasException(const Case& c) {
+    return std::any_of(c.facts.facts.begin(), c.facts.facts.end(),
+                       [](const Fact& fact) { return !fact.frames.empty(); });
+}
+
+/** What the analysis of a kind rests on, whatever the mask says. */
+constexpr struct {
+    std::string_view kind;
+    bool (*isThere)(const Case& c);
+    std::string_view sentence;
+} kNeeds[] = {
+        {"anr", hasTrace, "There is no trace with the stacks of the process that did not respond."},
+        {"native-crash", hasTombstone, "There is no tombstone with the stack of a native crash."},
+        {"java-crash", hasException, "There is no stack of a Java exception."},
+};
+
 }  // namespace
 
-std::vector<std::string> missingEvidence(const Evidence& evidence,
-                                         const std::vector<ThreadDump>& dumps) {
+std::vector<std::string> missingEvidence(const Case& c, std::string_view kind,
+                                         const std::vector<std::string_view>& wanted) {
+    const Evidence& evidence = c.evidence;
     std::vector<std::string> missing;
+    for (const auto& need : kNeeds) {
+        const bool isAsked = kind == need.kind ||
+                             (kind == "unknown" &&
+                              std::find(wanted.begin(), wanted.end(), need.kind) != wanted.end());
+        if (isAsked && !need.isThere(c)) missing.emplace_back(need.sentence);
+    }
     addAbsent(evidence, missing);
     for (const EvidenceFile& file : evidence.files) {
         if (file.size == 0 || (isBlank(file.text) && file.size == file.text.size())) {
@@ -99,7 +137,7 @@ std::vector<std::string> missingEvidence(const Evidence& evidence,
             missing.push_back(fmt::format("{} holds only an error message: {}.", file.name, error));
         }
     }
-    for (const ThreadDump& dump : dumps) {
+    for (const ThreadDump& dump : c.dumps) {
         if (dump.isComplete) continue;
         missing.push_back(fmt::format("{} ends inside the stacks of {}.",
                                       evidence.files[dump.file].name,
