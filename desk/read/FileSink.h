@@ -19,7 +19,11 @@ class FileSink {
     const ReadLimits& limits() const { return mLimits; }
 
     /** Bytes that one more file may have in memory. */
-    uint64_t room() const { return std::min(mRoom, mLimits.memberBytes); }
+    uint64_t room() const {
+        const uint64_t shared = mRoom - std::min(mRoom, mLimits.reservedBytes);
+        const uint64_t small = std::min(mRoom, mLimits.smallBytes);
+        return std::min(std::max(shared, small), mLimits.memberBytes);
+    }
 
     /** Counts @p bytes as unpacked. Returns false, with a problem, if that is too many. */
     bool countUnpacked(uint64_t bytes);

@@ -12,8 +12,12 @@ namespace kaveldesk {
 /** Bounds for hostile archives. What exceeds them is left out and becomes a problem. */
 struct ReadLimits {
     size_t members = 20'000;
-    uint64_t memberBytes = 208ull << 20;
-    // All texts and names together, which stay in memory: with the timeline it is below 500 MB.
+    uint64_t memberBytes = 128ull << 20;
+    // Large files leave this for the files after them: each file can take smallBytes of it.
+    uint64_t reservedBytes = 64ull << 20;
+    uint64_t smallBytes = 16ull << 20;
+    // All texts and names together, which stay in memory: with the timeline of very short lines
+    // about 525 MB.
     uint64_t keptBytes = 208ull << 20;
     uint64_t unpackedBytes = 8ull << 30;  // also what is passed over, such as system traces
     size_t nesting = 3;                   // archives in archives

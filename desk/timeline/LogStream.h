@@ -9,7 +9,7 @@
 namespace kaveldesk {
 
 /** Bound for hostile texts. The largest archive of ordinary logs has a quarter of it. */
-inline constexpr size_t kMaxRecords = 8'000'000;
+inline constexpr size_t kMaxRecords = 4'000'000;
 
 /**
  * Appends a record for each line of log @p file that is not empty, in the order of the file. Lines

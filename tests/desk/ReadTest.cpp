@@ -110,6 +110,13 @@ TEST(Read, Limits) {
              "a=1234\nb=1234\na! Only the first 4 of 9 bytes"},
             {"kept", [](ReadLimits& limits) { limits.keptBytes = 12; },
              "a=123456789\nb=12\nb! Only"},
+            {"reserve",
+             [](ReadLimits& limits) {
+                 limits.keptBytes = 12;
+                 limits.reservedBytes = 8;
+                 limits.smallBytes = 6;
+             },
+             "a=123456\nb=12345\na! Only the first 6 of 9 bytes"},
             {"unpacked", [](ReadLimits& limits) { limits.unpackedBytes = 12; },
              "b=123456789\n! The archive unpacks to more than 12 bytes"},
     };
