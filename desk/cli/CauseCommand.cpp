@@ -128,7 +128,8 @@ void runCause(const CauseOptions& options) {
     document["format"] = kJsonFormat;
     document["archives"] = Json::Value(Json::arrayValue);
     bool isFirst = true;
-    for (const IncidentData& data : readIncidents(options.paths)) {
+    const std::vector<IncidentData> incidents = readIncidents(options.paths);
+    for (const IncidentData& data : incidents) {
         const Verdict verdict = findCause(data.evidence, data.timeline);
         if (options.isJson) {
             document["archives"].append(jsonOf(data, verdict));
@@ -139,10 +140,12 @@ void runCause(const CauseOptions& options) {
         printProblems(data);
         printAsText(data, verdict);
     }
-    if (!options.isJson) return;
-    Json::StreamWriterBuilder settings;
-    settings["indentation"] = "  ";
-    fmt::print("{}\n", Json::writeString(settings, document));
+    if (options.isJson) {
+        Json::StreamWriterBuilder settings;
+        settings["indentation"] = "  ";
+        fmt::print("{}\n", Json::writeString(settings, document));
+    }
+    requireText(incidents);
 }
 
 }  // namespace
@@ -152,7 +155,8 @@ void addCause(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
             "cause",
             "Says what most likely happened, with the lines that show it, and what is missing.\n"
-            "The exit status is 0 also if there is not enough evidence for a cause.");
+            "The exit status is 0 also if there is not enough evidence for a cause, 1 if no "
+            "text can be read.");
     command->add_option("archive", options->paths,
                         "Archive, extracted folder, or folder of archives")
             ->required();

@@ -3,7 +3,9 @@
 #include <fmt/core.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <stdexcept>
 
 #include "desk/cli/Printable.h"
 #include "desk/read/Read.h"
@@ -24,6 +26,16 @@ std::vector<IncidentData> readIncidents(const std::vector<std::string>& paths) {
         }
     }
     return incidents;
+}
+
+void requireText(const std::vector<IncidentData>& incidents) {
+    const auto hasText = [](const IncidentData& incident) {
+        const std::vector<EvidenceFile>& files = incident.evidence.files;
+        return std::any_of(files.begin(), files.end(),
+                           [](const EvidenceFile& file) { return !file.text.empty(); });
+    };
+    if (std::any_of(incidents.begin(), incidents.end(), hasText)) return;
+    throw std::runtime_error("There is no text that can be read.");
 }
 
 void printProblems(const IncidentData& incident) {

@@ -20,6 +20,9 @@ struct IncidentData {
  */
 std::vector<IncidentData> readIncidents(const std::vector<std::string>& paths);
 
+/** Throws std::runtime_error if no file of @p incidents has text that was read. */
+void requireText(const std::vector<IncidentData>& incidents);
+
 /** Writes all problems of @p incident to standard error, safe for a terminal. */
 void printProblems(const IncidentData& incident);
 

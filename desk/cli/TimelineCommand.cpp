@@ -82,6 +82,7 @@ void runTimeline(const TimelineOptions& options) {
             printProblems(incident);
         }
     }
+    requireText(incidents);
     const bool withArchive = incidents.size() > 1;
     forEachEntry(incidents, filters, [&](const TimelineEntry& entry) {
         if (options.isJson) {

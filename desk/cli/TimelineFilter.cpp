@@ -92,6 +92,7 @@ TimelineFilter::TimelineFilter(const TimelineOptions& options, const Incident& i
     }
     if (!options.from.empty()) mFromNs = parseTime("--from", options.from, incident);
     if (!options.to.empty()) mToNs = parseTime("--to", options.to, incident);
+    if (mFromNs > mToNs) throw CLI::ValidationError("--from", "The start is after the end (--to).");
     for (int kind = 0; kind <= kLastKind; ++kind) {
         const std::string_view name = kindName(static_cast<FileKind>(kind));
         if (std::find(options.sources.begin(), options.sources.end(), name) !=

@@ -4,6 +4,8 @@
 #include <json/value.h>
 #include <json/writer.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -50,6 +52,22 @@ Json::Value textValue(std::string_view text) {
     return {text.data(), text.data() + text.size()};
 }
 
+/** Prints @p text in pieces: a line can be as long as all that is kept of a file. */
+void printPieces(std::string_view text) {
+    constexpr size_t kPiece = 64 << 10;
+    constexpr size_t kLongestCharacter = 4;
+    while (!text.empty()) {
+        size_t size = std::min(text.size(), kPiece);
+        // A character of UTF-8 stays whole; bytes that are none can be cut anywhere.
+        for (size_t i = 1; size < text.size() && i < kLongestCharacter; ++i) {
+            if ((static_cast<unsigned char>(text[size]) & 0xC0U) != 0x80) break;
+            --size;
+        }
+        fmt::print("{}", printable(text.substr(0, size)));
+        text.remove_prefix(size);
+    }
+}
+
 }  // namespace
 
 void printAsText(const TimelineEntry& entry, bool withArchive) {
@@ -73,7 +91,9 @@ void printAsText(const TimelineEntry& entry, bool withArchive) {
         // Only lines of logs are known by their source alone.
         line += fmt::format(" {}: ", baseName(fileOf(entry)));
     }
-    fmt::print("{}\n", printable(line.append(text)));
+    fmt::print("{}", printable(line));
+    printPieces(text);
+    fmt::print("\n");
 }
 
 void printAsJson(const TimelineEntry& entry) {

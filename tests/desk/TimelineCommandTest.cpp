@@ -74,6 +74,13 @@ TEST_F(TimelineCommand, PrintsText) {
     EXPECT_THAT(result.error, HasSubstr("matched by the time of collection"));
 }
 
+TEST_F(TimelineCommand, KeepsCharactersOfLongLinesWhole) {
+    std::string line = "2026-11-21 07:33:25.000 +0000     1     2 W t       : x";
+    for (int i = 0; i < 100'000; ++i) line += "\xc3\xa9";
+    const Result result = runDesk({"timeline", mDir.write("other.log", line + "\n")});
+    EXPECT_TRUE(result.out.find(line.substr(line.find(": x")) + "\n") != std::string::npos);
+}
+
 TEST_F(TimelineCommand, Filters) {
     const struct {
         std::vector<std::string> options;
@@ -149,8 +156,11 @@ TEST_F(TimelineCommand, Errors) {
             {{"timeline", mArchive, "--around", "10"}, 2, "'10' is not a time span"},
             {{"timeline", mArchive, "--around", "9999999999999999999s"}, 2, "is not a time span"},
             {{"timeline", mArchive, "--from", "yesterday"}, 2, "'yesterday' is not a time"},
+            {{"timeline", mArchive, "--from", "08:33:31", "--to", "08:33:20"}, 2, "after the end"},
             {{"timeline", mArchive, "--grep", "("}, 2, "missing )"},
             {{"timeline", mDir / "no\x1bne"}, 1, "no\\x1Bne does not exist."},
+            {{"timeline", mDir.write("empty", "")}, 1, "There is no text"},
+            {{"timeline", mDir.write("bytes", std::string(99, '\1'))}, 1, "There is no text"},
             {{"timeline", log, "--around", "1s"}, 1, "use --from and --to"},
             {{"timeline", log, "--from", "08:00:00"}, 1, "needs a date and a time"},
     };
