@@ -48,6 +48,10 @@ void copyData(ArchiveStream& stream, const Output& output) {
     printSafely(output.out, {buffer.data(), kept});
 }
 
+CommandError brokenArchive(const std::string& reason) {
+    return CommandError("the archive is broken: " + printable(reason));
+}
+
 /** Returns the whole name of the file that the user means. @throws CommandError */
 std::string findFile(const std::filesystem::path& archive, const std::string& wanted) {
     ArchiveStream stream(archive, kArchiveLimit);
@@ -56,12 +60,14 @@ std::string findFile(const std::filesystem::path& archive, const std::string& wa
     while (const auto member = stream.next()) {
         if (member->name == wanted) return wanted;
         if (member->name.rfind(wanted, 0) != 0) continue;
-        if (++count <= kMaxNames) names.push_back(printable(member->name));
+        if (++count <= kMaxNames) names.push_back(member->name);
     }
     if (count == 1) return names.front();
+    const std::string broken = stream.finish();
+    if (count == 0 && !broken.empty()) throw brokenArchive(broken);
     std::string text = count == 0 ? "no file starts with '" : "several files start with '";
     text += printable(wanted) + "' in " + printable(archive.filename().string());
-    for (const std::string& name : names) text += "\n  " + name;
+    for (const std::string& name : names) text += "\n  " + printable(name);
     if (count > names.size()) text += "\n  and " + std::to_string(count - names.size()) + " more";
     throw CommandError(text);
 }
@@ -72,10 +78,11 @@ int runCat(const Arguments& arguments, const Output& output) {
     ArchiveStream stream(path, kArchiveLimit);
     auto member = stream.next();
     while (member && member->name != name) member = stream.next();
+    if (!member) throw CommandError("the archive has changed: " + printable(name) + " is gone");
     copyData(stream, output);
     const std::string broken = stream.finish();
-    if (broken.empty()) return kExitOk;
-    throw CommandError("the archive is broken: " + printable(broken));
+    if (!broken.empty()) throw brokenArchive(broken);
+    return kExitOk;
 }
 
 }  // namespace

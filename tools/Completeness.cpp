@@ -77,7 +77,8 @@ void addPromises(const Json::Value& event, bool addsTraces, Promises& promises) 
 /** Adds to @p result what is missing in @p folder, whose name is @p path. */
 void compare(const std::string& path, const Folder& folder, Verification& result) {
     Promises promises;
-    const std::vector<Json::Value> events = parseEventLines(folder.events).events;
+    const auto [events, malformed] = parseEventLines(folder.events);
+    result.malformedEvents.insert(result.malformedEvents.end(), malformed.begin(), malformed.end());
     for (const Json::Value& event : events) {
         addPromises(event, path.empty() && &event == &events.front(), promises);
     }
@@ -119,6 +120,9 @@ Verification verifyArchive(const std::filesystem::path& path) {
         folder.events.resize(std::min<uint64_t>(member->size, kMaxEvents - eventBytes));
         folder.events.resize(stream.read(folder.events.data(), folder.events.size()));
         eventBytes += folder.events.size();
+        // The limit must not make a line malformed.
+        const bool isCut = folder.events.size() < member->size;
+        if (isCut) folder.events.resize(folder.events.rfind('\n') + 1);  // npos + 1 is 0
     }
     result.broken = stream.finish();
     if (stream.isPartial()) result.broken = "it has more than 4 GiB of content";

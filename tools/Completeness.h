@@ -14,8 +14,11 @@ struct Verification {
     std::vector<std::string>
             missing;                 ///< files that a mask or event type promises, with the reason
     std::vector<std::string> empty;  ///< promised files that have no content
+    std::vector<std::string> malformedEvents;  ///< lines of kavel_events.txt that are not events
 
-    bool isGood() const { return broken.empty() && missing.empty() && empty.empty(); }
+    bool isGood() const {
+        return broken.empty() && missing.empty() && empty.empty() && malformedEvents.empty();
+    }
 };
 
 /**

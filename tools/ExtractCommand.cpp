@@ -128,8 +128,13 @@ int runExtract(const Arguments& arguments, const Output& output) {
     folder = arguments.value("to").value_or(folder);
     const uint64_t maxSize = parseSize("--max-size", arguments.value("max-size").value_or("4G"));
     ArchiveStream stream(path, kArchiveLimit);
+    auto member = stream.next();
+    if (!member) {  // then there must be no empty folder
+        const std::string broken = stream.finish();
+        if (!broken.empty()) throw CommandError("the archive is broken: " + printable(broken));
+    }
     Extraction extraction(stream, openFolder(folder), maxSize, output);
-    while (const auto member = stream.next()) extraction.add(*member);
+    for (; member; member = stream.next()) extraction.add(*member);
     const std::string broken = stream.finish();
     if (!broken.empty()) {
         output.note() << "the archive is broken: " << printable(broken) << '\n';

@@ -18,17 +18,19 @@ constexpr std::string_view kDescription =
         "'kavelctl show'.\n"
         "An archive without kavel_events.txt, such as that of a hang warning, promises nothing. A "
         "missing heavy dump may have been skipped: there is at most one set of them in 30 s.\n"
+        "A line of kavel_events.txt that is no event makes an archive bad, too.\n"
         "Exit code 0 means that all archives are whole and have all their files; 1 that one has "
         "not.";
 
 constexpr std::string_view kDetails =
         "JSON: {archives: list} of:\n"
-        "  path       text\n"
-        "  good       true or false\n"
-        "  broken     text, why the archive cannot be read, or null\n"
-        "  missing    list of texts: a pattern of the file's name and the reason\n"
-        "  empty      list of file names\n"
-        "  fileCount  number\n";
+        "  path             text\n"
+        "  good             true or false\n"
+        "  broken           text, why the archive cannot be read, or null\n"
+        "  missing          list of texts: a pattern of the file's name and the reason\n"
+        "  empty            list of file names\n"
+        "  malformedEvents  list of texts: lines of kavel_events.txt that are no events\n"
+        "  fileCount        number\n";
 
 Json::Value toJson(const std::filesystem::path& path, const Verification& result) {
     Json::Value json;
@@ -37,6 +39,7 @@ Json::Value toJson(const std::filesystem::path& path, const Verification& result
     json["broken"] = result.broken.empty() ? Json::Value() : Json::Value(result.broken);
     json["missing"] = jsonList(result.missing);
     json["empty"] = jsonList(result.empty);
+    json["malformedEvents"] = jsonList(result.malformedEvents);
     json["fileCount"] = Json::UInt64{result.fileCount};
     return json;
 }
@@ -50,6 +53,9 @@ void print(std::ostream& out, const std::filesystem::path& path, const Verificat
     }
     for (const std::string& file : result.empty) {
         out << "        empty: " << printable(file) << '\n';
+    }
+    for (const std::string& line : result.malformedEvents) {
+        out << "        malformed event: " << printable(line) << '\n';
     }
 }
 

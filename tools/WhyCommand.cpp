@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 
 #include "event/ReportJournal.h"
 #include "tools/Commands.h"
@@ -13,7 +14,8 @@ namespace {
 constexpr std::string_view kDescription =
         "Why is there no archive? Says in one sentence what has become of each of the latest "
         "reports, oldest first: its archive, what is still awaited, or why there is none. EVENT "
-        "limits it to one event type: a number, or the name from the table of 'explain --event'.\n"
+        "limits it to one event type: a number, the name that the type was configured with, or the "
+        "name from the table of 'explain --event'.\n"
         "The daemon keeps the latest 32 reports since its start. Reports of one event type that "
         "were not caught for the same reason count as one.";
 
@@ -71,20 +73,29 @@ void printReport(std::ostream& out, const Json::Value& status, const Json::Value
     out << '\n';
 }
 
-int runWhy(const Arguments& arguments, const Output& output) {
-    std::string wanted;
-    if (!arguments.operands.empty()) {
-        wanted = hexText(static_cast<uint64_t>(parseEventId(arguments.operands.front())));
+/** Returns the ids that @p event means: several, if types have the same name. @throws UsageError */
+std::set<std::string> idsOf(const Json::Value& status, const std::string& event) {
+    std::set<std::string> ids;
+    for (const Json::Value& type : status["eventTypes"]) {
+        // A number is always an id.
+        if (!parseInteger(event) && type["name"] == event) ids.insert(textOf(type["id"]));
     }
+    if (ids.empty()) ids.insert(hexText(static_cast<uint64_t>(parseEventId(event))));
+    return ids;
+}
+
+int runWhy(const Arguments& arguments, const Output& output) {
+    const std::string wanted = arguments.operands.empty() ? "" : arguments.operands.front();
     const Json::Value status = readStatus();
+    const auto ids = wanted.empty() ? std::set<std::string>() : idsOf(status, wanted);
     int count = 0;
     for (const Json::Value& report : status["recent"]) {
-        if (!wanted.empty() && textOf(report["id"]) != wanted) continue;
+        if (!ids.empty() && ids.count(textOf(report["id"])) == 0) continue;
         printReport(output.out, status, report);
         ++count;
     }
     if (count > 0) return kExitOk;
-    throw CommandError("no report" + (wanted.empty() ? "" : " of " + wanted) +
+    throw CommandError("no report" + (wanted.empty() ? "" : " of " + printable(wanted)) +
                        " has come in since the daemon's start " +
                        std::to_string(status["uptimeSeconds"].asInt64()) +
                        " s ago, or it was too long ago");

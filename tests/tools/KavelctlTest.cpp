@@ -71,7 +71,9 @@ class RecordingService : public BnKavelBinder {
         const std::string text =
                 R"({"format":1,"eventTypes":[{"id":"0x1f","name":"old","enabled":true,)"
                 R"("frequency":5,"windowMs":7000,"recoverId":)" +
-                std::to_string(known) + "}]}";
+                std::to_string(known) +
+                R"(}],"recent":[{"id":"0x1f","time":"t1","fate":"packed"},)"
+                R"({"id":"0x3","time":"t2","fate":"packed"}]})";
         return base::WriteStringToFd(text, fd) ? NO_ERROR : UNKNOWN_ERROR;
     }
 
