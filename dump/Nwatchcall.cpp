@@ -62,7 +62,8 @@ bool copyNwatchcallLog(const std::string& folder) {
 void packNwatchcallLog(bool found, const std::string& folder, const std::string& subject) {
     constexpr const char* kPack = "[dravo_kavel packNwatchcallLog]: ";
     if (!isUsableFolder(folder)) {
-        KAVEL_LOGE(KAVEL_NO_TAG, "%sno folder '%s'.\n", kPack, folder.c_str());
+        KAVEL_LOGE(KAVEL_NO_TAG, "%sno folder '%s' for %s.\n", kPack, folder.c_str(),
+                   subject.c_str());
     } else if (found) {
         packFolder({kPack, subject}, LogFolder(folder));
     } else {

@@ -39,9 +39,16 @@ void HangWarnings::collect(const EventRef& event) {
     // Released when the thread ends, or at once if there is no thread.
     const std::shared_ptr<void> slot(nullptr, [waiting = mWaiting](void* /*none*/) { --*waiting; });
     const std::string folder = buildLogPathFolderName(mDump.parameters, event.get());
-    base::WriteStringToFile("", folder + "/" + kHangWarningMarker);
     const CatchRef running = mDump.catches.add(event);
-    running->setFolder(std::make_shared<LogFolder>(folder));
+    const auto logFolder = std::make_shared<LogFolder>(folder);
+    running->setFolder(logFolder);
+    if (!logFolder->isOpen()) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel copyNwatchcallLog]: no folder for %s: '%s'\n",
+                   eventText(*event).c_str(), folder.c_str());
+        running->fail(Fate::NoFolder);
+        return;
+    }
+    base::WriteStringToFile("", folder + "/" + kHangWarningMarker);
     running->enter(CatchPhase::AwaitingFiles);
     startDumpThread(running, [running, folder, slot] {
         running->beginFirstRound();

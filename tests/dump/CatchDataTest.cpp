@@ -66,6 +66,16 @@ TEST(HangWarnings, AsManyWaitAsThereAreRecords) {
     awaitEnd();
     fake::holdSleeps(false);
     EXPECT_EQ(fake::commandCount("rm -rf "), size_t{kMost + 1});
+    fake::resetShell();  // no folder is made
+    const auto failures = [] {
+        const auto fate = static_cast<size_t>(Fate::NoFolder);
+        return ReportJournal::instance().status().counts[fate];
+    };
+    const uint64_t before = failures();
+    report();
+    EXPECT_EQ(running(), 0);
+    EXPECT_EQ(failures(), before + 1);
+    EXPECT_EQ(fake::logCount("copyNwatchcallLog]: no folder for event 0x401"), 1U);
 }
 
 TEST(LogCommands, NoneStartsOnceThePackHasBegun) {
