@@ -2,6 +2,14 @@
 # A set of event types to start with. The daemon forgets its settings when it ends, so this runs
 # after each of its starts (kavel_tools.rc). docs/reporting.md explains the columns.
 
+# init starts this when it has started the daemon, which then still has to register its service.
+tries=0
+until kavelctl status > /dev/null 2>&1; do
+    tries=$((tries + 1))
+    [ $tries -lt 60 ] || { echo 'kavel_starter_set: the daemon does not answer' >&2; exit 1; }
+    sleep 1
+done
+
 failed=0
 while read -r event name window _; do
     case $event in '' | '#'*) continue ;; esac
