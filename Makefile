@@ -40,6 +40,7 @@ announce-demo:
 
 demo: announce-demo phone ## Show how a report becomes an archive in the simulated phone
 	@$(PHONE) run --dir build/demo-phone --fresh -- /system/phone/demo
+	@echo 'Building kaveldesk for the report; the first time takes some minutes.'
 	@cmake --build --preset $(PRESET) -j $(JOBS) --target kaveldesk > build/kaveldesk.log || { cat build/kaveldesk.log; exit 1; }
 	@echo 'The report about it, for a browser:'
 	@build/$(PRESET)/desk/kaveldesk report build/demo-phone/data/persist_log/PLX/de/kavel -o build/demo.html
