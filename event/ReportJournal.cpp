@@ -44,7 +44,8 @@ std::string cut(const std::string& text) {
 }
 
 std::string nameOf(const std::string& path) {
-    return cut(path.substr(path.rfind('/') + 1));
+    const size_t slash = path.rfind('/');
+    return cut(slash == std::string::npos ? path : path.substr(slash + 1));
 }
 
 void addTo(std::string* detail, const std::string& more) {

@@ -15,9 +15,9 @@ struct ServiceDump {
 };
 
 /**
- * Asks @p service for its dump, through a pipe, on a thread of its own. If the service does not come
- * to an end within @p patience, the thread stays until it does. For programs that ask, not for the
- * daemon.
+ * Asks @p service for its dump, through a pipe, on a thread of its own. If the service does not
+ * come to an end within @p patience, the thread stays until it does. For programs that ask, not for
+ * the daemon.
  *
  * @throws std::system_error if there is no pipe or no thread
  */

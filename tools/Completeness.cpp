@@ -108,7 +108,8 @@ Verification verifyArchive(const std::filesystem::path& path) {
     size_t eventBytes = 0;
     ArchiveStream stream(path, kArchiveLimit);
     while (const auto member = stream.next()) {
-        const size_t nameStart = member->name.rfind('/') + 1;  // npos + 1 is 0
+        const size_t slash = member->name.rfind('/');
+        const size_t nameStart = slash == std::string::npos ? 0 : slash + 1;
         const std::string folderName = member->name.substr(0, nameStart);
         if (++result.fileCount > kMaxFiles) continue;
         if (folders.size() == kMaxFolders && folders.count(folderName) == 0) continue;

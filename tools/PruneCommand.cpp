@@ -93,8 +93,8 @@ std::vector<Removal> prune(const std::vector<ArchiveEntry>& newestFirst, const L
                            bool isDryRun) {
     std::vector<Removal> removals;
     const size_t kept = limits.keptOf(newestFirst);
-    for (size_t i = newestFirst.size(); i-- > kept;) {
-        const ArchiveEntry& archive = newestFirst[i];
+    for (size_t i = newestFirst.size(); i > kept; --i) {
+        const ArchiveEntry& archive = newestFirst[i - 1];
         std::string reason;
         if (isBeingWritten(archive)) {
             reason = "it is being written";

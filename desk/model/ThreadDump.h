@@ -31,7 +31,8 @@ struct Thread {
     std::string state;   // as written: "Blocked", "MONITOR"
     int32_t tid = 0;     // the runtime's thread number; 1 is the main thread; 0 if unknown
     int32_t sysTid = 0;  // the kernel's thread id; 0 if unknown
-    std::string waitChannel;  // kernel function that it waits in; empty or "0" if it runs or is unknown
+    std::string
+            waitChannel;  // kernel function that it waits in; empty or "0" if it runs or is unknown
     std::vector<Frame> frames;
     std::vector<Lock> locks;
     uint32_t firstLine = 0;
