@@ -138,10 +138,34 @@ void dropSuffixes(std::string& text) {
     }
 }
 
+/** A lambda's name without what changes from build to build: "lambda$save$0$com-example" becomes
+ * "lambda$save", "-$$Lambda$Screen$q1W_x.run" becomes "-$$Lambda$Screen.run". */
+void dropLambdaTail(std::string& text) {
+    for (const std::string_view mark : {"lambda$", "-$$Lambda$"}) {
+        const size_t at = text.find(mark);
+        if (at == std::string::npos) continue;
+        const size_t tail = text.find('$', at + mark.size());
+        if (tail == std::string::npos) continue;
+        text.erase(tail, std::min(text.find('.', tail), text.size()) - tail);
+    }
+}
+
+/** The file name without its version, or one word for memory that has a name per process only. */
+std::string moduleName(const std::string& module) {
+    if (contains(module, "jit-cache") || contains(module, "jit-code-cache")) return "jit-cache";
+    if (startsWith(module, "<anonymous") || startsWith(module, "[anon:")) return "anonymous";
+    std::string name(lastPart(until(module, " !"), "/"));
+    const size_t end = name.rfind(".so");
+    if (end == std::string::npos || end == 0) return name;
+    const size_t dash = name.find_last_not_of("0123456789.", end - 1);
+    if (dash != std::string::npos && name[dash] == '-') name.erase(dash, end - dash);
+    return name;
+}
+
 }  // namespace
 
 std::string frameName(const Frame& frame) {
-    if (frame.symbol.empty()) return std::string(lastPart(until(frame.module, " !"), "/"));
+    if (frame.symbol.empty()) return moduleName(frame.module);
     std::string name = frame.symbol;
     dropSuffixes(name);
     if (frame.isNative) {
@@ -150,9 +174,11 @@ std::string frameName(const Frame& frame) {
         // A template function has its return type in front.
         const size_t blank = name.rfind(' ');
         if (blank != std::string::npos && !contains(name, "operator ")) name.erase(0, blank + 1);
+        if (name.empty()) name = frame.symbol;  // such as "(anonymous class)"
     }
-    for (const std::string_view mark :
-         {"ExternalSyntheticLambda", "ExternalSyntheticOutline", "$", "#", "-wrap", "$_"}) {
+    dropLambdaTail(name);
+    for (const std::string_view mark : {"ExternalSyntheticLambda", "ExternalSyntheticOutline", "$",
+                                        "$Proxy", "#", "-wrap", "$_"}) {
         dropNumbersAfter(name, mark);
     }
     return name;

@@ -57,6 +57,15 @@ const ThreadDump* dumpOf(const Case& c, std::string_view process) {
     return best;
 }
 
+/** What a fault has in common with others of its kind: no address, no CPU, no count. */
+std::string faultName(const std::string& detail) {
+    std::string_view name = until(detail, "#0123456789");
+    for (const std::string_view mark : {" at virtual address", " request at ", " address"}) {
+        name = name.substr(0, name.find(mark));
+    }
+    return std::string(trim(name));
+}
+
 void addKernel(const Fact& fact, std::vector<Candidate>& candidates) {
     Candidate candidate;
     candidate.kind = "kernel";
@@ -76,8 +85,7 @@ void addKernel(const Fact& fact, std::vector<Candidate>& candidates) {
     } else {
         id = "kernel.fault";
         candidate.headline = fmt::format("The kernel reported a fault in itself: {}.", fact.detail);
-        candidate.signature = {"kernel", "", "fault",
-                               std::string(until(fact.detail, "#0123456789"))};
+        candidate.signature = {"kernel", "", "fault", faultName(fact.detail)};
     }
     candidate.findings = {{id, Finding::Weight::Cause, candidate.headline, {cite(fact.place)}}};
     candidates.push_back(std::move(candidate));

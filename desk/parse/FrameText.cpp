@@ -27,6 +27,15 @@ std::string_view takeGroup(std::string_view& text, std::string_view name) {
     return group;
 }
 
+/** The symbol without what the compiler adds in brackets: "(foo(int) (.cfi)+4)". */
+std::string_view withoutSuffixes(std::string_view symbol) {
+    for (size_t at = lastGroup(symbol); at != std::string_view::npos; at = lastGroup(symbol)) {
+        if (at == 0 || !startsWith(symbol.substr(at), "(.")) break;
+        symbol = trim(symbol.substr(0, at));
+    }
+    return symbol;
+}
+
 std::string_view withoutOffset(std::string_view symbol) {
     const size_t plus = symbol.rfind('+');
     if (plus == std::string_view::npos || plus + 1 == symbol.size()) return symbol;
@@ -45,7 +54,7 @@ Frame nativeFrame(std::string_view text) {
     const bool hasSymbol = lastGroup(text) != std::string_view::npos &&
                            !endsWith(text, "(deleted)") &&
                            !startsWith(text.substr(lastGroup(text)), "(offset ");
-    if (hasSymbol) frame.symbol = withoutOffset(takeGroup(text, ""));
+    if (hasSymbol) frame.symbol = withoutSuffixes(withoutOffset(takeGroup(text, "")));
     takeGroup(text, "offset ");
     frame.module = text;
     return frame;
