@@ -20,6 +20,7 @@ enum class FactKind : uint8_t {
     Watchdog,       // system_server did not respond; detail: what was blocked
     LowMemoryKill,  // by lmkd or the kernel's lowmemorykiller; detail: the reason
     OomKill,        // by the kernel, which had no memory left
+    MemcgKill,      // by the kernel, in a group of processes that was at its limit
     OomInvoked,     // process: the one that asked for memory
     HungTask,       // a task in uninterruptible sleep for too long
     Panic,          // the kernel ended; detail: why

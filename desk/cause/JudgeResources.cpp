@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <utility>
 
 #include <fmt/core.h>
@@ -78,6 +79,9 @@ constexpr Shortage kShortages[] = {
         {isA<FactKind::OomKill>, "low-memory", "memory.oom-kill",
          "The kernel had no memory left and ended {}.",
          "The kernel had no memory left and ended {} processes."},
+        {isA<FactKind::MemcgKill>, "low-memory", "memory.memcg-kill",
+         "A memory cgroup was at its limit: the kernel ended {}.",
+         "Memory cgroups were at their limits: the kernel ended {} processes."},
         {isA<FactKind::OomInvoked>, "low-memory", "memory.oom",
          "The kernel had no memory left when {} asked for some.",
          "The kernel had no memory left {} times."},
@@ -113,12 +117,27 @@ bool isOwn(const Case& c, const Fact& fact) {
 }
 
 Reach reachOf(const Case& c, const Fact& fact) {
-    const bool isKill = fact.kind == FactKind::LowMemoryKill || fact.kind == FactKind::OomKill;
+    const bool isKill = fact.kind == FactKind::LowMemoryKill || fact.kind == FactKind::OomKill ||
+                        fact.kind == FactKind::MemcgKill;
     if (!isKill) return Reach::Unknown;
     if (isOwn(c, fact)) return Reach::Used;
     if (!fact.oomScoreAdj) return Reach::Unknown;
     if (*fact.oomScoreAdj < kPerceptible) return Reach::Used;
     return *fact.oomScoreAdj >= kCached ? Reach::Cached : Reach::Unknown;
+}
+
+/** Several logs and lines report the end of one process. */
+size_t countOf(const std::vector<const Fact*>& facts) {
+    std::set<int32_t> pids;
+    size_t others = 0;
+    for (const Fact* fact : facts) {
+        if (fact->pid == 0) {
+            ++others;
+        } else {
+            pids.insert(fact->pid);
+        }
+    }
+    return pids.size() + others;
 }
 
 /** Makes one candidate of the facts from @p first to @p last, which are of one shortage. */
@@ -135,9 +154,14 @@ Candidate judge(const Case& c, const Shortage& shortage, std::vector<const Fact*
         std::swap(fact, facts.back());
         break;
     }
-    candidate.headline = facts.size() == 1 || !candidate.process.empty()
+    const size_t count = countOf(facts);
+    if (count == 1) {  // the line that names the process comes first
+        std::stable_partition(facts.begin(), facts.end(),
+                              [](const Fact* fact) { return fact->process.empty(); });
+    }
+    candidate.headline = count == 1 || !candidate.process.empty()
                                  ? fmt::format(fmt::runtime(shortage.one), nameOf(c, *facts.back()))
-                                 : fmt::format(fmt::runtime(shortage.many), facts.size());
+                                 : fmt::format(fmt::runtime(shortage.many), count);
     candidate.signature = {candidate.kind, "", std::string(shortage.finding)};
     Finding finding{std::string(shortage.finding), Finding::Weight::Cause, candidate.headline, {}};
     for (size_t i = 0; i < std::min(facts.size(), kCited); ++i) {

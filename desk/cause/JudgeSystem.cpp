@@ -57,6 +57,9 @@ const ThreadDump* dumpOf(const Case& c, std::string_view process) {
     return best;
 }
 
+/** The lines of one fault follow each other within this time. */
+constexpr int64_t kSameFaultNs = 1'000'000'000;
+
 /** What a fault has in common with others of its kind: no address, no CPU, no count. */
 std::string faultName(const std::string& detail) {
     std::string_view name = until(detail, "#0123456789");
@@ -142,7 +145,11 @@ std::vector<Candidate> judgeKernel(const Case& c) {
     for (const Fact& fact : c.facts.facts) {
         const bool isKernel = fact.kind == FactKind::HungTask || fact.kind == FactKind::Panic ||
                               fact.kind == FactKind::KernelFault;
-        if (isKernel) addKernel(fact, candidates);
+        if (!isKernel) continue;
+        // The Oops that ends a fault says less than the line before it.
+        const bool isEnd = contains(fact.detail, "Internal error: Oops") && !candidates.empty() &&
+                           fact.utcNs != 0 && fact.utcNs - candidates.back().utcNs < kSameFaultNs;
+        if (!isEnd) addKernel(fact, candidates);
     }
     return candidates;
 }

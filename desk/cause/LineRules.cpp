@@ -117,6 +117,20 @@ bool wholeLine(std::string_view message, Fact& fact) {
     return true;
 }
 
+/** Other texts quote the word: the kernel has it first, or after the name of its watchdog. */
+bool bug(std::string_view message, Fact& fact) {
+    const std::string_view head = trim(message.substr(0, message.find("BUG: ")));
+    const bool isStamp = startsWith(head, "[") && (endsWith(head, "]") || endsWith(head, "["));
+    return (head.empty() || isStamp || endsWith(head, "watchdog:")) && wholeLine(message, fact);
+}
+
+/** "oom-kill:constraint=CONSTRAINT_NONE,...,task=NAME,pid=2001,uid=0". */
+bool oomConstraint(std::string_view message, Fact& fact) {
+    fact.pid = numberAfter(message, ",pid=").value_or(0);
+    fact.process = until(after(message, ",task=").value_or(""), ",");
+    return fact.pid != 0;
+}
+
 /** Only states from "severe" up: below them the phone does not slow down much. */
 bool thermalStatus(std::string_view message, Fact& fact) {
     fact.value = numberAfter(message, "mStatus=").value_or(0);
@@ -157,6 +171,9 @@ constexpr LineRule kRules[] = {
     {FactKind::LowMemoryKill, "lmkd lowmemorykiller", "Kill '",                      true,  killLine},
     {FactKind::LowMemoryKill, "kernel lmkd lowmemorykiller", "Killing '",            false, killLine},
     {FactKind::LowMemoryKill, "killinfo",           ",",                             false, killInfo},
+    {FactKind::MemcgKill,     kKernel,              "Memory cgroup out of memory: Kill", false, oomKill},
+    {FactKind::MemcgKill,     kKernel,              "oom-kill:constraint=CONSTRAINT_MEMCG", false, oomConstraint},
+    {FactKind::OomKill,       kKernel,              "oom-kill:constraint=",          false, oomConstraint},
     {FactKind::OomKill,       kKernel,              "Killed process ",               false, oomKill},
     {FactKind::OomKill,       kKernel,              "Kill process ",                 false, oomKill},
     {FactKind::OomInvoked,    kKernel,              " invoked oom-killer",           false, oomInvoked},
@@ -166,7 +183,9 @@ constexpr LineRule kRules[] = {
     {FactKind::KernelFault,   kKernel,              "soft lockup - CPU",             false, wholeLine},
     {FactKind::KernelFault,   kKernel,              "hard LOCKUP",                   false, wholeLine},
     {FactKind::KernelFault,   kKernel,              "detected stalls on CPU",        false, wholeLine},
-    {FactKind::KernelFault,   kKernel,              "BUG: ",                         false, wholeLine},
+    {FactKind::KernelFault,   kKernel,              "self-detected stall on CPU",    false, wholeLine},
+    {FactKind::KernelFault,   kKernel,              "Internal error: Oops",          false, wholeLine},
+    {FactKind::KernelFault,   kKernel,              "BUG: ",                         false, bug},
     {FactKind::Thermal,       kKernel,              "critical temperature reached",  false, wholeLine},
     {FactKind::Thermal,       kThermal,             "mStatus=",                      false, thermalStatus},
     {FactKind::Thermal,       kThermal,             "throttling severity ",          false, wholeLine},

@@ -121,7 +121,19 @@ class Scan {
         }
     }
 
+    /** "Killed process" does not say that it was a memory cgroup; the line before it does. */
+    bool isMemcgKill(const Fact& fact) const {
+        const auto isIt = [&](const Fact& other) {
+            return other.kind == FactKind::MemcgKill && other.pid == fact.pid;
+        };
+        const auto& facts = mFacts.facts;
+        const size_t recent = std::min<size_t>(facts.size(), 8);
+        return fact.kind == FactKind::OomKill &&
+               std::any_of(facts.end() - static_cast<std::ptrdiff_t>(recent), facts.end(), isIt);
+    }
+
     bool add(Fact fact) {
+        if (isMemcgKill(fact)) fact.kind = FactKind::MemcgKill;
         mFacts.isCut = mFacts.facts.size() >= kMaxFacts;
         if (mFacts.isCut) return false;
         mFacts.facts.push_back(std::move(fact));
