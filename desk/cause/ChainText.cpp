@@ -124,10 +124,10 @@ std::string chainWords(const Case& c, const WaitChain& chain) {
                 "is part of a deadlock of {} threads{}", chain.steps.size() - chain.cycleStart,
                 chain.steps.size() < 2 ? "" : ", with " + fullName(chain.steps[1], *first.dump));
     }
-    const std::string peer = last.call != nullptr
-                                     ? fmt::format("waits for the answer of {} to a binder call",
-                                                   peerName(c, *last.call))
-                                     : doesWhat(*last.thread);
+    std::string peer = last.call != nullptr
+                               ? fmt::format("waits for the answer of {} to a binder call",
+                                             peerName(c, *last.call))
+                               : doesWhat(*last.thread);
     if (chain.steps.size() == 1) {
         if (last.lock != nullptr) return doesWhat(*last.thread) + ", whose holder is unknown";
         return peer;

@@ -100,6 +100,7 @@ bool isMail(const FoundValue& found) {
     const std::string_view domain = value.substr(value.find('@') + 1);
     // android.hardware.power@1.0-service.xyz: each part of the version starts with a digit.
     const size_t dot = domain.find('.');
+    if (dot == std::string_view::npos) return false;
     if (isDigit(domain[0]) && isDigit(domain[dot + 1])) return false;
     const std::string_view last = domain.substr(domain.rfind('.') + 1);
     return last.size() >= 2 && std::all_of(last.begin(), last.end(), isLetter) &&
@@ -110,6 +111,8 @@ bool isPhone(const FoundValue& found) {
     // A time zone such as +0100 and what follows it; no country has a code of four digits.
     const size_t group = found.value().find_first_not_of("+0123456789");
     if (group == 5) return false;
+    static const re2::RE2 kOffset(R"((?i)\b(?:offset|delta|drift|adjust(?:ed|ment)?)[ :=]*$)");
+    if (matches(found.ahead(), kOffset)) return false;
     return !isWord(found.before()) && found.before() != ')' && !isWord(found.behind()) &&
            found.behind() != '.';
 }
@@ -141,11 +144,16 @@ bool isSerial(const FoundValue& found) {
 bool isMac(const FoundValue& found) {
     // A neighbour makes it a part of a longer row of bytes, such as the fingerprint of a
     // certificate.
-    if (isWord(found.before()) || found.before() == ':') return false;
-    if (isWord(found.behind()) || (found.behind() == ':' && isWord(found.behind(1)))) return false;
     const std::string value = lower(found.value());
-    return value.find_first_not_of("0:") != std::string::npos &&
-           value.find_first_not_of("f:") != std::string::npos &&
+    const char separator = value[2];
+    if (isWord(found.before()) || found.before() == separator) return false;
+    if (isWord(found.behind()) || (found.behind() == separator && isWord(found.behind(1)))) {
+        return false;
+    }
+    // 26-11-22-01-18-00 is a time: an address with dashes has a letter.
+    if (separator == '-' && std::none_of(value.begin(), value.end(), isLetter)) return false;
+    return value.find_first_not_of("0:-") != std::string::npos &&
+           value.find_first_not_of("f:-") != std::string::npos &&
            value != "02:00:00:00:00:00";  // what Android shows to an app that may not know it
 }
 
@@ -167,6 +175,9 @@ bool isIpv4(const FoundValue& found) {
     if (before == '-' && !isDigit(found.before(2))) return false;
     if ((behind == '.' || behind == '-') && isLetter(found.behind(1))) return false;
     const std::string_view context = found.ahead();
+    // libssl 3.0.12.1
+    static const re2::RE2 kLibrary(R"(\blib[\w+-]+ $)");
+    if (matches(context, kLibrary)) return false;
     static const re2::RE2 kVersion(
             R"((?i)(?:\bv|ver|version\w*|release|build|firmware|\bfw|sdk|driver|revision|baseband|)"
             R"(incremental|package|fingerprint)["'\]]*[ \t]*[:=(\[]*[ \t]*["'\[(]*$)");
@@ -215,7 +226,9 @@ bool isUrlHost(const FoundValue& found) {
 bool isHostName(const FoundValue& found) {
     const std::string value = lower(found.value());
     if (isWord(found.before()) || isWord(found.behind())) return false;
-    const std::string last = value.substr(value.rfind('.') + 1);
+    const size_t dot = value.rfind('.');
+    if (dot == std::string::npos) return false;
+    const std::string last = value.substr(dot + 1);
     return last.size() >= 2 && std::all_of(last.begin(), last.end(), isLetter) &&
            !isOneOf(last, kFileEndings) &&
            !isOneOf(value.substr(0, value.find('.')), kPackageStarts) && isUrlHost(found);

@@ -30,11 +30,19 @@ std::vector<MaskRule> makeRules() {
             {K::Token, R"((?i:\bbearer[ \t]+))", R"([A-Za-z0-9+/=_.~-]{16,})", "", isRandom},
             {K::Token, R"(\b)", R"(eyJ[A-Za-z0-9_-]{8,}\.[A-Za-z0-9_-]{8,}(?:\.[A-Za-z0-9_-]*)?)",
              "", isValue},
+            // The forms of widely used services say themselves what they are.
+            {K::Token, R"(\b)",
+             R"((?:gh[pousr]_[A-Za-z0-9]{20,}|github_pat_\w{20,}|A[KS]IA[0-9A-Z]{16}|)"
+             R"(xox[abeoprs]-[A-Za-z0-9-]{10,}|ya29\.[A-Za-z0-9_-]{10,}))",
+             "", isValue},
+            {K::Token, R"((?i:\b(?:set-)?cookie: *)[\w-]+=)", R"([^;\s"']{4,})", "", isValue},
             {K::Token, "://", R"([^/@ \t"']+:[^/@ \t"']+)", "@", isValue},
             {K::Token, quoted(kPassword), R"([^"'\\]+)", R"(["'\\])", isSecret},
             {K::Token, key(kPassword), R"([^ \t"'\\,;&<>\])}]+)", "", isSecret},
             {K::Token, key(R"((?:token|key|session_?id|cookie|signature|\bsig))"),
              R"([A-Za-z0-9+/_-]{20,}={0,2})", "", isRandom},
+            {K::Token, key(R"((?:access|refresh|id|auth)_?token)"),
+             R"([A-Za-z0-9+/_-]+(?:\.[A-Za-z0-9+/_-]+)+)", "", isRandom},
 
             {K::Account, R"(Account ?\{ ?name=)", "[^,}]+", ", ?type=", isUserName},
             {K::Account, R"(UserInfo\{\d+:)", "[^:}]+", ":", isUserName},
@@ -58,12 +66,17 @@ std::vector<MaskRule> makeRules() {
             {K::Iccid, key(R"((?:icc_?id|sim_?serial(?:_?number)?)[\w\[\]()]{0,4})"),
              R"(\d{18,20}[0-9A-Fa-f]{0,2})", "", isWholeNumber},
             {K::Iccid, R"(\b)", R"(89\d{17,18})", R"(\b)", isCheckedNumber},
+            {K::Phone, key(R"(\b(?:phone|mobile|tel|caller|callee))"), R"(0\d{2,4}[-/ ]\d{5,9})",
+             "", isWholeNumber},
+            {K::Iccid, R"((?i:\biccid) )", R"(\d{18,20})", "", isWholeNumber},
+            {K::Phone, R"((?i:\bmsisdn) )", R"(\+?\d{8,15})", "", isWholeNumber},
             {K::Serial,
              key(R"((?:serial(?:_?(?:no|num|number))?|chip_?id|android_?id|\bssaid|gsf_?id|\boaid|\bgaid|)"
                  R"(\badid|advertising_?id))"),
              R"([A-Za-z0-9][A-Za-z0-9._:-]{4,62}[A-Za-z0-9])", "", isSerial},
 
             {K::Mac, "", "[0-9A-Fa-f]{2}(?::[0-9A-Fa-f]{2}){5}", "", isMac},
+            {K::Mac, "", "[0-9A-Fa-f]{2}(?:-[0-9A-Fa-f]{2}){5}", "", isMac},
             {K::Mac, key(R"(\b(?:mac|bssid|bd_?addr)(?:_?addr(?:ess)?)?)"), "[0-9A-Fa-f]{12}", "",
              isMac},
             {K::Ip, "", R"(\d{1,3}(?:\.\d{1,3}){3})", "", isIpv4},
@@ -72,6 +85,9 @@ std::vector<MaskRule> makeRules() {
              R"((?::[0-9A-Fa-f]{1,4}){0,5}:(?::[0-9A-Fa-f]{1,4}){1,6}|(?::[0-9A-Fa-f]{1,4}){0,6}::))",
              "", isIpv6},
 
+            // Quotes inside the name are escaped.
+            {K::Ssid, std::string("(?i:") + kSsid + R"~()"?[ :=]{1,3}")~",
+             R"~((?:[^"\\]|\\")*\\"(?:[^"\\]|\\")*)~", R"(")", isValue},
             {K::Ssid, std::string("(?i:") + kSsid + R"()[^\w"'\n]{0,6}\\*")", R"([^"\\]+)",
              R"([\\"])", isValue},
             {K::Ssid, std::string("(?i:") + kSsid + R"()[^\w"'\n]{0,3}')", "[^']+", "'", isValue},
@@ -82,6 +98,12 @@ std::vector<MaskRule> makeRules() {
 
             {K::Position, key(R"((?:\b|_)(?:latitude|longitude|lat|lon|lng))"),
              R"(-?\d{1,3}\.\d{4,})", "", isCoordinate},
+            {K::Position, R"((?i:\blat/(?:lng|lon|long))[: =]*\(?)",
+             R"(-?\d{1,3}\.\d+, ?-?\d{1,3}\.\d+)", "", isValue},
+            {K::Position, R"((?i:\b(?:lat|latitude)[:=] ?))", R"(-?\d{1,2}\.\d{2,})",
+             R"((?i:,? (?:lon|lng|longitude)[:=]))", isCoordinate},
+            {K::Position, R"((?i:\b(?:lat|latitude)[:=] ?[\w.-]+,? (?:lon|lng|longitude)[:=] ?))",
+             R"(-?\d{1,3}\.\d{2,})", "", isCoordinate},
             {K::Position, R"(Location\[\w+ )", R"(-?\d{1,3}[.,]\d+, ?-?\d{1,3}[.,]\d+)", "",
              isValue},
             {K::Position, R"(\bgeo:)", R"(-?\d{1,3}\.\d+,-?\d{1,3}\.\d+)", "", isValue},

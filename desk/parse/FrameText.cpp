@@ -11,9 +11,9 @@ constexpr std::string_view kNative = "native: ";
 size_t lastGroup(std::string_view text) {
     if (text.empty() || text.back() != ')') return std::string_view::npos;
     int depth = 0;
-    for (size_t i = text.size(); i-- > 0;) {
-        if (text[i] == ')') ++depth;
-        if (text[i] == '(' && --depth == 0) return i;
+    for (size_t i = text.size(); i > 0; --i) {
+        if (text[i - 1] == ')') ++depth;
+        if (text[i - 1] == '(' && --depth == 0) return i - 1;
     }
     return std::string_view::npos;
 }

@@ -67,7 +67,6 @@ DaemonStatus makeStatus() {
     running.left = milliseconds(7500);
     running.missingBits = 0x8;
     running.folder = "/staging/folder";
-    running.work = {{"display-", std::chrono::steady_clock::now() + std::chrono::microseconds(9)}};
     handler.catches = {running};
     handler.catchCount = 33;
     handler.isWindowOpen = true;
