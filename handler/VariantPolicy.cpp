@@ -36,7 +36,7 @@ BuildStatus logBuild() {
     // Tools that read the log depend on the spelling "checkSystemVerion".
     const TraceSection trace("checkSystemVerion");
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel checkSystemVerion]: checkSystemVerion.\n");
-    const BuildStatus build = classifyBuild();
+    BuildStatus build = classifyBuild();
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel checkSystemVerion]: isCommercialVersion:%d, isReleaseVersion:%d, "
                "isInteractiveRomAction:%d, isPreVersion:%d, isCtaVersion:%d,.\n",

@@ -21,13 +21,12 @@ void TombstoneParser::line(std::string_view line, Place place) {
         mUtcNs = parseUtc(text.substr(11), mUtcOffsetSeconds);
     } else if (startsWith(text, "Cmdline: ")) {
         mCmdline = text.substr(9);
-    } else if (mRoom == 0) {
+    } else if (const bool isHead = startsWith(text, "pid: ") && contains(text, ">>> ");
+               mRoom == 0 || (!mIsOpen && !isHead)) {
         return;
-    } else if (startsWith(text, "pid: ") && contains(text, ">>> ")) {
+    } else if (isHead) {
         --mRoom;
         head(text, place);
-    } else if (!mIsOpen) {
-        return;
     } else if (startsWith(text, "signal ") && contains(text, " (") && !mIsOther) {
         signal(text, place);
     } else if (auto frame = isNativeFrame(text) ? parseFrame(text, place.line) : std::nullopt) {
