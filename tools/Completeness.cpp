@@ -95,7 +95,7 @@ void compare(const std::string& path, const Folder& folder, Verification& result
             if (!hasContent) empty.push_back(path + name);
         }
         const std::string reasonText = " (" + reason + ")";
-        if (!isThere) result.missing.push_back(path + patterns.front() + reasonText);
+        if (!isThere) result.missing.push_back((path + patterns.front()).append(reasonText));
         result.empty.insert(result.empty.end(), empty.begin(), empty.end());
     }
 }

@@ -103,7 +103,7 @@ class Extraction {
             if (base::WriteFully(file, buffer.data(), got)) continue;
             const std::string reason = std::string(": ") + std::strerror(errno);
             unlinkat(mFolder.get(), name.c_str(), 0);  // a part must not pass for the whole
-            throw CommandError("cannot write " + name + reason);
+            throw CommandError(("cannot write " + name).append(reason));
         }
         mBytes += copied;
         return copied;
