@@ -19,9 +19,7 @@ using android::kavel::test::TempDir;
 using android::kavel::tools::tarBytes;
 using test::kFirstRound;
 using test::kFolder;
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
 
 struct Result {
     int status;

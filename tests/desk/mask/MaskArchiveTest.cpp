@@ -25,7 +25,6 @@ using android::kavel::test::TempDir;
 using android::kavel::tools::gzipBytes;
 using android::kavel::tools::tarMember;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
