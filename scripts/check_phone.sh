@@ -29,7 +29,7 @@ fi
 
 # Reads paths from standard input and compiles each with the arguments and the common flags.
 compile() {
-    xargs -P "${JOBS:-$(nproc)}" -I{} clang++ {} -stdlib=libc++ -std=c++17 -DKAVELCTL_VERSION='"0"' -I. "$@"
+    xargs -P "${JOBS:-$(nproc)}" -I{} clang++ {} -stdlib=libc++ -std=c++17 -DKAVEL_VERSION='"0"' -DKAVELCTL_VERSION='"0"' -I. "$@"
 }
 
 # shellcheck disable=SC2086 # lists are meant to be split
