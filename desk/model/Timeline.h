@@ -13,7 +13,7 @@ enum class Level : uint8_t { Unknown, Verbose, Debug, Info, Warn, Error, Fatal }
 
 /**
  * One line of a log, or several that belong together. Its text is
- * files[place.file].text.substr(begin, length): the line as it stands, without the line end.
+ * files[place.file].text.substr(begin, length): the line as in the file, without the line end.
  */
 struct Record {
     int64_t utcNs = 0;  // nanoseconds since the epoch; a line without a time has its neighbour's
@@ -43,7 +43,7 @@ struct Timeline {
     std::vector<Problem> problems;  // for example a clock that could not be anchored
 };
 
-/** Text of @p record as it stands in its file. Valid as long as @p evidence. */
+/** Text of @p record as in its file. Valid as long as @p evidence. */
 inline std::string_view textOf(const Evidence& evidence, const Record& record) {
     return std::string_view(evidence.files[record.place.file].text)
             .substr(record.begin, record.length);

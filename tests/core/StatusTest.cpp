@@ -87,7 +87,7 @@ DaemonStatus makeStatus() {
 }
 
 TEST(Status, Golden) {
-    setenv("TZ", "XXX-5:30", 1);
+    setenv("TZ", "IST-5:30", 1);
     tzset();
     uint64_t next = 100;
     KernelChannel& channel = kernelChannel();
