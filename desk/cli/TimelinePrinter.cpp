@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <initializer_list>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "desk/cli/Printable.h"
 #include "desk/parse/Time.h"
@@ -37,23 +39,9 @@ std::string labelOf(const TimelineEntry& entry) {
     return entry.mark->label + (entry.isEnd ? " ends" : " begins");
 }
 
-void printJson(Json::Value json) {
-    json["format"] = 1;
-    // Escapes all but ASCII, and replaces bytes that are not UTF-8.
-    static const Json::StreamWriterBuilder kSettings = [] {
-        Json::StreamWriterBuilder settings;
-        settings["indentation"] = "";
-        return settings;
-    }();
-    fmt::print("{}\n", Json::writeString(kSettings, json));
-}
-
-Json::Value textValue(std::string_view text) {
-    return {text.data(), text.data() + text.size()};
-}
-
-/** Prints @p text in pieces: a line can be as long as all that is kept of a file. */
-void printPieces(std::string_view text) {
+/** Calls @p print for @p text in pieces: a line can be as long as all that is kept of a file. */
+template <typename Print>
+void inPieces(std::string_view text, Print print) {
     constexpr size_t kPiece = 64 << 10;
     constexpr size_t kLongestCharacter = 4;
     while (!text.empty()) {
@@ -63,9 +51,41 @@ void printPieces(std::string_view text) {
             if ((static_cast<unsigned char>(text[size]) & 0xC0U) != 0x80) break;
             --size;
         }
-        fmt::print("{}", printable(text.substr(0, size)));
+        print(text.substr(0, size));
         text.remove_prefix(size);
     }
+}
+
+Json::Value textValue(std::string_view text) {
+    return {text.data(), text.data() + text.size()};
+}
+
+std::string jsonText(const Json::Value& value) {
+    // Escapes all but ASCII, and replaces bytes that are not UTF-8.
+    static const Json::StreamWriterBuilder kSettings = [] {
+        Json::StreamWriterBuilder settings;
+        settings["indentation"] = "";
+        return settings;
+    }();
+    return Json::writeString(kSettings, value);
+}
+
+/** Prints one line: @p json and then the members @p texts, which can be long. */
+void printJson(Json::Value json,
+               std::initializer_list<std::pair<std::string_view, std::string_view>> texts = {}) {
+    json["format"] = 1;
+    std::string object = jsonText(json);
+    object.pop_back();
+    fmt::print("{}", object);
+    for (const auto& [name, text] : texts) {
+        fmt::print(",\"{}\":\"", name);
+        inPieces(text, [](std::string_view piece) {
+            const std::string quoted = jsonText(textValue(piece));
+            fmt::print("{}", std::string_view(quoted).substr(1, quoted.size() - 2));
+        });
+        fmt::print("\"");
+    }
+    fmt::print("}}\n");
 }
 
 }  // namespace
@@ -92,7 +112,7 @@ void printAsText(const TimelineEntry& entry, bool withArchive) {
         line += fmt::format(" {}: ", baseName(fileOf(entry)));
     }
     fmt::print("{}", printable(line));
-    printPieces(text);
+    inPieces(text, [](std::string_view piece) { fmt::print("{}", printable(piece)); });
     fmt::print("\n");
 }
 
@@ -113,16 +133,16 @@ void printAsJson(const TimelineEntry& entry) {
     json["source"] = std::string(kindName(record.source));
     json["file"] = fileOf(entry);
     json["line"] = record.place.line;
-    json["text"] = textValue(text);
-    if (record.messageAt != 0) {
-        json["level"] = record.level == Level::Unknown ? Json::Value()
-                                                       : Json::Value(std::string(levelOf(record)));
-        json["pid"] = record.pid;
-        json["tid"] = record.tid;
-        json["tag"] = textValue(text.substr(record.tagAt, record.tagLength));
-        json["message"] = textValue(text.substr(record.messageAt));
+    if (record.messageAt == 0) {
+        printJson(std::move(json), {{"text", text}});
+        return;
     }
-    printJson(json);
+    json["level"] = record.level == Level::Unknown ? Json::Value()
+                                                   : Json::Value(std::string(levelOf(record)));
+    json["pid"] = record.pid;
+    json["tid"] = record.tid;
+    json["tag"] = textValue(text.substr(record.tagAt, record.tagLength));
+    printJson(std::move(json), {{"text", text}, {"message", text.substr(record.messageAt)}});
 }
 
 void printProblemsAsJson(const IncidentData& incident) {

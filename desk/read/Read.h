@@ -17,7 +17,7 @@ struct ReadLimits {
     uint64_t reservedBytes = 64ull << 20;
     uint64_t smallBytes = 16ull << 20;
     // All texts and names together, which stay in memory: with the timeline of very short lines
-    // about 525 MB.
+    // less than 450 MB.
     uint64_t keptBytes = 208ull << 20;
     uint64_t unpackedBytes = 8ull << 30;  // also what is passed over, such as system traces
     size_t nesting = 3;                   // archives in archives

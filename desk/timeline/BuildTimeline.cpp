@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <iterator>
 #include <map>
 #include <utility>
 
@@ -58,24 +57,25 @@ size_t countLines(const Evidence& evidence) {
 void appendDumps(const Evidence& evidence, const std::vector<uint32_t>& files, Timeline& timeline) {
     std::vector<Record>& records = timeline.records;
     const size_t first = records.size();
-    const auto room = [&records] { return kMaxRecords - std::min(kMaxRecords, records.size()); };
-    appendLog(evidence, files.front(), room(), records, timeline.problems);
-    const std::vector<Record>* before = &records;
-    size_t beforeAt = first;
-    size_t beforeEnd = records.size();
-    std::vector<Record> last;
-    for (size_t i = 1; i < files.size(); ++i) {
-        std::vector<Record> now;
-        appendLog(evidence, files[i], room(), now, timeline.problems);
-        if (now.empty()) continue;
-        RepeatFinder finder(evidence, *before, beforeAt, beforeEnd);
-        std::copy_if(now.begin(), now.end(), std::back_inserter(records),
-                     [&finder](const Record& record) { return !finder.isRepeat(record); });
-        last = std::move(now);
-        before = &last;
-        beforeAt = 0;
-        beforeEnd = last.size();
+    size_t before = first;
+    size_t now = first;
+    std::vector<bool> isRepeat;
+    for (const uint32_t file : files) {
+        const size_t room = kMaxRecords - std::min(kMaxRecords, records.size());
+        appendLog(evidence, file, room, records, timeline.problems);
+        if (now == records.size()) continue;
+        RepeatFinder finder(evidence, records, before, now);
+        for (size_t i = now; i < records.size(); ++i) {
+            isRepeat.push_back(finder.isRepeat(records[i]));
+        }
+        before = std::exchange(now, records.size());
     }
+    // Only at the end: the next dump is compared with all lines of the one before it.
+    size_t end = first;
+    for (size_t i = first; i < records.size(); ++i) {
+        if (!isRepeat[i - first]) records[end++] = records[i];
+    }
+    records.resize(end);
 }
 
 /** Merges runs that are each in order; run i ends at @p ends[i]. */

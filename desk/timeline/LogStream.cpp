@@ -8,14 +8,10 @@
 namespace kaveldesk {
 namespace {
 
-/** The time that years are completed by: of the collection, of the event, or of the log itself. */
-int64_t referenceTime(const Evidence& evidence, const EvidenceFile& file) {
-    if (file.collectedUtcNs != 0) return file.collectedUtcNs;
-    if (evidence.incident.utcNs != 0) return evidence.incident.utcNs;
+/** The first time with a year near the beginning of @p text; 0 if there is none. */
+int64_t firstTimeWithYear(std::string_view text, int32_t offsetSeconds) {
     constexpr int kLines = 1000;
-    const std::string_view text(file.text);
-    size_t position = 0;
-    for (int i = 0; i < kLines && position < text.size(); ++i) {
+    for (size_t i = 0, position = 0; i < kLines && position < text.size(); ++i) {
         const std::string_view line = takeLine(text, position);
         const auto parsed = parseLogcatLine(line);
         std::optional<Stamp> stamp = parsed ? std::optional(parsed->stamp) : std::nullopt;
@@ -24,7 +20,7 @@ int64_t referenceTime(const Evidence& evidence, const EvidenceFile& file) {
             Scanner scanner(line.substr(kBugReport.size()));
             stamp = takeStamp(scanner);
         }
-        if (stamp && stamp->year >= 0) return utcOf(*stamp, evidence.incident.utcOffsetSeconds);
+        if (stamp && stamp->year >= 0) return utcOf(*stamp, offsetSeconds);
     }
     return 0;
 }
@@ -32,8 +28,12 @@ int64_t referenceTime(const Evidence& evidence, const EvidenceFile& file) {
 /** Turns stamps into UTC. Most lines are of the day of the line before them. */
 class Calendar {
   public:
-    Calendar(int64_t referenceNs, int32_t offsetSeconds)
-          : mReferenceNs(referenceNs), mOffsetSeconds(offsetSeconds) {}
+    /**
+     * Stamps without a year get that of the nearest line of the log that has one, which is at
+     * @p nearbyNs for the first lines, or else are not after @p collectedNs. 0: there is none.
+     */
+    Calendar(int64_t nearbyNs, int64_t collectedNs, int32_t offsetSeconds)
+          : mNearbyNs(nearbyNs), mCollectedNs(collectedNs), mOffsetSeconds(offsetSeconds) {}
 
     int64_t utc(const Stamp& stamp) {
         if (stamp.year != mDay.year || stamp.month != mDay.month || stamp.day != mDay.day) {
@@ -44,6 +44,7 @@ class Calendar {
             mDay.zoneSeconds = 0;
             mMidnightNs = utcOf(mDay, 0);
             mDay.year = stamp.year;
+            if (stamp.year >= 0) mNearbyNs = mMidnightNs;
         }
         const int32_t zone = stamp.hasZone ? stamp.zoneSeconds : mOffsetSeconds;
         return mMidnightNs + stamp.nsOfDay - zone * kNsPerSecond;
@@ -52,25 +53,28 @@ class Calendar {
     bool lacksYear() const { return mLacksYear; }
 
   private:
-    /** The last year in which the stamp is not after the reference; a day later is a clock that
-     * was wrong. */
+    /** The last year in which the stamp is not after the collection, or half a year after a line
+     * nearby. A day later than the collection is a clock that was wrong. */
     int32_t yearOf(Stamp stamp) {
-        if (mReferenceNs == 0) {
+        const int64_t latest =
+                mNearbyNs != 0 ? mNearbyNs + kNsPerDay * 365 / 2 : mCollectedNs + kNsPerDay;
+        if (mNearbyNs == 0 && mCollectedNs == 0) {
             mLacksYear = true;
             return 1970;
         }
         constexpr int32_t kYears = 9;  // there are up to eight years between two leap days
-        const auto last = static_cast<int32_t>(1971 + mReferenceNs / (kNsPerDay * 365));
+        const auto last = static_cast<int32_t>(1971 + latest / (kNsPerDay * 365));
         for (stamp.year = last; stamp.year > last - kYears - 1; --stamp.year) {
             if (stamp.day <= daysOfMonth(stamp.year, stamp.month) &&
-                utcOf(stamp, mOffsetSeconds) <= mReferenceNs + kNsPerDay) {
+                utcOf(stamp, mOffsetSeconds) <= latest) {
                 break;
             }
         }
         return stamp.year;
     }
 
-    int64_t mReferenceNs;
+    int64_t mNearbyNs;
+    int64_t mCollectedNs;
     int32_t mOffsetSeconds;
     Stamp mDay = {-2};
     int64_t mMidnightNs = 0;
@@ -133,8 +137,11 @@ bool appendLines(const Evidence& evidence, uint32_t fileIndex, size_t room, Pars
 void appendLog(const Evidence& evidence, uint32_t fileIndex, size_t room,
                std::vector<Record>& records, std::vector<Problem>& problems) {
     const EvidenceFile& file = evidence.files[fileIndex];
-    const int64_t reference = referenceTime(evidence, file);
-    Calendar calendar(reference, evidence.incident.utcOffsetSeconds);
+    const int32_t offset = evidence.incident.utcOffsetSeconds;
+    const int64_t nearby = firstTimeWithYear(file.text, offset);
+    const int64_t collected =
+            file.collectedUtcNs != 0 ? file.collectedUtcNs : evidence.incident.utcNs;
+    Calendar calendar(nearby, collected, offset);
     const auto parseLogcat = [&calendar](std::string_view line) -> std::optional<TimedHead> {
         const auto parsed = parseLogcatLine(line);
         if (!parsed) return std::nullopt;
@@ -145,10 +152,10 @@ void appendLog(const Evidence& evidence, uint32_t fileIndex, size_t room,
         if (!parsed) return std::nullopt;
         return TimedHead{parsed->bootNs, parsed->head};
     };
-    const bool isWhole =
-            file.kind == FileKind::KernelLog
-                    ? appendLines(evidence, fileIndex, room, parseKernel, 0, records)
-                    : appendLines(evidence, fileIndex, room, parseLogcat, reference, records);
+    const bool isWhole = file.kind == FileKind::KernelLog
+                                 ? appendLines(evidence, fileIndex, room, parseKernel, 0, records)
+                                 : appendLines(evidence, fileIndex, room, parseLogcat,
+                                               collected != 0 ? collected : nearby, records);
     if (!isWhole) {
         problems.push_back({file.name, "It has too many lines: the last ones count as one."});
     }

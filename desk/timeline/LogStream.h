@@ -8,8 +8,8 @@
 
 namespace kaveldesk {
 
-/** Bound for hostile texts. The largest archive of ordinary logs has a quarter of it. */
-inline constexpr size_t kMaxRecords = 4'000'000;
+/** Bound for hostile texts. The largest archive of ordinary logs has a third of it. */
+inline constexpr size_t kMaxRecords = 3'000'000;
 
 /**
  * Appends a record for each line of log @p file that is not empty, in the order of the file. Lines

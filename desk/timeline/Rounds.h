@@ -18,8 +18,7 @@ namespace kaveldesk {
 class RepeatFinder {
   public:
     /**
-     * The earlier dump is the records from @p begin to @p end of a vector that outlives the finder
-     * and may grow.
+     * The earlier dump is the records from @p begin to @p end of a vector that outlives the finder.
      */
     RepeatFinder(const Evidence& evidence, const std::vector<Record>& records, size_t begin,
                  size_t end)

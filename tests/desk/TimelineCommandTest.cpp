@@ -77,6 +77,10 @@ TEST_F(TimelineCommand, KeepsCharactersOfLongLinesWhole) {
     for (int i = 0; i < 100'000; ++i) line += "\xc3\xa9";
     const Result result = runDesk({"timeline", mDir.write("other.log", line + "\n")});
     EXPECT_TRUE(result.out.find(line.substr(line.find(": x")) + "\n") != std::string::npos);
+    Json::Value object;
+    const Result json = runDesk({"timeline", mDir / "other.log", "--json", "--grep", "x"});
+    ASSERT_TRUE(Json::Reader().parse(json.out.substr(json.out.rfind("\n{") + 1), object));
+    EXPECT_TRUE(object["text"] == line);
 }
 
 TEST_F(TimelineCommand, Filters) {

@@ -182,6 +182,10 @@ TEST(Timeline, ClocksThatJump) {
             {"the year before",
              day("12-31", "a") + day("11-20", "b"),
              {"2025-12-31 a", "2026-11-20 b"}},
+            {"the year of the lines around it",
+             day("11-02", "a") + day("2024-11-03", "b") + day("11-04", "c") +
+                     day("12-31", "d") + day("2025-01-01", "e"),
+             {"2024-11-02 a", "2024-11-03 b", "2024-11-04 c", "2024-12-31 d", "2025-01-01 e"}},
             {"leap day", day("02-29", "a") + day("11-20", "b"), {"2024-02-29 a", "2026-11-20 b"}},
     };
     for (const auto& row : kRows) {
