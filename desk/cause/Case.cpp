@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "desk/cause/FrameNames.h"
 #include "desk/parse/Text.h"
 #include "desk/parse/ThreadDumps.h"
 
@@ -47,6 +48,26 @@ Case::Case(const Evidence& all, const Timeline& timeline)
         if (file.kind == FileKind::Binder) append(binderCalls, parseBinderCalls(file.text, i));
     }
     append(tombstones, std::move(facts.tombstones));
+    shortenNames();
+}
+
+void Case::shortenNames() {
+    const auto shortenName = [](std::string& name) { shorten(name, kLongestName); };
+    for (Fact& fact : facts.facts) {
+        shortenName(fact.process);
+        shortenName(fact.thread);
+    }
+    for (Tombstone& tombstone : tombstones) {
+        shortenName(tombstone.process);
+        shortenName(tombstone.thread);
+    }
+    for (ThreadDump& dump : dumps) {
+        shortenName(dump.process);
+        for (Thread& thread : dump.threads) {
+            shortenName(thread.name);
+            for (Lock& lock : thread.locks) shortenName(lock.className);
+        }
+    }
 }
 
 std::string Case::processOf(int32_t pid) const {

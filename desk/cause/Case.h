@@ -26,6 +26,9 @@ struct Case {
 
     /** Name of the process with @p pid, as far as a dump or a thread list has it. */
     std::string processOf(int32_t pid) const;
+
+  private:
+    void shortenNames();
 };
 
 /** A citation of @p place, whose text findCause() fills in. */

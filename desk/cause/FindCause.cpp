@@ -17,6 +17,11 @@ namespace {
 /** Most statements of other candidates that a verdict lists. */
 constexpr size_t kMostOthers = 20;
 
+std::string withoutDoubt(const std::string& headline) {
+    constexpr std::string_view kDoubt = "Not enough evidence: ";
+    return startsWith(headline, kDoubt) ? headline.substr(kDoubt.size()) : headline;
+}
+
 void addOthers(const Incident& incident, std::vector<Candidate>& others, Verdict& verdict) {
     if (others.size() > kMostOthers) {
         verdict.findings.push_back(
@@ -30,6 +35,11 @@ void addOthers(const Incident& incident, std::vector<Candidate>& others, Verdict
     for (Candidate& other : others) {
         if (other.findings.empty()) continue;
         Finding& finding = other.findings.front();
+        // A report without stacks says more than its headline: why the system found it.
+        if (finding.kind != "anr.report") finding.sentence = withoutDoubt(other.headline);
+        for (auto rest = other.findings.begin() + 1; rest != other.findings.end(); ++rest) {
+            if (!rest->citations.empty()) finding.citations.push_back(rest->citations.front());
+        }
         const bool isNear = matchTime(incident, other) != Match::Other;
         const bool helps =
                 kindOf(other).isPhoneWide || matchProcess(incident, other) == Match::Same;
@@ -53,15 +63,20 @@ void addShortage(const Incident& incident, const std::vector<Candidate>& others,
                               matchTime(incident, other) != Match::Other;
         if (!explains) continue;
         verdict.isEnough = true;
-        verdict.headline = fmt::format("{} The likely cause: {}", verdict.headline, other.headline);
-        constexpr std::string_view kDoubt = "Not enough evidence: ";
-        if (startsWith(verdict.headline, kDoubt)) verdict.headline.erase(0, kDoubt.size());
+        verdict.headline = fmt::format("{} The likely cause: {}", withoutDoubt(verdict.headline),
+                                       other.headline);
         verdict.signature.push_back(other.findings.front().kind);
         return;
     }
 }
 
-std::string whyUnknown(const Incident& incident, bool hasCandidates) {
+std::string whyUnknown(const Evidence& evidence, bool hasCandidates) {
+    const auto& files = evidence.files;
+    const Incident& incident = evidence.incident;
+    if (std::all_of(files.begin(), files.end(),
+                    [](const EvidenceFile& file) { return file.text.empty(); })) {
+        return "Not enough evidence: there is no text that can be read.";
+    }
     if (!hasCandidates) {
         return "Not enough evidence: no file has a report of an ANR, a crash, a hang or a "
                "shortage.";
@@ -100,6 +115,18 @@ void fillTexts(const Evidence& evidence, Verdict& verdict) {
             }
         }
     }
+}
+
+/** Messages and lines of a log can have any length. */
+void shortenTexts(Verdict& verdict) {
+    constexpr size_t kLongestSentence = 2048;
+    constexpr size_t kLongestLine = 4096;
+    shorten(verdict.headline, kLongestSentence);
+    for (Finding& finding : verdict.findings) {
+        shorten(finding.sentence, kLongestSentence);
+        for (Citation& citation : finding.citations) shorten(citation.text, kLongestLine);
+    }
+    for (std::string& part : verdict.signature) shorten(part, kLongestSentence);
 }
 
 void moveMainFirst(const Incident& incident, std::vector<ThreadDump>& dumps) {
@@ -145,7 +172,7 @@ Verdict findCause(const Evidence& evidence, const Timeline& timeline) {
         addShortage(incident, candidates, verdict);
         verdict.fingerprint = fingerprintOf(verdict.signature);
     } else {
-        verdict.headline = whyUnknown(incident, !candidates.empty());
+        verdict.headline = whyUnknown(evidence, !candidates.empty());
     }
     addOthers(incident, candidates, verdict);
     if (c.facts.isCut) {
@@ -158,6 +185,7 @@ Verdict findCause(const Evidence& evidence, const Timeline& timeline) {
     }
     verdict.missing = missingEvidence(c, verdict.kind, wanted);
     fillTexts(evidence, verdict);
+    shortenTexts(verdict);
     verdict.dumps = std::move(c.dumps);
     moveMainFirst(incident, verdict.dumps);
     return verdict;

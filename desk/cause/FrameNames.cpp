@@ -202,7 +202,9 @@ bool isPlatform(const Frame& frame) {
 }  // namespace
 
 std::string shownName(const Frame& frame) {
-    return frame.isNative ? frameName(frame) : frame.symbol;
+    std::string name = frame.isNative ? frameName(frame) : frame.symbol;
+    shorten(name, kLongestName);
+    return name;
 }
 
 std::string processName(std::string_view process) {

@@ -15,6 +15,9 @@ namespace kaveldesk {
  */
 std::string frameName(const Frame& frame);
 
+/** Bound for names in sentences: those in a text can have any length. */
+inline constexpr size_t kLongestName = 256;
+
 /** Name of a frame for a sentence: that of Java as it is written. */
 std::string shownName(const Frame& frame);
 

@@ -68,6 +68,15 @@ const ThreadDump* dumpFor(const Case& c, const Anr& anr) {
     return best;
 }
 
+bool isIdle(const Thread& thread) {
+    return activityOf(thread).doing == Doing::Idle;
+}
+
+bool isIncident(const Case& c, const std::string& process) {
+    const std::string& wanted = c.evidence.incident.process;
+    return wanted.empty() || process == wanted;
+}
+
 std::vector<Anr> collect(const Case& c) {
     std::vector<Anr> anrs;
     for (const Fact& fact : c.facts.facts) {
@@ -84,10 +93,10 @@ std::vector<Anr> collect(const Case& c) {
     }
     // The dumps alone show what the main thread did, also where the logs do not go back far enough.
     for (const ThreadDump& dump : c.dumps) {
-        const std::string& wanted = c.evidence.incident.process;
-        const bool isIncident = wanted.empty() || dump.process == wanted;
         const bool isBacktrace = c.evidence.files[dump.file].kind == FileKind::NativeBacktrace;
-        if (mainThread(dump) == nullptr || (isBacktrace && !isIncident)) continue;
+        const bool isOther = !isIncident(c, dump.process);
+        const Thread* main = mainThread(dump);
+        if (main == nullptr || (isOther && (isBacktrace || isIdle(*main)))) continue;
         const bool isKnown = std::any_of(anrs.begin(), anrs.end(), [&](const Anr& anr) {
             return anr.process == dump.process || (anr.pid != 0 && anr.pid == dump.pid);
         });
@@ -104,7 +113,7 @@ bool saysNoFocus(std::string_view reason) {
 }
 
 void addReport(const Anr& anr, Candidate& candidate) {
-    if (anr.reason.empty() && anr.citations.empty()) return;
+    if (anr.citations.empty()) return;
     const bool isFocus = saysNoFocus(anr.reason);
     const std::string process = anr.process.empty() ? "a process" : anr.process;
     candidate.findings.push_back(
@@ -141,28 +150,34 @@ Candidate judge(const Case& c, const Anr& anr) {
     }
     const Thread& main = *mainThread(*anr.dump);
     const WaitChain chain = followWaits(c, *anr.dump, main);
-    const bool isIdle = activityOf(main).doing == Doing::Idle;
+    const bool wasIdle = isIdle(main);
     candidate.findings = chainFindings(c, chain, "anr");
     addReport(anr, candidate);
-    if (isIdle) {
+    if (wasIdle) {
         for (Finding& finding : candidate.findings) {
             if (finding.kind == "anr.thread") finding.weight = Finding::Weight::Observation;
         }
     }
     for (const std::string& part : chainSignature(chain)) candidate.signature.push_back(part);
-    candidate.isEnough = !isIdle || isFocus;
+    candidate.isEnough = !wasIdle || isFocus;
+    // Stacks without a report are most likely of an ANR too, unless the main thread was idle.
+    const std::string& wanted = c.evidence.incident.process;
+    const bool isAnr =
+            !anr.citations.empty() || anr.process == wanted || (wanted.empty() && !wasIdle);
     if (isFocus) {
         candidate.headline = fmt::format(
                 "{} did not respond: none of its windows had the focus; its main thread {}.",
                 process, chainWords(c, chain));
-    } else if (isIdle) {
-        candidate.headline = fmt::format(
-                "Not enough evidence: {} did not respond, but its main thread was idle again when "
-                "its stack was taken.",
-                process);
+    } else if (wasIdle) {
+        candidate.headline =
+                fmt::format(isAnr ? "Not enough evidence: {} did not respond, but its main "
+                                    "thread was idle again when its stack was taken."
+                                  : "Not enough evidence: {} was idle: its main thread waited "
+                                    "for messages.",
+                            process);
     } else {
-        candidate.headline = fmt::format("{} did not respond: its main thread {}.", process,
-                                         chainWords(c, chain));
+        candidate.headline = fmt::format("{}{}: its main thread {}.", process,
+                                         isAnr ? " did not respond" : "", chainWords(c, chain));
     }
     return candidate;
 }

@@ -109,13 +109,11 @@ Json::Value jsonOf(const IncidentData& data, const Verdict& verdict) {
     for (const Finding& finding : verdict.findings)
         json["findings"].append(jsonOf(data.evidence, finding));
     json["missing"] = arrayOf(verdict.missing);
-    json["problems"] = Json::Value(Json::arrayValue);
-    for (const auto* problems : {&data.evidence.problems, &data.timeline.problems}) {
-        for (const Problem& problem : *problems) {
-            Json::Value& entry = json["problems"].append({});
-            entry["file"] = problem.file;
-            entry["sentence"] = problem.sentence;
-        }
+    for (const char* list : {"problems", "notes"}) json[list] = Json::Value(Json::arrayValue);
+    for (const Problem& problem : problemsOf(data)) {
+        Json::Value& entry = json[problem.isNote ? "notes" : "problems"].append({});
+        entry["file"] = problem.file;
+        entry["sentence"] = problem.sentence;
     }
     json["signature"] = arrayOf(verdict.signature);
     json["fingerprint"] = verdict.fingerprint;

@@ -28,6 +28,13 @@ std::vector<IncidentData> readIncidents(const std::vector<std::string>& paths) {
     return incidents;
 }
 
+std::vector<Problem> problemsOf(const IncidentData& incident) {
+    std::vector<Problem> problems = incident.evidence.problems;
+    problems.insert(problems.end(), incident.timeline.problems.begin(),
+                    incident.timeline.problems.end());
+    return problems;
+}
+
 void requireText(const std::vector<IncidentData>& incidents) {
     const auto hasText = [](const IncidentData& incident) {
         const std::vector<EvidenceFile>& files = incident.evidence.files;
@@ -39,12 +46,18 @@ void requireText(const std::vector<IncidentData>& incidents) {
 }
 
 void printProblems(const IncidentData& incident) {
-    for (const auto* problems : {&incident.evidence.problems, &incident.timeline.problems}) {
-        for (const Problem& problem : *problems) {
-            const std::string& name =
-                    problem.file.empty() ? incident.evidence.incident.archive : problem.file;
-            fmt::print(stderr, "kaveldesk: {}: {}\n", printable(name), printable(problem.sentence));
-        }
+    for (const Problem& problem : problemsOf(incident)) {
+        if (problem.isNote) continue;
+        const std::string& name =
+                problem.file.empty() ? incident.evidence.incident.archive : problem.file;
+        fmt::print(stderr, "kaveldesk: {}: {}\n", printable(name), printable(problem.sentence));
+    }
+}
+
+void printNotes(const IncidentData& incident) {
+    for (const Problem& note : problemsOf(incident)) {
+        if (!note.isNote) continue;
+        fmt::print(stderr, "note: {}: {}\n", printable(note.file), printable(note.sentence));
     }
 }
 

@@ -20,10 +20,16 @@ struct IncidentData {
  */
 std::vector<IncidentData> readIncidents(const std::vector<std::string>& paths);
 
+/** The problems and notes of its files, then those of its timeline. */
+std::vector<Problem> problemsOf(const IncidentData& incident);
+
 /** Throws std::runtime_error if no file of @p incidents has text that was read. */
 void requireText(const std::vector<IncidentData>& incidents);
 
-/** Writes all problems of @p incident to standard error, safe for a terminal. */
+/** Writes the problems of @p incident, without notes, to standard error, safe for a terminal. */
 void printProblems(const IncidentData& incident);
+
+/** Writes the notes about its timeline. */
+void printNotes(const IncidentData& incident);
 
 }  // namespace kaveldesk

@@ -62,6 +62,8 @@ void runReport(const ReportOptions& options) {
         throw std::runtime_error(fmt::format("--output names one page, but there are {} archives",
                                              incidents.size()));
     }
+    for (const IncidentData& incident : incidents) printProblems(incident);
+    requireText(incidents);
     for (const IncidentData& incident : incidents) {
         const fs::path page = options.out.empty() ? pageOf(incident.evidence.incident.archive)
                                                   : fs::path(options.out);

@@ -80,6 +80,7 @@ void runTimeline(const TimelineOptions& options) {
             printProblemsAsJson(incident);
         } else {
             printProblems(incident);
+            printNotes(incident);
         }
     }
     requireText(incidents);

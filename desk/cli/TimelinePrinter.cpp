@@ -146,14 +146,12 @@ void printAsJson(const TimelineEntry& entry) {
 }
 
 void printProblemsAsJson(const IncidentData& incident) {
-    for (const auto* problems : {&incident.evidence.problems, &incident.timeline.problems}) {
-        for (const Problem& problem : *problems) {
-            Json::Value json;
-            json["archive"] = incident.evidence.incident.archive;
-            json["file"] = problem.file;
-            json["problem"] = problem.sentence;
-            printJson(json);
-        }
+    for (const Problem& problem : problemsOf(incident)) {
+        Json::Value json;
+        json["archive"] = incident.evidence.incident.archive;
+        json["file"] = problem.file;
+        json[problem.isNote ? "note" : "problem"] = problem.sentence;
+        printJson(json);
     }
 }
 

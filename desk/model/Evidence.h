@@ -77,7 +77,7 @@ constexpr std::string_view kindName(FileKind kind) {
 
 /** One file of an archive. Its index in Evidence::files names it everywhere else. */
 struct EvidenceFile {
-    std::string name;   // path in the archive
+    std::string name;   // path in the archive, without its log folder
     std::string text;   // any bytes; empty if the file is not text or was not read
     uint64_t size = 0;  // in the archive; larger than text if the text was cut off
     FileKind kind = FileKind::Other;
@@ -89,6 +89,7 @@ struct EvidenceFile {
 struct Problem {
     std::string file;      // empty: the archive itself
     std::string sentence;  // plain English, ends with "."
+    bool isNote = false;   // nothing is wrong: it says how something was found
 };
 
 /** What the names of the archive and its history say about the incident. */

@@ -11,7 +11,8 @@ namespace kaveldesk {
 /** A line that a statement rests on. */
 struct Citation {
     Place place;
-    std::string text;  // the line, without its line end
+    std::string
+            text;  // the line without its line end; "..." ends it if it is longer than 4096 bytes
 };
 
 /** One statement about the incident. */

@@ -86,6 +86,14 @@ std::optional<double> takeDecimal(std::string_view& text) {
     return value;
 }
 
+void shorten(std::string& text, size_t longest) {
+    constexpr unsigned kContinues = 0x80;  // a byte of UTF-8 that is not the first of its character
+    if (text.size() <= longest) return;
+    size_t end = longest;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == kContinues) --end;
+    text.replace(end, std::string::npos, "...");
+}
+
 std::optional<int32_t> numberAfter(std::string_view text, std::string_view mark) {
     auto rest = after(text, mark);
     if (!rest) return std::nullopt;

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace kaveldesk {
 
-// Small steps of the parsers. None of them throws; none of them allocates.
+// Small steps of the parsers. None of them throws; only shorten() allocates.
 
 /** Goes through the lines of a text. A line has neither its line feed nor a carriage return. */
 class Lines {
@@ -56,6 +58,9 @@ std::optional<Integer> takeInteger(std::string_view& text);
 
 /** Takes a decimal number such as "0.8" at the front of @p text. */
 std::optional<double> takeDecimal(std::string_view& text);
+
+/** Cuts @p text after @p longest bytes, at a whole character of UTF-8; "..." says so. */
+void shorten(std::string& text, size_t longest);
 
 /** The integer after the first @p mark in @p text, for example of "sysTid=". */
 std::optional<int32_t> numberAfter(std::string_view text, std::string_view mark);

@@ -56,7 +56,11 @@ class Members {
             if (archive_entry_filetype(entry) == AE_IFDIR) continue;
             if (!mSink.countMember() || !readMember(entry)) return;
         }
-        if (count == 0 && !mSink.isFull()) mSink.addProblem(mName, "The archive has no files.");
+        if (count == 0 && !mSink.isFull()) {
+            mSink.addProblem(mName,
+                             "It begins with zero bytes, as an empty archive does: there are no "
+                             "files in it.");
+        }
     }
 
   private:

@@ -39,7 +39,13 @@ constexpr KindRow kByName[] = {
         {"kavel_history.txt", FileKind::History},  {"kavel_events.txt", FileKind::Events},
         {"extraInfo.txt", FileKind::ExtraInfo},    {"dravo-trace", FileKind::SystemTrace},
         {"perfetto-trace", FileKind::SystemTrace}, {".pftrace", FileKind::SystemTrace},
-        {"systrace", FileKind::SystemTrace},       {"tombstone", FileKind::Tombstone},
+        {"systrace", FileKind::SystemTrace},
+};
+
+/** Kinds by a part of the file's own name if its lines do not say what it is. */
+constexpr KindRow kByNameOnly[] = {
+        {"tombstone", FileKind::Tombstone},
+        {"kavel_DumpTraces", FileKind::AnrTrace},
 };
 
 template <size_t N>
@@ -139,9 +145,8 @@ FileKind kindOf(std::string_view name, std::string_view text) {
     if (const auto kind = find(kByName, contains, base)) return *kind;
     const FileKind kind = kindOfLines(text);
     if (kind != FileKind::Other) return kind;
-    // The framework's dump, whose first lines are not known to be those of a thread dump.
-    return contains(base, "kavel_DumpTraces") || startsWith(base, "trace_") ? FileKind::AnrTrace
-                                                                            : FileKind::Other;
+    if (startsWith(base, "trace_")) return FileKind::AnrTrace;
+    return find(kByNameOnly, contains, base).value_or(FileKind::Other);
 }
 
 void classifyFiles(Evidence& evidence) {

@@ -75,17 +75,35 @@ void readFolder(const fs::path& folder, FileSink& sink) {
     }
 }
 
+/** An archive has one log folder with a long name, which tells nothing more about its files. */
+void removeRootFolder(Evidence& evidence) {
+    if (evidence.files.empty()) return;
+    const std::string& first = evidence.files.front().name;
+    const std::string root = first.substr(0, first.find('/') + 1);
+    if (root.empty() || !android::kavel::isLogFolderName(root.substr(0, root.size() - 1))) return;
+    const auto isInRoot = [&](const std::string& name) { return name.rfind(root, 0) == 0; };
+    const auto& files = evidence.files;
+    const bool isOnlyRoot = std::all_of(files.begin(), files.end(), [&](const EvidenceFile& file) {
+        return isInRoot(file.name);
+    });
+    if (!isOnlyRoot) return;
+    for (EvidenceFile& file : evidence.files) file.name.erase(0, root.size());
+    for (Problem& problem : evidence.problems) {
+        if (isInRoot(problem.file)) problem.file.erase(0, root.size());
+    }
+}
+
 }  // namespace
 
 Evidence readEvidence(const fs::path& path, const ReadLimits& limits) {
     Evidence evidence;
     evidence.path = path.string();
-    const fs::path named = path.has_filename() ? path : path.parent_path();
-    evidence.incident.archive = fs::absolute(named).lexically_normal().filename().string();
     FileSink sink(evidence, limits);
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) throw std::runtime_error(path.string() + " does not exist.");
+    const fs::path named = path.has_filename() ? path : path.parent_path();
+    evidence.incident.archive = fs::absolute(named).lexically_normal().filename().string();
     if (fs::is_directory(status)) {
         readFolder(path, sink);
     } else if (!fs::is_regular_file(status)) {
@@ -96,6 +114,7 @@ Evidence readEvidence(const fs::path& path, const ReadLimits& limits) {
         readArchive(path, {}, sink);
     }
     findIncident(evidence);
+    removeRootFolder(evidence);
     classifyFiles(evidence);
     return evidence;
 }

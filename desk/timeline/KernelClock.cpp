@@ -87,6 +87,7 @@ void anchorKernelClock(const Evidence& evidence, const Record* others, Record* b
     if (begin == end) return;
     std::vector<Anchor> anchors = anchorsInLog(evidence, begin, end);
     std::string how;
+    bool isNote = true;
     if (!anchors.empty()) {
         how = fmt::format(
                 "The kernel's clock is matched by times of day in the log itself ({}).",
@@ -104,11 +105,12 @@ void anchorKernelClock(const Evidence& evidence, const Record* others, Record* b
                              })->utcNs;
         const int64_t event = evidence.incident.utcNs;
         anchors.push_back({begin, event == 0 ? 0 : event - last});
+        isNote = false;
         how = event == 0 ? "The kernel's clock cannot be matched: its times count from 1970."
                          : "The kernel's clock cannot be matched: its last line is shown at the "
                            "time of the event.";
     }
-    problems.push_back({evidence.files[begin->place.file].name, std::move(how)});
+    problems.push_back({evidence.files[begin->place.file].name, std::move(how), isNote});
 
     auto next = anchors.begin() + 1;
     int64_t offset = anchors.front().offsetNs;

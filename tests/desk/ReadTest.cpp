@@ -88,6 +88,11 @@ TEST(Read, AnyBytes) {
             {"system trace", tarMember("x_dravo-trace_1", "text") + kEnd, "x_dravo-trace_1=\n"},
             {"neither", std::string("\1\2\3\4"), "! This is neither an archive nor text."},
             {"empty", "", "! The file is empty."},
+            {"zeros", gzipBytes(std::string(99'999, '\0')), "! It begins with zero bytes, as"},
+            {"log folder", tarBytes(kFolder, {{"sub/a", "x"}}), "sub/a=x\n"},
+            {"log folder and more",
+             tarBytes(kFolder, {{"a", "x"}}).substr(0, 1024) + tarMember("b", "y") + kEnd,
+             "/a=x\nb=y\n"},
     };
     for (const auto& row : kRows) {
         const TempDir dir;
@@ -137,7 +142,9 @@ TEST(Read, Folder) {
     std::filesystem::create_symlink("/etc/passwd", dir / "link");
     EXPECT_EQ(summary(readEvidence(dir / "")),
               "a.tar.gz/c=inside\nsub/b=text\nlink! This is a link. Links are not followed.\n");
-    EXPECT_THROW(readEvidence(dir / "none"), std::runtime_error);
+    for (const char* path : {"none", ""}) {
+        EXPECT_THROW(readEvidence(path), std::runtime_error);
+    }
 
     EXPECT_EQ(evidencePaths(dir / "").size(), 1U);
     const std::string archive = dir.write(std::string(kFolder) + ".2.tar.gz", "");
@@ -219,6 +226,7 @@ TEST(Read, Kinds) {
             {"binderinfo-2026-11-21-08-33-31-700.txt", "", "binder 1"},
             {"surfaceflinger_backtrace-2026-11-21-08-33-31-700.txt", "", "native-backtrace 1"},
             {"getprop-2026-11-21-08-33-31-700.txt", "", "other 1"},
+            {"tombstone_log", "01-02 00:00:00.0  1  2 I t: m\n", "main 0"},
             {"android-today.txt", "", "other 0"},
             {"tombstone_03", "", "tombstone 0"},
             {"crash", "*** *** *** *** ***\n", "tombstone 0"},

@@ -43,6 +43,7 @@ TEST(ReportCommand, WritesOnePageAndNothingElse) {
             {{archive, "-o", "missing/page.html"}, 1, "missing/page.html cannot be written", ""},
             {{archive, archive, "-o", "two.html"}, 1, "there are 2 archives", ""},
             {{archive, "-o", "."}, 1, "cannot be written", ""},
+            {{"/dev/null"}, 1, "/dev/null is neither a file nor a folder.", ""},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(testing::PrintToString(each.arguments));

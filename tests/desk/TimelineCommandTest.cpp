@@ -122,7 +122,7 @@ TEST_F(TimelineCommand, PrintsJson) {
         ASSERT_TRUE(Json::Reader().parse(line, object)) << line;
     }
     ASSERT_EQ(objects.size(), 4U);
-    EXPECT_THAT(objects[0]["problem"].asString(), HasSubstr("kernel's clock"));
+    EXPECT_THAT(objects[0]["note"].asString(), HasSubstr("kernel's clock"));
     const Json::Value& record = objects[1];
     EXPECT_EQ(record["utc"], "2026-11-21T07:33:31.000Z");
     EXPECT_EQ(record["local"], "2026-11-21T08:33:31.000+01:00");
