@@ -18,11 +18,11 @@ namespace {
 constexpr size_t kCmdlineSize = 4096;
 
 /**
- * Returns the command of a process from the text of its cmdline, whose arguments end in NUL: the
- * first argument, up to its first space. Empty for kernel threads and zombies.
+ * Returns the command of a process from the first argument of its cmdline: the text up to the first
+ * space. Empty for kernel threads and zombies.
  */
-std::string_view commandOf(std::string_view cmdline) {
-    return cmdline.substr(0, cmdline.find_first_of(std::string_view("\0 ", 2)));
+std::string_view commandOf(std::string_view firstArgument) {
+    return firstArgument.substr(0, firstArgument.find(' '));
 }
 
 }  // namespace
@@ -36,7 +36,10 @@ int doKavelWmRebootAction() {
     if (pid < 1) return -1;
     KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel doKavelWmRebootAction]: Sending signal. PID: %d SIG: %d",
                pid, SIGKILL);
-    sendSignal(pid, SIGKILL);
+    if (sendSignal(pid, SIGKILL) != 0) {
+        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel doKavelWmRebootAction]: no signal to %d: %s\n", pid,
+                   strerror(errno));
+    }
     return 0;
 }
 
@@ -54,7 +57,7 @@ int getPidForCommand(const std::string& command) {
     const bool isOpen = forEachProcess([&](int pid) {
         char cmdline[kCmdlineSize];
         if (readProcFile(pid, "cmdline", cmdline, sizeof(cmdline)) != ProcRead::Done) return true;
-        if (commandOf(cmdline) != command) return true;
+        if (commandOf(cmdline) != command) return true;  // cmdline has a NUL after each argument
         found = pid;
         return false;
     });

@@ -7,7 +7,10 @@ namespace android::kavel {
 // Restart of the framework, crash of the kernel, and the search for a process by its command. Any
 // thread.
 
-/** Kills system_server, so that init restarts the framework. Returns 0, or -1 if there is none. */
+/**
+ * Kills system_server, so that init restarts the framework. Returns -1 if there is no such process,
+ * otherwise 0, even if it cannot be killed: then an error line is logged.
+ */
 int doKavelWmRebootAction();
 
 /** Crashes the kernel. Returns -1 if the kernel does not allow it. */

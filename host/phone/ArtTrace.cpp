@@ -5,9 +5,9 @@
 namespace android::kavel::host {
 
 bool writeArtTrace(const std::string& path, const std::string& processes) {
-    // Complete as soon as it is there: the daemon moves what it finds.
-    const std::string command =
-            "new=/data/anr/new.$$; art_trace " + processes + " > $new && mv $new '" + path + "'";
+    // The daemon moves any trace that it finds, so a file gets its name when it is complete.
+    const std::string command = "new=/data/anr/new.$$; art_trace " + processes +
+                                " > $new && mv $new '" + path + "' || { rm -f $new; exit 1; }";
     // NOLINTNEXTLINE(bugprone-command-processor,cert-env33-c): a script of the phone
     return system(command.c_str()) == 0;
 }

@@ -21,6 +21,7 @@ struct Kernel {
     std::map<int, Process> processes GUARDED_BY(lock);
     bool procClosed GUARDED_BY(lock) = false;
     bool panicRefused GUARDED_BY(lock) = false;
+    bool signalsRefused GUARDED_BY(lock) = false;
 };
 
 Kernel& kernel() {
@@ -61,6 +62,11 @@ void refusePanic(bool refuse) {
     kernel().panicRefused = refuse;
 }
 
+void refuseSignals(bool refuse) {
+    MutexLock lock(kernel().lock);
+    kernel().signalsRefused = refuse;
+}
+
 }  // namespace fake
 
 ProcRead readProcFile(int pid, const char* name, char* buffer, size_t size) {
@@ -90,6 +96,9 @@ bool forEachProcess(const std::function<bool(int pid)>& visit) {
 }
 
 int sendSignal(pid_t pid, int signal) {
+    MutexLock lock(fake::kernel().lock);
+    errno = EPERM;
+    if (fake::kernel().signalsRefused) return -1;
     fake::note(base::StringPrintf("signal %d %d", pid, signal));
     return 0;
 }

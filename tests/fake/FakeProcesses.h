@@ -23,7 +23,8 @@ void removeProcess(int pid);
 /** Sets whether /proc cannot be opened. */
 void closeProc(bool closed);
 
-/** Sets whether the kernel refuses to panic. */
+/** Sets whether the kernel refuses to panic, or to send signals. */
 void refusePanic(bool refuse);
+void refuseSignals(bool refuse);
 
 }  // namespace android::kavel::fake

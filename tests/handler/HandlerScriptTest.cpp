@@ -232,6 +232,7 @@ class HandlerScript : public testing::TestWithParam<std::string> {
                                                              : CallLine::Outcome::Returned);
              }},
             {"panic", [](Line l) { fake::refusePanic(l.word(1) == "refused"); }},
+            {"signals", [](Line l) { fake::refuseSignals(l.word(1) == "refused"); }},
             {"framework",
              [this](Line l) {
                  mFramework->fails = l.word(1) == "fails";
