@@ -11,5 +11,12 @@ void addCause(CLI::App& app);
 void addReport(CLI::App& app);
 void addTimeline(CLI::App& app);
 void addMask(CLI::App& app);
+void addIndex(CLI::App& app);
+void addTop(CLI::App& app);
+void addTrend(CLI::App& app);
+void addCompare(CLI::App& app);
+void addSimilar(CLI::App& app);
+void addShow(CLI::App& app);
+void addSql(CLI::App& app);
 
 }  // namespace kaveldesk

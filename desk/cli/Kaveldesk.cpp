@@ -17,8 +17,9 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
-const std::initializer_list<void (*)(CLI::App&)> kCommands = {addTimeline, addCause, addReport,
-                                                              addMask};
+const std::initializer_list<void (*)(CLI::App&)> kCommands = {
+        addTimeline, addCause,   addReport,  addMask, addIndex, addTop,
+        addTrend,    addCompare, addSimilar, addShow, addSql};
 
 }  // namespace
 

@@ -87,9 +87,10 @@ struct EvidenceFile {
 
 /** What could not be read or is missing. */
 struct Problem {
-    std::string file;      // empty: the archive itself
-    std::string sentence;  // plain English, ends with "."
-    bool isNote = false;   // nothing is wrong: it says how something was found
+    std::string file;       // empty: the archive itself
+    std::string sentence;   // plain English, ends with "."
+    bool isNote = false;    // nothing is wrong: it says how something was found
+    bool isBroken = false;  // the archive is damaged, ends early or is none
 };
 
 /** What the names of the archive and its history say about the incident. */

@@ -48,18 +48,21 @@ class Members {
             const int status = archive_read_next_header(mHandle, &entry);
             if (status == ARCHIVE_EOF) break;
             if (status != ARCHIVE_OK && status != ARCHIVE_WARN) {
-                mSink.addProblem(mName, fmt::format("The archive is damaged or ends early after {} "
-                                                    "members: {}.",
-                                                    count, reason(mHandle)));
+                mSink.addDamage(mName,
+                                fmt::format("The archive is damaged or ends early after {} "
+                                            "members: {}.",
+                                            count, reason(mHandle)),
+                                mDepth);
                 return;
             }
             if (archive_entry_filetype(entry) == AE_IFDIR) continue;
             if (!mSink.countMember() || !readMember(entry)) return;
         }
         if (count == 0 && !mSink.isFull()) {
-            mSink.addProblem(mName,
-                             "It begins with zero bytes, as an empty archive does: there are no "
-                             "files in it.");
+            mSink.addDamage(mName,
+                            "It begins with zero bytes, as an empty archive does: there are no "
+                            "files in it.",
+                            mDepth);
         }
     }
 
@@ -115,9 +118,11 @@ class Members {
             const int status = archive_read_data_block(mHandle, &block, &length, &offset);
             if (status == ARCHIVE_EOF) return true;
             if (status != ARCHIVE_OK && status != ARCHIVE_WARN) {
-                mSink.addProblem(name, fmt::format("The archive is damaged or ends early here: {} "
-                                                   "bytes are read ({}).",
-                                                   size, reason(mHandle)));
+                mSink.addDamage(name,
+                                fmt::format("The archive is damaged or ends early here: {} "
+                                            "bytes are read ({}).",
+                                            size, reason(mHandle)),
+                                mDepth);
                 return status == ARCHIVE_FAILED;
             }
             size += length;
@@ -138,7 +143,7 @@ class Members {
             }
             mSink.addProblem(name, "This archive is inside too many others: it is not read.");
         } else if (archive_format(mHandle) == ARCHIVE_FORMAT_RAW && !isText(text)) {
-            mSink.addProblem(name, "This is neither an archive nor text.");
+            mSink.addDamage(name, "This is neither an archive nor text.", mDepth);
         }
         mSink.add(name, size, std::move(text));
     }
@@ -174,10 +179,11 @@ void readFrom(PackedSource::Read read, const std::string& name, std::string pref
     if (status == ARCHIVE_OK) {
         Members(handle.get(), name, std::move(prefix), depth, sink).readAll();
     } else if (source.error().empty()) {
-        sink.addProblem(name, "The file is empty.");  // anything else is at least raw bytes
+        // Anything else is at least raw bytes.
+        sink.addDamage(name, "The file is empty.", depth);
     }
     if (!source.error().empty()) {
-        sink.addProblem(name, "The archive is not whole: " + source.error() + ".");
+        sink.addDamage(name, "The archive is not whole: " + source.error() + ".", depth);
     }
 }
 

@@ -62,6 +62,10 @@ void FileSink::addProblem(std::string file, std::string sentence) {
     mEvidence.problems.push_back({std::move(file), std::move(sentence)});
 }
 
+void FileSink::addDamage(std::string file, std::string sentence, size_t depth) {
+    mEvidence.problems.push_back({std::move(file), std::move(sentence), false, depth == 0});
+}
+
 bool isText(std::string_view bytes) {
     constexpr size_t kLooksAt = 8192;
     constexpr size_t kMostControlPercent = 5;

@@ -39,6 +39,9 @@ class FileSink {
 
     void addProblem(std::string file, std::string sentence);
 
+    /** Adds a problem with the bytes of an archive inside @p depth others. */
+    void addDamage(std::string file, std::string sentence, size_t depth);
+
     /** Whether a limit of the whole archive is reached, so that reading has to end. */
     bool isFull() const { return mIsFull; }
 

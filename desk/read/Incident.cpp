@@ -85,11 +85,16 @@ void setFirst(std::string& value, std::string_view candidate) {
 
 }  // namespace
 
+std::vector<ReportedEvent> eventsOf(const Evidence& evidence) {
+    std::vector<ReportedEvent> events = parseEventsFile(textOfMain(evidence, FileKind::Events));
+    if (events.empty()) events = parseHistory(textOfMain(evidence, FileKind::History));
+    return events;
+}
+
 void findIncident(Evidence& evidence) {
     Incident& incident = evidence.incident;
     const std::optional<LogName> name = findLogName(evidence);
-    std::vector<ReportedEvent> events = parseEventsFile(textOfMain(evidence, FileKind::Events));
-    if (events.empty()) events = parseHistory(textOfMain(evidence, FileKind::History));
+    const std::vector<ReportedEvent> events = eventsOf(evidence);
 
     std::optional<int32_t> offset = name ? offsetFrom(*name) : std::nullopt;
     if (!events.empty() && events[0].utcOffsetSeconds) offset = events[0].utcOffsetSeconds;

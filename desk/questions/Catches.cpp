@@ -1,0 +1,93 @@
+#include <fmt/core.h>
+
+#include "desk/questions/Known.h"
+#include "desk/questions/Questions.h"
+#include "desk/store/Schema.h"
+
+namespace kaveldesk {
+namespace {
+
+constexpr size_t kLatestFindings = 1000;
+constexpr size_t kLatestArchives = 20;
+constexpr size_t kMostRows = 100;
+
+Table findingsOf(Store& store, const Filter& filter) {
+    SqlPart part;
+    part.add(
+            "SELECT kind, weight, count(*) AS n FROM findings WHERE catch_id IN "
+            "(SELECT id FROM catches");
+    part.add(whereCatches(filter));
+    part.add(
+            fmt::format(" ORDER BY utc DESC LIMIT {}) GROUP BY kind, weight "
+                        "ORDER BY n DESC, kind, weight LIMIT {}",
+                        kLatestFindings, kMostRows));
+    return readTable(
+            store,
+            {part.sql, part.parameters, {{"kind"}, {"weight"}, {"findings", ValueType::Integer}}});
+}
+
+}  // namespace
+
+Table listCatches(Store& store, const Filter& filter, size_t limit, const ListPlace* behind) {
+    SqlPart part;
+    part.add(
+            "SELECT utc, event, process, build, broken, fingerprint, kind, headline, archive, "
+            "size, hash FROM catches");
+    part.add(whereCatches(filter));
+    if (behind != nullptr) {
+        part.add(part.parameters.empty() ? " WHERE " : " AND ");
+        part.add("utc_hour <= ?", startOf(behind->utc, kMsPerHour));
+        part.add(" AND (utc < ?", behind->utc);
+        part.add(" OR (utc = ?", behind->utc);
+        part.add(" AND hash > ?))", behind->hash);
+    }
+    // By fingerprint, an engine has the catches in the order of utc, else in that of both.
+    part.add(filter.fingerprint ? " ORDER BY utc DESC, hash"
+                                : " ORDER BY utc_hour DESC, utc DESC, hash");
+    part.add(fmt::format(" LIMIT {}", limit));
+    return readTable(store, {part.sql,
+                             part.parameters,
+                             {{"utc", ValueType::Time},
+                              {"event"},
+                              {"process"},
+                              {"build"},
+                              {"broken", ValueType::Integer},
+                              {"fingerprint"},
+                              {"kind"},
+                              {"headline"},
+                              {"archive"},
+                              {"size", ValueType::Integer},
+                              {"hash"}}});
+}
+
+Table catchOf(Store& store, const std::string& hash) {
+    const SchemaTable& catches = schemaTables().front();
+    Query query;
+    for (const SchemaColumn& column : catches.columns) {
+        query.sql += fmt::format("{}{}", query.columns.empty() ? "SELECT " : ", ", column.name);
+        query.columns.push_back({std::string(column.name), column.type});
+    }
+    // A catch whose id was taken by another one has one of the next.
+    constexpr int64_t kNextIds = 8;
+    query.sql += " FROM catches WHERE id >= ? AND id < ? AND hash = ?";
+    query.parameters = {idOf(hash), idOf(hash) + kNextIds, hash};
+    return readTable(store, query);
+}
+
+std::vector<NamedTable> show(Store& store, Filter filter, const std::string& fingerprint) {
+    filter.fingerprint = fingerprint;
+    Table facts = top(store, filter, TopBy::Fingerprint, 1);
+    facts.columns.push_back({"headline"});
+    for (Row& row : facts.rows) {
+        row.emplace_back(knownFingerprints(store, {fingerprint})[fingerprint].headline);
+    }
+    return {{"fingerprint", std::move(facts)},
+            {"builds", top(store, filter, TopBy::Build, kMostRows)},
+            {"processes", top(store, filter, TopBy::Process, kMostRows)},
+            {"events", top(store, filter, TopBy::Event, kMostRows)},
+            {"days", trend(store, filter, TrendPer::Day)},
+            {"findings", findingsOf(store, filter)},
+            {"archives", listCatches(store, filter, kLatestArchives)}};
+}
+
+}  // namespace kaveldesk
