@@ -33,7 +33,7 @@ TEST(EventList, KeepsTheLast31) {
     EXPECT_EQ(held->next, nullptr);
 }
 
-// Would catch an id that a record outside the list, still being caught, has already.
+// Would catch an id that is given twice: a record that has left the list may still be caught.
 TEST(EventList, IdsAreUniqueAmongLiveRecords) {
     // The generator is seeded again at each draw: within a second it offers the same numbers again.
     EventList list;

@@ -94,7 +94,7 @@ TEST(ProcFs, ThisProcessIsThere) {
     EXPECT_STREQ(text, "");
 }
 
-// Signal 0 tests without sending.
+// Signal 0 is only checked, not sent.
 TEST(Signals, OnlyOneProcessIsReached) {
     for (const auto send : {sendSignal, queueSignal}) {
         EXPECT_EQ(send(getpid(), 0), 0);

@@ -1,4 +1,4 @@
-// What a field-trial catch takes along that no command of its own writes.
+// Trail builds: traces, app logs, tombstones and statistics, which no command of a catch writes.
 
 #include <filesystem>
 #include <fstream>
@@ -24,7 +24,7 @@ class CaptureTest : public testing::Test {
     }
 };
 
-// A trace that nobody asks for, that is not found, or that goes into another archive.
+// Would catch a trace that is not requested, not found, or packed into another archive.
 TEST_F(CaptureTest, NoFocusWindowTakesEveryTraceAlong) {
     const std::string pid = std::to_string(atoi(run({"pidof", "system_server"}).output.c_str()));
     ASSERT_NE(pid, "0");
@@ -42,7 +42,7 @@ TEST_F(CaptureTest, NoFocusWindowTakesEveryTraceAlong) {
     }
 }
 
-// A native trace that is taken though tracing is off, or lost though it is on.
+// Would catch a native trace that is taken although tracing is off, or lost although it is on.
 TEST_F(CaptureTest, NativeTraceFollowsTheTraceFlags) {
     ASSERT_EQ(run({"setprop", "debug.atrace.tags.enableflags", "16"}).status, 0);
     report("0x301", "traced", {});
@@ -56,7 +56,8 @@ TEST_F(CaptureTest, NativeTraceFollowsTheTraceFlags) {
     EXPECT_EQ(logCount("[dravo_kavel callNativeDumpSystrace]: Systrace status is off."), 1U);
 }
 
-// A staging service that is not started, logs that are lost, and staging that stays.
+// Would catch a staging service that is not started, logs that are lost, and a staging folder that
+// is not removed.
 TEST_F(CaptureTest, MessagingAppsLogsAreStagedAndTaken) {
     report("0x5", "chat", {"--process", "com.tencent.mm", "--version", "8", "--type", "crash"});
     const tools::ArchiveContents archive = awaitArchive("kavel_chat_com.tencent.mm@");
@@ -65,7 +66,7 @@ TEST_F(CaptureTest, MessagingAppsLogsAreStagedAndTaken) {
     EXPECT_FALSE(fs::exists("/data/persist_log/kavel30/wxlog"));
 }
 
-// An older tombstone, or the binary form of one.
+// Would catch an archive with an older tombstone, or with the binary form of one.
 TEST_F(CaptureTest, NewestReadableTombstoneIsTaken) {
     const auto now = fs::file_time_type::clock::now();
     int age = 3;
@@ -82,7 +83,7 @@ TEST_F(CaptureTest, NewestReadableTombstoneIsTaken) {
     EXPECT_FALSE(holds(archive, "tombstone_02.pb"));
 }
 
-// A statistic that is lost, sent twice, or changed by its text.
+// Would catch a statistic that is lost or sent twice, and a name whose quotes break its line.
 TEST_F(CaptureTest, StatisticGoesToTheDataCollectionService) {
     const auto lines = [](const std::string& text) {
         size_t count = 0;

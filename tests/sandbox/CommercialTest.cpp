@@ -1,5 +1,5 @@
-// Commercial builds and hang warnings, in a phone whose time runs sixty times as fast. The times
-// of the reports are real ones.
+// Commercial builds and hang warnings, in a phone whose waits are sixty times shorter. The times
+// between reports are not scaled.
 
 #include <algorithm>
 #include <chrono>
@@ -21,7 +21,8 @@ class CommercialTest : public testing::Test {
     void SetUp() override { ASSERT_TRUE(daemonIsUp()); }
 };
 
-// A reporting thread that waits for the files; an archive of nothing; files that are not packed.
+// Would catch a reporting thread that waits for the files, an empty archive, and files that are not
+// packed.
 TEST_F(CommercialTest, HangWarningsAreCollectedBesideTheIntake) {
     configureEvent("0x401", {"--name", "hang"});
     configureEvent("0x402", {"--name", "black"});
@@ -39,8 +40,8 @@ TEST_F(CommercialTest, HangWarningsAreCollectedBesideTheIntake) {
     EXPECT_TRUE(holds(awaitArchive("kavel_hang_system@"), "x_watchcall_sf_hang.txt"));
 }
 
-// An abnormal action without an archive, or without the logs of what happened right before it; one
-// that is caught again ten seconds later, or is not half a minute later.
+// Would catch an abnormal action without an archive, or without the logs of the event before it; an
+// action ten seconds later that is caught, and one half a minute later that is not.
 TEST_F(CommercialTest, AbnormalActionsPackTheTechnicalEventsBeforeThem) {
     ASSERT_EQ(run({"setprop", "persist.kavel.user_panic_for_debug", "true"}).status, 0);
     configureEvent("0x3", {"--name", "anr"});

@@ -1,5 +1,5 @@
-// A kernel's report that goes the whole way: the real thread, decoder and handler in this process,
-// with a test for the kernel and the phone's files around them.
+// The whole path of a kernel's report, in this process: the daemon's own thread, decoder and
+// handler, with a kernel of the test and the files of the phone.
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 namespace android::kavel::test {
 namespace {
 
-// A kernel report that ends anywhere short of the archive a binder report would get.
+// Would catch a report that gets lost on any part of the path to its archive.
 TEST(KernelTest, EventBecomesAnArchive) {
     constexpr int64_t kEvent = 257;
     EventParameters& parameters = KavelEventHandler::getInstance().parameters();

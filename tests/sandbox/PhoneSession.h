@@ -8,21 +8,21 @@
 
 namespace android::kavel::test {
 
-// What a test that runs inside the simulated phone does with it.
+// Functions for tests that run inside the simulated phone.
 
 struct Result {
-    int status;  ///< exit status, or -1 where the program did not end by itself
+    int status;  ///< exit status; -1 if a signal ended the program
     std::string output;
 };
 
-/** Runs a program of the phone; standard output and error come back together. */
+/** Runs a program of the phone. The output includes standard error. */
 Result run(const std::vector<std::string>& arguments);
 
-/** `kavelctl set` and `kavelctl send` for event type @p id; a failure is the test's. */
+/** Run `kavelctl set` and `kavelctl send` for the event type @p id. The test fails if they do. */
 void configureEvent(const std::string& id, std::vector<std::string> arguments);
 void sendEvent(const std::string& id, std::vector<std::string> arguments);
 
-/** Waits until the daemon answers, so that the reports of a test find it. */
+/** Waits until the daemon answers. Returns false if it does not. */
 bool daemonIsUp();
 int daemonPid();
 
@@ -31,15 +31,15 @@ std::vector<std::string> archives(const std::string& prefix);
 std::vector<std::string> stagedFolders(const std::string& prefix);
 
 /**
- * The only archive that begins with @p prefix, once its folder is gone and it reads to its end: the
- * phone's tar ends before its gzip has written everything.
+ * Waits until there is exactly one archive that begins with @p prefix, its log folder is gone and
+ * it can be read to its end. Otherwise the member `broken` of the result gives the reason.
  */
 tools::ArchiveContents awaitArchive(const std::string& prefix);
 
-/** Whether a file of @p contents begins with @p stem, the folder not counted. */
+/** Whether the name of a file of @p contents, without its folders, begins with @p stem. */
 bool holds(const tools::ArchiveContents& contents, const std::string& stem);
 
-/** The sandbox's log, and how many of its lines hold @p text. */
+/** The lines of the phone's main log, and the number of those that contain @p text. */
 std::vector<std::string> logLines();
 size_t logCount(const std::string& text);
 

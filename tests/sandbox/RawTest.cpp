@@ -1,4 +1,4 @@
-// Raw events from the command to the log, in a phone whose time runs twenty times as fast.
+// Raw events from the command to the log, in a phone whose waits are twenty times shorter.
 
 #include <cerrno>
 #include <csignal>
@@ -29,8 +29,8 @@ std::vector<std::string> socketLines() {
     return lines;
 }
 
-// A record that is lost, joined with the next or matched otherwise on the way from the command; a
-// connection that does not end, takes the daemon with it, or is not the last.
+// Would catch a record that is lost, joined with the next one or changed; a connection that does
+// not end, ends the daemon, or is followed by another one.
 TEST(RawTest, OneConnectionIsServedToItsEnd) {
     ASSERT_TRUE(daemonIsUp());
     const int pid = daemonPid();
@@ -42,7 +42,7 @@ TEST(RawTest, OneConnectionIsServedToItsEnd) {
     fflush(first);
     ASSERT_TRUE(eventually([&] { return logCount("recv " + longest) == 1; }));
 
-    // The backlog takes it, and a record of it.
+    // The backlog accepts this connection, and a record on it.
     const base::unique_fd second(socket_local_client(
             "/dev/socket/kavel_socket", ANDROID_SOCKET_NAMESPACE_FILESYSTEM, SOCK_STREAM));
     ASSERT_TRUE(second.ok());
@@ -52,7 +52,7 @@ TEST(RawTest, OneConnectionIsServedToItsEnd) {
     EXPECT_EQ(WEXITSTATUS(pclose(first)), 1) << "a line was bad";
 
     char byte = 0;
-    EXPECT_EQ(recv(second.get(), &byte, 1, 0), -1) << "ends with the daemon's side of the socket";
+    EXPECT_EQ(recv(second.get(), &byte, 1, 0), -1) << "the daemon has closed its listening socket";
     EXPECT_EQ(errno, ECONNRESET);
     using testing::StartsWith;
     const auto end = StartsWith("I recv error fd ");
@@ -69,7 +69,8 @@ TEST(RawTest, OneConnectionIsServedToItsEnd) {
     EXPECT_EQ(daemonPid(), pid);
 }
 
-// Operands that make other records than lines do; a new daemon that takes none.
+// Would catch operands that give other records than lines do, and a restarted daemon that reads
+// none.
 TEST(RawTest, EachTimeIsARecord) {
     size_t before = 0;
     const auto countListens = [] { return logCount("Listen result 0"); };

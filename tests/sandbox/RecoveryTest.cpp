@@ -1,4 +1,4 @@
-// Recovery in a phone whose time runs twenty times as fast.
+// Recovery, in a phone whose waits are twenty times shorter.
 
 #include <csignal>
 #include <filesystem>
@@ -21,7 +21,7 @@ constexpr const char* kPanicRecord = "/data/persist_log/panic_recorded";
 constexpr const char* kFailed = "anr process recover failed, goto ss reboot.";
 constexpr const char* kTimeout = "handle_anr_recovery]: monitor timeout(";
 
-/** A process of the phone under the name @p name; it ends with this. */
+/** A process of the phone with the name @p name. Ends with this object. */
 class StandIn {
   public:
     explicit StandIn(std::string name) {
@@ -43,7 +43,7 @@ class StandIn {
         kill(mPid, SIGKILL);
         awaitEnd();
     }
-    /** The wait status of a process that somebody else ends. */
+    /** Waits until another process has ended this one. Returns its wait status. */
     int awaitEnd() {
         int status = 0;
         EXPECT_EQ(waitpid(mPid, &status, 0), mPid);
@@ -76,7 +76,7 @@ void report(int pid, const std::string& process, const std::string& state) {
     ASSERT_EQ(sent.status, 0) << sent.output;
 }
 
-/** Whether a watch has looked at its process and waits: the kernel knows where its thread is. */
+/** Whether a watch has read its process and now sleeps, by the state of its thread in /proc. */
 bool aWatchSleeps() {
     for (const auto& task :
          std::filesystem::directory_iterator("/proc/" + std::to_string(daemonPid()) + "/task")) {
@@ -100,7 +100,7 @@ void watch(int pid, const std::string& process, const std::function<void()>& mea
     ASSERT_TRUE(eventually([&] { return logCount(kTimeout) == ends + 1; }));
 }
 
-// A framework that is not restarted, or a panic although it came back.
+// Would catch a framework that is not restarted, and a panic although it has come back.
 TEST(RecoveryTest, FailedTestRestartsTheFramework) {
     configure();
     const int before = pidOf("system_server");
@@ -115,7 +115,7 @@ TEST(RecoveryTest, FailedTestRestartsTheFramework) {
     EXPECT_EQ(logCount(kFailed), 1U);
     EXPECT_GE(logCount("binder service kavel replied: 0."), 1U);
 
-    // The lock is free again, and nothing is left of the watch.
+    // The lock is free again, and the watch is in no list.
     report(application.pid(), kTestPackage, "end");
     const std::string invalid = "cancel invalid pid(" + std::to_string(application.pid());
     EXPECT_TRUE(eventually([&] { return logCount(invalid) == 1; }));
@@ -123,7 +123,7 @@ TEST(RecoveryTest, FailedTestRestartsTheFramework) {
     EXPECT_FALSE(std::filesystem::exists(kPanicRecord));
 }
 
-// A recovery that succeeded or was called off, and takes the framework down.
+// Would catch a framework restart after a recovery that has succeeded or was cancelled.
 TEST(RecoveryTest, QuietEndsLeaveTheFrameworkAlone) {
     configure();
     const int framework = pidOf("system_server");
@@ -138,16 +138,17 @@ TEST(RecoveryTest, QuietEndsLeaveTheFrameworkAlone) {
     EXPECT_EQ(bootCompleted(), "1\n");
 }
 
-// A framework that stays away and no panic; a panic that does not end the phone.
+// Would catch a framework that does not come back without a panic, and a panic that does not end
+// the phone.
 TEST(PanicTest, FrameworkThatStaysAwayLeadsToAPanic) {
     configure();
     ASSERT_EQ(run({"setprop", "ctl.stop", "system_server"}).status, 0);
     ASSERT_TRUE(eventually([] { return pidOf("system_server") == 0; }));
-    // Nobody starts this one again.
+    // Init does not restart this one.
     StandIn framework("system_server");
     const StandIn application(kTestPackage);
 
-    // The phone's end reaches its command as SIGTERM.
+    // When the phone goes down, init sends its command SIGTERM.
     sigset_t term;
     sigemptyset(&term);
     sigaddset(&term, SIGTERM);

@@ -1,4 +1,4 @@
-// Reports that go the whole way, in a phone whose time runs twenty times as fast.
+// The whole path of a report, in a phone whose waits are twenty times shorter.
 
 #include <gtest/gtest.h>
 
@@ -14,8 +14,8 @@ class ReportTest : public testing::Test {
     void SetUp() override { ASSERT_TRUE(daemonIsUp()); }
 };
 
-// A second event of the window that opens a folder, or loses its logs; an abnormal action that
-// joins the window.
+// Would catch a second event of a window that gets its own folder or loses its logs, and an
+// abnormal action that joins the window.
 TEST_F(ReportTest, CombinedReportsShareAnArchiveAndAbnormalActionsGetTheirOwn) {
     configureEvent("0x999", {"--name", "joined", "--window", "80000"});
     configureEvent("0xF03", {"--name", "forced", "--window", "80000"});
@@ -36,7 +36,8 @@ TEST_F(ReportTest, CombinedReportsShareAnArchiveAndAbnormalActionsGetTheirOwn) {
     EXPECT_TRUE(holds(forced, "prop-"));
 }
 
-// A command that does not run, a file with another name, a wrong history line or extra info.
+// Would catch a command that does not run, a file with another name, and a wrong history line or
+// extra info.
 TEST_F(ReportTest, ArchiveHoldsWhatTheMaskSelects) {
     constexpr uint32_t kMask = 0xB5FB99;
     configureEvent("0x3", {"--name", "anr", "--window", "80000"});
@@ -59,7 +60,7 @@ TEST_F(ReportTest, ArchiveHoldsWhatTheMaskSelects) {
     EXPECT_EQ(history[0].logInfo, kMask);
 }
 
-// A line that shows the OTA version.
+// Would catch a log line that shows the OTA version.
 TEST_F(ReportTest, NoLineShowsTheOtaVersion) {
     configureEvent("0x998", {"--name", "masked", "--window", "1000"});
     sendEvent("0x998", {"--log-info", "prop"});
@@ -71,7 +72,7 @@ TEST_F(ReportTest, NoLineShowsTheOtaVersion) {
     for (const std::string& line : logLines()) EXPECT_EQ(line.find(ota), std::string::npos) << line;
 }
 
-// A name that runs, or that costs the catch.
+// Would catch a name that is run as a command, and a catch that is lost because of its name.
 TEST_F(ReportTest, HostileNameIsCaughtLiterally) {
     const std::string process = "a;touch /data/pwned;$(touch /data/pwned)`id`'\"\\n|& >x <y *";
     configureEvent("0x3", {"--name", "hostile", "--window", "100"});

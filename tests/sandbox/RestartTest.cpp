@@ -1,4 +1,4 @@
-// What is left of a daemon that dies: nothing is lost, and the next one goes on.
+// The start of a daemon after one that was killed.
 
 #include <csignal>
 #include <filesystem>
@@ -23,7 +23,8 @@ bool restartsFrom(int pid) {
            daemonIsUp();
 }
 
-// A crash in the middle of a window that costs its folder; a start that packs what is not ours.
+// Would catch a log folder that is lost if the daemon dies in its window, and a start that packs
+// foreign folders.
 TEST(RestartTest, FoldersOfAKilledDaemonArePacked) {
     ASSERT_TRUE(daemonIsUp());
     const fs::path staging = kLogFolderRoot;
@@ -52,7 +53,7 @@ TEST(RestartTest, FoldersOfAKilledDaemonArePacked) {
     EXPECT_TRUE(holds(awaitArchive("kavel_later_system@"), "prop-"));
 }
 
-// A dump that a reboot cut short and that nobody packs.
+// Would catch an interrupted big dump that is not packed.
 TEST(RestartTest, InterruptedDumpIsRepackedAtTheNextStart) {
     ASSERT_TRUE(daemonIsUp());
     EXPECT_EQ(logCount("repackonly=true"), 0U);
@@ -63,7 +64,7 @@ TEST(RestartTest, InterruptedDumpIsRepackedAtTheNextStart) {
     EXPECT_TRUE(eventually([] { return logCount("repackonly=true") == 1; }));
 }
 
-// A log-info word that is silently cut to 32 bits.
+// Would catch a log-info word that is truncated to 32 bits.
 TEST(RestartTest, LogInfoThatDoesNotFitEndsTheDaemonWithALine) {
     ASSERT_TRUE(daemonIsUp());
     const int pid = daemonPid();

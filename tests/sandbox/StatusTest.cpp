@@ -1,5 +1,5 @@
-// The daemon's answers about itself: before its first report, in a window, after the archive, in a
-// storm, and to users who may not ask.
+// The daemon's status: before the first report, in a window, after the archive, in a storm, and for
+// users who may not ask.
 
 #include <atomic>
 #include <chrono>
@@ -35,8 +35,8 @@ bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-// An answer that builds the handler; a fate that does not follow the report; two answers that
-// differ. The first case of the suite: each suite has a phone of its own.
+// Would catch a request that builds the handler, a fate that does not match the report, and a text
+// that differs from the JSON form. Must be the first case: the phone has had no report yet.
 TEST(StatusTest, FollowsAReportFromBeforeItToItsArchive) {
     ASSERT_TRUE(eventually([] { return daemon() != nullptr; }));
     for (const std::vector<std::string>& command :
@@ -70,7 +70,7 @@ TEST(StatusTest, FollowsAReportFromBeforeItToItsArchive) {
     EXPECT_TRUE(has(why("0x1"), archives("kavel_asked_").front())) << why("0x1");
 }
 
-// A user who may not ask; an argument of a bug report that is refused.
+// Would catch an answer to a user who may not ask, and a refused argument of a bug report.
 TEST(StatusTest, AnswersOnlyTheUsersOfTheShell) {
     ASSERT_TRUE(daemonIsUp());
     const auto as = [](const char* user) {
@@ -85,7 +85,8 @@ TEST(StatusTest, AnswersOnlyTheUsersOfTheShell) {
     EXPECT_FALSE(has(refused, "format"));
 }
 
-// An answer that waits for the reports, or a report that is counted twice or not at all.
+// Would catch an answer that waits for the reports, and a report that is counted twice or not at
+// all.
 TEST(StatusTest, AnswersInAStormWithinASecond) {
     constexpr int kReports = 10'000;
     ASSERT_TRUE(daemonIsUp());

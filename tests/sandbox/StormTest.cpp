@@ -1,6 +1,6 @@
-// Windows that others join in their last moment, a tool that is slow, and a daemon that is killed
-// again and again: no archive that was once complete is ever another one, no folder is left, and no
-// report is lost but those that the daemon died with.
+// Windows with late joiners, a slow tool, and a daemon that is killed again and again. Would catch
+// a complete archive that is replaced, a log folder that is left, and a lost report, except those
+// that came just before a kill.
 
 #include <atomic>
 #include <chrono>
@@ -33,10 +33,10 @@ using std::chrono::milliseconds;
 constexpr const char* kSlowFile = "/data/system/packages.xml";
 constexpr int64_t kStormEvent = 0x1;
 constexpr uint32_t kMask = 0xA0002;  // kernel log, properties, and the file above
-/** A report that comes so shortly before the daemon dies may die with it. */
+/** A report that comes within this time before a kill may be lost. */
 constexpr milliseconds kMayDie(300);
 
-/** Runs @p step in a thread of its own until the end of the scope. */
+/** Repeats @p step on its own thread until the end of the scope. */
 class Repeated {
   public:
     explicit Repeated(std::function<void()> step)
@@ -53,16 +53,16 @@ class Repeated {
     std::thread mThread;
 };
 
-/** The command that reads the file is as slow as its writer. */
+/** Feeds the file slowly, so that the command that reads it is slow. */
 void feedSlowFile() {
     std::this_thread::sleep_for(milliseconds(250));
     const int fd = open(kSlowFile, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) return;  // nobody reads
+    if (fd < 0) return;  // no command reads it
     static_cast<void>(!write(fd, "x\n", 2));
     close(fd);
 }
 
-/** What each archive was when it was first complete. */
+/** The contents of each archive when it was first complete. */
 class Archives {
   public:
     void look() {
@@ -99,10 +99,10 @@ bool report(const std::string& process) {
     return true;
 }
 
-/** The daemon that is killed here has packed what the one before it left. */
+/** At this line a start packs the log folders that the previous daemon left. */
 constexpr const char* kPackAtStart = "packLeftoverFolders]: tar czf ";
 
-/** What the daemon logs as it comes to the phase in which it is killed; empty: in no phase. */
+/** Log lines at which the daemon is killed, one in each round; empty: at any time. */
 constexpr const char* kPhases[] = {"", "trailLogPack]: tar czf ", "trailLogPack]: mv ",
                                    "trailLogPack]: rm -rf ", kPackAtStart};
 
@@ -110,7 +110,7 @@ constexpr const char* kPhases[] = {"", "trailLogPack]: tar czf ", "trailLogPack]
 class NewText {
   public:
     NewText() { mLog.seekg(0, std::ios::end); }
-    /** Waits for @p text. Polls without a pause: the phase is over in milliseconds. */
+    /** Waits for @p text. Polls without a pause, because the phase takes only milliseconds. */
     bool await(const std::string& text) {
         const auto end = Clock::now() + std::chrono::minutes(1);
         // A read may end anywhere in a line that is being written.

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs the demo in a phone, and checks that the files of its archive tell one story: the same
-# processes and threads everywhere, nothing empty, nothing of this machine.
+# Runs the demo in a phone. Would catch files of its archive that disagree about processes, threads
+# or locks, an empty file, and data of this machine in the archive.
 
 fail() {
     echo "evidence_test: $1" >&2

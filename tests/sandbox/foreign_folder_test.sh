@@ -1,5 +1,5 @@
 #!/bin/sh
-# Catches a launcher that removes files which are not a phone's. usage: foreign_folder_test.sh PHONE
+# Would catch a launcher that removes files which are not a phone's. usage: foreign_folder_test.sh PHONE
 
 folder=$(mktemp -d) || exit 1
 trap 'rm -rf "$folder"' EXIT

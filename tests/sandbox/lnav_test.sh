@@ -1,6 +1,6 @@
 #!/bin/bash
 # Reads the archive of the evidence test with lnav. Would catch a format file that lnav refuses, and
-# lines without level, time or tag. usage: lnav_test.sh COLLECTION_DIR FORMAT_FILE
+# lines without a level, time or tag. usage: lnav_test.sh COLLECTION_DIR FORMAT_FILE
 
 folder=$(mktemp -d) || exit 1
 trap 'rm -rf "$folder"' EXIT
@@ -9,7 +9,7 @@ tar xzf "$(ls -t "$1"/*.tar.gz | head -n 1)" -C "$folder" || exit 1
 cd "$folder"/data/persist_log/kavel30/kavel_* || exit 1
 failed=0
 
-expect() { # TEXT QUERY FILE: what lnav answers
+expect() { # TEXT QUERY FILE: compares lnav's answer with TEXT
     local answer
     answer=$(HOME=$folder lnav -n -I "$folder/lnav" -c ";$2" -c ':write-csv-to -' "$3" 2>&1 | sed 1d | tr -d '\r')
     [ "$answer" = "$1" ] || { echo "$3: '$answer', expected '$1', for $2"; failed=1; }

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Catches a starter set that does not run as a service on a phone, hides its failures, or names an
+# Would catch a starter set that does not run as a service on a phone, hides its failures, or names an
 # event type or mask that the daemon refuses: each report must become a record, whose statistic has
 # the name of the event type. usage: starter_set_test.sh SCRIPT
 
