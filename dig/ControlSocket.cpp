@@ -30,9 +30,9 @@ constexpr size_t kRecordSize = kavel::kMaxRawRecord + 1;
 int sConnection = -1;
 pthread_t sReader;
 
-// The record is stored in the log line itself, so that the line needs no formatting. The buffer is
-// never cleared: after a short record it still contains the end of a longer one. The byte after it
-// is always zero, so the text also ends if a record fills the buffer.
+// A raw event is read into the log line itself, so that the line needs no formatting. The buffer is
+// never cleared: after a short raw event it still contains the end of a longer one. The byte after
+// it is always zero, so the text also ends if a raw event fills the buffer.
 constexpr size_t kLineStart = std::string_view("recv ").size();
 char sLine[kLineStart + kRecordSize + 1] = "recv ";
 char* const sRecord = sLine + kLineStart;

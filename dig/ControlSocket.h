@@ -9,7 +9,7 @@ namespace kavel {
 /** Name of the socket in init's configuration: a stream socket in /dev/socket. */
 inline constexpr const char* kControlSocketName = "kavel_socket";
 
-/** Maximum number of characters of a record that is read whole, without its NUL. */
+/** Maximum number of characters of a raw event, without its NUL. */
 inline constexpr size_t kMaxRawRecord = 255;
 
 }  // namespace kavel
@@ -18,7 +18,7 @@ inline constexpr size_t kMaxRawRecord = 255;
  * Waits for the control socket that init creates, serves one connection until it ends, and clears
  * the matcher's events and patterns. The socket is not served again in the life of the process.
  *
- * Blocks the calling thread for that time, possibly for ever. Ends the process if listening or
+ * Blocks the calling thread for that time, possibly forever. Ends the process if listening or
  * accepting fails.
  *
  * @return 0
@@ -26,7 +26,7 @@ inline constexpr size_t kMaxRawRecord = 255;
 int kavel_socketLoop();
 
 /**
- * Reader thread: passes each record to sendRawEvent() until the third failed receive. A closed
+ * Reader thread: passes each raw event to sendRawEvent() until the third failed receive. A closed
  * connection counts as a failed receive. Ends the calling thread.
  *
  * @param fdPointer  pointer to the descriptor of the connection; the caller keeps ownership

@@ -7,9 +7,9 @@
 namespace android::kavel {
 
 /**
- * Builds a short line without a format string: each record causes several lines, and formatting
- * them would take as long as reading and matching the record. The caller must make sure that kSize
- * is enough.
+ * Builds a short line without a format string: each raw event causes several lines, and formatting
+ * them would take as long as reading and matching it. The caller must make sure that kSize is
+ * enough.
  */
 class LineText {
   public:

@@ -7,7 +7,7 @@ namespace android::kavel {
 
 enum class RecordFault { None, TooFewFields, NotANumber };
 
-/** Contents of a record "id:name:time"; the values are set only if there is no fault. */
+/** Contents of a raw event "id:name:time"; the values are set only if there is no fault. */
 struct RawRecord {
     RecordFault fault = RecordFault::None;
     int64_t id = 0;

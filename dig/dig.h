@@ -13,15 +13,14 @@ namespace android {
 // a freeze. Its lists are shared by the whole process and have no lock: use from one thread at a
 // time.
 
-/** Sets up the patterns. Call before the first record. */
+/** Sets up the patterns. Call before the first raw event. */
 void digInit();
 void makeBaseEvets2();  // the spelling is required: callers outside use this name
 
-/** Removes all live events and all patterns. Call after the last record. */
+/** Removes all live events and all patterns. Call after the last raw event. */
 void digExit();
 
-/**
- * Handles one record "id:name:time". Logs and drops a corrupt record. Does not change @p buffer.
+/** Handles one raw event "id:name:time". Logs and drops a corrupt one. Does not change @p buffer.
  */
 void sendRawEvent(char* buffer);
 

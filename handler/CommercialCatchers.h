@@ -9,8 +9,8 @@ namespace android::kavel {
 
 /**
  * Catchers of commercial builds: note which events belong together and start the dump threads. An
- * abnormal action is caught and packed. A technical event is only caught; the abnormal action next
- * to it packs its folder. Any thread.
+ * abnormal action is caught and packed. A technical event is only caught: an abnormal action near
+ * it packs its folder. Any thread.
  */
 class CommercialCatchers {
   public:

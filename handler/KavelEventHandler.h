@@ -46,7 +46,7 @@ struct KavelReport {
 
 /**
  * The process-wide object that the inputs call. Owns the settings, the event list, the pools and
- * the catchers. Built on first use and never destroyed. Any thread. In a test, an object of its own
+ * the catchers. Built on first use and never destroyed. Any thread. An object that a test builds
  * must outlive the catches that it starts.
  */
 class KavelEventHandler : public Singleton<KavelEventHandler> {

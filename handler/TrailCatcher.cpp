@@ -86,7 +86,7 @@ void TrailCatcher::openWindow(const CatchRef& running) {
     try {
         startBoth(running);
     } catch (...) {
-        // Nothing else would close the window if its second thread is missing.
+        // The thread that would close the window may not have started.
         mDump.combinedDumpRunning = false;
         throw;
     }

@@ -33,7 +33,7 @@ CallLine& lineOf(uint32_t code) {
 sp<IBinder> frameworkService() {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-    // The newer functions either return at once while the framework restarts, or wait for ever if
+    // The newer functions either return at once while the framework restarts, or wait forever if
     // there is no service.
     return defaultServiceManager()->getService(String16("kavel"));
 #pragma GCC diagnostic pop

@@ -13,9 +13,9 @@ namespace android::kavel {
 using FrameworkArgument = std::variant<int32_t, int64_t>;
 
 /**
- * Maximum time that a caller waits for the framework. A catch's first commands start after its
- * requests, so this is shorter than the time for which any pack waits for those commands: 15 s, or
- * 30 s before it begins.
+ * Maximum time that a caller waits for the framework. A catch sends its requests before it starts
+ * its first commands. So this is shorter than the time that each pack leaves for those commands: it
+ * waits 15 s for them, or begins 30 s after the event.
  */
 inline constexpr std::chrono::milliseconds kFrameworkPatience = std::chrono::seconds(10);
 

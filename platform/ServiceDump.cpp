@@ -27,7 +27,7 @@ ServiceDump dumpService(const sp<IBinder>& service, const std::vector<std::strin
         Vector<String16> words;
         for (const std::string& arg : args) words.add(String16(arg.c_str()));
         const status_t status = service->dump(fd.get(), words);
-        fd.reset();  // the reader's end of file, also if the service has kept nothing
+        fd.reset();  // so that the reader sees the end of the file
         return status;
     });
     std::future<status_t> status = task.get_future();

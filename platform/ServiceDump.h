@@ -8,18 +8,18 @@
 
 namespace android::kavel {
 
-/** What a service has written on request. */
+/** Result of dumpService(). */
 struct ServiceDump {
-    std::string text;
-    status_t status = NO_ERROR;  ///< of the call; TIMED_OUT if the service has not come to an end
+    std::string text;            ///< as far as it has arrived
+    status_t status = NO_ERROR;  ///< of the call; TIMED_OUT if the service has not finished
 };
 
 /**
- * Asks @p service for its dump, through a pipe, on a thread of its own. If the service does not
- * come to an end within @p patience, the thread stays until it does. For programs that ask, not for
- * the daemon.
+ * Requests the dump of @p service, on a separate thread, and reads it from a pipe. If the service
+ * does not finish within @p patience, the thread stays until it does. Used by tools; the daemon
+ * does not call it.
  *
- * @throws std::system_error if there is no pipe or no thread
+ * @throws std::system_error if a pipe or a thread cannot be created
  */
 ServiceDump dumpService(const sp<IBinder>& service, const std::vector<std::string>& args,
                         std::chrono::milliseconds patience);

@@ -1,4 +1,4 @@
-"""The small faults that mutate.py puts into a C++ file: what one slip of a developer does."""
+"""The small faults that mutate.py puts into a C++ file, such as a developer could make."""
 
 import re
 from itertools import pairwise

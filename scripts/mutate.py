@@ -3,8 +3,8 @@
 
 The faults go into copies of the tree below build/mutate, never into the tree itself. For each one
 the test programs of TESTS are built again and run; with --sandbox the whole-daemon suites run for a
-fault that survives these. Results are kept: a run that is ended goes on where it was, as long as
-no file of the tree changes.
+fault that survives these. Results are kept: an interrupted run continues where it stopped, as long
+as no file of the tree changes.
 """
 
 import argparse
@@ -81,7 +81,7 @@ def all_faults(options):
 
 
 def copy_tree():
-    """Brings the copy up to date, and leaves alone what is as it was, so that little is built.
+    """Updates the changed files of the copy, so that only their dependents are built again.
     Returns a digest of all files."""
     files = run(["git", "ls-files", "-co", "--exclude-standard"], check=True).stdout.splitlines()
     digest = hashlib.sha256()

@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2154,SC2034
-# Part of phone: creates the phone's paths as links on a machine that forbids namespaces.
+# Part of the launcher: creates the phone's paths as links on a machine that forbids namespaces.
 
 # Links on the machine and their targets in $dir. Only a link with exactly its target is removed.
 DIRECT_LINKS='/data data

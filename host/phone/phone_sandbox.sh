@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2154,SC2034
-# Part of phone: isolates the phone from the machine.
+# Part of the launcher: isolates the phone from the machine.
 
 # Capabilities that the phone's init needs; services get no others. They do not allow mounting,
 # which could make the machine's files visible, modules, raw devices, reboot or setting the clock.

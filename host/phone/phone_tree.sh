@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2154,SC2034
-# Part of phone: the phone's files below $dir.
+# Part of the launcher: creates the phone's files below $dir.
 
 # Tools from toybox, as on Android, because Debian's have other output or options.
 TOYBOX_TOOLS='find head pidof tar xargs'

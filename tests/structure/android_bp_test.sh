@@ -1,6 +1,6 @@
 #!/bin/sh
-# Would catch a source that one of the builds forgets, names twice or gives to another program, a phone
-# that gets a stand-in of the desktop, and a build machine that gets what crashes a kernel.
+# Would catch a source that is missing in one of the builds, listed twice or part of another program, a
+# stand-in in the phone's build, and the code that crashes the kernel in a build for the build machine.
 # usage: android_bp_test.sh ROOT CMAKE_SOURCES VERSION; CMAKE_SOURCES has lines of TARGET SOURCE
 
 cmake_sources=$2
@@ -40,8 +40,8 @@ same "libkavelctl and CMake" "$(phone libkavelctl)" "$(cmake kavelctl_lib)"
 same "kavelctl and CMake" "$(phone kavelctl)" "$(cmake kavelctl)"
 same "the daemon's modules and the disk" "$(phone libdravo_kavel dravo_kavel)" \
     "$(for folder in core dig dump event handler platform recovery; do ls $folder/*.cpp; done | sort)"
-# Only CMake has what reads golden files, the tests of the tool that need a service, and those that
-# need a /data of their own.
+# Only CMake has the tests that read golden files, the tests of kavelctl that need a service, and those
+# that need their own /data.
 # shellcheck disable=SC2013  # names are words
 for module in $(sed -n '/^cc_\(test\|fuzz\)/,/^}/s/^    name: "\(.*\)",/\1/p' Android.bp); do
     case $module in *_defaults) continue ;; esac
@@ -58,7 +58,7 @@ done
 case $missing in '' | ' raw_record_fuzzer tar_reader_fuzzer kevent_fuzzer') ;; *) fail "CMake has no$missing" ;; esac
 for source in $(cmake kavel_sysrq_trigger); do
     texts_of 'libdravo_kavel android\.srcs:' | grep -qxF "$source" ||
-        fail "$source is not kept to the phone"
+        fail "$source is not only in the phone's build"
 done
 for file in $(texts_of "[a-z_]* \(\(android\.\)*srcs\|init_rc\|corpus\|dictionary\):"); do
     case $file in host/*) fail "Android.bp names $file" ;; esac

@@ -3,7 +3,7 @@
 # usage: reporter_examples_test.sh SOURCE_DIR
 
 cd "$1" || exit 1
-# The writes of both calls in order, in Java's names.
+# The write calls of both functions, in their order, with Java's names.
 writes() {
     sed 's/^ *\(\/\/\|\*\).*//' | grep -o 'data\.write[A-Za-z0-9]*' |
         sed 's/Int32/Int/; s/Int64/Long/; s/String16/String/; s/Bool$/Boolean/'

@@ -24,15 +24,15 @@ for rule in 'allow dravo_kavel nowhere:file read;' 'r_file_perms(' \
     'add_service(some_app, dravo_kavel_service)' 'set_prop(dravo_kavel, ctl_start_prop)'; do
     ! compiles "$rule" || fail "compiles with: $rule"
 done
-# The platform lets these find every service; a bug report, or dumpsys, then calls it, with a pipe for
-# the answer.
+# The platform's policy allows these domains to find every service. A bug report, or dumpsys, then calls
+# it and passes a pipe for the answer.
 for domain in dumpstate shell; do
     for rule in "$domain dravo_kavel:binder call" "dravo_kavel $domain:fd use" \
         "dravo_kavel $domain:fifo_file getattr" "dravo_kavel $domain:fifo_file write"; do
         ! compiles "neverallow $rule;" || fail "not allowed: $rule"
     done
 done
-# With what the page gives to devices.
+# Including the rules that the page tells devices to add.
 rules=$(sed -n '/^allow dumpstate .*;$/p' "$policy/../../docs/integration.md")
 [ -n "$rules" ] || fail 'docs/integration.md gives devices no rules'
 compiles "$rules" || { cat "$work/out"; fail 'the policy does not compile'; }
