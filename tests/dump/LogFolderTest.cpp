@@ -109,10 +109,12 @@ TEST(LogFolderName, IsMadeOfItsParts) {
 TEST(LogFolderName, FurtherArchivesOfAFolderAreNumbered) {
     EXPECT_EQ(archiveName("kavel_e_p" + kTail, 1), "kavel_e_p" + kTail + ".tar.gz");
     EXPECT_EQ(archiveName("kavel_e_p" + kTail, 12), "kavel_e_p" + kTail + ".12.tar.gz");
-    const auto name = parseArchiveName("kavel_e_p" + kTail + ".12.tar.gz");
-    ASSERT_TRUE(name.has_value());
-    EXPECT_EQ(name->sequence, 12U);
-    EXPECT_EQ(name->folder, "kavel_e_p" + kTail);
+    for (const uint32_t sequence : {1U, 12U, kMaxArchiveSequence}) {
+        const auto name = parseArchiveName(archiveName("kavel_e_p" + kTail, sequence));
+        ASSERT_TRUE(name.has_value());
+        EXPECT_EQ(name->sequence, sequence);
+        EXPECT_EQ(name->folder, "kavel_e_p" + kTail);
+    }
 }
 
 TEST(LogFolderName, OverlongPartsAreCutToWhatAnArchiveNameCanHold) {

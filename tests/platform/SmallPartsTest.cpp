@@ -28,6 +28,7 @@
 #include "platform/KavelPrint.h"
 #include "platform/OneLine.h"
 #include "platform/ProcFs.h"
+#include "platform/RepeatCounter.h"
 #include "platform/Signals.h"
 #include "tests/fake/Eventually.h"
 #include "tests/fake/FakeLog.h"
@@ -75,6 +76,16 @@ TEST(CheckedInt32DeathTest, EndsTheProcessWithALine) {
 
 TEST(OneLine, ShowsControlCharacters) {
     EXPECT_EQ(oneLine("a\n\x1f b~\x7f\xc3\xa4\\"), "a\\x0a\\x1f b~\\x7f\xc3\xa4\\");
+}
+
+TEST(RepeatCounter, LogsTheFirstFailureAndEachDoubling) {
+    RepeatCounter counter;
+    for (int run = 0; run < 2; ++run) {
+        std::string logged;
+        for (int i = 1; i <= 9; ++i) logged += counter.add() ? std::to_string(counter.count()) : "-";
+        EXPECT_EQ(logged, "12-4---8-");
+        counter.reset();
+    }
 }
 
 TEST(ProcFs, ThisProcessIsThere) {
