@@ -190,6 +190,7 @@ StatusNode describeCounts(const JournalStatus& journal) {
     Nodes nodes = {
             countNode("frameworkReports", journal.frameworkReports),
             countNode("kernelReports", journal.kernelReports),
+            countNode("incompleteReports", journal.incompleteReports),
             countNode("refusedSettings", journal.refusedSettings),
     };
     for (const FateRow& row : kFates) {
@@ -202,11 +203,17 @@ StatusNode describeCounts(const JournalStatus& journal) {
 }
 
 Nodes describeReport(const ReportEntry& entry) {
+    // A folder of an earlier start has no event.
+    const bool hasEvent = entry.recordId != 0 || entry.folder.empty();
     return {
-            textNode("time", isoTime(entry.timeNs)), textNode("id", hex(entry.eventId)),
-            numberNode("recordId", entry.recordId),  optionalText("process", entry.process),
-            textNode("fate", rowOf(entry.fate).key), countNode("count", entry.count),
-            optionalText("detail", entry.detail),    optionalText("folder", entry.folder),
+            textNode("time", isoTime(entry.timeNs)),
+            hasEvent ? textNode("id", hex(entry.eventId)) : nullNode("id"),
+            numberNode("recordId", entry.recordId),
+            optionalText("process", entry.process),
+            textNode("fate", rowOf(entry.fate).key),
+            countNode("count", entry.count),
+            optionalText("detail", entry.detail),
+            optionalText("folder", entry.folder),
             optionalText("archive", entry.archive),
     };
 }

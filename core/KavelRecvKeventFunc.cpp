@@ -206,6 +206,7 @@ bool KavelRecvKeventFunc(kavel_kevent_packet* packet) {
             handleKernelSendKavelEvent(*packet);
             break;
         default:
+            ++kavel::kernelChannel().malformed;
             break;
     }
     return true;

@@ -24,7 +24,7 @@ struct KernelChannel {
     std::atomic<ChannelState> state{ChannelState::Starting};
     std::atomic<bool> isGeneric{false};        ///< dialect: generic netlink, or else compat
     std::atomic<uint64_t> packets{0};          ///< of the kernel
-    std::atomic<uint64_t> malformed{0};        ///< of these: not a valid packet or statistic
+    std::atomic<uint64_t> malformed{0};        ///< of these: no valid packet, statistic or type
     std::atomic<uint64_t> foreign{0};          ///< dropped, because another process has sent them
     std::atomic<uint64_t> receiveFailures{0};  ///< among others, each time the buffer was full
 };

@@ -40,8 +40,8 @@ void packXlogForWeChat(const std::string& path) {
     if (size == 0 || size > kXlogSizeLimit) {
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packXlogForWeChat]:not copy xlog");
     } else {
-        kavel::logAndRun(
-                kPrefix,
+        kavel::collectInto(
+                path, kPrefix,
                 StringPrintf("cp %s %s/", pattern.c_str(), kavel::shellQuote(path).c_str()), ";");
         kavel::sleepSeconds(1);
     }

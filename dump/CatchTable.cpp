@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <utility>
 
+#include <log/log.h>
+
 #include "dump/LogCommands.h"
+#include "platform/KavelPrint.h"
 
 namespace android::kavel {
 
@@ -22,18 +26,33 @@ const char* phaseText(CatchPhase phase) {
     return kTexts[static_cast<size_t>(phase)];
 }
 
-void Catch::enter(CatchPhase phase, std::chrono::seconds length) {
+void Catch::enter(CatchPhase phase, std::optional<std::chrono::seconds> length) {
     MutexLock lock(mLock);
     mPhase = phase;
-    mPhaseEnd = std::chrono::steady_clock::now() + length;
+    mPhaseEnd.reset();
+    if (length) mPhaseEnd = std::chrono::steady_clock::now() + *length;
 }
 
-void Catch::fail(Fate fate, const std::string& detail) {
+bool Catch::fail(Fate fate, const std::string& detail) {
     {
         MutexLock lock(mLock);
-        if (std::exchange(mHasFailed, true)) return;
+        if (std::exchange(mHasFailed, true)) return false;
     }
     ReportJournal::instance().note(fate, *event, detail);
+    return true;
+}
+
+void Catch::failWithoutFolder(const char* prefix, Fate ifPacked) {
+    const LogFolderRef used = folder();
+    const std::string path = used == nullptr ? "" : used->path();
+    const bool isPacked = used != nullptr && used->isClosed();
+    const bool isFull = !isPacked && isDiskFull(path);
+    const Fate fate = isPacked ? ifPacked : isFull ? Fate::DiskFull : Fate::NoFolder;
+    const std::string problem = isPacked ? "was packed before" : "is missing or no folder";
+    if (!fail(fate, "'" + path + "' " + problem)) return;
+    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR, "%s: no folder for %s%s: '%s' %s\n", prefix,
+                eventText(*event).c_str(), isFull ? ", the disk is full" : "", path.c_str(),
+                problem.c_str());
 }
 
 CatchStatus Catch::status() const {
@@ -49,8 +68,8 @@ CatchStatus Catch::status() const {
         MutexLock lock(mLock);
         folder = mFolder;
         status.phase = mPhase;
-        if (mPhase == CatchPhase::Window) {
-            const auto left = std::chrono::ceil<milliseconds>(mPhaseEnd - now);
+        if (mPhaseEnd) {
+            const auto left = std::chrono::ceil<milliseconds>(*mPhaseEnd - now);
             status.left = std::max(left, milliseconds(0));
         }
     }
@@ -95,14 +114,19 @@ std::vector<CatchStatus> CatchTable::status(size_t limit, size_t* count) const {
         }
     }
     *count = running.size();
-    const auto older = [](const CatchRef& left, const CatchRef& right) {
-        return left->event->timestamp.realtimeNs < right->event->timestamp.realtimeNs;
+    const auto newer = [](const CatchRef& left, const CatchRef& right) {
+        return left->event->timestamp.realtimeNs > right->event->timestamp.realtimeNs;
     };
     const auto end = running.begin() + static_cast<std::ptrdiff_t>(std::min(limit, running.size()));
-    std::partial_sort(running.begin(), end, running.end(), older);
+    std::partial_sort(running.begin(), end, running.end(), newer);
+    std::reverse(running.begin(), end);
     std::vector<CatchStatus> statuses;
-    std::transform(running.begin(), end, std::back_inserter(statuses),
-                   [](const CatchRef& one) { return one->status(); });
+    std::set<std::string> folders;
+    std::transform(running.begin(), end, std::back_inserter(statuses), [&](const CatchRef& one) {
+        CatchStatus status = one->status();
+        if (!folders.insert(status.folder).second) status.work.clear();
+        return status;
+    });
     return statuses;
 }
 

@@ -39,10 +39,11 @@ struct CatchStatus {
     EventRef event;
     CatchPhase phase = CatchPhase::FirstRound;
     std::chrono::milliseconds age{};                ///< since the catch began
-    std::optional<std::chrono::milliseconds> left;  ///< until the end of the window
+    std::optional<std::chrono::milliseconds> left;  ///< until the end of the phase, if known
     uint32_t missingBits = 0;                       ///< not confirmed, but can be
     std::string folder;                             ///< path; empty if it has none
-    std::vector<OpenWork> work;                     ///< in the folder, oldest first
+    std::vector<OpenWork>
+            work;  ///< in the folder, oldest first; only once for catches that share it
 };
 
 /** Collection of the logs of one event. Lives as long as a dump thread or a command holds it. */
@@ -67,9 +68,19 @@ class Catch {
     }
 
     /** Notes the phase, and the time until its end if that is known. */
-    void enter(CatchPhase phase, std::chrono::seconds length = {});
-    /** Notes that the catch ends without an archive. Only the first call counts. */
-    void fail(Fate fate, const std::string& detail = "");
+    void enter(CatchPhase phase, std::optional<std::chrono::seconds> length = {});
+    /**
+     * Notes that the catch ends without an archive. Only the first call counts; the others return
+     * false.
+     */
+    bool fail(Fate fate, const std::string& detail = "");
+    /**
+     * Notes that the folder cannot be used, with one error line for all threads of the catch.
+     *
+     * @param prefix    start of the line, up to its ": "
+     * @param ifPacked  fate if others have packed the folder
+     */
+    void failWithoutFolder(const char* prefix, Fate ifPacked);
     CatchStatus status() const;
 
     /** Marks the first round as begun: from now on it is work of the folder. */
@@ -97,7 +108,7 @@ class Catch {
     bool mHasBegun GUARDED_BY(mLock) = false;
     bool mHasFailed GUARDED_BY(mLock) = false;
     CatchPhase mPhase GUARDED_BY(mLock) = CatchPhase::FirstRound;
-    std::chrono::steady_clock::time_point mPhaseEnd GUARDED_BY(mLock);
+    std::optional<std::chrono::steady_clock::time_point> mPhaseEnd GUARDED_BY(mLock);
     const std::chrono::steady_clock::time_point mSince = std::chrono::steady_clock::now();
 };
 
@@ -116,7 +127,7 @@ class CatchTable {
     CatchRef add(const EventRef& event);
     /** Returns the catch of that record, or null. */
     CatchRef find(int32_t kavelEventId) const;
-    /** Returns the @p limit oldest catches, oldest first, and stores the number of all. */
+    /** Returns the @p limit newest catches, oldest first, and stores the number of all. */
     std::vector<CatchStatus> status(size_t limit, size_t* count) const;
 
   private:

@@ -4,11 +4,13 @@
 #include <map>
 
 #include <android-base/stringprintf.h>
+#include <log/log.h>
 
 #include "dump/DumpContext.h"
 #include "dump/Pack.h"
 #include "dump/TrailLogPack.h"
 #include "event/KavelTimestamp.h"
+#include "platform/KavelPrint.h"
 #include "platform/Log.h"
 #include "platform/ShellQuote.h"
 
@@ -38,12 +40,15 @@ std::chrono::milliseconds joinFolder(const CatchRef& related, const std::string&
     const auto left = closeFolder(kPrefix, *related->event, *folder, patience);
     if (!left) return patience;
     const int status =
-            logRunAndCheck(kPrefix, StringPrintf("mv %s %s/", shellQuote(folder->path()).c_str(),
-                                                 shellQuote(path).c_str()));
+            logAndRun(kPrefix, StringPrintf("mv %s %s/", shellQuote(folder->path()).c_str(),
+                                            shellQuote(path).c_str()));
     ReportJournal& journal = ReportJournal::instance();
     if (status == 0) {
         journal.moveFolder(folder->path(), path);
     } else {
+        kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
+                    "%s%s: mv failed, status is: %d, the folder stays: %s\n", kPrefix,
+                    eventText(*related->event).c_str(), status, folder->path().c_str());
         journal.noteFolder(Fate::NotMoved, folder->path(), "mv status " + std::to_string(status));
     }
     return *left;

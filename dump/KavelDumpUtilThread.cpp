@@ -26,6 +26,7 @@ using kavel::Catch;
 using kavel::CatchPhase;
 using kavel::CatchRef;
 using kavel::DumpContext;
+using kavel::Fate;
 using kavel::LogFolder;
 using kavel::LogFolderRef;
 using kavel::SystemTrace;
@@ -53,15 +54,6 @@ LogFolderRef commercialFolder(const CatchRef& running) {
     return folder;
 }
 
-void logNoFolder(const char* thread, const CatchRef& running) {
-    const LogFolderRef folder = running->folder();
-    kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
-                "[dravo_kavel %s]: no folder for %s, or it is packed already: '%s'\n", thread,
-                kavel::eventText(*running->event).c_str(),
-                folder == nullptr ? "" : folder->path().c_str());
-    running->fail(kavel::Fate::NoFolder);
-}
-
 void addEventLine(const char* thread, const CatchRef& running, LogFolder& folder) {
     const KavelEvent& event = *running->event;
     const std::string name = running->context.parameters.eventName(event.eventId);
@@ -78,7 +70,7 @@ void removeFolders(const std::vector<CatchRef>& catches) {
     for (const CatchRef& dropped : catches) {
         const LogFolderRef folder = dropped->folder();
         if (folder == nullptr || folder->isWindow() || !folder->close()) continue;
-        dropped->fail(kavel::Fate::Unclaimed);
+        dropped->fail(Fate::Unclaimed);
         kavel::removeFolder("[dravo_kavel immediateDumpThread]: ", folder->path());
     }
 }
@@ -142,7 +134,8 @@ void KavelDumpUtilThread::immediateDumpThread(const CatchRef& running, LogFolder
         work = folder->beginWork(kavel::kFirstRound);
     }
     running->beginFirstRound();
-    if (work == nullptr || !folder->isOpen()) return logNoFolder("immediateDumpThread", running);
+    if (work == nullptr || !folder->isOpen())
+        return running->failWithoutFolder("[dravo_kavel immediateDumpThread]", Fate::NoFolder);
 
     DumpContext& context = running->context;
     auto mask = static_cast<uint32_t>(event.logInfo);
@@ -174,7 +167,9 @@ void KavelDumpUtilThread::trailContinuousDumpThread(const CatchRef& running) {
     awaitWindow(*running);
     // The window that this event opened ends here, even if the setting has become 0 meanwhile.
     if (folder->isWindow()) running->context.combinedDumpRunning = false;
-    if (!folder->isOpen()) return logNoFolder("trailContinuousDumpThread", running);
+    if (!folder->isOpen())
+        return running->failWithoutFolder("[dravo_kavel trailContinuousDumpThread]",
+                                          Fate::NothingToPack);
     running->enter(CatchPhase::SecondRound);
     const auto bits = static_cast<uint32_t>(event.logInfo);
     kavel::collectLog(bits & KAVEL_LOGINFO_CONTINUOUS, running);
@@ -193,7 +188,9 @@ void KavelDumpUtilThread::commercialContinuousDumpThread(
     // After the waits, because the folder of a window may be packed by now.
     const LogFolderRef before = running->folder();
     const LogFolderRef folder = commercialFolder(running);
-    if (!folder->isOpen()) return logNoFolder("commercialContinuousDumpThread", running);
+    if (!folder->isOpen())
+        return running->failWithoutFolder("[dravo_kavel commercialContinuousDumpThread]",
+                                          Fate::NothingToPack);
     if (folder != before) addEventLine("commercialContinuousDumpThread", running, *folder);
     const auto logInfo = static_cast<uint32_t>(running->commercial.logInfo());
     const uint32_t mask = logInfo & KAVEL_LOGINFO_CONTINUOUS;

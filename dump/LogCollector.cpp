@@ -1,7 +1,5 @@
 #include "dump/LogCollector.h"
 
-#include <sys/wait.h>
-
 #include <log/log.h>
 
 #include "dump/DumpContext.h"
@@ -18,23 +16,12 @@ namespace android::kavel {
 namespace {
 
 constexpr const char* kPrefix = "[dravo_kavel collectLog]: ";
-/**
- * Exit statuses of a shell whose command was not run or was ended by a signal, as by the file size
- * limit (sh(1), xargs(1)).
- */
-constexpr int kFirstBadExit = 125;
-constexpr int kLastBadExit = 128 + 64;
 
 bool selectsHeavyDump(uint32_t logInfo) {
     for (const LogCommand& command : kLogCommands) {
         if (command.heavy && (logInfo & command.testBit) != 0) return true;
     }
     return false;
-}
-
-bool isCutShort(int status) {
-    if (status == -1 || WIFSIGNALED(status)) return true;
-    return WEXITSTATUS(status) >= kFirstBadExit && WEXITSTATUS(status) <= kLastBadExit;
 }
 
 void logNotStarted(const LogCommand& command, const Catch& running) {
@@ -102,7 +89,7 @@ void collectLogWithCmdExecuteThread(const std::string& cmd, uint32_t logBit,
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO,
                 "[dravo_kavel collectLogWithCmdExeceteThread]: %s, ret is: %d\n", command.c_str(),
                 status);
-    if (isCutShort(status)) {
+    if (wasCutShort(status)) {
         kavel_print(LOG_ID_MAIN, ANDROID_LOG_WARN,
                     "[dravo_kavel collectLogWithCmdExecuteThread]: %s lacks a log, status is: %d: "
                     "%s\n",

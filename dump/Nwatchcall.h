@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace android::kavel {
@@ -9,6 +10,9 @@ namespace android::kavel {
  * wait, its next start finds the mark and waits again.
  */
 inline constexpr const char* kHangWarningMarker = ".hang_warning";
+
+/** Time that the multimedia tooling needs to write its files. */
+inline constexpr std::chrono::seconds kHangFilesTime = std::chrono::minutes(5);
 
 /**
  * Waits five minutes for the multimedia tooling, then copies its hang files into @p folder.

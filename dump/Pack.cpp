@@ -84,14 +84,6 @@ int runTar(const PackJob& job, const std::string& path, const char* members) {
     return runShell(pack, kPackDeadline);
 }
 
-/** Whether less is free than an archive of a few small logs needs. */
-bool isDiskFull(const std::string& path) {
-    constexpr uintmax_t kNeeded = uintmax_t{64} * 1024;
-    std::error_code error;
-    const fs::space_info space = fs::space(fs::path(path).parent_path(), error);
-    return !error && space.available < kNeeded;
-}
-
 /** Makes the archive beside the folder. False if there is none, or one that must not be used. */
 bool makeArchive(const PackJob& job, const std::string& path) {
     const std::string archive = path + kArchiveSuffix;
@@ -143,8 +135,18 @@ int logAndRun(const char* prefix, const std::string& command, const char* suffix
     return runShell(command);
 }
 
-int logRunAndCheck(const char* prefix, const std::string& command, const char* suffix) {
+int collectInto(const std::string& path, const char* prefix, const std::string& command,
+                const char* suffix) {
     const int status = logAndRun(prefix, command, suffix);
+    if (wasCutShort(status)) {
+        ReportJournal::instance().noteLack(
+                path, StringPrintf("status %d of: %s", status, oneLine(command).c_str()));
+    }
+    return status;
+}
+
+int collectAndCheck(const std::string& path, const char* prefix, const std::string& command) {
+    const int status = collectInto(path, prefix, command);
     if (status == 0) return status;
     kavel_print(LOG_ID_MAIN, ANDROID_LOG_WARN, "%sfailed, status is: %d: %s\n", prefix, status,
                 oneLine(command).c_str());

@@ -14,8 +14,14 @@ inline constexpr std::chrono::milliseconds kLateWorkPatience = std::chrono::seco
 
 /** Logs @p prefix + @p command + @p suffix through the masking helper, then runs the command. */
 int logAndRun(const char* prefix, const std::string& command, const char* suffix = "");
+/**
+ * Does the same for a command that puts files into the log folder @p path. If the command is cut
+ * short, a line and the journal say which reports lack a log.
+ */
+int collectInto(const std::string& path, const char* prefix, const std::string& command,
+                const char* suffix = "");
 /** Does the same and logs a warning if the command fails. */
-int logRunAndCheck(const char* prefix, const std::string& command, const char* suffix = "");
+int collectAndCheck(const std::string& path, const char* prefix, const std::string& command);
 
 /** Whether all log-selection bits of @p record are confirmed, and no others. */
 bool verifyLogIntegrity(const KavelEvent& record);

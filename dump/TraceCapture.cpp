@@ -54,16 +54,17 @@ constexpr TraceScan kPreAnrTrace = {kAnrDirectory,
                                     "[dravo_kavel packPreAnrTrace]: ",
                                     "[dravo_kavel packPreAnrTrace]: anrTracePath not found.\n"};
 
-/** Runs @p verb on the file @p name of the scan's directory. @p target is used unquoted. */
-void runOnTrace(const char* prefix, const char* verb, const TraceScan& scan,
-                const std::string& name, const std::string& target) {
-    const std::string file = shellQuote(std::string(scan.directory) + "/" + name);
-    logRunAndCheck(prefix, StringPrintf("%s %s %s", verb, file.c_str(), target.c_str()));
+std::string quotedPath(const TraceScan& scan, const std::string& name) {
+    return shellQuote(std::string(scan.directory) + "/" + name);
 }
 
-void moveNearest(const TraceScan& scan, uint64_t time, const std::string& target) {
+/** Moves the file of the scan that is nearest to @p time into the folder @p path. */
+void moveNearest(const TraceScan& scan, uint64_t time, const std::string& path,
+                 const char* suffix) {
     const std::string name = scanForTrace(scan, time);
-    if (!name.empty()) runOnTrace(scan.tag, "mv", scan, name, target);
+    if (name.empty()) return;
+    collectAndCheck(path, scan.tag,
+                    "mv " + quotedPath(scan, name) + " " + shellQuote(path) + suffix);
 }
 
 }  // namespace
@@ -99,10 +100,12 @@ void callNativeDumpSystrace(const CatchRef& running) {
         KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel callNativeDumpSystrace]: Systrace status is off.\n");
         return;
     }
-    running->context.cmdPool.commit([running] { dumpNativeSystraceWithThread(*running->event); });
+    running->context.cmdPool.commit([running] {
+        dumpNativeSystraceWithThread(*running->event, running->folder()->path());
+    });
 }
 
-void dumpNativeSystraceWithThread(const KavelEvent& event) {
+void dumpNativeSystraceWithThread(const KavelEvent& event, const std::string& path) {
     constexpr const char* kPrefix = "[dravo_kavel dumpNativeSystraceWithThread]: ";
     if (TraceNativeUtils* const utils = TraceNativeUtils::getInstance()) {
         const CallLine::Outcome outcome = utils->stopDravoTracing(kSession, true, true);
@@ -123,7 +126,8 @@ void dumpNativeSystraceWithThread(const KavelEvent& event) {
                    kArchiveDirectory);
         return;
     }
-    runOnTrace(kPrefix, "cp", kNativeTrace, name, kArchiveDirectory);
+    collectAndCheck(path, kPrefix,
+                    "cp " + quotedPath(kNativeTrace, name) + " " + kArchiveDirectory);
 }
 
 std::string getLatestNativeSystraceFilePath(const KavelEvent& event) {
@@ -133,18 +137,18 @@ std::string getLatestNativeSystraceFilePath(const KavelEvent& event) {
 void packSystraceLog(const std::string& path, uint64_t timeNs) {
     const TraceSection trace("packSystraceLog");
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packSystraceLog]: packSystraceLog start.\n");
-    moveNearest(kSystemTrace, timeNs, shellQuote(path));
+    moveNearest(kSystemTrace, timeNs, path, "");
 }
 
 void packSystemServerTraceLog(const std::string& path, uint64_t timeNs) {
     KAVEL_LOGI(KAVEL_NO_TAG,
                "[dravo_kavel packSystemServerTraceLog]: packSystemServerTraceLog start.\n");
-    moveNearest(kSystemServerTrace, timeNs, shellQuote(path) + "/");
+    moveNearest(kSystemServerTrace, timeNs, path, "/");
 }
 
 void packPreAnrTrace(const std::string& path, uint64_t timeNs) {
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packPreAnrTrace]: packPreAnrTrace start.\n");
-    moveNearest(kPreAnrTrace, timeNs, shellQuote(path) + "/");
+    moveNearest(kPreAnrTrace, timeNs, path, "/");
 }
 
 }  // namespace android::kavel

@@ -25,8 +25,9 @@ int dumpSystemServerTraces(const KavelEvent& event);
 void callNativeDumpSystrace(const CatchRef& running);
 /**
  * Task of a pool thread: flushes the native trace and copies its file to the collection directory.
+ * The pack moves it from there into the log folder @p path.
  */
-void dumpNativeSystraceWithThread(const KavelEvent& event);
+void dumpNativeSystraceWithThread(const KavelEvent& event, const std::string& path);
 /** Returns the name of the native trace that is nearest to the event; empty if there is none. */
 std::string getLatestNativeSystraceFilePath(const KavelEvent& event);
 

@@ -122,14 +122,14 @@ void packExtraInfo(const KavelEvent& event, const std::string& path) {
     std::string command = line("PackageName", event.extraInfo.processName) + " && " +
                           line("PackageVersion", event.extraInfo.packageVersion);
     if (!isAnr) command += " && " + line("eventType", event.extraInfo.eventType);
-    logAndRun("[dravo_kavel packExtraInfo]: ", command, "\n");
+    collectInto(path, "[dravo_kavel packExtraInfo]: ", command, "\n");
 }
 
 void packTargetBacktrace(const KavelEvent& event, const std::string& path) {
     const char* const pattern = event.type.backtrace;
     if (pattern == nullptr) return;
-    logAndRun("[dravo_kavel packTargetBacktrace]: ",
-              StringPrintf("mv %s %s/", pattern, shellQuote(path).c_str()), ";");
+    collectInto(path, "[dravo_kavel packTargetBacktrace]: ",
+                StringPrintf("mv %s %s/", pattern, shellQuote(path).c_str()), ";");
 }
 
 void packAnrStacktrace(const KavelEvent& event, const std::string& path,
@@ -150,14 +150,14 @@ void packAnrStacktrace(const KavelEvent& event, const std::string& path,
         return;
     }
     packPreAnrTrace(path, static_cast<uint64_t>(event.timestamp.realtimeNs));
-    logAndRun(kPrefix, command, ";");
+    collectInto(path, kPrefix, command, ";");
 }
 
 void packNativeTombstones(const std::string& path) {
     // The missing bracket in this text is required.
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel packNativeTombstones start");
-    logAndRun(
-            "[dravo_kavel trailLogPack packNativeTombstones]: ",
+    collectInto(
+            path, "[dravo_kavel trailLogPack packNativeTombstones]: ",
             StringPrintf("cp /data/tombstones/$(ls -t /data/tombstones | grep -v .pb | head -1) %s",
                          shellQuote(path).c_str()),
             ";");

@@ -146,7 +146,14 @@ status_t BnKavelBinder::onTransact(uint32_t code, const Parcel& data, Parcel* re
             const int64_t logInfo = data.readInt64();
             const int32_t pid = data.readInt32();
             const int32_t uid = data.readInt32();
-            const String16 extraInfo = data.readString16();
+            String16 extraInfo;
+            if (readText(data, &extraInfo) != NO_ERROR) {
+                KAVEL_LOGW(KAVEL_TAG_BINDER,
+                           "[sendFrameworkEvent]: report of eventId 0x%lx is cut short, what is "
+                           "missing is 0 or empty\n",
+                           static_cast<long>(eventId));
+                kavel::ReportJournal::instance().incompleteReport();
+            }
             sendFrameworkEvent(eventId, timestamp, logInfo, pid, uid, extraInfo);
             return NO_ERROR;
         }

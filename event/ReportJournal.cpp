@@ -53,17 +53,25 @@ void addTo(std::string* detail, const std::string& more) {
     *detail = cut(detail->empty() ? more : *detail + "; " + more);
 }
 
-/** Logs the fate, if no other line names the event. A folder of an earlier start has no event. */
-void logFate(const ReportEntry& entry) {
-    const FateRow& row = rowOf(entry.fate);
-    if (!row.hasOwnLine) return;
+bool isFailed(Fate fate) {
+    return rowOf(fate).kind == FateRow::Kind::Failed;
+}
+
+/** Logs @p text about a report. A folder of an earlier start has no event. */
+void logAbout(int priority, const ReportEntry& entry, std::string_view text) {
     const std::string subject =
             entry.recordId == 0 && !entry.folder.empty()
                     ? oneLine(entry.folder)
                     : base::StringPrintf("event 0x%" PRIx64 " (record %d)",
                                          static_cast<uint64_t>(entry.eventId), entry.recordId);
-    kavel_print(LOG_ID_MAIN, ANDROID_LOG_INFO, "[dravo_kavel reportJournal]: %s: %.*s\n",
-                subject.c_str(), static_cast<int>(row.text.size()), row.text.data());
+    kavel_print(LOG_ID_MAIN, priority, "[dravo_kavel reportJournal]: %s: %.*s\n", subject.c_str(),
+                static_cast<int>(text.size()), text.data());
+}
+
+/** Logs the fate, if no other line names the event. */
+void logFate(const ReportEntry& entry) {
+    const FateRow& row = rowOf(entry.fate);
+    if (row.hasOwnLine) logAbout(ANDROID_LOG_INFO, entry, row.text);
 }
 
 }  // namespace
@@ -76,6 +84,11 @@ ReportJournal& ReportJournal::instance() {
 void ReportJournal::received(Source source) {
     MutexLock lock(mLock);
     ++(source == Source::Framework ? mStatus.frameworkReports : mStatus.kernelReports);
+}
+
+void ReportJournal::incompleteReport() {
+    MutexLock lock(mLock);
+    ++mStatus.incompleteReports;
 }
 
 void ReportJournal::settingsRefused() {
@@ -103,12 +116,25 @@ void ReportJournal::addLocked(ReportEntry entry) {
         entry.count += same->count;
         recent.erase(same);
     }
-    if (recent.size() >= kRecent) recent.pop_front();
+    if (recent.size() >= kRecent) {
+        const ReportEntry& oldest = recent.front();
+        const bool isOpen = oldest.fate == Fate::Caught && !oldest.folder.empty();
+        if (isOpen && (mForgotten.size() < kMaxFolders || mForgotten.count(oldest.folder) != 0)) {
+            ++mForgotten[oldest.folder];
+        }
+        recent.pop_front();
+    }
     recent.push_back(std::move(entry));
 }
 
+/** Returns the number of reports in @p folder that are no longer listed, and removes it. */
+uint64_t ReportJournal::takeForgottenLocked(const std::string& folder) {
+    const auto taken = mForgotten.extract(folder);
+    return taken.empty() ? 0 : taken.mapped();
+}
+
 void ReportJournal::failLocked(const ReportEntry& entry) {
-    if (rowOf(entry.fate).kind != FateRow::Kind::Failed) return;
+    if (!isFailed(entry.fate)) return;
     if (mStatus.failures.size() >= kFailures) mStatus.failures.pop_front();
     mStatus.failures.push_back(entry);
     mStatus.failures.back().timeNs = realtimeNs();
@@ -134,11 +160,19 @@ void ReportJournal::note(Fate fate, const KavelEvent& event, const std::string& 
     noted.process = cut(event.extraInfo.processName);
     {
         MutexLock lock(mLock);
-        ++mStatus.counts[static_cast<size_t>(fate)];
         ReportEntry* const known = findLocked(event);
+        const bool hasNoFolder = fate == Fate::NoFolder || fate == Fate::DiskFull;
+        const bool isSettled = known != nullptr && (isFailed(known->fate) ||
+                                                    (known->fate == Fate::Packed && !hasNoFolder));
+        if (isSettled && isFailed(fate)) return addTo(&known->detail, detail);
+        ++mStatus.counts[static_cast<size_t>(fate)];
         if (known != nullptr) noted = *known;
         noted.fate = fate;
         addTo(&noted.detail, detail);
+        if (hasNoFolder) {
+            noted.folder.clear();
+            noted.archive.clear();
+        }
         failLocked(noted);
         if (known != nullptr) {
             *known = noted;
@@ -159,6 +193,7 @@ void ReportJournal::moveFolder(const std::string& from, const std::string& to) {
     for (ReportEntry& entry : mStatus.recent) {
         if (entry.folder == nameOf(from)) entry.folder = nameOf(to);
     }
+    if (const uint64_t count = takeForgottenLocked(nameOf(from))) mForgotten[nameOf(to)] += count;
 }
 
 void ReportJournal::addDetail(const std::string& path, const std::string& detail) {
@@ -166,6 +201,22 @@ void ReportJournal::addDetail(const std::string& path, const std::string& detail
     for (ReportEntry& entry : mStatus.recent) {
         if (entry.folder == nameOf(path)) addTo(&entry.detail, detail);
     }
+}
+
+void ReportJournal::noteLack(const std::string& path, const std::string& detail) {
+    const std::string text = "lacks a log, " + detail;
+    addDetail(path, text);
+    ReportEntry first;
+    first.folder = nameOf(path);
+    {
+        MutexLock lock(mLock);
+        for (const ReportEntry& entry : mStatus.recent) {
+            if (entry.folder != first.folder) continue;
+            first = entry;
+            break;
+        }
+    }
+    logAbout(ANDROID_LOG_WARN, first, text);
 }
 
 void ReportJournal::noteFolder(Fate fate, const std::string& path, const std::string& detail) {
@@ -176,14 +227,22 @@ void ReportJournal::noteFolder(Fate fate, const std::string& path, const std::st
     noted.detail = cut(detail);
     {
         MutexLock lock(mLock);
-        ++mStatus.counts[static_cast<size_t>(fate)];
-        bool isFirst = true;
+        uint64_t& count = mStatus.counts[static_cast<size_t>(fate)];
+        uint64_t reports = takeForgottenLocked(noted.folder);
+        bool isKnown = reports != 0;
         for (ReportEntry& entry : mStatus.recent) {
-            if (entry.folder != noted.folder || entry.fate != Fate::Caught) continue;
+            if (entry.folder != noted.folder) continue;
+            isKnown = true;
+            const bool isOpen = entry.fate == Fate::Caught;
+            if (!isOpen && !(fate == Fate::Packed && isFailed(entry.fate))) continue;
             entry.fate = fate;
             addTo(&entry.detail, detail);
-            if (std::exchange(isFirst, false)) noted = entry;
+            if (reports++ == 0) noted = entry;
         }
+        // The folder of an earlier start counts as one. One whose reports have their fate does not.
+        if (!isKnown) reports = 1;
+        count += reports;
+        if (reports == 0) return;
         failLocked(noted);
     }
     logFate(noted);

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -76,6 +77,7 @@ struct ReportEntry {
 struct JournalStatus {
     uint64_t frameworkReports = 0;
     uint64_t kernelReports = 0;
+    uint64_t incompleteReports = 0;  ///< of the framework's: handled with zeros for what is missing
     uint64_t refusedSettings = 0;
     std::array<uint64_t, kFateCount> counts = {};  ///< by fate
     uint64_t archives = 0;
@@ -95,6 +97,8 @@ class ReportJournal {
     static constexpr size_t kFailures = 10;
     /** Maximum length in bytes of each text that is kept. */
     static constexpr size_t kMaxText = 300;
+    /** Maximum number of folders whose reports are counted when they are no longer listed. */
+    static constexpr size_t kMaxFolders = 256;
 
     enum class Source { Framework, Kernel };
 
@@ -102,11 +106,16 @@ class ReportJournal {
     static ReportJournal& instance();
 
     void received(Source source);
+    void incompleteReport();
     void settingsRefused();
 
     /** Notes a report that has no record. */
     void noteReport(Fate fate, int64_t eventId, const std::string& detail = "");
-    /** Notes the fate of a record. A later fate replaces an earlier one in the latest reports. */
+    /**
+     * Notes the fate of a record. A later fate replaces an earlier one in the latest reports. But
+     * after a failure or an archive, another failure only adds its detail, unless it is that the
+     * report has no log folder, and so no part in the archive.
+     */
     void note(Fate fate, const KavelEvent& event, const std::string& detail = "");
     /** Notes that the logs of @p event go to the folder @p path. */
     void setFolder(const KavelEvent& event, const std::string& path);
@@ -114,7 +123,12 @@ class ReportJournal {
     void moveFolder(const std::string& from, const std::string& to);
     /** Adds to the detail of all reports whose logs are in the folder @p path. */
     void addDetail(const std::string& path, const std::string& detail);
-    /** Notes the fate of a folder, and so of all reports in it that are being caught. */
+    /** Notes that these reports lack a log, with a log line that names the first one. */
+    void noteLack(const std::string& path, const std::string& detail);
+    /**
+     * Notes the fate of a folder, and so of all reports in it that are being caught. An archive is
+     * also the fate of those that have failed: what they have collected is in it.
+     */
     void noteFolder(Fate fate, const std::string& path, const std::string& detail = "");
     /** Notes that the folder @p path is packed as @p archive, of @p bytes. */
     void notePacked(const std::string& path, const std::string& archive, uint64_t bytes);
@@ -125,9 +139,12 @@ class ReportJournal {
     ReportEntry* findLocked(const KavelEvent& event) REQUIRES(mLock);
     void addLocked(ReportEntry entry) REQUIRES(mLock);
     void failLocked(const ReportEntry& entry) REQUIRES(mLock);
+    uint64_t takeForgottenLocked(const std::string& folder) REQUIRES(mLock);
 
     mutable Mutex mLock;
     JournalStatus mStatus GUARDED_BY(mLock);
+    /** Reports being caught that are no longer among the latest ones: their number by folder. */
+    std::map<std::string, uint64_t> mForgotten GUARDED_BY(mLock);
 };
 
 }  // namespace android::kavel

@@ -41,7 +41,8 @@ void CommercialCatchers::commerialAbnormalActionKavelEventLogCatcher(const Event
     notes.addRelatedEvent(relatedEntry(*event));
     int32_t logInfo = 0;
     if (!noteRelatedEvents(records, event, notes, &logInfo)) {
-        return running->fail(Fate::Duplicate);
+        running->fail(Fate::Duplicate);
+        return;
     }
 
     running->setFolder(mTrailCatcher.combinedLogFolder());
@@ -82,7 +83,6 @@ bool CommercialCatchers::noteRelatedEvents(const std::vector<EventRef>& records,
 
 void CommercialCatchers::commerialTechnicalKavelEventLogCatcher(const EventRef& event) {
     const std::vector<EventRef> records = mEvents.records();
-    if (records.empty()) return;
     const CatchRef running = mDump.catches.add(event);
     running->commercial.begin();
     if (joinOlderEvents(records, event)) running->commercial.setHasRelatedEvents(true);

@@ -141,9 +141,4 @@ std::vector<EventRef> EventList::ringFrom(const EventRef& main) const {
     return ring;
 }
 
-bool EventList::isEmpty() const {
-    MutexLock lock(mLock);
-    return mKavelEventList == nullptr;
-}
-
 }  // namespace android::kavel

@@ -44,7 +44,6 @@ class EventList {
      * longer in the list.
      */
     std::vector<EventRef> ringFrom(const EventRef& main) const;
-    bool isEmpty() const;
 
   private:
     bool isRefusedLocked(const KavelEvent& event) const REQUIRES(mLock);

@@ -43,13 +43,11 @@ void HangWarnings::collect(const EventRef& event) {
     const auto logFolder = std::make_shared<LogFolder>(folder);
     running->setFolder(logFolder);
     if (!logFolder->isOpen()) {
-        KAVEL_LOGE(KAVEL_NO_TAG, "[dravo_kavel copyNwatchcallLog]: no folder for %s: '%s'\n",
-                   eventText(*event).c_str(), folder.c_str());
-        running->fail(Fate::NoFolder);
+        running->failWithoutFolder("[dravo_kavel copyNwatchcallLog]", Fate::NoFolder);
         return;
     }
     base::WriteStringToFile("", folder + "/" + kHangWarningMarker);
-    running->enter(CatchPhase::AwaitingFiles);
+    running->enter(CatchPhase::AwaitingFiles, kHangFilesTime);
     startDumpThread(running, [running, folder, slot] {
         running->beginFirstRound();
         packNwatchcallLog(copyNwatchcallLog(folder), folder, eventText(*running->event));

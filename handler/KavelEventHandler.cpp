@@ -27,6 +27,18 @@ using kavel::ReportJournal;
 using kavel::TraceSection;
 using kavel::VariantPolicy;
 
+namespace {
+
+void logDropped(const KavelReport& report, const std::exception& reason) {
+    KAVEL_LOGE(KAVEL_TAG_BINDER,
+               "[buildNewKavelEvent]: report of eventId 0x%lx dropped: %s; pid %d, uid %d, extra "
+               "text: %s\n",
+               report.eventId, reason.what(), report.pid, report.uid,
+               kavel::oneLine(report.extraInfo).c_str());
+}
+
+}  // namespace
+
 KavelEventHandler::KavelEventHandler() = default;
 
 void KavelEventHandler::report(const KavelReport& report) {
@@ -37,12 +49,7 @@ void KavelEventHandler::report(const KavelReport& report) {
                            report.pid, report.uid, report.extraInfo.c_str());
     } catch (const std::exception& e) {
         // An exception from a report must not end the daemon.
-        KAVEL_LOGE(
-                KAVEL_TAG_BINDER,
-                "[buildNewKavelEvent]: report of eventId 0x%lx dropped: %s; pid %d, uid %d, extra "
-                "text: %s\n",
-                report.eventId, e.what(), report.pid, report.uid,
-                kavel::oneLine(report.extraInfo).c_str());
+        logDropped(report, e);
         ReportJournal::instance().noteReport(Fate::Dropped, report.eventId, e.what());
     }
 }
@@ -68,8 +75,13 @@ bool KavelEventHandler::buildNewKavelEvent(long eventId, const KavelTimestamp* t
     KAVEL_LOGI(KAVEL_TAG_BINDER, "[buildNewKavelEvent]: buildNewKavelEvent start.\n");
     const KavelExtraInfo parts = kavel::parseExtraInfo(extraInfo, eventId);
     // The event list sets the record's id when it inserts it: under one lock, so ids are unique.
-    kavelEventHandleThread(
-            std::make_shared<KavelEvent>(eventId, timestamp, logInfo, pid, uid, &parts));
+    const auto event = std::make_shared<KavelEvent>(eventId, timestamp, logInfo, pid, uid, &parts);
+    try {
+        kavelEventHandleThread(event);
+    } catch (const std::exception& e) {
+        logDropped({eventId, logInfo, pid, uid, extraInfo}, e);
+        ReportJournal::instance().note(Fate::Dropped, *event, e.what());
+    }
     return true;
 }
 

@@ -24,7 +24,7 @@ namespace kavel {
 struct HandlerStatus {
     std::vector<EventTypeStatus> eventTypes;
     std::vector<EventRef> events;      ///< the event list, oldest first
-    std::vector<CatchStatus> catches;  ///< the oldest ones, oldest first
+    std::vector<CatchStatus> catches;  ///< the newest ones, oldest first
     size_t catchCount = 0;             ///< number of all catches
     bool isWindowOpen = false;
     std::vector<PoolStatus> pools;
@@ -97,7 +97,7 @@ class KavelEventHandler : public Singleton<KavelEventHandler> {
     kavel::EventParameters mParameters;
     kavel::DumpContext mDump{mParameters};
     kavel::EventList mEvents;
-    kavel::TrailCatcher mTrailCatcher{mEvents, mDump};
+    kavel::TrailCatcher mTrailCatcher{mDump};
     kavel::CommercialCatchers mCommercialCatchers{mEvents, mDump, mTrailCatcher};
     kavel::HangWarnings mHangWarnings{mDump};
     kavel::VariantPolicy mVariant;

@@ -30,7 +30,6 @@ void startBoth(const CatchRef& running) {
 void TrailCatcher::trailKavelLogCatcher(const EventRef& event) {
     const TraceSection trace("trailKavelLogCatcher");
     KAVEL_LOGI(KAVEL_NO_TAG, "[dravo_kavel trailKavelLogCatcher]: trailKavelLogCatcher started.\n");
-    if (mEvents.isEmpty()) return;
     const CatchRef running = mDump.catches.add(event);
 
     if (!isCombined(*event)) {

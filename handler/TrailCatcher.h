@@ -5,7 +5,6 @@
 
 #include "dump/DumpContext.h"
 #include "event/KavelEvent.h"
-#include "handler/EventList.h"
 #include "platform/Mutex.h"
 
 namespace android::kavel {
@@ -17,7 +16,7 @@ namespace android::kavel {
  */
 class TrailCatcher {
   public:
-    TrailCatcher(const EventList& events, DumpContext& dump) : mEvents(events), mDump(dump) {}
+    explicit TrailCatcher(DumpContext& dump) : mDump(dump) {}
 
     /**
      * Returns as soon as the threads have started.
@@ -43,7 +42,6 @@ class TrailCatcher {
     LogFolderRef awaitCombinedFolder() EXCLUDES(mLock);
     void publishCombinedFolder(LogFolderRef folder) EXCLUDES(mLock);
 
-    const EventList& mEvents;
     DumpContext& mDump;
 
     Mutex mLock;

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include <sys/wait.h>
+
 namespace android::kavel {
 
 /** Maximum time for a command before its process group is terminated. */
@@ -32,5 +34,17 @@ inline constexpr uint64_t kNoFileLimit = 0;
  */
 int runShell(const std::string& command, std::chrono::milliseconds deadline = kCommandDeadline,
              uint64_t fileLimit = kNoFileLimit);
+
+/**
+ * Whether a command with this wait status was not started or did not come to its own end. Shells
+ * use exit statuses from 125 for commands that were not run, and from 128 for those that a signal
+ * has ended, as at the file size limit (sh(1), xargs(1)).
+ */
+inline bool wasCutShort(int status) {
+    constexpr int kFirstBadExit = 125;
+    constexpr int kLastBadExit = 128 + 64;
+    if (status == -1 || WIFSIGNALED(status)) return true;
+    return WEXITSTATUS(status) >= kFirstBadExit && WEXITSTATUS(status) <= kLastBadExit;
+}
 
 }  // namespace android::kavel

@@ -76,6 +76,9 @@ TEST_F(CatchTest, StatusFollowsTheCatch) {
     EXPECT_EQ(status.folder, "/staging/one");
     ASSERT_EQ(status.work.size(), 1U);
     EXPECT_EQ(status.work[0].label, "prop-");
+    later->setFolder(running->folder());
+    const std::vector<CatchStatus> both = mTable.status(2, &count);
+    EXPECT_EQ(both[0].work.size() + both[1].work.size(), 1U) << "of one folder";
     running->enter(CatchPhase::Packing);
     EXPECT_EQ(running->status().left, std::nullopt);
     running->fail(Fate::Ended);

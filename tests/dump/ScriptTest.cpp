@@ -334,7 +334,8 @@ class Phone {
                  KavelDumpUtilThread::commercialContinuousDumpThread(inFolder(l), ring);
              }},
             {"collect-each", [this](Line l) { doEach(l); }},
-            {"native-trace", [this](Line l) { dumpNativeSystraceWithThread(*running(l).event); }},
+            {"native-trace",
+             [this](Line l) { dumpNativeSystraceWithThread(*running(l).event, "/data/F"); }},
             {"pack", [this](Line l) { trailLogPack(inFolder(l), 0); }},
             {"pack-each", [this](Line l) { doEach(l); }},
             {"pack-commercial", [this](Line l) { commercialLogPack(inFolder(l), mRing); }},

@@ -67,15 +67,38 @@ TEST_F(ReportJournalTest, ReportsInAFolderShareItsFate) {
     mJournal.notePacked("/staging/shared", "shared.2.tar.gz", 42);
     EXPECT_EQ(shown(mJournal.status().recent),
               "packed x1 in shared as shared.2.tar.gz (bits are missing) | "
-              "noFolder x1 in shared as  (bits are missing) | caught x1 in other as  ()");
+              "noFolder x1 in  as  () | caught x1 in other as  ()");
     mJournal.moveFolder("/staging/other", "/staging/main");
     mJournal.noteFolder(Fate::DiskFull, "/staging/main", "tar status 1");
     EXPECT_EQ(shown(mJournal.status().failures),
-              "noFolder x1 in shared as  () | diskFull x1 in main as  (tar status 1)");
+              "noFolder x1 in  as  () | diskFull x1 in main as  (tar status 1)");
     EXPECT_EQ(count(Fate::Caught), 3U);
     EXPECT_EQ(count(Fate::Packed), 1U);
     EXPECT_EQ(mJournal.status().archives, 1U);
     EXPECT_EQ(mJournal.status().archiveBytes, 42U);
+}
+
+TEST_F(ReportJournalTest, CountsEachReportOnce) {
+    for (int i = 0; i < 100; ++i) {  // more than the list has
+        const auto event = makeEvent(1, i);
+        mJournal.note(Fate::Caught, *event);
+        mJournal.setFolder(*event, i < 50 ? "/staging/main" : "/staging/moved");
+        if (i == 98) mJournal.note(Fate::Ended, *event, "no memory");
+        if (i == 99) mJournal.note(Fate::Ended, *event);
+        if (i == 99) mJournal.note(Fate::Dropped, *event, "no thread");
+    }
+    mJournal.moveFolder("/staging/moved", "/staging/main");
+    mJournal.notePacked("/staging/main", "main.tar.gz", 1);
+    mJournal.noteFolder(Fate::NothingToPack, "/staging/main");
+    mJournal.note(Fate::NothingToPack, *makeEvent(1, 97));
+    mJournal.noteFolder(Fate::GivenUp, "/staging/of an earlier start");
+    const std::string recent = shown(mJournal.status().recent);
+    EXPECT_EQ(recent.substr(recent.rfind(" | ")),
+              " | packed x1 in main as main.tar.gz (no thread)");
+    EXPECT_EQ(count(Fate::Packed), 100U);
+    EXPECT_EQ(count(Fate::Ended), 2U);
+    EXPECT_EQ(count(Fate::Dropped) + count(Fate::NothingToPack), 0U);
+    EXPECT_EQ(count(Fate::GivenUp), 1U);
 }
 
 TEST_F(ReportJournalTest, ListsAreBoundedAndKeepWhatIsRare) {
@@ -109,6 +132,9 @@ TEST_F(ReportJournalTest, ALineNamesTheEventWhereNoOtherDoes) {
     mJournal.noteFolder(Fate::NoHangFiles, "/staging/of an earlier\nstart");
     EXPECT_EQ(fake::logCount("[dravo_kavel reportJournal]: of an earlier\\x0astart: no archive"),
               1U);
+    mJournal.setFolder(*event, "/staging/F");
+    mJournal.noteLack("/staging/F", "status 15 of: mv");
+    EXPECT_EQ(fake::logCount("reportJournal]: event 0x402 (record 9): lacks a log, status 15"), 1U);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ using fake::event;
 // Would catch a ring that grows, loses its order, keeps what it evicts, or frees what is in use.
 TEST(EventList, KeepsTheLast31) {
     EventList list;
-    EXPECT_TRUE(list.isEmpty());
+    EXPECT_TRUE(list.records().empty());
     std::vector<std::weak_ptr<KavelEvent>> placed;
     std::shared_ptr<KavelEvent> held;
     for (long id = 100; id < 140; ++id) {
