@@ -191,6 +191,7 @@ StatusNode describeCounts(const JournalStatus& journal) {
             countNode("frameworkReports", journal.frameworkReports),
             countNode("kernelReports", journal.kernelReports),
             countNode("incompleteReports", journal.incompleteReports),
+            countNode("settings", journal.settings),
             countNode("refusedSettings", journal.refusedSettings),
     };
     for (const FateRow& row : kFates) {

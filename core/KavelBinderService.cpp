@@ -98,7 +98,8 @@ void KavelBinderService::updateEventParams(long eventId, String16 eventName, boo
         parameters.setRecoverId(eventId, recoverId);
         parameters.setEventIdMap(recoverId, eventId, String8(eventName).c_str());
     });
-    if (!isStored) ReportJournal::instance().settingsRefused();
+    ReportJournal& journal = ReportJournal::instance();
+    isStored ? journal.settingsStored() : journal.settingsRefused();
 }
 
 status_t KavelBinderService::dump(int fd, const Vector<String16>& args) {

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <utility>
 
-#include "platform/OneLine.h"
+#include "platform/TerminalText.h"
 #include "platform/Utf8.h"
 
 namespace android::kavel {
@@ -31,7 +31,7 @@ std::string words(const std::string& name) {
 }
 
 std::string shown(const StatusNode& node) {
-    if (node.kind == Kind::Text) return node.value.empty() ? "-" : oneLine(node.value);
+    if (node.kind == Kind::Text) return node.value.empty() ? "-" : printable(node.value);
     if (node.value == "null") return "-";
     if (node.value == "true") return "yes";
     return node.value == "false" ? "no" : node.value;
@@ -56,13 +56,13 @@ void appendTable(const StatusNode& list, const std::string& indent, std::string*
     }
     std::vector<size_t> widths(rows.front().size());
     for (const auto& row : rows) {
-        for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+        for (size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], displayWidth(row[i]));
     }
     for (const auto& row : rows) {
         std::string line = indent;
         for (size_t i = 0; i < row.size(); ++i) {
-            line += row[i];
-            if (i + 1 < row.size()) line.append(widths[i] - row[i].size() + 2, ' ');
+            line += i + 1 < row.size() ? padded(row[i], widths[i] + 2, Align::Left) : row[i];
         }
         *text += line + "\n";
     }

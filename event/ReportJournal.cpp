@@ -91,6 +91,11 @@ void ReportJournal::incompleteReport() {
     ++mStatus.incompleteReports;
 }
 
+void ReportJournal::settingsStored() {
+    MutexLock lock(mLock);
+    ++mStatus.settings;
+}
+
 void ReportJournal::settingsRefused() {
     MutexLock lock(mLock);
     ++mStatus.refusedSettings;

@@ -78,6 +78,7 @@ struct JournalStatus {
     uint64_t frameworkReports = 0;
     uint64_t kernelReports = 0;
     uint64_t incompleteReports = 0;  ///< of the framework's: handled with zeros for what is missing
+    uint64_t settings = 0;           ///< requests that were stored
     uint64_t refusedSettings = 0;
     std::array<uint64_t, kFateCount> counts = {};  ///< by fate
     uint64_t archives = 0;
@@ -107,6 +108,7 @@ class ReportJournal {
 
     void received(Source source);
     void incompleteReport();
+    void settingsStored();
     void settingsRefused();
 
     /** Notes a report that has no record. */

@@ -21,12 +21,22 @@ std::string folderOf(const std::filesystem::path& archive) {
     return fileName.substr(0, fileName.size() - std::min(fileName.size(), strlen(kArchiveSuffix)));
 }
 
-/** Returns @p name relative to the folder @p folder; the whole name if it is not in the folder. */
+/**
+ * Returns @p name relative to the folder @p folder or, in an archive that was renamed, to the first
+ * log folder; the whole name if it is in neither.
+ */
 std::string nameBelow(const std::string& name, const std::string& folder) {
     const size_t position = name.find(folder + "/");
     const bool wholePart = position == 0 || (position != std::string::npos && position > 0 &&
                                              name[position - 1] == '/');
-    return wholePart ? name.substr(position + folder.size() + 1) : name;
+    if (wholePart) return name.substr(position + folder.size() + 1);
+    size_t start = 0;
+    for (size_t end; (end = name.find('/', start)) != std::string::npos; start = end + 1) {
+        if (isLogFolderName(std::string_view(name).substr(start, end - start))) {
+            return name.substr(end + 1);
+        }
+    }
+    return name;
 }
 
 }  // namespace

@@ -28,6 +28,15 @@ const Option& findOption(const Command& command, std::string_view dashed) {
     throw UsageError("unknown option '" + printable(dashed) + "'" + didYouMean(dashed, names));
 }
 
+/** Returns the option whose letter @p word has in front of its value, as in "-n5"; null if none. */
+const Option* attachedLetter(const Command& command, std::string_view word) {
+    if (word.size() < 3 || word[1] == '-' || word[2] == '=') return nullptr;
+    for (const Option& option : command.options) {
+        if (option.letter == word[1] && option.takesValue()) return &option;
+    }
+    return nullptr;
+}
+
 /** The operands that a command takes, from its row of the table. */
 struct OperandCount {
     std::vector<std::string> required;
@@ -93,10 +102,14 @@ Arguments parseArguments(const Command& command, const std::vector<std::string>&
             return arguments;
         }
         const size_t equals = word->find('=');
-        const std::string dashed = word->substr(0, equals);
+        std::string dashed = word->substr(0, equals);
+        const Option* const attached = attachedLetter(command, *word);
+        if (attached != nullptr) dashed.resize(2);
         const Option& option = findOption(command, dashed);
         std::string value;
-        if (equals != std::string::npos) {
+        if (attached != nullptr) {
+            value = word->substr(2);
+        } else if (equals != std::string::npos) {
             if (!option.takesValue()) throw UsageError(dashed + " takes no value");
             value = word->substr(equals + 1);
         } else if (option.takesValue()) {

@@ -50,7 +50,11 @@ constexpr std::string_view kEnd = R"END(
         cd /data/persist_log/PLX/de/kavel 2> /dev/null && compgen -f -X '!*.tar.gz' -- "$word") ;;
     esac
     [[ $word != -* ]] || words=$options
-    [ -z "$words" ] || mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+    # The last name of a mask; the ones before it stay.
+    local before_comma=
+    [ "$value" != MASK ] || before_comma=${word%"${word##*,}"}
+    [ -z "$words" ] || mapfile -t COMPREPLY < <(
+        compgen -P "$before_comma" -W "$words" -- "${word#"$before_comma"}")
 
     # Bash replaces only the text after the last of these characters, which archive names contain.
     local breaks=${COMP_WORDBREAKS//[^@:=]/} part

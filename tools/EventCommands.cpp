@@ -1,4 +1,6 @@
+#include <chrono>
 #include <limits>
+#include <thread>
 
 #include "tools/Commands.h"
 #include "tools/DaemonClient.h"
@@ -36,11 +38,47 @@ constexpr std::string_view kSetDescription =
         "configured and enabled. Of an event type that the daemon knows ('kavelctl status'), only "
         "the given settings change, so '--disable' alone works; otherwise the others get their "
         "defaults.\n"
-        "The call is one-way: exit code 0 means that it is queued for the daemon.";
+        "The daemon stores the settings within 2 seconds, or the output says that they are queued "
+        "for it; the exit code is 0 in both cases.";
 
-/** Returns the settings that the daemon has for @p eventId; nullopt if it has none. */
-std::optional<EventSettings> currentSettings(int64_t eventId) {
-    const Json::Value status = readStatus();
+/** Maximum time until the daemon has stored settings. */
+constexpr std::chrono::seconds kStorePatience(2);
+constexpr std::chrono::milliseconds kStorePause(20);
+
+/** Returns how many requests with settings the daemon has handled. */
+uint64_t handledSettings(const Json::Value& status) {
+    uint64_t handled = 0;
+    for (const char* const key : {"settings", "refusedSettings"}) {
+        const Json::Value& count = status["counts"][key];
+        if (count.isUInt64()) handled += count.asUInt64();
+    }
+    return handled;
+}
+
+/**
+ * Waits until the daemon has handled more requests than @p before: the call is one-way, and the
+ * next set would read the old settings. Returns false if it has not, or does not say so.
+ */
+bool awaitStored(uint64_t before) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + kStorePatience;
+    try {
+        while (handledSettings(readStatus()) <= before) {
+            if (Clock::now() >= end) return false;
+            std::this_thread::sleep_for(kStorePause);
+        }
+    } catch (const CommandError&) {
+        return false;
+    }
+    return true;
+}
+
+/**
+ * Returns the settings that the daemon has for @p eventId; nullopt if it has none.
+ *
+ * @throws CommandError if its status does not show them
+ */
+std::optional<EventSettings> currentSettings(const Json::Value& status, int64_t eventId) {
     for (const Json::Value& type : status["eventTypes"]) {
         if (!type["id"].isString() || findEventId(type["id"].asString()) != eventId) continue;
         return EventSettings{eventId,
@@ -49,6 +87,13 @@ std::optional<EventSettings> currentSettings(int64_t eventId) {
                              type["frequency"].isInt64() ? type["frequency"].asInt64() : 0,
                              type["windowMs"].isInt64() ? type["windowMs"].asInt64() : 0,
                              type["recoverId"].isInt64() ? type["recoverId"].asInt64() : 0};
+    }
+    const Json::Value& count = status["eventTypeCount"];
+    if (count.isUInt() && count.asUInt() > status["eventTypes"].size()) {
+        throw CommandError("the daemon shows only " + std::to_string(status["eventTypes"].size()) +
+                           " of its " + std::to_string(count.asUInt()) +
+                           " event types, and not this one; with --name, set replaces all of its "
+                           "settings");
     }
     return {};
 }
@@ -74,8 +119,11 @@ int runSet(const Arguments& arguments, const Output& output) {
     EventSettings settings{eventId, "", true, 0, kDefaultWindowMs, 0};
     changeSettings(arguments, settings);  // finds wrong values before the daemon is asked
     const bool isComplete = arguments.has("name") || settings.recoverId != 0;
+    std::optional<uint64_t> before;  // requests that the daemon has handled so far
     try {
-        if (const auto current = currentSettings(eventId)) {
+        const Json::Value status = readStatus();
+        before = handledSettings(status);
+        if (const auto current = currentSettings(status, eventId)) {
             settings = *current;
             changeSettings(arguments, settings);
         } else if (!isComplete) {
@@ -92,9 +140,10 @@ int runSet(const Arguments& arguments, const Output& output) {
                          "that it had, if any\n";
     }
     sendSettings(settings);
+    const bool isStored = before && awaitStored(*before);
     output.out << "event type " << hexText(static_cast<uint64_t>(settings.eventId))
                << (settings.enabled ? ": enabled" : ": disabled") << ", window "
-               << settings.windowMs << " ms; queued for the daemon\n";
+               << settings.windowMs << " ms" << (isStored ? "" : "; queued for the daemon") << '\n';
     return kExitOk;
 }
 

@@ -36,9 +36,9 @@ constexpr Option kOptions[] = {
 constexpr std::string_view kDescription =
         "Extracts the files of an archive, all into one folder. Nothing else is written, whatever "
         "the archive contains: in names, \"/\", control characters, a leading dot or dash, and "
-        "bytes "
-        "that are not UTF-8 become \"_\", and a further file of a name gets a number. No file is "
-        "overwritten. Links and devices are not extracted. ARCHIVE is as for 'kavelctl show'.\n"
+        "bytes that are not UTF-8 become \"_\", and a further file of a name gets a number. No "
+        "file is overwritten. Links and devices are not extracted. ARCHIVE is as for 'kavelctl "
+        "show'.\n"
         "Exit code 1 means that something was not extracted, or that the archive is broken.";
 
 /** Opens the folder, and creates it if it is missing. @throws CommandError */

@@ -1,5 +1,6 @@
 #include "tools/FlatNames.h"
 
+#include "platform/TerminalText.h"
 #include "platform/Utf8.h"
 
 namespace android::kavel::tools {
@@ -8,17 +9,12 @@ namespace {
 /** Leaves room within NAME_MAX for a number. */
 constexpr size_t kMaxLength = 240;
 
-/** Whether @p character is one that a terminal might act on, or that ends a name. */
-bool isReplaced(uint32_t character) {
-    return character < 0x20 || (character >= 0x7F && character <= 0x9F) || character == '/';
-}
-
 std::string safeName(std::string_view text) {
     std::string name;
     while (!text.empty()) {
         const CodePoint front = decodeUtf8(text);
         const size_t length = front.length == 0 ? 1 : front.length;
-        if (front.length == 0 || isReplaced(front.value)) {
+        if (front.length == 0 || isTerminalControl(front.value) || front.value == '/') {
             name += '_';
         } else {
             name += text.substr(0, length);

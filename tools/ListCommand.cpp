@@ -1,10 +1,13 @@
 #include <algorithm>
+#include <cstdlib>
+#include <set>
 
 #include "tools/ArchiveFilter.h"
 #include "tools/ArchiveReport.h"
 #include "tools/ArchiveTime.h"
 #include "tools/Commands.h"
 #include "tools/Progress.h"
+#include "tools/Suggestion.h"
 #include "tools/Text.h"
 
 namespace android::kavel::tools {
@@ -15,7 +18,7 @@ constexpr Option kOptions[] = {
         kProcessOption,
         {"since", "TIME", "only archives of events at TIME or later"},
         {"until", "TIME", "only archives of events before TIME"},
-        {"limit", "N", "only the newest N of these archives", 'n'},
+        {"limit", "N", "only the newest N of these archives; -N means the same, as for tail", 'n'},
         {"check", "",
          "read the archives too: shows all processes and the number of files, and marks broken "
          "archives, which does not change the exit code"},
@@ -63,25 +66,55 @@ struct Listed {
     Archive archive;
 };
 
+constexpr size_t kMaxNames = 1000;
+
+std::set<std::string> namesOf(const Archive& archive) {
+    const std::vector<std::string> names = processNames(archive);
+    return {names.begin(), names.end()};
+}
+
+/** Says which of @p names the user may have meant: one that contains the text, or a similar one. */
+void hintAtNames(const std::string& process, const std::set<std::string>& names,
+                 const Output& output) {
+    if (names.count(process) != 0) return;  // another condition is not met
+    const auto longer = std::find_if(names.begin(), names.end(), [&](const std::string& name) {
+        return name.find(process) != std::string::npos;
+    });
+    const std::string hint = longer == names.end()
+                                     ? didYouMean(process, {names.begin(), names.end()})
+                                     : " (did you mean '" + *longer + "'?)";
+    if (hint.empty()) return;
+    output.note() << "no process has the whole name '" << printable(process) << "'"
+                  << printable(hint) << '\n';
+}
+
 std::vector<Listed> selectArchives(const Collection& collection, const Arguments& arguments,
                                    const Output& output) {
     const ArchiveFilter filter(arguments);
-    const auto limit = static_cast<uint64_t>(arguments.number("limit", 0, INT64_MAX, INT64_MAX));
+    const auto limit = static_cast<uint64_t>(
+            std::abs(arguments.number("limit", -INT64_MAX, INT64_MAX, INT64_MAX)));
     const bool reads = arguments.has("check") || filter.needsContents();
     Progress progress(output, "read", collection.archives.size());
     std::vector<Listed> selected;
+    std::set<std::string> others;  // processes of archives that do not match
     for (size_t i = 0; i < collection.archives.size() && selected.size() < limit; ++i) {
         const ArchiveEntry& entry = collection.archives[i];
         progress.step();
         if (!filter.matchesTime(entry.utcMs)) continue;
         Archive archive = reads ? loadArchive(entry.path, kSearchLimit) : archiveByName(entry);
-        if (!filter.matches(archive)) continue;
+        if (!filter.matches(archive)) {
+            if (others.size() < kMaxNames) others.merge(namesOf(archive));
+            continue;
+        }
         // A list may have many archives and does not show these parts.
         archive.contents.files = {};
         archive.contents.history = {};
         archive.contents.events = {};
         archive.contents.extraInfo = {};
         selected.push_back({i + 1, std::move(archive)});
+    }
+    if (const auto process = arguments.value("process"); process && selected.empty()) {
+        hintAtNames(*process, others, output);
     }
     return selected;
 }

@@ -25,9 +25,9 @@ constexpr Option kOptions[] = {
 
 constexpr std::string_view kDescription =
         "Removes the archives from the collection directory that exceed one of the given limits, "
-        "the "
-        "oldest first. At least one limit is required. Other files stay, and so does an archive "
-        "that is being written: its log folder is still in the staging directory.\n"
+        "the oldest first. At least one limit is required. Other files stay, and so does an "
+        "archive that is being written: its log folder, or its archive before the move, is still "
+        "in the staging directory.\n"
         "Exit code 1 means that an archive was not removed.";
 
 constexpr std::string_view kDetails =
@@ -76,10 +76,14 @@ Limits limitsOf(const Arguments& arguments) {
     return limits;
 }
 
-/** Whether the pack of the archive still runs: its last step is to remove the log folder. */
+/**
+ * Whether the pack of the archive still runs: its last step is to remove the log folder. After a
+ * restart, the archive may be all that is left to move.
+ */
 bool isBeingWritten(const ArchiveEntry& archive) {
     const std::string folder = std::string(kLogFolderRoot) + "/" + archive.name.folder;
-    return access(folder.c_str(), F_OK) == 0;
+    return access(folder.c_str(), F_OK) == 0 ||
+           access((folder + kArchiveSuffix).c_str(), F_OK) == 0;
 }
 
 /** What happens to one archive. */

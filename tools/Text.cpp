@@ -12,11 +12,6 @@
 namespace android::kavel::tools {
 namespace {
 
-/** Whether @p value is a control character (C0, DEL or C1), which a terminal might act on. */
-bool isControl(uint32_t value) {
-    return value < 0x20 || (value >= 0x7F && value <= 0x9F);
-}
-
 void writeIndented(std::ostream& out, const Json::Value& document, const char* indentation) {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = indentation;
@@ -33,23 +28,6 @@ bool isUtf8(std::string_view text) {
         text.remove_prefix(length);
     }
     return true;
-}
-
-std::string printable(std::string_view text) {
-    std::string result;
-    while (!text.empty()) {
-        const CodePoint front = decodeUtf8(text);
-        const size_t length = front.length == 0 ? 1 : front.length;
-        if (front.length == 0 || isControl(front.value)) {
-            for (const char c : text.substr(0, length)) {
-                result += base::StringPrintf("\\x%02x", unsigned{static_cast<unsigned char>(c)});
-            }
-        } else {
-            result += text.substr(0, length);
-        }
-        text.remove_prefix(length);
-    }
-    return result;
 }
 
 std::string hexText(uint64_t value) {

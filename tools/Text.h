@@ -8,17 +8,11 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/TextWidth.h"
+#include "platform/TerminalText.h"
 
 namespace android::kavel::tools {
 
 bool isUtf8(std::string_view text);
-
-/**
- * Returns @p text in a form that is safe for a terminal: control characters and bytes that are not
- * UTF-8 become "\xNN". All other characters are unchanged.
- */
-std::string printable(std::string_view text);
 
 /** Returns a text like "0x1f": lower case, no padding. */
 std::string hexText(uint64_t value);

@@ -62,11 +62,22 @@ TEST(StatusTest, FollowsAReportFromBeforeItToItsArchive) {
     EXPECT_LE(during["catches"][0]["leftMs"].asInt64(), 80000);
     EXPECT_TRUE(has(why("0x1"), "(com.a): its logs are being collected; window, ")) << why("0x1");
     EXPECT_TRUE(has(why("0x777"), "its event type is not enabled")) << why("0x777");
+    sendEvent("0x1", {"--log-info", "prop", "--extra", "com.b"});
+    EXPECT_TRUE(eventually([] {
+        return has(why("0x1"), "(com.b): its logs are being collected; window, ");
+    })) << why("0x1");
+    EXPECT_EQ(run({"sh", "-c",
+                   "kavelctl why --json | jq -c '[.format, .reports[0].name, (.reports[0].leftMs > "
+                   "0)]'"})
+                      .output,
+              "[1,\"asked\",true]\n");
+    configureEvent("0x777", {"--name", "late"});
+    EXPECT_TRUE(has(why("late"), "; it is enabled by now\n")) << why("late");
     EXPECT_TRUE(has(run({"sh", "-c", "kavelctl status --json | jq .counts.disabled"}).output, "1"));
 
     EXPECT_EQ(awaitArchive("kavel_asked_").broken, "");
     ASSERT_TRUE(eventually([] { return ask()["catchCount"] == 0; }));
-    EXPECT_EQ(ask()["counts"]["packed"], 1);
+    EXPECT_EQ(ask()["counts"]["packed"], ask()["counts"]["caught"]);
     EXPECT_TRUE(has(why("0x1"), archives("kavel_asked_").front())) << why("0x1");
 }
 

@@ -59,6 +59,8 @@ class RecordingService : public BnKavelBinder {
     status_t status = NO_ERROR;
     std::ostringstream calls;
     int known = 0;  ///< recover id of the event type that it knows
+    int types = 1;  ///< number of event types that it has
+    int stored = 0;
 
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
         EXPECT_NE(flags & FLAG_ONEWAY, 0U);
@@ -71,8 +73,9 @@ class RecordingService : public BnKavelBinder {
         const std::string text =
                 R"({"format":1,"eventTypes":[{"id":"0x1f","name":"old","enabled":true,)"
                 R"("frequency":5,"windowMs":7000,"recoverId":)" +
-                std::to_string(known) +
-                R"(}],"recent":[{"id":"0x1f","time":"t1","fate":"packed"},)"
+                std::to_string(known) + R"(}],"eventTypeCount":)" + std::to_string(types) +
+                R"(,"counts":{"settings":)" + std::to_string(stored) +
+                R"(},"recent":[{"id":"0x1f","time":"t1","fate":"packed"},)"
                 R"({"id":"0x3","time":"t2","fate":"packed"}]})";
         return base::WriteStringToFd(text, fd) ? NO_ERROR : UNKNOWN_ERROR;
     }
@@ -96,6 +99,7 @@ class RecordingService : public BnKavelBinder {
         calls << base::StringPrintf("settings %ld [%s] %d %ld %ld %ld %ld\n", eventId,
                                     String8(eventName).c_str(), isEnable, reportFreq, logInfo,
                                     timeWindow, recoverId);
+        ++stored;
     }
 };
 
@@ -189,6 +193,8 @@ class Kavelctl : public testing::Test {
     bool prepares(const std::vector<std::string>& words) {
         if (words[0] == "archive") {
             pack(words);
+        } else if (words[0] == "rename") {
+            std::filesystem::rename(folder / words[1], folder / words[2]);
         } else if (words[0] == "file") {
             folder.write(words[1], words.at(2));
         } else if (words[0] == "cut") {
@@ -203,6 +209,8 @@ class Kavelctl : public testing::Test {
             defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME), mService);
         } else if (words[0] == "daemon" && words[1] == "recovers") {
             mService->known = std::stoi(words[2]);
+        } else if (words[0] == "daemon" && words[1] == "types") {
+            mService->types = std::stoi(words[2]);
         } else if (words[0] == "daemon") {
             mService->status = std::stoi(words[1]);
         } else {

@@ -43,6 +43,7 @@ kavelctl show folder/kavel_a_b@>1.tar.gz
 kavelctl stats --file fi>file
 kavelctl set abn>abnormal_action
 kavelctl send 1 --log-info kern>kernel
+kavelctl send 1 --log-info=android,kern>android,kernel
 kavelctl send 1 --pid >
 END
 [ "$failures" = 0 ]

@@ -1,8 +1,10 @@
-#include "tools/TextWidth.h"
+#include "platform/TerminalText.h"
+
+#include <android-base/stringprintf.h>
 
 #include "platform/Utf8.h"
 
-namespace android::kavel::tools {
+namespace android::kavel {
 namespace {
 
 struct Range {
@@ -33,6 +35,30 @@ size_t widthOf(uint32_t character) {
 
 }  // namespace
 
+bool isTerminalControl(uint32_t character) {
+    return character < 0x20 || (character >= 0x7F && character <= 0x9F) || character == 0x061C ||
+           character == 0x200E || character == 0x200F ||
+           (character >= 0x2028 && character <= 0x202E) ||
+           (character >= 0x2066 && character <= 0x2069);
+}
+
+std::string printable(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const CodePoint front = decodeUtf8(text);
+        const size_t length = front.length == 0 ? 1 : front.length;
+        if (front.length == 0 || isTerminalControl(front.value)) {
+            for (const char c : text.substr(0, length)) {
+                result += base::StringPrintf("\\x%02x", unsigned{static_cast<unsigned char>(c)});
+            }
+        } else {
+            result += text.substr(0, length);
+        }
+        text.remove_prefix(length);
+    }
+    return result;
+}
+
 size_t displayWidth(std::string_view text) {
     size_t width = 0;
     while (!text.empty()) {
@@ -49,4 +75,4 @@ std::string padded(const std::string& text, size_t width, Align align) {
     return align == Align::Right ? blanks + text : text + blanks;
 }
 
-}  // namespace android::kavel::tools
+}  // namespace android::kavel
