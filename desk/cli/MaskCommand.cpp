@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -19,6 +20,7 @@
 #include "desk/cli/Printable.h"
 #include "desk/mask/MapFile.h"
 #include "desk/mask/MaskArchive.h"
+#include "desk/read/Read.h"
 
 namespace kaveldesk {
 namespace {
@@ -37,31 +39,76 @@ struct MaskArguments {
 struct Job {
     fs::path in;
     fs::path out;
+    MaskReport report;
+    std::string error;  // why there is no copy; empty if there is one
 };
 
-/** The copies to write. Throws std::runtime_error if one of them would replace a file. */
+/** Why @p job cannot be done; empty if it can. */
+std::string reasonAgainst(const Job& job) {
+    std::error_code ignored;
+    if (!fs::exists(job.in)) return job.in.string() + " does not exist";
+    if (!fs::is_regular_file(job.in) && !fs::is_directory(job.in)) {
+        return job.in.string() + " is neither a file nor a folder";
+    }
+    if (fs::equivalent(job.in, job.out, ignored)) {
+        return job.out.string() + " is the archive itself; masking writes a copy";
+    }
+    // The copy would be a part of what is read.
+    for (fs::path folder = job.out.parent_path(); folder != folder.parent_path();
+         folder = folder.parent_path()) {
+        if (!fs::equivalent(job.in, folder, ignored)) continue;
+        return job.out.string() + " is inside the folder that is masked";
+    }
+    if (fs::exists(fs::symlink_status(job.out))) return job.out.string() + " exists";
+    return "";
+}
+
+/** The copies to write. */
 std::vector<Job> plan(const MaskArguments& arguments) {
-    const bool into_folder = arguments.archives.size() > 1 || fs::is_directory(arguments.output);
+    std::vector<fs::path> inputs;
+    for (const fs::path path : arguments.archives) {
+        for (const fs::path& in : evidencePaths(path)) inputs.push_back(in);
+    }
+    const fs::path given = fs::absolute(arguments.output);
+    const bool into_folder = inputs.size() > 1 || fs::is_directory(given);
     std::vector<Job> jobs;
     std::set<fs::path> outputs;
-    for (const fs::path in : arguments.archives) {
-        const fs::path given = fs::absolute(arguments.output);
-        const fs::path out = into_folder ? given / in.filename() : given;
-        if (!fs::is_regular_file(in)) {
-            throw std::runtime_error(in.string() + " is not an archive file");
+    for (const fs::path& in : inputs) {
+        const std::string name = evidenceName(in) + (fs::is_directory(in) ? ".tar.gz" : "");
+        Job job{in, into_folder ? given / name : given, {}, {}};
+        job.error = reasonAgainst(job);
+        if (job.error.empty() && !outputs.insert(job.out).second) {
+            job.error = "two of the archives have the name " + name;
         }
-        std::error_code ignored;
-        if (fs::equivalent(in, out, ignored)) {
-            throw std::runtime_error(out.string() +
-                                     " is the archive itself; masking writes a copy");
-        }
-        if (fs::exists(fs::symlink_status(out))) throw std::runtime_error(out.string() + " exists");
-        if (!outputs.insert(out).second) {
-            throw std::runtime_error("two of the archives have the name " + in.filename().string());
-        }
-        jobs.push_back({in, out});
+        jobs.push_back(std::move(job));
     }
     return jobs;
+}
+
+/** Does @p step for each job that has not failed. */
+template <typename Step>
+void forEachJob(std::vector<Job>& jobs, Step step) {
+    for (Job& job : jobs) {
+        if (!job.error.empty()) continue;
+        try {
+            step(job);
+        } catch (const std::runtime_error& error) {
+            job.error = error.what();
+        }
+    }
+}
+
+/** Throws the only error, or after all of them how many there are. */
+void reportErrors(const std::vector<Job>& jobs) {
+    size_t failed = 0;
+    for (const Job& job : jobs) {
+        if (job.error.empty()) continue;
+        if (jobs.size() == 1) throw std::runtime_error(job.error);
+        fmt::print(stderr, "kaveldesk: {}\n", printable(job.error));
+        ++failed;
+    }
+    if (failed == 0) return;
+    throw std::runtime_error(fmt::format("{} of {} archives are not masked", failed, jobs.size()));
 }
 
 /** Shows on a terminal how much has been read. */
@@ -85,7 +132,8 @@ class Progress {
     Clock::time_point mNext = Clock::now() + std::chrono::seconds(1);
 };
 
-Json::Value toJson(const Job& job, const MaskReport& report) {
+Json::Value toJson(const Job& job) {
+    const MaskReport& report = job.report;
     Json::Value json;
     json["archive"] = job.in.string();
     json["output"] = job.out.string();
@@ -111,7 +159,8 @@ Json::Value toJson(const Job& job, const MaskReport& report) {
     return json;
 }
 
-void print(const Job& job, const MaskReport& report) {
+void print(const Job& job) {
+    const MaskReport& report = job.report;
     fmt::print("{}: {} files\n", job.out.string(), report.files);
     for (const MaskKindRow& row : kMaskKinds) {
         const MaskCount& count = report.counts[static_cast<size_t>(row.kind)];
@@ -127,45 +176,59 @@ void print(const Job& job, const MaskReport& report) {
     }
 }
 
-void mask(const MaskArguments& arguments) {
-    const auto start = Clock::now();
-    const std::vector<Job> jobs = plan(arguments);
+/** Returns how many bytes of content there are. */
+uint64_t maskAll(const MaskArguments& arguments, std::vector<Job>& jobs) {
     std::optional<MapFile> map;
     if (!arguments.map.empty()) map.emplace(fs::absolute(arguments.map));
     Pseudonyms pseudonyms = map ? map->load() : Pseudonyms();
-
-    std::vector<MaskReport> reports;
+    Progress progress;
+    MaskOptions options;
+    options.keepBinary = arguments.keepBinary;
+    options.progress = [&](size_t size) { progress.add(size); };
     uint64_t bytes = 0;
-    {
-        Progress progress;
-        MaskOptions options;
-        options.keepBinary = arguments.keepBinary;
-        options.progress = [&](size_t size) { progress.add(size); };
-        for (const Job& job : jobs) bytes += learnArchive(job.in, options, &pseudonyms);
-        // Before the first copy: no pseudonym may be in a copy and not in the map.
-        if (map) map->save(pseudonyms);
-        const KnownValues known(pseudonyms);
-        if (jobs.size() > 1) fs::create_directory(jobs[0].out.parent_path());
-        for (const Job& job : jobs) {
-            reports.push_back(maskArchive(job.in, job.out, options, known, &pseudonyms));
-        }
-    }
+    forEachJob(jobs, [&](Job& job) { bytes += learnArchive(job.in, options, &pseudonyms); });
+    // Before the first copy: no pseudonym may be in a copy and not in the map.
+    if (map) map->save(pseudonyms);
+    const KnownValues known(pseudonyms);
+    if (jobs.size() > 1) fs::create_directory(jobs[0].out.parent_path());
+    forEachJob(jobs, [&](Job& job) {
+        job.report = maskArchive(job.in, job.out, options, known, &pseudonyms);
+    });
+    return bytes;
+}
+
+void mask(const MaskArguments& arguments) {
+    const auto start = Clock::now();
+    std::vector<Job> jobs = plan(arguments);
+    const auto isPossible = [](const Job& job) { return job.error.empty(); };
+    if (std::none_of(jobs.begin(), jobs.end(), isPossible)) return reportErrors(jobs);
+    const uint64_t bytes = maskAll(arguments, jobs);
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     const double megabytes = static_cast<double>(bytes) / 1e6;
     if (arguments.json) {
         Json::Value json;
         json["format"] = 1;
-        for (size_t i = 0; i < jobs.size(); ++i) {
-            json["archives"].append(toJson(jobs[i], reports[i]));
+        json["archives"] = json["failed"] = Json::Value(Json::arrayValue);
+        for (const Job& job : jobs) {
+            if (job.error.empty()) {
+                json["archives"].append(toJson(job));
+            } else {
+                Json::Value& failed = json["failed"].append({});
+                failed["archive"] = job.in.string();
+                failed["error"] = job.error;
+            }
         }
         json["bytes"] = Json::UInt64{bytes};
         json["seconds"] = seconds;
         fmt::print("{}\n", Json::writeString(Json::StreamWriterBuilder(), json));
-        return;
+    } else if (std::any_of(jobs.begin(), jobs.end(), isPossible)) {
+        for (const Job& job : jobs) {
+            if (job.error.empty()) print(job);
+        }
+        fmt::print("{:.1f} MB of content in {:.1f} s ({:.0f} MB/s)\n", megabytes, seconds,
+                   megabytes / seconds);
     }
-    for (size_t i = 0; i < jobs.size(); ++i) print(jobs[i], reports[i]);
-    fmt::print("{:.1f} MB of content in {:.1f} s ({:.0f} MB/s)\n", megabytes, seconds,
-               megabytes / seconds);
+    reportErrors(jobs);
 }
 
 // Lines break where a terminal of 80 columns has room.
@@ -177,10 +240,10 @@ same map. Times, versions, packages, addresses of memory and builds stay.
 Kinds:
 )";
 constexpr const char* kLimitsHelp = R"(
-Files that are no text (system traces, archives in the archive) cannot be
-masked. They are left out and listed. The file names of archives stay: they
-name a process and a build. No rule finds everything: look at a copy before
-you give it away.)";
+Files that are no text, such as system traces, cannot be masked. They are left
+out and listed. Archives in the archive become folders. The file names of
+archives stay: they name a process and a build. No rule finds everything: look
+at a copy before you give it away.)";
 
 std::string helpText() {
     std::string text = kPseudonymHelp;
@@ -196,9 +259,10 @@ void addMask(CLI::App& app) {
     CLI::App* command =
             app.add_subcommand("mask", "Writes copies of archives without personal values.");
     const auto arguments = std::make_shared<MaskArguments>();
-    command->add_option("ARCHIVE", arguments->archives, "Archives of the daemon, .tar.gz")
+    command->add_option("ARCHIVE", arguments->archives,
+                        "Archive, extracted folder, folder of archives, or log")
             ->required()
-            ->type_name("FILE");
+            ->type_name("PATH");
     command->add_option("-o,--output", arguments->output,
                         "The copy, or for several archives a folder for them; nothing is replaced")
             ->required()

@@ -75,6 +75,11 @@ bool isSecret(const FoundValue& found) {
     return found.value().front() != '/' && isValue(found);
 }
 
+bool isCookie(const FoundValue& found) {
+    constexpr size_t kShortest = 4;
+    return found.size >= kShortest && isValue(found);
+}
+
 bool isRandom(const FoundValue& found) {
     const std::string_view value = found.value();
     if (value.substr(0, 4) == "3082") return false;  // certificate (DER) of a package
@@ -185,7 +190,13 @@ bool isIpv4(const FoundValue& found) {
     // Chrome/1.2.3.4 is a product, www.example.org/1.2.3.4 is how Java writes an address.
     static const re2::RE2 kProduct(R"([A-Za-z][\w.-]*/$)");
     static const re2::RE2 kHost(R"([\w-]+\.[\w.-]*[A-Za-z]/$)");
-    return !matches(context, kProduct) || matches(context, kHost);
+    if (matches(context, kProduct)) return matches(context, kHost);
+    // "wcn 2.0.1.3": hardly any address has four small numbers, nearly all versions do.
+    constexpr size_t kFourDigits = 7;
+    static const re2::RE2 kAddress(
+            R"((?i)(?:\b(?:ip(?:v?4)?|inet|addr\w*|address|dns\w*|server|host|gateway|gw|router|)"
+            R"(route|via|dev|dst|src|from|to|at|ping|peer|remote|local|source|dest\w*)\b[^\w]*|/)$)");
+    return found.size > kFourDigits || behind == ':' || behind == '/' || matches(context, kAddress);
 }
 
 bool isIpv6(const FoundValue& found) {

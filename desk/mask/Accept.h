@@ -37,6 +37,8 @@ struct FoundValue {
 bool isValue(const FoundValue& found);
 /** A password: any value except for paths and what isValue() refuses. */
 bool isSecret(const FoundValue& found);
+/** The value of a cookie: not a short one, such as a setting. */
+bool isCookie(const FoundValue& found);
 /** A long value in which letters and digits mix as in random keys. Public certificates are none. */
 bool isRandom(const FoundValue& found);
 /** A user name, not one of those that Android gives to its own users. */

@@ -24,12 +24,15 @@ class Patterns {
         for (const MaskRule& rule : maskRules()) {
             const std::string pattern = rule.before + '(' + rule.value + ')' + rule.behind;
             mEach.push_back(compile(pattern, false));
+            mNext.push_back(rule.next.empty() ? nullptr : compile(rule.next, false));
             any += (any.empty() ? "(?:" : "|(?:") + pattern + ')';
         }
         mAny = compile(any, true);
     }
 
     const re2::RE2& each(size_t rule) const { return *mEach[rule]; }
+    /** Null if the rule has none. */
+    const re2::RE2* next(size_t rule) const { return mNext[rule].get(); }
     /** Matches where the pattern of any rule does. */
     const re2::RE2& any() const { return *mAny; }
 
@@ -47,6 +50,7 @@ class Patterns {
     }
 
     std::vector<std::unique_ptr<re2::RE2>> mEach;
+    std::vector<std::unique_ptr<re2::RE2>> mNext;
     std::unique_ptr<re2::RE2> mAny;
 };
 
@@ -64,17 +68,26 @@ void findInLine(std::string_view line, std::vector<MaskSpan>* spans) {
     std::vector<MaskSpan> found;
     for (size_t i = 0; i < rules.size(); ++i) {
         std::vector<MaskSpan> ofRule;
+        const auto add = [&](size_t at, size_t size) {
+            if (size == 0 || !rules[i].accept({line, at, size})) return;
+            ofRule.push_back({at, size, rules[i].kind});
+        };
         size_t from = 0;
         re2::StringPiece groups[2];
         while (from < line.size() && patterns().each(i).Match(piece(line), from, line.size(),
                                                               re2::RE2::UNANCHORED, groups, 2)) {
             const size_t at = static_cast<size_t>(groups[1].data() - line.data());
             const size_t size = groups[1].size();
-            if (size != 0 && rules[i].accept({line, at, size})) {
-                ofRule.push_back({at, size, rules[i].kind});
-            }
+            add(at, size);
             // What is behind the value can be what is before the next one.
             from = std::max(at + size, from + 1);
+            while (patterns().next(i) != nullptr &&
+                   patterns().next(i)->Match(piece(line), from, line.size(), re2::RE2::ANCHOR_START,
+                                             groups, 2)) {
+                const size_t nextAt = static_cast<size_t>(groups[1].data() - line.data());
+                add(nextAt, groups[1].size());
+                from = nextAt + groups[1].size();
+            }
         }
         // Both are sorted, so each overlap is between neighbours.
         std::vector<MaskSpan> both;

@@ -74,6 +74,16 @@ void addCounts(const MaskCounts& once, MaskCounts* all) {
     }
 }
 
+std::string whyNothing(const std::filesystem::path& in, const WalkResult& walk) {
+    std::string why = "it has no files";
+    if (!walk.leftOut.empty()) {
+        why = fmt::format("{} is left out: {}", walk.leftOut[0].name, walk.leftOut[0].reason);
+    } else if (!walk.problems.empty()) {
+        why = walk.problems[0];
+    }
+    return fmt::format("{} has nothing that can be masked: {}", in.string(), why);
+}
+
 }  // namespace
 
 uint64_t learnArchive(const std::filesystem::path& in, const MaskOptions& options,
@@ -137,6 +147,7 @@ MaskReport maskArchive(const std::filesystem::path& in, const std::filesystem::p
     MaskCounts ignored;
     for (LeftOutMember& member : report.walk.leftOut) member.name = mask(member.name, &ignored);
     for (std::string& problem : report.walk.problems) problem = mask(problem, &ignored);
+    if (report.files == 0) throw std::runtime_error(whyNothing(in, report.walk));
     if (pseudonyms->size() != learned) {
         throw std::runtime_error(fmt::format("{} has changed while it was read", in.string()));
     }

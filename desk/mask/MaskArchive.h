@@ -12,7 +12,7 @@ namespace kaveldesk {
 
 struct MaskOptions {
     bool keepBinary = false;  // copy files that are no text as they are
-    ReadLimits limits;
+    ReadLimits limits = {20'000, 256 << 20};
     std::function<void(size_t bytes)> progress = [](size_t) {};  // called as content is read
 };
 
@@ -31,8 +31,9 @@ uint64_t learnArchive(const std::filesystem::path& in, const MaskOptions& option
                       Pseudonyms* pseudonyms);
 
 /**
- * Writes a masked copy of @p in as a new file @p out. Throws std::runtime_error, also if @p out
- * exists or @p in has a value that learnArchive() has not seen; then nothing is written.
+ * Writes a masked copy of the archive, folder or text @p in as a new archive @p out. Throws
+ * std::runtime_error, also if @p out exists, nothing of @p in can be masked, or it has a value that
+ * learnArchive() has not seen; then nothing is written.
  */
 MaskReport maskArchive(const std::filesystem::path& in, const std::filesystem::path& out,
                        const MaskOptions& options, const KnownValues& known,

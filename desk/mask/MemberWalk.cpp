@@ -2,188 +2,236 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <fstream>
 #include <memory>
-#include <stdexcept>
+#include <system_error>
 
 #include <fmt/core.h>
 
+#include "desk/mask/Content.h"
+#include "desk/read/Archive.h"
 #include "desk/read/PackedSource.h"
 
 namespace kaveldesk {
 namespace {
 
-constexpr size_t kBlock = 256 << 10;
-constexpr size_t kHead = 64 << 10;  // decides whether a file is text
+namespace fs = std::filesystem;
+
+using EntryHandle = std::unique_ptr<archive_entry, void (*)(archive_entry*)>;
+using ArchiveHandle = std::unique_ptr<archive, int (*)(archive*)>;
 
 std::string errorText(archive* reader) {
     const char* text = archive_error_string(reader);
     return text != nullptr ? text : "unknown error";
 }
 
-[[noreturn]] void fail(const std::filesystem::path& path, const std::string& error) {
-    throw std::runtime_error(fmt::format("{} is not an archive: {}", path.string(), error));
-}
-
-/** A tar archive, as a stream. */
-class TarReader {
-  public:
-    explicit TarReader(const std::filesystem::path& path)
-          : mFile(path, std::ios::binary),
-            mSource([this](char* buffer, size_t size) {
-                mFile.read(buffer, static_cast<std::streamsize>(size));
-                return mFile.bad() ? std::ptrdiff_t{-1} : mFile.gcount();
-            }),
-            mReader(archive_read_new(), archive_read_free) {
-        archive_read_support_format_tar(mReader.get());
-        if (archive_read_open(mReader.get(), &mSource, nullptr, giveBytes, nullptr) != ARCHIVE_OK) {
-            fail(path, errorText(mReader.get()));
-        }
-    }
-
-    archive* get() const { return mReader.get(); }
-
-  private:
-    static la_ssize_t giveBytes(archive*, void* source, const void** buffer) {
-        const std::string_view bytes = static_cast<PackedSource*>(source)->next();
-        *buffer = bytes.data();
-        return static_cast<la_ssize_t>(bytes.size());
-    }
-
-    std::ifstream mFile;
-    PackedSource mSource;
-    std::unique_ptr<archive, int (*)(archive*)> mReader;
-};
-
-bool leadsOut(const std::filesystem::path& name) {
+bool leadsOut(const fs::path& name) {
     return name.empty() || name.is_absolute() ||
-           std::find(name.begin(), name.end(), std::filesystem::path("..")) != name.end();
+           std::find(name.begin(), name.end(), fs::path("..")) != name.end();
 }
 
-/** The content of one member, within the limits. */
-class Content {
+EntryHandle entryOf(const fs::path& path) {
+    EntryHandle entry(archive_entry_new(), archive_entry_free);
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0) archive_entry_copy_stat(entry.get(), &status);
+    return entry;
+}
+
+PackedSource::Read readerOf(std::ifstream& file) {
+    return [&file](char* buffer, size_t size) -> std::ptrdiff_t {
+        file.read(buffer, static_cast<std::streamsize>(size));
+        return file.bad() ? -1 : static_cast<std::ptrdiff_t>(file.gcount());
+    };
+}
+
+std::string withoutGz(const std::string& name) {
+    const fs::path path(name);
+    return path.extension() == ".gz" ? fs::path(path).replace_extension().string() : name;
+}
+
+/** One walk, through all levels of archives in archives. */
+class Walk {
   public:
-    Content(archive* reader, uint64_t limit)
-          : mReader(reader), mLimit(limit), mBlock(kBlock, '\0') {
-        while (mHead.size() < kHead) {
-            const std::string_view block = next();
-            if (block.empty()) break;
-            mHead += block;
+    Walk(const ReadLimits& limits, bool keep_binary,
+         const std::function<void(const WalkedMember&)>& visit)
+          : mLimits(limits), mKeepBinary(keep_binary), mVisit(visit) {}
+
+    void file(const fs::path& path) {
+        std::ifstream in(path, std::ios::binary);
+        const EntryHandle entry = entryOf(path);
+        packed(readerOf(in), entry.get(), path.filename().string(), "", 0);
+    }
+
+    void folder(const fs::path& folder) {
+        const std::string root = evidenceName(folder);
+        visit(entryOf(folder).get(), root, {}, 0);
+        for (const fs::path& path : pathsBelow(folder)) {
+            std::ifstream in;
+            visit(
+                    entryOf(path).get(), root + "/" + path.lexically_relative(folder).string(),
+                    [&] {
+                        in.open(path, std::ios::binary);
+                        return Content(
+                                readerOf(in), [] { return "it cannot be read"; },
+                                mLimits.memberBytes);
+                    },
+                    0);
         }
     }
 
-    std::string_view head() const { return std::string_view(mHead).substr(0, kHead); }
-    uint64_t bytes() const { return mBytes; }
-    /** Why the content ends too early; empty if it does not. */
-    const std::string& problem() const { return mProblem; }
-
-    void read(const std::function<void(std::string_view)>& sink) {
-        sink(mHead);
-        for (std::string_view block = next(); !block.empty(); block = next()) sink(block);
-    }
+    WalkResult result() { return std::move(mResult); }
 
   private:
-    std::string_view next() {
-        if (!mProblem.empty()) return {};
-        const la_ssize_t size = archive_read_data(mReader, mBlock.data(), mBlock.size());
-        if (size < 0) mProblem = errorText(mReader);
-        if (size <= 0) return {};
-        mBytes += static_cast<uint64_t>(size);
-        if (mBytes > mLimit) {
-            mProblem = "it is too large";
-            return {};
+    struct Source {
+        Walk& walk;
+        PackedSource bytes;
+    };
+
+    static la_ssize_t giveBytes(archive*, void* source, const void** buffer) {
+        auto& [walk, bytes] = *static_cast<Source*>(source);
+        const std::string_view block = walk.mIsFull ? std::string_view() : bytes.next();
+        walk.mUnpacked += block.size();
+        if (walk.mUnpacked > walk.mLimits.unpackedBytes) walk.fill();
+        *buffer = block.data();
+        return static_cast<la_ssize_t>(block.size());
+    }
+
+    /** A limit of the whole archive is reached. */
+    void fill() {
+        if (!mIsFull)
+            mResult.problems.emplace_back("The archive is too large; the rest is left out.");
+        mIsFull = true;
+    }
+
+    std::vector<fs::path> pathsBelow(const fs::path& folder) {
+        std::vector<fs::path> paths;
+        std::error_code error;
+        fs::recursive_directory_iterator entry(
+                folder, fs::directory_options::skip_permission_denied, error);
+        for (; !error && entry != fs::recursive_directory_iterator() &&
+               paths.size() <= mLimits.members;
+             entry.increment(error)) {
+            paths.push_back(entry->path());
         }
-        return std::string_view(mBlock).substr(0, static_cast<size_t>(size));
+        if (error) {
+            mResult.problems.push_back(
+                    fmt::format("The folder cannot be read to its end: {}.", error.message()));
+        }
+        std::sort(paths.begin(), paths.end());
+        return paths;
     }
 
-    archive* mReader;
-    uint64_t mLimit;
-    uint64_t mBytes = 0;
-    std::string mBlock;
-    std::string mHead;
-    std::string mProblem;
+    /** @p open returns the content of a file. */
+    void visit(archive_entry* entry, const std::string& name, const std::function<Content()>& open,
+               size_t depth) {
+        if (++mMembers > mLimits.members) fill();
+        if (mIsFull) return;
+        const auto type = archive_entry_filetype(entry);
+        if (leadsOut(name)) {
+            mResult.leftOut.push_back({name, "its name leads out of the archive"});
+        } else if ((type != AE_IFREG && type != AE_IFDIR) ||
+                   archive_entry_hardlink(entry) != nullptr) {
+            mResult.leftOut.push_back({name, "it is a link or a device"});
+        } else if (type == AE_IFDIR) {
+            mVisit({entry, name, true, false, nullptr});
+        } else {
+            Content content = open();
+            visitFile(entry, name, content, depth);
+        }
+    }
+
+    void visitFile(archive_entry* entry, const std::string& name, Content& content, size_t depth) {
+        const bool isText = isMaskable(content.head());
+        if (isPacked(content.head()) && depth + 1 < mLimits.nesting) {
+            const auto read = [&content, rest = std::string_view()](char* buffer,
+                                                                    size_t size) mutable {
+                if (rest.empty()) rest = content.next();
+                const size_t count = rest.copy(buffer, size);
+                rest.remove_prefix(count);
+                return static_cast<std::ptrdiff_t>(count);
+            };
+            packed(read, entry, name, name + "/", depth + 1);
+        } else if (isText || mKeepBinary) {
+            mVisit({entry, name, false, isText, [&content](const auto& sink) {
+                        for (std::string_view block = content.next(); !block.empty();
+                             block = content.next()) {
+                            sink(block);
+                        }
+                    }});
+            mResult.bytes += content.bytes();
+        } else {
+            mResult.leftOut.push_back({name, "it is no text"});
+        }
+        if (!content.problem().empty()) {
+            mResult.problems.push_back(
+                    fmt::format("The rest of {} is left out: {}.", name, content.problem()));
+        }
+    }
+
+    /** The members of an archive, or the single text of a file; @p file describes the latter. */
+    void packed(PackedSource::Read read, archive_entry* file, const std::string& name,
+                const std::string& prefix, size_t depth) {
+        Source source{*this, PackedSource(std::move(read))};
+        const ArchiveHandle handle(archive_read_new(), archive_read_free);
+        archive* const reader = handle.get();
+        archive_read_support_format_tar(reader);
+        archive_read_support_format_zip(reader);
+        archive_read_support_format_raw(reader);
+        const auto open = [&] {
+            return Content(
+                    [reader](char* buffer, size_t size) {
+                        return archive_read_data(reader, buffer, size);
+                    },
+                    [reader] { return errorText(reader); }, mLimits.memberBytes);
+        };
+        int status = archive_read_open(reader, &source, nullptr, giveBytes, nullptr);
+        // Anything but an empty file is at least a text.
+        const bool isEmpty = status != ARCHIVE_OK;
+        while (status == ARCHIVE_OK && !mIsFull) {
+            archive_entry* entry = nullptr;
+            status = archive_read_next_header(reader, &entry);
+            if (status == ARCHIVE_WARN) status = ARCHIVE_OK;
+            if (status != ARCHIVE_OK) break;
+            const char* own = archive_entry_pathname(entry);
+            if (archive_format(reader) == ARCHIVE_FORMAT_RAW) {
+                visit(file, withoutGz(name), open, depth);
+            } else {
+                visit(entry, own != nullptr ? prefix + own : "", open, depth);
+            }
+        }
+        if (!source.bytes.error().empty()) {
+            mResult.problems.push_back(
+                    fmt::format("{} is not whole: {}.", name, source.bytes.error()));
+        } else if (isEmpty) {
+            mResult.problems.push_back(name + " is empty.");
+        } else if (status != ARCHIVE_OK && status != ARCHIVE_EOF && !mIsFull) {
+            mResult.problems.push_back(fmt::format("{} ends early: {}.", name, errorText(reader)));
+        }
+    }
+
+    const ReadLimits& mLimits;
+    const bool mKeepBinary;
+    const std::function<void(const WalkedMember&)>& mVisit;
+    WalkResult mResult;
+    size_t mMembers = 0;
+    uint64_t mUnpacked = 0;
+    bool mIsFull = false;
 };
-
-/** Why a member is left out; empty if it is not. */
-std::string reasonToLeaveOut(archive_entry* entry, const std::string& name) {
-    if (leadsOut(name)) return "its name leads out of the archive";
-    const auto type = archive_entry_filetype(entry);
-    if ((type != AE_IFREG && type != AE_IFDIR) || archive_entry_hardlink(entry) != nullptr) {
-        return "it is a link or a device";
-    }
-    return "";
-}
 
 }  // namespace
 
-bool isMaskable(std::string_view head) {
-    using namespace std::string_view_literals;
-    constexpr std::array kBinaryStarts = {"\x1f\x8b"sv,
-                                          "PK\x03\x04"sv,
-                                          "\x7f"
-                                          "ELF"sv,
-                                          "\x28\xb5\x2f\xfd"sv,
-                                          "\xfd"
-                                          "7zXZ"sv,
-                                          "BZh"sv,
-                                          "SQLite format 3"sv};
-    for (const std::string_view start : kBinaryStarts) {
-        if (head.substr(0, start.size()) == start) return false;
+WalkResult walkMembers(const fs::path& path, const ReadLimits& limits, bool keep_binary,
+                       const std::function<void(const WalkedMember&)>& visit) {
+    Walk walk(limits, keep_binary, visit);
+    if (fs::is_directory(path)) {
+        walk.folder(path);
+    } else {
+        walk.file(path);
     }
-    constexpr size_t kTarMagic = 257;
-    if (head.size() > kTarMagic && head.substr(kTarMagic, 5) == "ustar") return false;
-    const auto control =
-            static_cast<size_t>(std::count_if(head.begin(), head.end(), [](unsigned char c) {
-                return c < 0x20 && c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != 0x1b;
-            }));
-    return control * 20 <= head.size();  // logs can have some bytes of a crash in them
-}
-
-WalkResult walkMembers(const std::filesystem::path& path, const ReadLimits& limits,
-                       bool keep_binary, const std::function<void(const WalkedMember&)>& visit) {
-    WalkResult result;
-    const TarReader reader(path);
-    for (size_t members = 0;; ++members) {
-        archive_entry* entry = nullptr;
-        const int status = archive_read_next_header(reader.get(), &entry);
-        if (status == ARCHIVE_EOF) return result;
-        if (status != ARCHIVE_OK && status != ARCHIVE_WARN) {
-            const std::string error = errorText(reader.get());
-            if (members == 0) {
-                fail(path, error);
-            }
-            result.problems.push_back(fmt::format("The archive ends early: {}.", error));
-            return result;
-        }
-        if (members >= limits.members || result.bytes >= limits.unpackedBytes) {
-            result.problems.emplace_back("The archive is too large; the rest is left out.");
-            return result;
-        }
-        const char* raw_name = archive_entry_pathname(entry);
-        WalkedMember member{entry, raw_name != nullptr ? raw_name : "", false, true, nullptr};
-        member.isFolder = archive_entry_filetype(entry) == AE_IFDIR;
-        if (std::string reason = reasonToLeaveOut(entry, member.name); !reason.empty()) {
-            result.leftOut.push_back({member.name, std::move(reason)});
-            continue;
-        }
-        Content content(reader.get(),
-                        std::min(limits.memberBytes, limits.unpackedBytes - result.bytes));
-        member.isText = isMaskable(content.head());
-        member.read = [&content](const auto& sink) { content.read(sink); };
-        if (member.isText || keep_binary) {
-            visit(member);
-        } else {
-            result.leftOut.push_back({member.name, "it is no text"});
-        }
-        result.bytes += content.bytes();
-        if (!content.problem().empty()) {
-            result.problems.push_back(
-                    fmt::format("The rest of {} is left out: {}.", member.name, content.problem()));
-        }
-    }
+    return walk.result();
 }
 
 }  // namespace kaveldesk

@@ -36,17 +36,13 @@ struct WalkResult {
 };
 
 /**
- * Calls @p visit for each folder and file of a tar archive, packed with gzip or not, as a stream.
- * Left out are members beyond the limits, links and devices, names that lead out of the archive,
- * and, without
- * @p keep_binary, files that are no text. A broken archive is walked as far as it can be read.
- * Throws std::runtime_error if @p path is not an archive, and what @p visit throws.
+ * Calls @p visit for each folder and file of an archive (tar or zip, packed with gzip or not), of a
+ * folder, or for a single text, as a stream. Members of archives in archives have the names of
+ * these in front. Left out are members beyond the limits, links and devices, names that lead out of
+ * the archive, and, without @p keep_binary, files that are no text. What is broken is walked as far
+ * as it can be read. Throws what @p visit throws.
  */
 WalkResult walkMembers(const std::filesystem::path& path, const ReadLimits& limits,
                        bool keep_binary, const std::function<void(const WalkedMember&)>& visit);
-
-/** Whether a file that starts with @p head is text: no archive or program, hardly any control
- * bytes. */
-bool isMaskable(std::string_view head);
 
 }  // namespace kaveldesk

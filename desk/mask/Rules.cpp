@@ -35,7 +35,9 @@ std::vector<MaskRule> makeRules() {
              R"((?:gh[pousr]_[A-Za-z0-9]{20,}|github_pat_\w{20,}|A[KS]IA[0-9A-Z]{16}|)"
              R"(xox[abeoprs]-[A-Za-z0-9-]{10,}|ya29\.[A-Za-z0-9_-]{10,}))",
              "", isValue},
-            {K::Token, R"((?i:\b(?:set-)?cookie: *)[\w-]+=)", R"([^;\s"']{4,})", "", isValue},
+            {K::Token, R"((?i:\bset-cookie: *)[\w-]+=)", R"([^;\s"']+)", "", isCookie},
+            {K::Token, R"((?im:(?:^|[^\w-])cookie: *)[\w-]+=)", R"([^;\s"']+)", "", isCookie,
+             R"(; *[\w-]+=([^;\s"']*))"},
             {K::Token, "://", R"([^/@ \t"']+:[^/@ \t"']+)", "@", isValue},
             {K::Token, quoted(kPassword), R"([^"'\\]+)", R"(["'\\])", isSecret},
             {K::Token, key(kPassword), R"([^ \t"'\\,;&<>\])}]+)", "", isSecret},

@@ -15,6 +15,8 @@ struct MaskRule {
     std::string value;
     std::string behind;  // pattern of the text behind the value; empty for any
     bool (*accept)(const FoundValue&);
+    // Pattern of a further value, in brackets, that follows directly; empty if there is none.
+    std::string next = {};
 };
 
 /** All rules. Where the values of two overlap, the one of the earlier rule is masked. */

@@ -102,8 +102,7 @@ Evidence readEvidence(const fs::path& path, const ReadLimits& limits) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) throw std::runtime_error(path.string() + " does not exist.");
-    const fs::path named = path.has_filename() ? path : path.parent_path();
-    evidence.incident.archive = fs::absolute(named).lexically_normal().filename().string();
+    evidence.incident.archive = evidenceName(path);
     if (fs::is_directory(status)) {
         readFolder(path, sink);
     } else if (!fs::is_regular_file(status)) {
@@ -117,6 +116,11 @@ Evidence readEvidence(const fs::path& path, const ReadLimits& limits) {
     removeRootFolder(evidence);
     classifyFiles(evidence);
     return evidence;
+}
+
+std::string evidenceName(const fs::path& path) {
+    const fs::path whole = fs::absolute(path).lexically_normal();
+    return (whole.has_filename() ? whole : whole.parent_path()).filename().string();
 }
 
 std::vector<fs::path> evidencePaths(const fs::path& path) {

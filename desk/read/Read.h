@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include "desk/model/Evidence.h"
@@ -29,6 +30,9 @@ struct ReadLimits {
  * or cannot be opened.
  */
 Evidence readEvidence(const std::filesystem::path& path, const ReadLimits& limits = {});
+
+/** The name of an archive or folder, without the path; also of "." and "folder/". */
+std::string evidenceName(const std::filesystem::path& path);
 
 /**
  * The archives and log folders that are directly in the folder @p path, in the order of their

@@ -64,9 +64,9 @@ class MaskArchive : public testing::Test {
                 testing::internal::GetCapturedStderr()};
     }
 
-    std::string unpacked(const std::string& name) const {
+    std::string unpacked(const std::string& name, const std::string& how = "xzOf") const {
         std::string bytes;
-        FILE* pipe = popen(("tar xzOf " + path(name)).c_str(), "r");
+        FILE* pipe = popen(("tar " + how + " " + path(name)).c_str(), "r");
         for (int c = fgetc(pipe); c != EOF; c = fgetc(pipe)) bytes += static_cast<char>(c);
         EXPECT_EQ(pclose(pipe), 0);
         return bytes;
@@ -100,7 +100,9 @@ std::string noise() {
 }
 
 TEST_F(MaskArchive, ReportsWhatItReplacesAndLeavesOut) {
-    const std::string trace = "\x1f\x8b trace 10.0.0.1";
+    const std::string trace =
+            "\x7f"
+            "ELF trace 10.0.0.1";
     write("in/a.tar.gz",
           archive(tarMember("log/a.txt", "R58M123ABC early\nip 10.0.0.1 a@example.org\n") +
                   tarMember("log/192.168.0.2.txt", "[ro.serialno]: [R58M123ABC]\nip 10.0.0.1") +
@@ -148,7 +150,8 @@ TEST_F(MaskArchive, KeepsPseudonymsOverArchivesAndRuns) {
 TEST_F(MaskArchive, RefusesAndLeavesNothing) {
     write("in/a.tar.gz", archive(tarMember("a", "10.0.0.1\n")));
     write("in/other/a.tar.gz", archive(tarMember("a", "x\n")));
-    write("in/noise", "this is no archive, but long enough to be looked at as one of them");
+    write("in/noise", std::string(600, '\1'));
+    write("in/empty.tar.gz", archive(""));
     write("in/map_open", "");
     write("in/map_other", R"({"format": "kaveldesk mask map", "version": 2, "values": {}})");
     write("in/map_gap",
@@ -173,10 +176,11 @@ TEST_F(MaskArchive, RefusesAndLeavesNothing) {
             {{in, "-o", in}, 1, "is the archive itself"},
             {{in, "-o", "in/noise"}, 1, "exists"},
             {{in, "-o", "in/map_link"}, 1, "exists"},
-            {{in, "in/other/a.tar.gz", "-o", "/out"}, 1, "have the name"},
-            {{"in/none", "-o", "/out"}, 1, "is not an archive"},
-            {{"in/noise", "-o", "/out"}, 1, "is not an archive"},
-            {{in, "in/noise", "-o", "/out"}, 1, "is not an archive"},
+            {{"in/none", "-o", "/out"}, 1, "does not exist"},
+            {{"in/other", "-o", "in/other/../other/out"}, 1, "is inside the folder"},
+            {{"in/noise", "-o", "/out"}, 1, "noise is left out: it is no text"},
+            {{"in/empty.tar.gz", "-o", "/out"}, 1, "it has no files"},
+            {{"/dev/null", "-o", "/out"}, 1, "does not exist"},
             {{in, "-o", "none/out"}, 1, "cannot write"},
             {{in, "-o", "/out", "--map", "in/map_open"}, 1, "other users"},
             {{in, "-o", "/out", "--map", "in/map_other"}, 1, "another version"},
@@ -194,6 +198,43 @@ TEST_F(MaskArchive, RefusesAndLeavesNothing) {
     }
     EXPECT_EQ(read(path(in)), before);
     close(busy);
+}
+
+TEST_F(MaskArchive, MasksFoldersLogsAndArchivesInArchives) {
+    const std::string end(1024, '\0');
+    const std::string text = "10.0.0.1\n";
+    write("in/folder/sub/a.txt", text);
+    write("in/folder/b.tar", tarMember("b", text) + end);
+    fs::create_symlink("/etc/passwd", path("in/folder/link"));
+    write("in/a.log", text);
+    write("in/b.tar", tarMember("x/in.tar.gz", archive(tarMember("a", text))) +
+                              tarMember("c.log.gz", gzipBytes(text)) + end);
+    const struct {
+        const char* in;
+        const char* names;
+    } kRows[] = {
+            {"in/folder", "folder/\nfolder/b.tar/b\nfolder/sub/\nfolder/sub/a.txt\n"},
+            {"in/a.log", "a.log\n"},
+            {"in/b.tar", "x/in.tar.gz/a\nc.log\n"},
+    };
+    for (const auto& row : kRows) {
+        const Result result = mask({row.in, "-o", "/out"});
+        ASSERT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(unpacked("out", "tzf"), row.names);
+        EXPECT_EQ(unpacked("out").substr(0, 5), "ip-1\n");
+        fs::remove(path("out"));
+    }
+}
+
+TEST_F(MaskArchive, GoesOnAfterABadInput) {
+    write("in/a.tar.gz", archive(tarMember("a", "10.0.0.1\n")));
+    write("in/other/a.tar.gz", archive(tarMember("a", "x\n")));
+    const Result result = mask({"in/none", "in/a.tar.gz", "in/other/a.tar.gz", "-o", "/out"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, HasSubstr("none does not exist"));
+    EXPECT_THAT(result.err, HasSubstr("have the name a.tar.gz"));
+    EXPECT_THAT(result.err, HasSubstr("2 of 3 archives are not masked"));
+    EXPECT_EQ(unpacked("out/a.tar.gz"), "ip-1\n");
 }
 
 TEST_F(MaskArchive, KeepsWhatCanBeReadOfABrokenArchive) {
