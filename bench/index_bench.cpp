@@ -1,0 +1,126 @@
+// Measures the index of many archives.
+//
+// index_bench archives DIRECTORY COUNT KILOBYTES   makes archives with logs of that size
+// index_bench rows PLACE COUNT                     fills an index with rows, and says the rate
+// index_bench questions PLACE                      the time of each question, in milliseconds
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "desk/questions/Known.h"
+#include "desk/questions/Questions.h"
+#include "desk/store/Store.h"
+#include "tests/desk/index/Fleet.h"
+
+namespace {
+
+using namespace kaveldesk;  // NOLINT(google-build-using-namespace): its own program
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+test::FleetOptions fleetOf(size_t catches) {
+    test::FleetOptions options;
+    options.catches = catches;
+    options.builds = 12;
+    options.fingerprints = 1000;
+    options.days = 90;
+    return options;
+}
+
+void makeArchives(const std::string& folder, size_t count, size_t kilobytes) {
+    test::Fleet fleet(fleetOf(count));
+    CatchRow row;
+    while (fleet.next(row)) {
+        const auto archive = fleet.archive(row, kilobytes * 1000);
+        std::ofstream(folder + "/" + archive.name, std::ios::binary) << archive.bytes;
+    }
+}
+
+void fill(const std::string& place, size_t count) {
+    const auto store = openStore(place, Access::Write);
+    test::Fleet fleet(fleetOf(count));
+    CatchRow row;
+    Batch batch;
+    double seconds = 0;
+    for (bool hasMore = true; hasMore;) {
+        batch = {};
+        while (batch.catches.size() < 5000 && (hasMore = fleet.next(row))) {
+            batch.catches.push_back(row);
+        }
+        const auto start = Clock::now();
+        store->insert(batch);
+        seconds += secondsSince(start);
+    }
+    fmt::print("measure rows_per_second {:.0f}\n", static_cast<double>(count) / seconds);
+}
+
+void ask(const std::string& place) {
+    const auto store = openStore(place, Access::Read);
+    const Table fingerprints = top(*store, {}, TopBy::Fingerprint, 1);
+    const std::string fingerprint = textOf(fingerprints.rows.at(0)[0]);
+    const std::string signature = textOf(fingerprints.rows.at(0)[6]);
+    const int64_t last = integerOf(fingerprints.rows.at(0)[3]);
+    Filter filter;  // with ends within a day
+    filter.sinceUtc = last - 30 * kMsPerDay;
+    filter.untilUtc = last - kMsPerHour;
+    Filter process;
+    process.process = "com.example.app7";
+    const struct {
+        const char* name;
+        std::function<void()> ask;
+    } questions[] = {
+            {"top_process", [&] { top(*store, {}, TopBy::Process, 20); }},
+            {"top_fingerprint", [&] { top(*store, {}, TopBy::Fingerprint, 20); }},
+            {"top_filtered", [&] { top(*store, filter, TopBy::Fingerprint, 20); }},
+            {"trend_day", [&] { trend(*store, {}, TrendPer::Day); }},
+            {"trend_hour", [&] { trend(*store, {}, TrendPer::Hour); }},
+            {"trend_hour_process", [&] { trend(*store, process, TrendPer::Hour); }},
+            {"compare", [&] { compare(*store, {}, test::Fleet::build(5), test::Fleet::build(6)); }},
+            {"similar", [&] { similar(*store, {}, "anr", signature, 20); }},
+            {"show", [&] { show(*store, {}, fingerprint); }},
+            {"show_filtered", [&] { show(*store, filter, fingerprint); }},
+            {"list", [&] { listCatches(*store, {}, 50); }},
+            {"list_process", [&] { listCatches(*store, process, 50); }},
+    };
+    double slowest = 0;
+    for (const auto& question : questions) {
+        std::vector<double> times;
+        for (int i = 0; i < 5; ++i) {
+            const auto start = Clock::now();
+            question.ask();
+            times.push_back(1000 * secondsSince(start));
+        }
+        std::sort(times.begin(), times.end());
+        fmt::print("measure {} {:.1f}\n", question.name, times[times.size() / 2]);
+        slowest = std::max(slowest, times[times.size() / 2]);
+    }
+    fmt::print("measure slowest {:.1f}\n", slowest);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.size() == 4 && arguments[0] == "archives") {
+        makeArchives(arguments[1], std::stoul(arguments[2]), std::stoul(arguments[3]));
+    } else if (arguments.size() == 3 && arguments[0] == "rows") {
+        fill(arguments[1], std::stoul(arguments[2]));
+    } else if (arguments.size() == 2 && arguments[0] == "questions") {
+        ask(arguments[1]);
+    } else {
+        fmt::print(stderr,
+                   "usage: index_bench archives DIRECTORY COUNT KILOBYTES | rows PLACE COUNT | "
+                   "questions PLACE\n");
+        return 2;
+    }
+    return 0;
+}
