@@ -54,7 +54,8 @@ void KavelEventHandler::report(const KavelReport& report) {
     }
 }
 
-/** Windows, duplicates and names use the wall clock, so a step back can make them wrong. */
+/** Duplicates, related events and names depend on the wall clock: a step back can make them wrong.
+ */
 void KavelEventHandler::logStepBack(const KavelTimestamp& arrival) {
     const int64_t back = mClock.steppedBack(arrival.realtimeNs, kavel::monotonicNs());
     if (back == 0) return;
