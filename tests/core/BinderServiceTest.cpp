@@ -1,8 +1,9 @@
-// Would catch a dump that is refused, is in the other form, or takes all threads; fields that are
-// read in another order or width than clients write them, a text that is cut, a short report that
-// is refused or read beyond its end, settings in the wrong table, settings that replace good ones
-// although a part of them is missing, a log line with another text, a request for another interface
-// that is handled or logged, a lost code, and a proxy for an object of this process.
+// Would catch a dump that is refused, goes to other users, is in the other form, or takes all
+// threads; fields that are read in another order or width than clients write them, a text that is
+// cut, a short report that is refused or read beyond its end, settings in the wrong table, settings
+// that replace good ones although a part of them is missing, a log line with another text, a
+// request for another interface that is handled or logged, a lost code, and a proxy for an object
+// of this process.
 
 #include <array>
 #include <sstream>
@@ -16,6 +17,7 @@
 
 #include <android-base/stringprintf.h>
 #include <android-base/unique_fd.h>
+#include <binder/IPCThreadState.h>
 #include <gtest/gtest.h>
 
 #include "core/KavelBinderService.h"
@@ -25,6 +27,12 @@
 #include "tests/fake/FakeLog.h"
 
 namespace android {
+
+// The desktop's binder has this only here.
+void IPCThreadState::restoreCallingIdentity(int64_t identity) {
+    mCallingUid = static_cast<uid_t>(identity >> 32);
+}
+
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -172,18 +180,30 @@ TEST_F(KavelBinder, CallersWhoDoNotReadLeaveThreadsForReports) {
     for (size_t i = 1; i < pipes.size(); i += 2) close(pipes[i]);
 }
 
-TEST_F(KavelBinder, DumpNeedsNoTokenAndKnowsJson) {
+TEST_F(KavelBinder, DumpIsForRootAndTheShellAndKnowsJson) {
+    struct {
+        int64_t user;
+        const char *arg, *start;
+    } const rows[] = {
+            {0, "-a", "format: 1\nt"},
+            {2000, "--json", "{\"format\":1"},
+            {2001, "-a", "Permission "},
+            {10123, "--json", "Permission "},
+    };
     const base::unique_fd file(open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
-    for (const char* const arg : {"-a", "--json"}) {
+    IPCThreadState* const thread = IPCThreadState::self();
+    for (const auto& row : rows) {
         Parcel data;
         data.writeFileDescriptor(file.get(), false);
         data.writeInt32(1);
-        data.writeString16(String16(arg));
+        data.writeString16(String16(row.arg));
         ASSERT_EQ(ftruncate(file.get(), lseek(file.get(), 0, SEEK_SET)), 0);
+        thread->restoreCallingIdentity(row.user << 32);
         EXPECT_EQ(transact(IBinder::DUMP_TRANSACTION, data), NO_ERROR);
+        thread->restoreCallingIdentity(int64_t{getuid()} << 32);
         char start[12] = {};
         EXPECT_EQ(pread(file.get(), start, sizeof(start) - 1, 0), 11);
-        EXPECT_STREQ(start, std::string_view(arg) == "-a" ? "format: 1\nt" : "{\"format\":1");
+        EXPECT_STREQ(start, row.start);
     }
 }
 

@@ -20,6 +20,7 @@
 #include <cutils/sockets.h>
 #include <gtest/gtest.h>
 
+#include "dig/DigStatus.h"
 #include "dig/dig.h"
 #include "tests/fake/FakeLog.h"
 #include "tests/fake/FakeTime.h"
@@ -87,16 +88,20 @@ TEST_F(ControlSocket, ServesOneConnection) {
     peer.reset();
     sControlSockets = {-1, -1, mListening};
     digInit();
+    const uint64_t records = digStatus().records;
+    const uint64_t corrupt = digStatus().corrupt;
     testing::internal::CaptureStderr();
     EXPECT_EQ(kavel_socketLoop(), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr().substr(0, 7), "recv : ");
+    EXPECT_EQ(digStatus().records, records + 6);
+    EXPECT_EQ(digStatus().corrupt, corrupt + 3);
 
     const std::string noSocket = "Failed to get socket " + std::to_string(ENOENT);
-    const std::string corrupt = "recv_content size < 3, corrupted raw data.";
+    const std::string tooFew = "recv_content size < 3, corrupted raw data.";
     EXPECT_EQ(logOfSocket(),
               (Lines{noSocket, noSocket, "Listen result 0", "accept from", "recv 4298113030:x:1",
-                     "recv error numbytes 0", "recv abcdefghijklmno", corrupt,
-                     "recv abcdefghijklmno", corrupt, "recv x", corrupt, "recv " + full, "found",
+                     "recv error numbytes 0", "recv abcdefghijklmno", tooFew,
+                     "recv abcdefghijklmno", tooFew, "recv x", tooFew, "recv " + full, "found",
                      "Kavel found freezen event0 100300006 event1 100300006 ",
                      "recv -1" + full.substr(2, 253), "nowEvent is not KeyEvent",
                      "recv error numbytes 0", "recv error numbytes 0"}));
