@@ -96,6 +96,7 @@ TEST(Status, Golden) {
           &digStatus().records, &digStatus().corrupt, &digStatus().freezes}) {
         *count = next++;
     }
+    digStatus().state = SocketState::Connected;
     const StatusNode tree = describe(makeStatus());
     const std::string both = statusText(tree) + statusJson(tree);
     const std::string path = std::string(KAVEL_GOLDEN_DIR) + "/status.txt";

@@ -153,7 +153,8 @@ TEST(EventLine, IsOneJsonObject) {
     time.millisecond = 7;
     const KavelExtraInfo extra = {
             "a\"b\\c\n\x7f\x1f ", "1 \xe2\x82\xac\xc2\x80\xf0\x90\x80\x80\xf4",
-            "\xe2\x82|\xff|\xc0\x80|\x80|\xc1\x80|\xf5\x80\x80\x80|\xed\xa0\x80"};
+            "\xe2\x82|\xff|\xc0\x80|\x80|\xc1\x80|\xf5\x80\x80\x80|\xed\xa0\x80|"
+            "\xe0\x9f\xbf|\xf0\x8f\xbf\xbf|\xf4\x90\x80\x80"};
     KavelEvent event(-1, &time, -2, 3, 4, &extra);
     event.kavelEventId = 5;
     EXPECT_EQ(eventLine(event, "anr"),
@@ -162,7 +163,9 @@ TEST(EventLine, IsOneJsonObject) {
               "\"uid\":4,\"process\":\"a\\\"b\\\\c\\u000a\\u007f\\u001f \","
               "\"version\":\"1 \xe2\x82\xac\xc2\x80\xf0\x90\x80\x80\\ufffd\","
               "\"type\":\"\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|\\ufffd|\\ufffd\\ufffd|"
-              "\\ufffd\\ufffd\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd\",\"mask\":\"0xfffffffe\"}\n");
+              "\\ufffd\\ufffd\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd|"
+              "\\ufffd\\ufffd\\ufffd\\ufffd|\\ufffd\\ufffd\\ufffd\\ufffd\",\"mask\":\"0xfffffffe\"}"
+              "\n");
     time.tm_gmtoff = -12600;
     const std::string line = eventLine(KavelEvent(1, &time, 0, 0, 0, &extra), "", {"a", "b\""});
     EXPECT_NE(line.find("01:00:00.007-03:30\""), std::string::npos);
