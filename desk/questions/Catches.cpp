@@ -64,13 +64,12 @@ Table catchOf(Store& store, const std::string& hash) {
     const SchemaTable& catches = schemaTables().front();
     Query query;
     for (const SchemaColumn& column : catches.columns) {
+        if (column.name == "id") continue;  // each engine has its own
         query.sql += fmt::format("{}{}", query.columns.empty() ? "SELECT " : ", ", column.name);
         query.columns.push_back({std::string(column.name), column.type});
     }
-    // A catch whose id was taken by another one has one of the next.
-    constexpr int64_t kNextIds = 8;
-    query.sql += " FROM catches WHERE id >= ? AND id < ? AND hash = ?";
-    query.parameters = {idOf(hash), idOf(hash) + kNextIds, hash};
+    query.sql += " FROM catches WHERE hash = ?";
+    query.parameters = {hash};
     return readTable(store, query);
 }
 

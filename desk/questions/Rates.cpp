@@ -80,6 +80,7 @@ std::vector<bool> findUnchanged(const std::vector<CountPair>& pairs) {
         const Sums sums = sumOf(pairs, isUsed);
         if (sums.a == 0 || sums.b == 0) return std::vector<bool>(pairs.size(), true);
         std::vector<bool> next;
+        next.reserve(pairs.size());
         for (const CountPair& pair : pairs) {
             next.push_back(distance(pair, sums.share(), sums.all()) < kMostDistance);
         }

@@ -92,7 +92,7 @@ constexpr int64_t startOf(int64_t utc, int64_t ms) {
     return utc - (rest < 0 ? rest + ms : rest);
 }
 
-/** The catch's id in all tables: the first 63 bits of its @p hash. */
+/** An id for a catch in an engine that does not count them: the first 63 bits of its @p hash. */
 int64_t idOf(std::string_view hash);
 
 }  // namespace kaveldesk

@@ -18,7 +18,7 @@ const std::vector<SchemaTable>& schemaTables() {
              "id",
              "one row for each archive, broken ones included",
              {
-                     {"id", kInteger, "first 63 bits of the hash"},
+                     {"id", kInteger, "id of the catch in these tables only"},
                      {"hash", kText, "SHA-256 of the file, hexadecimal"},
                      {"archive", kText, "name of the file"},
                      {"path", kText, "where it was when it was indexed first"},
@@ -91,7 +91,8 @@ const std::vector<SchemaTable>& schemaTables() {
              {
                      {"fingerprint", kText, "16 hexadecimal digits"},
                      {"kind", kText, "kind of the verdict"},
-                     {"signature", kText, "the parts, with a bar between blanks after each but the last"},
+                     {"signature", kText,
+                      "the parts, with a bar between blanks after each but the last"},
                      {"headline", kText, "of one of its catches"},
              }},
             {"sources",

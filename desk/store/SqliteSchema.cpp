@@ -20,6 +20,7 @@ constexpr struct {
         {1,
          "CREATE INDEX catches_by_time ON catches"
          " (utc_hour, utc, event, process, build, fingerprint, kind)"},
+        {1, "CREATE UNIQUE INDEX catches_by_hash ON catches (hash)"},
         {1, "CREATE INDEX catches_by_fingerprint ON catches (fingerprint, utc)"},
         {2,
          "INSERT INTO daily SELECT utc_day, event, process, build, fingerprint, kind, count(*),"

@@ -1,9 +1,5 @@
 #include "desk/store/SqliteStore.h"
 
-#include <fmt/core.h>
-
-#include <filesystem>
-#include <limits>
 #include <stdexcept>
 
 #include "desk/store/Schema.h"
@@ -41,6 +37,7 @@ class OnlySelect {
 std::vector<Column> columnsOf(const Query& query, const SqliteStatement& statement) {
     if (!query.columns.empty()) return query.columns;
     std::vector<Column> columns;
+    columns.reserve(static_cast<size_t>(statement.columnCount()));
     for (int i = 0; i < statement.columnCount(); ++i) {
         columns.push_back({statement.columnName(i), ValueType::Text});
     }
@@ -76,21 +73,18 @@ SqliteStatement& SqliteStore::insertInto(std::string_view table) {
     return mInserts.try_emplace(table, mDb.handle(), sqliteInsert(table)).first->second;
 }
 
-bool SqliteStore::findId(const std::string& hash, int64_t& id) {
-    SqliteStatement& find = statement("SELECT hash FROM catches WHERE id = ?");
-    for (id = idOf(hash);; id = id == std::numeric_limits<int64_t>::max() ? 0 : id + 1) {
-        const Row row = find.first({id});
-        if (row.empty()) return false;
-        // Two hashes rarely begin with the same 63 bits.
-        if (row[0] == Value(hash)) return true;
-    }
+bool SqliteStore::isKnown(const std::string& hash) {
+    return !statement("SELECT 1 FROM catches WHERE hash = ?").first({hash}).empty();
 }
 
 void SqliteStore::insert(const Batch& batch) {
     SqliteTransaction transaction(mDb);
+    // Rows of a batch are next to each other in each table: ids that come from hashes would spread
+    // them over all of the file.
+    int64_t id = mDb.integer("SELECT max(id) FROM catches");
     for (const CatchRow& row : batch.catches) {
-        int64_t id = 0;
-        if (findId(row.hash, id)) continue;
+        if (isKnown(row.hash)) continue;
+        ++id;
         for (const TableRows& table : tableRowsOf(row, id)) {
             SqliteStatement& insert = insertInto(table.table);
             for (const Row& values : table.rows) insert.first(values);
@@ -102,10 +96,8 @@ void SqliteStore::insert(const Batch& batch) {
 
 std::vector<bool> SqliteStore::areKnown(const std::vector<std::string>& hashes) {
     std::vector<bool> known;
-    for (const std::string& hash : hashes) {
-        int64_t id = 0;
-        known.push_back(findId(hash, id));
-    }
+    known.reserve(hashes.size());
+    for (const std::string& hash : hashes) known.push_back(isKnown(hash));
     return known;
 }
 
@@ -113,6 +105,7 @@ std::vector<bool> SqliteStore::areUnchanged(const std::vector<SourceRow>& source
     SqliteStatement& find =
             statement("SELECT 1 FROM sources WHERE path = ? AND size = ? AND modified_ns = ?");
     std::vector<bool> unchanged;
+    unchanged.reserve(sources.size());
     for (const SourceRow& source : sources) {
         unchanged.push_back(!find.first({source.path, source.size, source.modifiedNs}).empty());
     }

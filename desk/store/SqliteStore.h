@@ -22,8 +22,7 @@ class SqliteStore : public Store {
   private:
     SqliteStatement& statement(const char* sql);
     SqliteStatement& insertInto(std::string_view table);
-    /** The id that @p hash has or will have. Returns whether it is there already. */
-    bool findId(const std::string& hash, int64_t& id);
+    bool isKnown(const std::string& hash);
 
     SqliteDb mDb;
     std::map<std::string_view, SqliteStatement> mStatements;  // by their SQL

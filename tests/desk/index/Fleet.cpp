@@ -76,7 +76,9 @@ bool Fleet::next(CatchRow& row) {
     ++mGiven;
     // Each build is in use for three spans of time, most in the middle.
     const auto days = static_cast<double>(mOptions.days);
-    const double day = std::uniform_real_distribution<>(0, days)(mRandom);
+    // Archives arrive about in the order of their times.
+    const double day = days * static_cast<double>(mGiven) / static_cast<double>(mOptions.catches) +
+                       std::exponential_distribution<>(2)(mRandom);
     const auto builds = static_cast<double>(mOptions.builds);
     const double at = day / days * builds + std::normal_distribution<>(0, 0.7)(mRandom);
     const auto build = static_cast<size_t>(std::clamp(at, 0.0, builds - 1));
@@ -141,14 +143,21 @@ Fleet::Archive Fleet::archive(const CatchRow& row, size_t logBytes) {
             R"("name":"{3}","process":"{4}","version":"{5}","type":"","pid":1234,"uid":10001}})"
             "\n",
             timeOf(row.utc, 'T'), row.eventId, row.mask, row.event, row.process, row.version);
-    const std::string trace = fmt::format(
+    std::string trace = fmt::format(
             "----- pid 1234 at {} -----\nCmd line: {}\n\n"
             "\"main\" prio=5 tid=1 Blocked\n  | sysTid=1234\n  at {}(Screen.java:10)\n"
             "  - waiting to lock <0x0a1b> (a java.lang.Object) held by thread 12\n\n"
             "\"writer\" prio=5 tid=12 Sleeping\n  at java.lang.Thread.sleep(Native method)\n"
-            "  at {}(Store.java:20)\n  - locked <0x0a1b> (a java.lang.Object)\n\n----- end 1234 "
-            "-----\n",
+            "  at {}(Store.java:20)\n  - locked <0x0a1b> (a java.lang.Object)\n\n",
             time.substr(0, 19), row.process, bug->signature[2], bug->signature[3].substr(7));
+    for (int tid = 20; tid < 80; ++tid) {
+        trace += fmt::format(
+                "\"pool-{0}\" prio=5 tid={0} Waiting\n  | sysTid={1} nice=0 cgrp=default\n"
+                "  at java.lang.Object.wait(Native method)\n  - waiting on <0x{2:08x}> (a "
+                "java.lang.Object)\n  at java.lang.Thread.run(Thread.java:919)\n\n",
+                tid, 1300 + tid, mRandom() % 0xffffffff);
+    }
+    trace += "----- end 1234 -----\n";
     std::string log;
     while (log.size() < logBytes) {
         log += fmt::format("{} {:5} {:5} {} {}: event {} of {} took {} ms in state 0x{:x}\n",

@@ -69,20 +69,6 @@ TEST(Store, TheSameBatchAgainChangesNothing) {
                 testing::ElementsAre(true, false, false, false));
 }
 
-// Would catch a catch that is lost because another hash begins like its own.
-TEST(Store, HashesThatBeginAlikeAreTwoCatches) {
-    const TempDir dir;
-    const auto store = openStore(dir / "index.db", Access::Write);
-    Batch batch{someRows(2), {}};
-    batch.catches[1].hash = batch.catches[0].hash.substr(0, 20) + std::string(44, '0');
-    store->insert(batch);
-    store->insert(batch);
-    EXPECT_EQ(answer(*store, "SELECT count(*) FROM catches"), "2");
-    for (const CatchRow& row : batch.catches) {
-        EXPECT_EQ(catchOf(*store, row.hash).rows.size(), 1U);
-    }
-}
-
 // Would catch a batch that is stored in parts: the process is killed while it writes one.
 TEST(Store, AKilledWriterLeavesWholeBatches) {
     const TempDir dir;
