@@ -55,21 +55,9 @@ bool isMemoryLow(const Fact& fact) {
 
 /** Tasks that all wait say more than some that do; the kernel gives "full" for memory and io only.
  */
-bool isPressure(const Fact& fact, std::string_view resource, std::string_view share) {
-    return fact.kind == FactKind::Pressure && fact.thread == resource && fact.value >= kPressure &&
+bool isPressure(const Fact& fact, std::string_view resource, std::string_view share, double least) {
+    return fact.kind == FactKind::Pressure && fact.thread == resource && fact.value >= least &&
            startsWith(fact.detail, share);
-}
-
-bool isMemoryPressure(const Fact& fact) {
-    return isPressure(fact, "memory", "full");
-}
-
-bool isIoPressure(const Fact& fact) {
-    return isPressure(fact, "io", "full");
-}
-
-bool isCpuPressure(const Fact& fact) {
-    return isPressure(fact, "cpu", "some") && fact.value >= kCpuPressure;
 }
 
 constexpr Shortage kShortages[] = {
@@ -93,11 +81,14 @@ constexpr Shortage kShortages[] = {
          "The CPUs waited for storage in {} measurements."},
         {isMemoryLow, "low-memory", "memory.available", "Memory was short: {}.",
          "Memory was short in {} measurements."},
-        {isMemoryPressure, "low-memory", "memory.pressure", "All tasks waited for memory: {}.",
+        {[](const Fact& fact) { return isPressure(fact, "memory", "full", kPressure); },
+         "low-memory", "memory.pressure", "All tasks waited for memory: {}.",
          "All tasks waited for memory in {} measurements."},
-        {isIoPressure, "io-wait", "io.pressure", "All tasks waited for storage: {}.",
+        {[](const Fact& fact) { return isPressure(fact, "io", "full", kPressure); }, "io-wait",
+         "io.pressure", "All tasks waited for storage: {}.",
          "All tasks waited for storage in {} measurements."},
-        {isCpuPressure, "cpu-starvation", "cpu.pressure", "Tasks waited for a CPU: {}.",
+        {[](const Fact& fact) { return isPressure(fact, "cpu", "some", kCpuPressure); },
+         "cpu-starvation", "cpu.pressure", "Tasks waited for a CPU: {}.",
          "Tasks waited for a CPU in {} measurements."},
 };
 

@@ -155,9 +155,7 @@ void addCause(CLI::App& app) {
             "Says what most likely happened, with the lines that show it, and what is missing.\n"
             "The exit status is 0 also if there is not enough evidence for a cause, 1 if no "
             "text can be read.");
-    command->add_option("archive", options->paths,
-                        "Archive, extracted folder, or folder of archives")
-            ->required();
+    addPaths(*command, options->paths);
     command->add_flag("--json", options->isJson, "One JSON document");
     command->callback([options] { runCause(*options); });
 }

@@ -13,6 +13,11 @@
 
 namespace kaveldesk {
 
+void addPaths(CLI::App& command, std::vector<std::string>& paths) {
+    command.add_option("archive", paths, "Archive, extracted folder, folder of archives, or log")
+            ->required();
+}
+
 std::vector<IncidentData> readIncidents(const std::vector<std::string>& paths) {
     const bool isTerminal = isatty(STDERR_FILENO) != 0;
     std::vector<IncidentData> incidents;

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/App.hpp>
+
 #include "desk/model/Evidence.h"
 #include "desk/model/Timeline.h"
 
@@ -13,6 +15,9 @@ struct IncidentData {
     Evidence evidence;
     Timeline timeline;
 };
+
+/** Adds the argument for what readIncidents() reads. */
+void addPaths(CLI::App& command, std::vector<std::string>& paths);
 
 /**
  * Reads archives, extracted folders and folders with archives in them, and says on a terminal what

@@ -85,9 +85,7 @@ void addReport(CLI::App& app) {
             "Writes one HTML page about each archive: the cause, the timeline, all logs and "
             "files.\n"
             "The page needs no network and no other file. Prints the path of each page.");
-    command->add_option("archive", options->paths,
-                        "Archive, extracted folder, or folder of archives")
-            ->required();
+    addPaths(*command, options->paths);
     command->add_option("-o,--output", options->out,
                         "The page of a single archive. Without it: the archive's name with .html, "
                         "in the current folder");

@@ -102,9 +102,7 @@ void addTimeline(CLI::App& app) {
             "timeline",
             "Prints the lines of all logs in time order, with the event marked.\n"
             "Each line has the UTC time, the phone's local time and the source.");
-    command->add_option("archive", options->paths,
-                        "Archive, extracted folder, or folder of archives")
-            ->required();
+    addPaths(*command, options->paths);
     command->add_option("--around", options->around,
                         "Only what is near the event: 500ms, 10s, 2m, 1h");
     command->add_option("--from", options->from,

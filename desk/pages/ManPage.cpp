@@ -6,34 +6,19 @@
 
 #include "desk/pages/OptionValue.h"
 #include "desk/pages/Pages.h"
+#include "platform/RoffText.h"
 
 namespace kaveldesk {
 namespace {
 
-/** @p text so that no character of it has a meaning for roff. */
-std::string escaped(std::string_view text) {
-    std::string result;
-    bool is_line_start = true;
-    for (const char c : text) {
-        if (is_line_start && (c == '.' || c == '\'')) result += "\\&";
-        if (c == '\\') {
-            result += "\\e";
-        } else if (c == '-') {
-            result += "\\-";
-        } else {
-            result += c;
-        }
-        is_line_start = c == '\n';
-    }
-    return result;
-}
+using android::kavel::roffText;
 
 std::string bold(std::string_view text) {
-    return "\\fB" + escaped(text) + "\\fR";
+    return "\\fB" + roffText(text) + "\\fR";
 }
 
 std::string italic(std::string_view text) {
-    return "\\fI" + escaped(text) + "\\fR";
+    return "\\fI" + roffText(text) + "\\fR";
 }
 
 std::string forms(const CLI::Option& option) {
@@ -65,9 +50,10 @@ std::string options(const CLI::App& app) {
     std::string text;
     for (const CLI::Option* option : app.get_options()) {
         if (option->get_group().empty()) continue;  // hidden
-        text += ".TP\n" + forms(*option) + '\n' + escaped(option->get_description());
+        text += ".TP\n" + forms(*option) + '\n' + roffText(option->get_description());
         const std::vector<std::string> choices = valueOf(*option).choices;
-        if (!choices.empty()) text += escaped(fmt::format(". One of {}", fmt::join(choices, ", ")));
+        if (!choices.empty())
+            text += roffText(fmt::format(". One of {}", fmt::join(choices, ", ")));
         text += '\n';
     }
     return text;
@@ -80,13 +66,13 @@ std::string manPage(const CLI::App& app, const std::string& version) {
                        ".SH NAME\nkaveldesk \\- from an archive to its cause\n"
                        ".SH SYNOPSIS\n.B kaveldesk\n\\fICOMMAND\\fR [\\fIARGUMENTS\\fR]\n"
                        ".SH DESCRIPTION\n" +
-                       escaped(app.get_description()) + "\n.SH OPTIONS\n" + options(app) +
+                       roffText(app.get_description()) + "\n.SH OPTIONS\n" + options(app) +
                        ".SH COMMANDS\n";
     for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
-        text += ".SS " + synopsis(*command) + '\n' + escaped(command->get_description()) + "\n" +
+        text += ".SS " + synopsis(*command) + '\n' + roffText(command->get_description()) + "\n" +
                 options(*command);
         if (const std::string footer = command->get_footer(); !footer.empty()) {
-            text += ".PP\n.nf\n" + escaped(footer) + "\n.fi\n";
+            text += ".PP\n.nf\n" + roffText(footer) + "\n.fi\n";
         }
     }
     return text +

@@ -75,12 +75,22 @@ void readFolder(const fs::path& folder, FileSink& sink) {
     }
 }
 
-/** An archive has one log folder with a long name, which tells nothing more about its files. */
+/** The path up to the first log folder in @p name, with "/"; empty if it has none. */
+std::string logFolderOf(const std::string& name) {
+    for (size_t begin = 0, end = 0; (end = name.find('/', begin)) != std::string::npos;
+         begin = end + 1) {
+        if (android::kavel::isLogFolderName(name.substr(begin, end - begin))) {
+            return name.substr(0, end + 1);
+        }
+    }
+    return {};
+}
+
+/** All files of an archive are in one log folder: its long path tells nothing about them. */
 void removeRootFolder(Evidence& evidence) {
     if (evidence.files.empty()) return;
-    const std::string& first = evidence.files.front().name;
-    const std::string root = first.substr(0, first.find('/') + 1);
-    if (root.empty() || !android::kavel::isLogFolderName(root.substr(0, root.size() - 1))) return;
+    const std::string root = logFolderOf(evidence.files.front().name);
+    if (root.empty()) return;
     const auto isInRoot = [&](const std::string& name) { return name.rfind(root, 0) == 0; };
     const auto& files = evidence.files;
     const bool isOnlyRoot = std::all_of(files.begin(), files.end(), [&](const EvidenceFile& file) {

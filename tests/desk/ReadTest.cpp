@@ -90,6 +90,8 @@ TEST(Read, AnyBytes) {
             {"empty", "", "! The file is empty."},
             {"zeros", gzipBytes(std::string(99'999, '\0')), "! It begins with zero bytes, as"},
             {"log folder", tarBytes(kFolder, {{"sub/a", "x"}}), "sub/a=x\n"},
+            {"log folder with its path",
+             tarMember(std::string("data/") + kFolder + "/sub/a", "x") + kEnd, "sub/a=x\n"},
             {"log folder and more",
              tarBytes(kFolder, {{"a", "x"}}).substr(0, 1024) + tarMember("b", "y") + kEnd,
              "/a=x\nb=y\n"},
