@@ -46,6 +46,8 @@ ROWS = [
     Row("kaveldesk: read and merge an archive (sort as limit)", "ms",
         "desk.from_archive", "desk.lnav", "desk.sort", None, None),
     Row("kaveldesk: memory for 200 MB of logs", "MB", "desk.memory", None, None, None, 500),
+    Row("kaveldesk: report about an archive of 20 MB", "ms", "desk.report", None, None, None, 3000),
+    Row("kaveldesk: its page, of random words", "kB", "desk.page", None, None, None, None),
     Row("Soak: lines lost", "", "soak.lost", None, None, None, 0, True),
     Row("Soak: RSS, last quarter against the first", "kB",
         "soak.rss_last", "soak.rss_first", None, "peer", 1.02, True),
