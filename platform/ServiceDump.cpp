@@ -38,7 +38,10 @@ ServiceDump dumpService(const sp<IBinder>& service, const std::vector<std::strin
     while (true) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
         pollfd readable = {readEnd.get(), POLLIN, 0};
-        if (left.count() <= 0 || poll(&readable, 1, static_cast<int>(left.count())) <= 0) {
+        const int ready =
+                left.count() <= 0 ? 0 : poll(&readable, 1, static_cast<int>(left.count()));
+        if (ready < 0 && errno == EINTR) continue;
+        if (ready <= 0) {
             dump.status = TIMED_OUT;
             return dump;
         }

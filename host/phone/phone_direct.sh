@@ -39,17 +39,21 @@ add_accounts() {
         cp -p "/etc/$list" "$dir/machine.$list" || die "cannot save /etc/$list"
         while read -r line; do
             grep -q "^${line%%:*}:" "$dir/machine.$list" || echo "$line"
-        done < "$dir/etc/$list" | cat - "$dir/machine.$list" > "/etc/$list"
+        done < "$dir/etc/$list" | cat - "$dir/machine.$list" > "/etc/$list" ||
+            die "cannot write /etc/$list"
     done
 }
 
-create_direct() {
+add_links() {
     local path name
-    remove_direct  # a launcher that was killed may have left its links
-    add_accounts
     while read -r path name; do
         ln -s "$dir/$name" "$path" || die "cannot create $path"
     done <<< "$DIRECT_LINKS"
+}
+
+create_direct() {
+    remove_direct  # a launcher that was killed may have left its links
+    (add_accounts; add_links) || { remove_direct; exit 1; }
 }
 
 remove_direct() {
