@@ -3,7 +3,6 @@
 #include <csignal>
 
 #include <android-base/properties.h>
-#include <android-base/stringprintf.h>
 
 #include "dump/CollectionDirectory.h"
 #include "dump/DumpContext.h"
@@ -18,8 +17,6 @@
 #include "platform/TraceSection.h"
 
 namespace android::kavel {
-
-using base::StringPrintf;
 
 namespace {
 

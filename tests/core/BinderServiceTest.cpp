@@ -21,6 +21,7 @@
 #include <gtest/gtest.h>
 
 #include "core/KavelBinderService.h"
+#include "event/ReportJournal.h"
 #include "handler/KavelEventHandler.h"
 #include "tests/core/FakeHandler.h"
 #include "tests/fake/Eventually.h"
@@ -81,7 +82,12 @@ TEST_F(KavelBinder, ReportGoesToTheHandler) {
               (Lines{"I KavelBinder: Bn onTransaction code:1", start + "eventId: 0x10000001",
                      start + "timestamp: -7", start + "logInfo: 0xfffffffffffffffe",
                      start + "pid: 11", start + "uid: 2000", start + "extraInfo: caf\xc3\xa9"}));
+    const auto incomplete = [] {
+        return kavel::ReportJournal::instance().status().incompleteReports;
+    };
+    EXPECT_EQ(incomplete(), 0U);
     EXPECT_EQ(call(kSend, ""), NO_ERROR);
+    EXPECT_EQ(incomplete(), 1U);
     Lines reports;
     for (const auto& [event, logInfo, pid, uid, text] : kavel::fake::takeReports()) {
         reports.push_back(

@@ -13,6 +13,7 @@
 #include <utils/SystemClock.h>
 
 #include "core/KavelRecvKeventFunc.h"
+#include "core/KernelChannel.h"
 #include "core/KeventDecoder.h"
 #include "platform/Log.h"
 #include "tests/core/FakeHandler.h"
@@ -139,6 +140,12 @@ TEST(KeventDecoding, PartsOfTheLargestSizeAreRead) {
         EXPECT_EQ(fake::takeUploads().size(), isRead ? 1U : 0U);
         EXPECT_EQ(fake::takeReports().size(), isRead ? 1U : 0U);
     }
+}
+
+TEST(KeventDecoding, UnknownTypesAreCounted) {
+    const uint64_t before = kernelChannel().malformed;
+    for (const uint32_t type : {uint32_t{KEVENT_TYPE_LOG}, 0U, 7U}) receive(type, "", "e");
+    EXPECT_EQ(kernelChannel().malformed, before + 2);
 }
 
 TEST(KeventDecoding, FieldWithoutEndAborts) {
