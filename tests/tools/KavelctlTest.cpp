@@ -61,6 +61,8 @@ class RecordingService : public BnKavelBinder {
     int known = 0;  ///< recover id of the event type that it knows
     int types = 1;  ///< number of event types that it has
     int stored = 0;
+    int shown = 0;  ///< of these, in its answers
+    int lag = 0;    ///< number of answers in which this does not change
 
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
         EXPECT_NE(flags & FLAG_ONEWAY, 0U);
@@ -70,11 +72,12 @@ class RecordingService : public BnKavelBinder {
 
     /** Knows one event type. */
     status_t dump(int fd, const Vector<String16>&) override {
+        lag > 0 ? --lag : shown = stored;
         const std::string text =
                 R"({"format":1,"eventTypes":[{"id":"0x1f","name":"old","enabled":true,)"
                 R"("frequency":5,"windowMs":7000,"recoverId":)" +
                 std::to_string(known) + R"(}],"eventTypeCount":)" + std::to_string(types) +
-                R"(,"counts":{"settings":)" + std::to_string(stored) +
+                R"(,"counts":{"settings":)" + std::to_string(shown) +
                 R"(},"recent":[{"id":"0x1f","time":"t1","fate":"packed"},)"
                 R"({"id":"0x3","time":"t2","fate":"packed"}]})";
         return base::WriteStringToFd(text, fd) ? NO_ERROR : UNKNOWN_ERROR;
@@ -209,6 +212,8 @@ class Kavelctl : public testing::Test {
             defaultServiceManager()->addService(String16(KAVEL_BINDER_SERVICE_NAME), mService);
         } else if (words[0] == "daemon" && words[1] == "recovers") {
             mService->known = std::stoi(words[2]);
+        } else if (words[0] == "daemon" && words[1] == "lags") {
+            mService->lag = std::stoi(words[2]);
         } else if (words[0] == "daemon" && words[1] == "types") {
             mService->types = std::stoi(words[2]);
         } else if (words[0] == "daemon") {
@@ -254,6 +259,7 @@ class Kavelctl : public testing::Test {
         }
         if (mService != nullptr) {
             result.err += std::exchange(mService->calls, std::ostringstream()).str();
+            if (mService->lag > 0) result.err += "not awaited\n";
         }
         return replaced(code + result.out + result.err, folder / "", "DIR/");
     }
