@@ -59,7 +59,7 @@ void applyDebugProperties(BuildStatus* build) {
     }
 }
 
-/** Each property logs a line for each value it contains, whatever its effect. */
+/** Logs a line for each of the two words that @p value contains, even if it has no effect. */
 void logDebugProperty(const std::string& value, const char* name) {
     // Test departments rely on this.
     for (const auto& [word, version] : {std::pair("true", "FORMAL"), std::pair("false", "TRAIL")}) {

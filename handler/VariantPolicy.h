@@ -42,7 +42,7 @@ class VariantPolicy {
     bool systemVersion() const { return mSystemVersion; }
 
   private:
-    /** Writes a log line. The property that it reads is not used. */
+    /** Logs a line and reads a property, whose value is not used. */
     static void getOtaVersion();
 
     std::atomic<bool> mSystemVersion;

@@ -142,7 +142,7 @@ class KavelAnrRecoveryMonitor : public Singleton<KavelAnrRecoveryMonitor> {
     Messages mMonitorList GUARDED_BY(mLock);
     Messages mCancelList GUARDED_BY(mLock);
     // A running thread holds a reference to itself. These hold the latest thread of each kind
-    // longer; whoever releases the last reference, even the thread itself, destroys it.
+    // longer. The release of the last reference, even by the thread itself, destroys the object.
     sp<HandleThread> mHandleThread GUARDED_BY(mLock);
     sp<MonitorThread> mUserRequestMonitorThread GUARDED_BY(mLock);
     sp<MonitorThread> mMonitorThread GUARDED_BY(mLock);

@@ -1,6 +1,6 @@
 // Would catch a second connection that is served, a count of failures that a success resets, pauses
 // of another length, a buffer that is cleared or cut between records or read beyond its end, a
-// matcher that keeps its events, and a daemon that goes on without its socket.
+// matcher that keeps its events, and a daemon that continues without its socket.
 
 #include "dig/ControlSocket.h"
 

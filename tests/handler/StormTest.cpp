@@ -26,7 +26,7 @@
 #include "tests/fake/FakeThreads.h"
 #include "tests/fake/FakeTime.h"
 
-// The handler lives as long as the process, so nobody joins the workers that its pools retired.
+// The handler exists until the process ends, so the retired workers of its pools are never joined.
 extern "C" const char* __tsan_default_options() {  // NOLINT(bugprone-reserved-identifier)
     return "report_thread_leaks=0";
 }

@@ -1,9 +1,9 @@
-// Would catch bodies that are lost or changed where a packet no longer holds them, a limit that is
-// off by one; calls that are lost, mixed up or reordered when many clients call at once (one-way
-// calls that meet are found by the thread sanitizer); a pool of the wrong size; one-way calls that
-// block their sender, are lost silently, or stay refused; a proxy or caller that hangs on a dead
-// server, or that silently calls its successor; names that leave the directory.
-// The program is also the program of its servers: NAME POOL_SIZE.
+// Would catch bodies that are lost or changed if they do not fit into a packet; a limit that is off
+// by one; calls that are lost, mixed up or reordered if many clients call at once (the thread
+// sanitizer finds one-way calls that overlap); a pool of the wrong size; one-way calls that block
+// their sender, are lost silently, or are refused forever; a proxy or caller that hangs if the
+// server is dead, or silently calls another server of that name; names that lead out of the
+// directory. The servers run this program too: NAME POOL_SIZE.
 
 #include <android-base/unique_fd.h>
 #include <binder/IServiceManager.h>
@@ -36,10 +36,10 @@ using test::eventually;
 constexpr uint32_t kOneWay = IBinder::FLAG_ONEWAY;
 constexpr auto kLimit = static_cast<int32_t>(kTransactionSpace);
 
-/** What a test server's object understands. */
+/** Transactions of a test server's object. */
 enum Code : uint32_t {
     ECHO = IBinder::FIRST_CALL_TRANSACTION,  ///< replies what was sent
-    PASS_GATE,  ///< leaves a byte in the gate's file, and returns when nobody has it locked
+    PASS_GATE,  ///< writes a byte to the gate's file, and returns when the file is not locked
     RECORD,     ///< keeps sender and number, two int32
     RECORDS,    ///< replies the count, and each sender and number
     DIE,        ///< ends the process in the middle of the call

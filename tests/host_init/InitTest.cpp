@@ -1,12 +1,12 @@
-// Init as a whole, on a small phone in a temporary folder.
+// The whole init, on a small phone in a temporary folder.
 //
-// Would catch an exit status that is lost on the way out of the phone; a socket that is not handed
-// over, has the wrong mode, or is kept from its place by an earlier boot's, and other descriptors
-// that slip into the service; folders of an earlier boot that stop the next, or keep their modes;
-// bad lines, missing programs and unknown services that stop the boot or leave no trace; services
-// and their orphans that outlive the phone; a phone that an ordinary user cannot boot; services
-// that come back although they were stopped, stay away although asked for, or start while the phone
-// goes down, and a wait that is not counted from the last start.
+// Would catch an exit status that is not passed on; a socket that is not passed to its service, has
+// the wrong mode, or cannot replace that of an earlier boot; other descriptors that a service
+// inherits; folders of an earlier boot that stop the boot or keep their modes; bad lines, missing
+// programs and unknown services that stop the boot or are not logged; services and orphans that
+// outlive the phone; a boot that fails for an ordinary user; services that restart after a stop, do
+// not start on request, or start during the shutdown; and a restart period that is not counted from
+// the last start.
 
 #include "host/init/Init.h"
 

@@ -1,6 +1,6 @@
-// Would catch two writers that replace the file twice, one that goes on in a removed file, and a
-// file beyond its limit; a message in the wrong buffer, form or order, an older file left out, and
-// a buffer that hides the others.
+// Would catch two writers that both replace the file, one that continues in a removed file, and a
+// file beyond its limit; a message in the wrong buffer, format or order; an older file that is not
+// shown, and a missing buffer.
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>

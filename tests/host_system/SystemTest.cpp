@@ -1,7 +1,7 @@
-// Would catch a limit that is off by one, a name that leaves the store's folder; a value lost or
-// invented over a restart of the phone, defaults that are kept; a wait that misses the change or
-// returns without it; a client that hangs if no service answers. Of sleeps: a scale that is not
-// applied, and a signal that ends or stretches one.
+// Properties: would catch a limit that is off by one, a name that leads out of the store's folder,
+// a value that a restart of the phone loses or keeps by mistake, a wait that misses the change or
+// returns without it, and a client that hangs if no service answers. Sleeps: a scale that is not
+// applied, and a signal that ends a sleep or makes it longer.
 
 #include <android-base/file.h>
 #include <android-base/properties.h>

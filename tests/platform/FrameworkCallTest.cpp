@@ -1,7 +1,7 @@
 // Would catch a wrong token, argument or flag; a caller that goes on before its reply is logged or
 // waits for a framework that hangs; a request or a reply that is lost although fewer than eight are
-// outstanding; threads without end; a request that is lost without a line if there is no thread; a
-// code that stays barred once the framework is back.
+// outstanding; too many threads; a request that is lost without a line if there is no thread; a
+// code that stays blocked after the framework is back.
 
 #include "platform/FrameworkCall.h"
 

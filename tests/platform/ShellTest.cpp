@@ -1,10 +1,10 @@
-// Would catch a command that is not counted, or not as late or slow. A result that is not a wait
-// status, or is another thread's; a descriptor, a blocked or an ignored signal of the daemon in the
-// hands of a command; attributes that Android's C library refuses; a catch that is lost because the
-// phone is out of processes for a moment, and a missing shell without a line; a command that ends
-// before a child of it, like the gzip of toybox tar, has written all, and one that fills the disk;
-// a deadline that is for the shell alone, gives no time to tidy up, or is not enforced; a command
-// that forges a line of the log.
+// Would catch a command that is not counted, or not counted as late or slow; a result that is not a
+// wait status, or is that of another thread; a command that inherits a descriptor, or a blocked or
+// ignored signal; attributes that Android's C library refuses; a command that is lost because
+// processes are short for a moment; a missing shell without a line; a command that counts as ended
+// before its children, such as the gzip of toybox tar; one that fills the disk; a deadline that
+// ends only the shell, leaves no time to clean up, or is not enforced; a command that forges a log
+// line.
 
 #include "platform/Shell.h"
 

@@ -1,6 +1,6 @@
-// Would catch a watch that waits for the wrong time, takes another number for the user, or is ended
-// by another one's cancel; a bound that is off by one; an entry or a cancel that outlives its
-// watch; a request that is lost, or served during an escalation; other steps of an escalation; a
+// Would catch a watch that waits for the wrong time, reads the wrong user id, or is ended by the
+// cancel of another watch; a limit that is off by one; an entry or a cancel that outlives its
+// watch; a request that is lost, or served during an escalation; wrong steps of an escalation; a
 // lost or changed line; and (under the sanitizers) a race on the lists.
 
 #include "recovery/KavelAnrRecoveryMonitor.h"
