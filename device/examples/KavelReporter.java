@@ -6,9 +6,9 @@ import android.os.RemoteException;
 import android.os.ServiceManager;
 
 /**
- * Both calls of dravo_kavel. Works in the framework and in apps of the platform: ServiceManager is
- * no public interface, and SELinux has to allow the caller (see the page on reporting). The calls
- * do not wait for the daemon. Callable from any thread.
+ * Both calls of dravo_kavel. Works in the framework and in platform apps: ServiceManager is not a
+ * public interface, and SELinux must allow the caller (see docs/reporting.md). The calls do not wait
+ * for the daemon. Any thread.
  */
 public final class KavelReporter {
     private static final String SERVICE = "KavelBinderService";
@@ -43,8 +43,8 @@ public final class KavelReporter {
     }
 
     /**
-     * Configures one event type. The daemon forgets the settings when it ends: call again after it
-     * has started, as IBinder.linkToDeath and a new registration tell.
+     * Configures one event type. The daemon loses the settings when it ends: call again after each of
+     * its starts. IBinder.linkToDeath reports its end.
      *
      * @param timeWindowMs below 1000: each event gets an archive of its own
      * @param recoverId 0 for none
@@ -70,7 +70,7 @@ public final class KavelReporter {
     }
 
     private static boolean send(int code, Parcel data) {
-        // Looked up each time: a kept binder is dead after a restart of the daemon.
+        // Look the service up each time: an earlier binder is dead after a restart of the daemon.
         final IBinder service = ServiceManager.checkService(SERVICE);
         if (service == null) return false;
         try {

@@ -5,7 +5,7 @@ import android.os.Parcel
 import android.os.RemoteException
 import android.os.ServiceManager
 
-/** Both calls of dravo_kavel; KavelReporter.java says what holds for both examples. */
+/** Both calls of dravo_kavel. See KavelReporter.java for details. */
 object KavelReporter {
     private const val SERVICE = "KavelBinderService"
     private const val TOKEN = "KavelBinder"
