@@ -7,8 +7,8 @@ import android.os.ServiceManager;
 
 /**
  * Both calls of dravo_kavel. Works in the framework and in platform apps: ServiceManager is not a
- * public interface, and SELinux must allow the caller (see docs/reporting.md). The calls do not wait
- * for the daemon. Any thread.
+ * public interface, and SELinux must allow the caller (see docs/reporting.md). The calls do not
+ * wait for the daemon. Any thread.
  */
 public final class KavelReporter {
     private static final String SERVICE = "KavelBinderService";
@@ -43,8 +43,8 @@ public final class KavelReporter {
     }
 
     /**
-     * Configures one event type. The daemon loses the settings when it ends: call again after each of
-     * its starts. IBinder.linkToDeath reports its end.
+     * Configures one event type. The daemon loses the settings when it ends: call again after each
+     * of its starts. IBinder.linkToDeath reports its end.
      *
      * @param timeWindowMs below 1000: each event gets an archive of its own
      * @param recoverId 0 for none
