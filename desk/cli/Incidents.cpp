@@ -14,8 +14,9 @@
 namespace kaveldesk {
 
 void addPaths(CLI::App& command, std::vector<std::string>& paths) {
-    command.add_option("archive", paths, "Archive, extracted folder, folder of archives, or log")
-            ->required();
+    command.add_option("ARCHIVE", paths, "Archive, extracted folder, folder of archives, or log")
+            ->required()
+            ->type_name("PATH");
 }
 
 std::vector<IncidentData> readIncidents(const std::vector<std::string>& paths) {

@@ -17,6 +17,7 @@
 #include <CLI/Formatter.hpp>
 
 #include "desk/cli/Commands.h"
+#include "desk/cli/Incidents.h"
 #include "desk/cli/Printable.h"
 #include "desk/mask/MapFile.h"
 #include "desk/mask/MaskArchive.h"
@@ -259,10 +260,7 @@ void addMask(CLI::App& app) {
     CLI::App* command =
             app.add_subcommand("mask", "Writes copies of archives without personal values.");
     const auto arguments = std::make_shared<MaskArguments>();
-    command->add_option("ARCHIVE", arguments->archives,
-                        "Archive, extracted folder, folder of archives, or log")
-            ->required()
-            ->type_name("PATH");
+    addPaths(*command, arguments->archives);
     command->add_option("-o,--output", arguments->output,
                         "The copy, or for several archives a folder for them; nothing is replaced")
             ->required()

@@ -63,6 +63,7 @@ Json::Value ofProblem(const Problem& problem) {
     Json::Value out;
     out["file"] = problem.file;
     out["sentence"] = problem.sentence;
+    out["isNote"] = problem.isNote;
     return out;
 }
 

@@ -152,7 +152,7 @@ TEST_F(TimelineCommand, Errors) {
         const char* error;
     } kRows[] = {
             {{}, 2, "subcommand is required"},
-            {{"timeline"}, 2, "archive is required"},
+            {{"timeline"}, 2, "ARCHIVE is required"},
             {{"timeline", mArchive, "--level", "X"}, 2, "--level"},
             {{"timeline", mArchive, "--source", "none"}, 2, "--source"},
             {{"timeline", mArchive, "--around", "10"}, 2, "'10' is not a time span"},

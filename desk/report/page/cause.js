@@ -51,7 +51,9 @@ function sentences(items) {
 }
 
 export function showCause() {
-    const {verdict, problems} = report;
+    const {verdict} = report;
+    const problems = report.problems.filter(each => !each.isNote);
+    const notes = report.problems.filter(each => each.isNote);
     const name = file => report.files.findIndex(each => each.name === file);
     const problem = ({file, sentence}) => {
         const index = name(file);
@@ -62,7 +64,8 @@ export function showCause() {
             section('Findings', ...verdict.findings.map(finding),
                 verdict.findings.length ? '' : el('p', {class: 'dim'}, 'There is nothing in the archive that points to a cause.')),
             verdict.missing.length || problems.length ? section('Missing or unread evidence',
-                sentences([...verdict.missing.map(text => [visible(text)]), ...problems.map(problem)])) : ''),
+                sentences([...verdict.missing.map(text => [visible(text)]), ...problems.map(problem)])) : '',
+            notes.length ? section('Notes', sentences(notes.map(problem))) : ''),
         el('aside', {},
             section('Incident', el('dl', {}, ...facts().flatMap(([key, value]) => [el('dt', {}, key), el('dd', {}, visible(String(value)))]))),
             verdict.fingerprint ? section('Fingerprint', el('p', {}, el('code', {class: 'fingerprint'}, verdict.fingerprint)),
