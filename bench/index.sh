@@ -12,11 +12,9 @@ trap 'rm -rf "$work"' EXIT
 
 mkdir "$work/archives"
 "$build/bench/index_bench" archives "$work/archives" "$archives" 2000
-seconds() {
-    local start=$EPOCHREALTIME
-    "$@" > /dev/null
-    awk -v from="$start" -v to="$EPOCHREALTIME" 'BEGIN { printf "%.3f ", to - from }'
-}
+# Prints the seconds of a command on the clock and of its processor time.
+TIMEFORMAT='%R %U %S'
+seconds() { { time "$@" > /dev/null 2>&1; } 2>&1 | awk '{ print $1, $2 + $3 }'; }
 index() {
     rm -f "$work"/index.db*
     "$build/desk/kaveldesk" index "$work/archives" --db "$work/index.db"
@@ -27,14 +25,15 @@ unpack() {
     find "$work/archives" -type f -print0 |
         xargs -0 -n 1 -P "$(nproc)" tar -C "$work/unpacked" -xzf
 }
-index_times='' unpack_times=''
-for _ in 1 2 3; do
-    unpack_times+=$(seconds unpack)' '
-    index_times+=$(seconds index)' '
-done
-echo "measure archives $index_times"
-echo "measure tar $unpack_times"
-echo "measure rate $(awk -v n="$archives" '{ print n / $1, n / $2, n / $3 }' <<< "$index_times")"
+times=
+for _ in 1 2 3; do times+="$(seconds unpack) $(seconds index) "; done
+awk -v archives="$archives" '{
+    print "measure tar", $1, $5, $9
+    print "measure tar_cpu", $2, $6, $10
+    print "measure archives", $3, $7, $11
+    print "measure archives_cpu", $4, $8, $12
+    print "measure rate", archives / $3, archives / $7, archives / $11
+}' <<< "$times"
 "$build/bench/index_bench" rows "$work/rows.db" "$rows"
 echo "measure bytes_per_catch $(awk -v n="$rows" -v size="$(stat -c %s "$work/rows.db")" 'BEGIN { print size / n }')"
 "$build/bench/index_bench" questions "$work/rows.db"

@@ -92,6 +92,11 @@ def desk(_cases, quick):
         [BUILD / "desk.sh", BUILD / "bench", "1", "20" if quick else "200"], 600))
 
 
+def index(_cases, quick):
+    return measures_of("index", output_of(
+        [BUILD / "index.sh", BUILD, *(["100", "100000"] if quick else [])], 1800))
+
+
 def system_report(_cases, quick):
     if os.geteuid() != 0:
         raise Failure("sos report runs only as root")
@@ -137,6 +142,7 @@ PROGRAMS = {
     "long": in_phone("long", ["in_phone.sh", "600"], ["in_phone.sh", "60"]),
     "soak": in_phone("soak", ["soak.sh", "1000000"], ["soak.sh", "10000"], ["--scale", "60"], 7200),
     "desk": desk,
+    "index": index,
     "sos": system_report,
     "list": archive_list,
 }

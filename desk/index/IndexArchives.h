@@ -37,7 +37,8 @@ struct IndexOptions {
     /** Called now and then, in the caller's thread. */
     std::function<void(const IndexCounts&, const IndexTotals&)> progress;
     /** A file or folder that cannot be read, with the reason. In the caller's thread. */
-    std::function<void(const std::filesystem::path&, const std::string& reason)> failed;
+    std::function<void(const std::filesystem::path&, const std::string& reason)> failed =
+            [](const auto&, const auto&) {};
 };
 
 /**
