@@ -2,50 +2,17 @@
 
 #include <fmt/core.h>
 
-#include <charconv>
-#include <string_view>
-
 #include <CLI/Error.hpp>
 
-#include "desk/parse/Time.h"
-#include "desk/store/Rows.h"
+#include "desk/parse/AskedTime.h"
 
 namespace kaveldesk {
 namespace {
 
-constexpr int64_t kNsPerMs = 1'000'000;
-
-/** "7d", "24h": so long before now. */
-std::optional<int64_t> parseAgo(std::string_view text, int64_t nowUtc) {
-    constexpr int64_t kMost = 100'000;
-    int64_t number = 0;
-    const auto [unit, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const std::string_view name(unit, static_cast<size_t>(text.data() + text.size() - unit));
-    if (error != std::errc() || number < 0 || number > kMost) return std::nullopt;
-    if (name == "d") return nowUtc - number * kMsPerDay;
-    if (name == "h") return nowUtc - number * kMsPerHour;
-    return std::nullopt;
-}
-
-/** A date, or a date and a time; UTC without a zone. */
-std::optional<int64_t> parseTime(const std::string& text) {
-    for (const char* const rest : {"", " 00:00:00", ":00"}) {
-        const std::string whole = text + rest;
-        Scanner scanner{std::string_view(whole)};
-        const std::optional<Stamp> stamp = takeStamp(scanner);
-        if (stamp && scanner.rest().empty() && stamp->year >= 0) return utcOf(*stamp, 0) / kNsPerMs;
-    }
-    return std::nullopt;
-}
-
 std::optional<int64_t> timeOf(const char* option, const std::string& text, int64_t nowUtc) {
     if (text.empty()) return std::nullopt;
-    if (const auto ago = parseAgo(text, nowUtc)) return ago;
-    if (const auto time = parseTime(text)) return time;
-    throw CLI::ValidationError(option,
-                               fmt::format("'{}' is not a time such as 2026-11-21, '2026-11-21 "
-                                           "07:33', 2026-11-21T07:33:31+01:00, 24h or 7d",
-                                           text));
+    if (const auto time = parseAskedTime(text, nowUtc)) return time;
+    throw CLI::ValidationError(option, fmt::format("'{}' is not a time. {}", text, kAskedTimes));
 }
 
 }  // namespace

@@ -16,13 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool hasArchiveName(const std::string& name) {
-    for (const std::string_view end : {".tar.gz", ".tgz", ".tar", ".zip"}) {
-        if (endsWith(name, end)) return true;
-    }
-    return false;
-}
-
 /** Returns false to end the walk. */
 bool give(const fs::path& path, const WalkEvents& events) {
     try {
@@ -55,6 +48,13 @@ bool walk(const fs::path& folder, const WalkEvents& events) {
 }
 
 }  // namespace
+
+bool hasArchiveName(const std::string& name) {
+    for (const std::string_view end : {".tar.gz", ".tgz", ".tar", ".zip"}) {
+        if (endsWith(name, end)) return true;
+    }
+    return false;
+}
 
 FoundFile lookAt(const fs::path& path) {
     struct stat status = {};

@@ -14,6 +14,9 @@ struct FoundFile {
     int64_t modifiedNs = 0;
 };
 
+/** Whether a file of this name below a folder is an archive. */
+bool hasArchiveName(const std::string& name);
+
 /** The file @p path as it is now. Throws std::runtime_error if it is not there. */
 FoundFile lookAt(const std::filesystem::path& path);
 
