@@ -9,6 +9,7 @@ namespace kaveldesk {
 
 void addCause(CLI::App& app);
 void addReport(CLI::App& app);
+void addServe(CLI::App& app);
 void addTimeline(CLI::App& app);
 void addMask(CLI::App& app);
 void addIndex(CLI::App& app);

@@ -19,7 +19,7 @@ constexpr int kUsage = 2;
 
 const std::initializer_list<void (*)(CLI::App&)> kCommands = {
         addTimeline, addCause,   addReport,  addMask, addIndex, addTop,
-        addTrend,    addCompare, addSimilar, addShow, addSql};
+        addTrend,    addCompare, addSimilar, addShow, addSql,   addServe};
 
 }  // namespace
 

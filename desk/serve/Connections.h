@@ -1,0 +1,63 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "desk/serve/AnswerPool.h"
+#include "desk/serve/Fd.h"
+
+namespace kaveldesk {
+
+/**
+ * Takes HTTP requests and sends replies, one request for each connection. One thread moves all
+ * bytes; the threads of the pool only ever see whole heads and make whole replies. So a client that
+ * sends or reads slowly holds nothing but its connection, which ends at a deadline, or sooner if
+ * others need its place. Bodies of requests are not read.
+ */
+class Connections {
+  public:
+    /** @param answers  one for each thread that answers */
+    Connections(Fd listener, std::vector<Answer> answers);
+
+    /** Serves until @p stop is readable, and closes all connections. */
+    void run(const Fd& stop);
+
+  private:
+    using Clock = std::chrono::steady_clock;
+    enum class State : uint8_t { Head, Answer, Reply, End };
+    struct Connection {
+        Fd socket;
+        State state = State::Head;
+        std::string bytes;  // the head, or the reply
+        size_t sent = 0;
+        Clock::time_point deadline;
+        Clock::time_point moved;  // when the client did its part last
+    };
+    using Place = std::map<uint64_t, Connection>::iterator;
+
+    void acceptAll();
+    /** Whether there is a place for a new connection, or one that can be taken from another. */
+    bool hasPlace();
+    Place mostIdle(bool ofReplies);
+    void takeReplies();
+    void reply(Connection& connection, std::string bytes);
+    // Return whether the connection goes on.
+    bool send(Connection& connection);
+    bool step(uint64_t number, Connection& connection);
+    void endOld();
+    int pollTimeout() const;
+
+    const Fd mListener;
+    const Fd mWake;
+    Clock::time_point mNow;
+    Clock::time_point mAcceptAt;  // not before
+    uint64_t mNext = 0;
+    std::map<uint64_t, Connection> mConnections;
+    AnswerPool mPool;  // last: its threads use the others
+};
+
+}  // namespace kaveldesk

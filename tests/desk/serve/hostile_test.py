@@ -1,0 +1,231 @@
+#!/usr/bin/env python3
+"""What clients that mean harm, or are many, can do to kaveldesk serve: hostile_test.py KAVELDESK SAMPLES"""
+
+import os
+import re
+import selectors
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+KAVELDESK, SAMPLES = sys.argv[1:3]
+HASH = "0123456789abcdef" * 4
+GOOD_HOST = "Host: 127.0.0.1\r\n"
+
+
+class Server:
+    """A server and its folder of archives."""
+
+    def __init__(self, folder, *options):
+        self.process = subprocess.Popen(
+            [KAVELDESK, "serve", "--db", folder + "/index.db", *options],
+            stdout=subprocess.PIPE, text=True)
+        self.port = int(re.search(r":(\d+)/", self.process.stdout.readline())[1])
+
+    def connect(self):
+        return socket.create_connection(("127.0.0.1", self.port), timeout=20)
+
+    def ask(self, head):
+        """The whole reply to the bytes of a request."""
+        with self.connect() as client:
+            try:
+                client.sendall(head if isinstance(head, bytes) else head.encode())
+                client.shutdown(socket.SHUT_WR)
+            except (BrokenPipeError, ConnectionResetError):
+                pass  # refused before all of it was sent
+            return read_all(client)
+
+    def get(self, path, headers=""):
+        return self.ask(f"GET {path} HTTP/1.1\r\n{GOOD_HOST}{headers}\r\n")
+
+    def stop(self):
+        """Ends it as Ctrl-C does. Returns exit status and seconds."""
+        start = time.monotonic()
+        self.process.send_signal(signal.SIGINT)
+        status = self.process.wait(30)
+        self.process.stdout.close()
+        return status, time.monotonic() - start
+
+
+def read_all(client):
+    reply = b""
+    while piece := client.recv(65536):
+        reply += piece
+    return reply
+
+
+def status_of(reply):
+    return int(reply.split(b" ", 2)[1]) if reply.startswith(b"HTTP/1.1 ") else 0
+
+
+class Hostile(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.temporary = tempfile.TemporaryDirectory()
+        cls.folder = cls.temporary.name
+        cls.archives = cls.folder + "/archives"
+        os.mkdir(cls.archives)
+        subprocess.run([SAMPLES, cls.archives, "20"], check=True)
+        subprocess.run([KAVELDESK, "index", cls.archives, "--db", cls.folder + "/index.db"],
+                       check=True, stdout=subprocess.DEVNULL)
+        cls.server = Server(cls.folder, "--listen", "127.0.0.1:0")
+        cls.hashes = re.findall(rb"/report/([0-9a-f]{64})\">([^<]*)", cls.server.get("/catches"))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.server.stop()
+        cls.temporary.cleanup()
+
+    # Would catch a path that reaches the file system, a request that writes, a name of another
+    # site, and a limit that is not there.
+    def test_refuses(self):
+        secret = self.folder + "/index.db"
+        get = "GET {} HTTP/1.1\r\n" + GOOD_HOST + "\r\n"
+        with_host = "GET / HTTP/1.1\r\n{}\r\n"
+        cases = [(get.format(path), 404) for path in (
+            secret, "/" + secret, "/.." + secret, "/../../../../.." + secret, "/%2e%2e/%2e%2e/etc/passwd",
+            "/report/../../../../../etc/passwd", "/report/%2Fetc%2Fpasswd", "/report/" + secret,
+            "/report/" + HASH, "/report/" + HASH.upper(), f"/report/{HASH}/../..{secret}",
+            f"/report/{HASH}%00", "/page.css/../../etc/passwd", "/page.css%00", "/..\\..\\etc\\passwd",
+            "/fingerprint/", "/fingerprint/%3Cb%3E", "/fingerprint/" + "0" * 16, "http://127.0.0.1/etc/passwd")]
+        cases += [(with_host.format(hosts), 403) for hosts in (
+            "", "Host: evil.example\r\n", "Host: 127.0.0.1.evil.example\r\n", "Host: localhost.evil.example:80\r\n",
+            "Host: 127.0.0.1\r\nHost: evil.example\r\n", "Host: \r\n", "Host: [::1\r\n")]
+        cases += [(with_host.format(f"Host: {host}\r\n"), 200) for host in (
+            "localhost", "LOCALHOST:9", "127.0.0.1:80", "[::1]:80", "[::1]", socket.gethostname())]
+        cases += [(f"{method} / HTTP/1.1\r\n{GOOD_HOST}Content-Length: 99999999999\r\n\r\nbody", 405)
+                  for method in ("POST", "PUT", "DELETE", "OPTIONS", "PATCH")]
+        cases += [(get.format("/catches?" + query), 400) for query in (
+            "behind=1", "behind=x." + HASH, "since=yesterday", "until=%00")]
+        cases += [
+            (get.format("/?process='%20OR%20'1'='1"), 200),
+            (get.format("/" + "a" * 9000), 431),
+            ("GET / HTTP/1.1\r\n" + GOOD_HOST + "X: " + "a" * 9000 + "\r\n\r\n", 431),
+            (b"a" * 1_000_000, 431),
+            ("GET / HTTP/1.1\r\n" + GOOD_HOST + "X: y\r\n" * 2000 + "\r\n", 431),
+            (b"\x00\xff\r\n\r\n", 400),
+            ("\r\n\r\n", 400),
+            ("BREW / HTTP/1.1\r\n" + GOOD_HOST + "\r\n", 400),
+            ("GET / HTTP/9\r\n" + GOOD_HOST + "\r\n", 400),
+            ("GET / HTTP/1.1\r\n" + GOOD_HOST, 0),
+        ]
+        for head, status in cases:
+            with self.subTest(head=head[:120]):
+                reply = self.server.ask(head)
+                self.assertEqual(status_of(reply), status)
+                self.assertNotIn(b"root:", reply)
+                self.assertNotIn(b"SQLite format", reply)
+        whole = self.server.get("/")
+        ranges = self.server.get("/", "Range: bytes=" + ",".join(["0-"] * 2000) + "\r\n")
+        self.assertEqual((status_of(ranges), len(ranges)), (200, len(whole)))
+        head = self.server.ask("HEAD / HTTP/1.1\r\n" + GOOD_HOST + "\r\n")
+        self.assertTrue(head.endswith(b"\r\n\r\n"))
+        for header in (b"script-src 'self'", b"X-Content-Type-Options: nosniff", b"Cache-Control: no-store"):
+            self.assertIn(header, head)
+
+    # Would catch a report of what has replaced the archive, and a read that never ends.
+    def test_reports_only_what_was_indexed(self):
+        (changed, changed_name), (pipe, pipe_name), (good, _) = self.hashes[:3]
+        with open(os.path.join(self.archives, changed_name.decode()), "ab") as archive:
+            archive.write(b"more")
+        path = os.path.join(self.archives, pipe_name.decode())
+        os.remove(path)
+        os.mkfifo(path)
+        for wanted, status in ((changed, 404), (pipe, 404), (good, 200)):
+            reply = self.server.get("/report/" + wanted.decode())
+            self.assertEqual(status_of(reply), status)
+        self.assertIn(b"Content-Security-Policy: sandbox allow-scripts", reply)
+        self.assertEqual(reply.count(b"Content-Security-Policy: "), 1)
+
+    # Would catch a server that serves as many clients as it has threads.
+    def test_serves_200_clients_at_once(self):
+        clients = [self.server.connect() for _ in range(200)]
+        for client in clients:
+            client.sendall(f"GET / HTTP/1.1\r\n{GOOD_HOST}".encode())
+        for client in clients:
+            client.sendall(b"\r\n")
+        for client in clients:
+            with client:
+                self.assertEqual(status_of(read_all(client)), 200)
+
+    # Would catch clients that keep threads or places by sending or reading slowly.
+    def test_slow_clients_stop_nobody(self):
+        slow = [self.server.connect() for _ in range(300)]
+        report = f"GET /report/{self.hashes[5][0].decode()} HTTP/1.1\r\n{GOOD_HOST}\r\n".encode()
+        for i, client in enumerate(slow):
+            client.sendall(report if i % 10 == 0 else b"GET / HTTP/1.1\r\nX: ")
+        for _ in range(20):
+            self.assertEqual(status_of(self.server.get("/")), 200)
+        # Those that send a byte now and then end at the deadline all the same.
+        end = time.monotonic() + 20
+        waiting = {client for i, client in enumerate(slow) if i % 10 != 0}
+        with selectors.DefaultSelector() as selector:
+            for client in waiting:
+                selector.register(client, selectors.EVENT_READ)
+            while waiting and time.monotonic() < end:
+                for key, _ in selector.select(0.5):
+                    selector.unregister(key.fileobj)
+                    waiting.remove(key.fileobj)
+                for client in waiting:
+                    try:
+                        client.send(b"x")
+                    except OSError:
+                        pass  # the next select() finds it
+        self.assertEqual(len(waiting), 0)
+        for client in slow:
+            client.close()
+
+    # Would catch an address that others reach without a token, and a comparison that is none.
+    def test_wants_a_token_where_others_reach_it(self):
+        server = Server(self.folder, "--listen", "0.0.0.0:0")
+        token = server.process.stdout.readline().split()[1]
+        self.assertEqual(len(token), 64)
+        cookie = re.search(rb"Set-Cookie: (kaveldesk=\w{64}); HttpOnly; SameSite=Strict",
+                           server.get("/login", f"Authorization: Bearer {token}\r\n"))[1].decode()
+        for headers, status in (
+                ("", 401), (f"Authorization: Bearer {token[:-1]}x\r\n", 401), ("Authorization: Bearer \r\n", 401),
+                (f"Authorization: Basic {token}\r\n", 401), ("Cookie: kaveldesk=\r\n", 401),
+                (f"Cookie: kaveldesk={token}\r\n", 401), (f"Cookie: {cookie}x\r\n", 401),
+                (f"Authorization: Bearer {token}\r\n", 200), (f"Cookie: a=b; {cookie}\r\n", 200)):
+            for path in ("/", "/catches", "/changes", "/report/" + self.hashes[5][0].decode()):
+                with self.subTest(headers=headers, path=path):
+                    reply = server.get(path, headers)
+                    self.assertEqual(status_of(reply), status)
+                    self.assertEqual(b"PHX110" in reply, status == 200 and path in ("/", "/catches"))
+        self.assertNotIn(b"Set-Cookie", server.get("/login", "Authorization: Bearer x\r\n"))
+        server.stop()
+
+    # Would catch an end that waits for clients, and errors without a sentence.
+    def test_begins_with_a_sentence_and_ends_at_once(self):
+        server = Server(self.folder, "--listen", "127.0.0.1:0")
+        held = [server.connect() for _ in range(10)]
+        for client in held:
+            client.sendall(b"GET / HTTP/1.1\r\n")
+        port = f"127.0.0.1:{server.port}"
+        for options, status, text in (
+                (["--listen", port], 1, f"cannot listen at {port}: another program listens there"),
+                (["--listen", "example:80"], 2, "'example:80' is not an address"),
+                (["--listen", "127.0.0.1:65536"], 2, "is not an address"),
+                (["--db", self.folder + "/none.db"], 1, "there is no index yet"),
+                (["--watch", self.folder + "/none", "--listen", "127.0.0.1:0"], 1, "is not a folder"),
+                (["--token-file", "/dev/null"], 1, "has no token")):
+            command = [KAVELDESK, "serve", *options]
+            if "--db" not in options:
+                command += ["--db", self.folder + "/index.db"]
+            result = subprocess.run(command, capture_output=True, text=True, timeout=30, check=False)
+            with self.subTest(options=options):
+                self.assertEqual((result.returncode, result.stdout), (status, ""))
+                self.assertIn(text, result.stderr)
+        status, seconds = server.stop()
+        self.assertEqual(status, 0)
+        self.assertLess(seconds, 2)
+        for client in held:
+            client.close()
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
