@@ -36,7 +36,10 @@ set_up() {
         *arm64* | *lint*) scripts/arm64-sysroot.sh ;;
     esac
     case $legs in
-        *default*) sh scripts/setup.sh scripts/packages-browser.txt ;;
+        *default*)
+            sh scripts/setup.sh scripts/packages-browser.txt
+            sh scripts/setup.sh scripts/packages-clickhouse.txt
+            ;;
     esac
     case $legs in
         *kernel*) sh scripts/setup.sh scripts/packages-kernel.txt || echo 'the kernel test will be skipped' ;;

@@ -19,9 +19,9 @@ std::optional<int64_t> timeOf(const char* option, const std::string& text, int64
 
 void addPlaceOption(CLI::App& command, std::string& db) {
     command.add_option("--db", db,
-                       "The index. Without it: kaveldesk/index.db in $XDG_DATA_HOME or "
-                       "~/.local/share")
-            ->type_name("FILE");
+                       "The index: a file, or clickhouse://HOST:PORT/DATABASE. Without it: "
+                       "kaveldesk/index.db in $XDG_DATA_HOME or ~/.local/share")
+            ->type_name("PLACE");
 }
 
 void addFilterOptions(CLI::App& command, FilterOptions& options, bool withBuild) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "desk/store/ClickHouseStore.h"
 #include "desk/store/Schema.h"
 #include "desk/store/SqliteSchema.h"
 #include "desk/store/SqliteStore.h"
@@ -35,6 +36,9 @@ std::unique_ptr<Store> openSqlite(const std::string& path, Access access) {
 
 std::unique_ptr<Store> openStore(const std::string& place, Access access) {
     try {
+        if (isClickHousePlace(place)) {
+            return std::make_unique<ClickHouseStore>(clickHousePlaceOf(place), access);
+        }
         return openSqlite(place, access);
     } catch (const std::exception& error) {
         throw std::runtime_error(fmt::format("{}: {}", place, error.what()));

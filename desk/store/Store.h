@@ -40,8 +40,9 @@ class Store {
 enum class Access : uint8_t { Read, Write };
 
 /**
- * Opens the index at @p place, the path of a database file. For writing, it is made if it is not
- * there; an index of an older version is brought up to date first in both cases.
+ * Opens the index at @p place, the path of a database file or clickhouse://HOST:PORT/DATABASE. For
+ * writing, it is made if it is not there (in a ClickHouse database that is). A file of an older
+ * version is brought up to date first in both cases.
  */
 std::unique_ptr<Store> openStore(const std::string& place, Access access);
 
