@@ -23,8 +23,8 @@ std::string framed(const View& view, const std::string& path, const FilterTexts&
                    std::optional<uint64_t> changes) {
     Html navigation;
     if (!path.empty()) {
-        const auto current = [&](const char* view) {
-            return path == view ? Html(" aria-current=\"page\"") : Html();
+        const auto current = [&](const char* target) {
+            return path == target ? Html(" aria-current=\"page\"") : Html();
         };
         navigation += Html(
                 "<nav><a href=\"{}\"{}>Overview</a> <a href=\"{}\"{}>Catches</a></nav>\n",
