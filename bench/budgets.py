@@ -55,6 +55,8 @@ ROWS = [
     Row("kaveldesk: archives indexed per second", "", "index.rate", None, None, None, None),
     Row("kaveldesk: slowest question about 1 M catches, processor time", "ms",
         "index.slowest_cpu", None, None, None, 200),
+    Row("kaveldesk: slowest page about 1 M catches, processor time", "ms",
+        "index.slowest_page_cpu", None, None, None, 100),
     Row("kaveldesk: index, bytes per catch", "B", "index.bytes_per_catch", None, None, None, None),
     Row("Soak: lines lost", "", "soak.lost", None, None, None, 0, True),
     Row("Soak: RSS, last quarter against the first", "kB",

@@ -37,3 +37,4 @@ awk -v archives="$archives" '{
 "$build/bench/index_bench" rows "$work/rows.db" "$rows"
 echo "measure bytes_per_catch $(awk -v n="$rows" -v size="$(stat -c %s "$work/rows.db")" 'BEGIN { print size / n }')"
 "$build/bench/index_bench" questions "$work/rows.db"
+"$build/pages.py" "$build/desk/kaveldesk" "$work/rows.db"

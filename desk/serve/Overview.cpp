@@ -11,7 +11,7 @@
 namespace kaveldesk {
 namespace {
 
-constexpr size_t kDays = 90;
+constexpr size_t kDays = 30;
 constexpr size_t kMostDays = 366;  // if the request says since when
 constexpr size_t kBuilds = 10;
 constexpr size_t kFingerprints = 20;

@@ -88,7 +88,7 @@ void Watcher::watch(const std::string& folder) {
 }
 
 void Watcher::takeEvents(std::set<std::string>& paths) {
-    alignas(inotify_event) std::array<char, 16 * 1024> buffer;
+    alignas(inotify_event) std::array<char, 16'384> buffer;
     while (paths.size() < kMostPaths) {
         const ssize_t size = read(mNotify.get(), buffer.data(), buffer.size());
         if (size <= 0) return;

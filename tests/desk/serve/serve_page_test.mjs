@@ -2,11 +2,12 @@
 // usage: node serve_page_test.mjs DRIVER_FOLDER KAVELDESK SAMPLES OUT_FOLDER
 import assert from 'node:assert/strict';
 import {execFileSync, spawn} from 'node:child_process';
-import {existsSync, mkdirSync, mkdtempSync, renameSync, rmSync, writeFileSync} from 'node:fs';
+import {closeSync, existsSync, mkdirSync, mkdtempSync, openSync, readFileSync, renameSync, rmSync, writeFileSync, writeSync} from 'node:fs';
 import {createRequire} from 'node:module';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {createInterface} from 'node:readline';
+import {gunzipSync, gzipSync} from 'node:zlib';
 
 const [driver, kaveldesk, samples, out] = process.argv.slice(2);
 const executablePath = '/usr/bin/chromium';
@@ -34,7 +35,6 @@ page.on('console', message => complaints.push(message.text()));
 page.on('pageerror', error => complaints.push(error.stack || error.message));
 page.on('request', request => requests.add(new URL(request.url()).origin));
 
-const listed = () => page.locator('tbody tr').count();
 const cases = {
     'the token opens the pages': async () => {
         await page.goto(address);
@@ -50,9 +50,16 @@ const cases = {
         await page.goto(`${address}catches`);
         await page.waitForFunction(() => document.querySelectorAll('tbody tr').length === 19);
         await page.getByLabel('Process').fill('half written');
+        const other = gzipSync(gunzipSync(readFileSync(`${archives}.next.tar.gz`)), {level: 1});
+        const uploaded = openSync(join(archives, 'uploaded.tar.gz'), 'w');
+        writeSync(uploaded, other, 0, 1000);
         renameSync(`${archives}.next.tar.gz`, join(archives, 'next.tar.gz'));
         await page.waitForFunction(() => document.querySelectorAll('tbody tr').length === 20);
         assert.equal(await page.getByLabel('Process').inputValue(), 'half written');
+        writeSync(uploaded, other, 1000);
+        closeSync(uploaded);
+        await page.waitForFunction(() => document.querySelectorAll('tbody tr').length === 21);
+        assert.equal(await page.locator('.badge.bad').count(), 0);
         assert.match(await page.locator('#status').innerText(), /^Updated at/);
     },
     'filters narrow the list': async () => {
