@@ -31,10 +31,12 @@ std::string addThreads(const Case& c, const ThreadDump& dump, const std::vector<
         if (candidate.findings.size() >= kMostFindings) break;
         const bool isNamed = std::find(names.begin(), names.end(), thread.name) != names.end();
         const bool isMain = &thread == mainThread(dump);
-        const bool isBlocked = activityOf(thread).doing == Doing::WaitsForLock;
+        const Activity activity = activityOf(thread);
+        const bool isBlocked = activity.doing == Doing::WaitsForLock;
         if (!isNamed && !(names.empty() && (isMain || isBlocked))) continue;
+        const bool saysNothing = activity.words.empty() && thread.frames.empty();
+        if (activity.doing == Doing::Idle || saysNothing) continue;
         const WaitChain chain = followWaits(c, dump, thread);
-        if (activityOf(thread).doing == Doing::Idle) continue;
         if (words.empty()) {
             words = fmt::format("{} {}", nameOf(dump, thread), chainWords(c, chain));
             for (std::string& part : chainSignature(chain))
