@@ -29,22 +29,27 @@ Table findingsOf(Store& store, const Filter& filter) {
 }  // namespace
 
 Table listCatches(Store& store, const Filter& filter, size_t limit, const ListPlace* behind) {
+    SqlPart where = whereCatches(filter);
+    if (behind != nullptr) {
+        where.add(where.parameters.empty() ? " WHERE " : " AND ");
+        where.add("utc_hour <= ?", startOf(behind->utc, kMsPerHour));
+        where.add(" AND (utc < ?", behind->utc);
+        where.add(" OR (utc = ?", behind->utc);
+        where.add(" AND hash > ?))", behind->hash);
+    }
+    // By fingerprint, an engine has the catches in the order of utc, else in that of both.
+    const char* const order = filter.fingerprint ? "utc DESC" : "utc_hour DESC, utc DESC";
     SqlPart part;
     part.add(
             "SELECT utc, event, process, build, broken, fingerprint, kind, headline, archive, "
             "size, hash FROM catches");
-    part.add(whereCatches(filter));
-    if (behind != nullptr) {
-        part.add(part.parameters.empty() ? " WHERE " : " AND ");
-        part.add("utc_hour <= ?", startOf(behind->utc, kMsPerHour));
-        part.add(" AND (utc < ?", behind->utc);
-        part.add(" OR (utc = ?", behind->utc);
-        part.add(" AND hash > ?))", behind->hash);
-    }
-    // By fingerprint, an engine has the catches in the order of utc, else in that of both.
-    part.add(filter.fingerprint ? " ORDER BY utc DESC, hash"
-                                : " ORDER BY utc_hour DESC, utc DESC, hash");
-    part.add(fmt::format(" LIMIT {}", limit));
+    part.add(where);
+    // An engine without an index for this reads only the last hours of all these columns.
+    part.add(where.parameters.empty() ? " WHERE " : " AND ");
+    part.add("utc_hour >= (SELECT min(h) FROM (SELECT utc_hour AS h FROM catches");
+    part.add(where);
+    part.add(fmt::format(" ORDER BY {} LIMIT {})) ORDER BY {}, hash LIMIT {}", order, limit, order,
+                         limit));
     return readTable(store, {part.sql,
                              part.parameters,
                              {{"utc", ValueType::Time},

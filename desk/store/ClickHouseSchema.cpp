@@ -26,7 +26,9 @@ std::string columnNames(const SchemaTable& table) {
 
 /** The order of the rows on disk. */
 std::string_view orderOf(const SchemaTable& table) {
-    return table.name == "catches" ? "utc_hour, event, process" : table.key;
+    if (table.name == "catches") return "utc_hour, event, process";
+    if (table.name == "daily") return "fingerprint, utc_day";
+    return table.key;
 }
 
 /** Which rows of a table count. @p id is its column with the catch's id, if it has one. */
@@ -75,15 +77,12 @@ std::vector<std::string> clickHouseSchema(const std::string& database) {
         const std::string columns = columnList(table, kSchemaVersion, typeName);
         if (table.name == "sources") {
             addTable("sources", columns, "ReplacingMergeTree", "path");
-        } else if (table.name == "daily") {
-            addView("daily", fmt::format("SELECT utc_day, event, process, build, fingerprint, "
-                                         "kind, 1 AS catches, utc AS first_utc, utc AS last_utc "
-                                         "FROM {}.catches_rows WHERE {}",
-                                         database, whichCount(database, "id")));
         } else {
             const bool isByMonth = hasMonth(table.name);
             addTable(fmt::format("{}_rows", table.name),
-                     fmt::format("{}, {}batch Int64", columns, isByMonth ? kMonth : ""),
+                     fmt::format("{}{}, {}batch Int64", columns,
+                                 table.name == "daily" ? ", catch_id Int64" : "",
+                                 isByMonth ? kMonth : ""),
                      isByMonth ? byMonth : "MergeTree", orderOf(table));
             addView(table.name,
                     fmt::format("SELECT {} FROM {}.{}_rows WHERE {}", columnNames(table), database,

@@ -148,11 +148,11 @@ void ClickHouseStore::insertRows(const std::vector<const CatchRow*>& catches, in
         }
         sender.add("hashes", {id, row->hash, month, batch});
         for (TableRows& table : tableRowsOf(*row, id)) {
-            if (table.table == "daily") continue;  // a view
             if (table.table == "fingerprints" && !fingerprints.insert(row->fingerprint).second) {
                 continue;
             }
             for (Row& values : table.rows) {
+                if (table.table == "daily") values.emplace_back(id);  // one row for each catch
                 if (hasMonth(table.table)) values.emplace_back(month);
                 values.emplace_back(batch);
                 sender.add(table.table, values);
@@ -187,6 +187,7 @@ std::vector<bool> ClickHouseStore::areKnown(const std::vector<std::string>& hash
     std::set<std::string> found;
     for (const Row& row : readTable(*this, query).rows) found.insert(textIn(row, 0));
     std::vector<bool> known;
+    known.reserve(hashes.size());
     for (const std::string& hash : hashes) known.push_back(found.count(hash) > 0);
     return known;
 }
@@ -200,6 +201,7 @@ std::vector<bool> ClickHouseStore::areUnchanged(const std::vector<SourceRow>& so
     std::set<Row> found;
     for (Row& row : readTable(*this, query).rows) found.insert(std::move(row));
     std::vector<bool> unchanged;
+    unchanged.reserve(sources.size());
     for (const SourceRow& source : sources) {
         unchanged.push_back(found.count({source.path, source.size, source.modifiedNs}) > 0);
     }
