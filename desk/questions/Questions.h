@@ -44,7 +44,8 @@ struct ListPlace {
 Table listCatches(Store& store, const Filter& filter, size_t limit,
                   const ListPlace* behind = nullptr);
 
-/** One catch: all columns of the table catches but the id; no row if @p hash is not in the store. */
+/** One catch: all columns of the table catches but the id; no row if @p hash is not in the store.
+ */
 Table catchOf(Store& store, const std::string& hash);
 
 /** A part of an answer that has several. */
