@@ -46,6 +46,7 @@ class TextWriter : public TableWriter {
         mColumns = columns;
         mWidths.assign(columns.size(), 0);
         std::vector<std::string> head;
+        head.reserve(columns.size());
         for (const Column& column : columns) head.push_back(printable(column.name));
         keep(std::move(head));
     }
@@ -98,7 +99,7 @@ class TextWriter : public TableWriter {
             if (i > 0) line += "  ";
             line += isNumber ? blanks + texts[i] : texts[i] + blanks;
         }
-        line.erase(line.find_last_not_of(' ') + 1);
+        while (!line.empty() && line.back() == ' ') line.pop_back();
         fmt::print("{}\n", line);
     }
 

@@ -12,7 +12,7 @@
 namespace kaveldesk {
 
 std::string hashFile(const std::filesystem::path& path) {
-    constexpr size_t kBlock = 256 * 1024;
+    constexpr size_t kBlock = 262'144;
     const std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context(EVP_MD_CTX_new(),
                                                                      EVP_MD_CTX_free);
     bool isGood = EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) == 1;

@@ -123,7 +123,7 @@ class Run {
                 count(mCounts.unchanged, mFound[i]);
                 continue;
             }
-            while (mWorkers.inWork() >= mOptions.threads * 4) handleOne();
+            while (mWorkers.inWork() >= size_t{4} * mOptions.threads) handleOne();
             mWorkers.add({mFound[i], {}}, false);
         }
         mFound.clear();

@@ -31,15 +31,19 @@ int64_t msOf(int64_t ns) {
     return (ns - (rest < 0 ? rest + kNsPerMs : rest)) / kNsPerMs;
 }
 
+/** The folders in @p path, with their last "/". */
+std::string_view foldersOf(std::string_view path) {
+    return path.substr(0, path.size() - baseName(path).size());
+}
+
 /** Length of the folders, with their last "/", that all files are in. */
 size_t commonFolder(const std::vector<EvidenceFile>& files) {
     std::string_view common;
     for (const EvidenceFile& file : files) {
         const std::string_view name(file.name);
-        if (&file == files.data()) common = name.substr(0, name.rfind('/') + 1);
+        if (&file == files.data()) common = foldersOf(name);
         const auto end = std::mismatch(common.begin(), common.end(), name.begin(), name.end());
-        common = common.substr(0, static_cast<size_t>(end.first - common.begin()));
-        common = common.substr(0, common.rfind('/') + 1);
+        common = foldersOf(common.substr(0, static_cast<size_t>(end.first - common.begin())));
     }
     return common.size();
 }
