@@ -51,7 +51,8 @@ TEST(StatusTest, FollowsAReportFromBeforeItToItsArchive) {
     EXPECT_EQ(run({"kavelctl", "why"}).status, 1);
     EXPECT_EQ(ask()["pools"].size(), 0U);
 
-    configureEvent("0x1", {"--name", "asked", "--window", "80000"});
+    // In this phone 15 s: with a sanitizer on a busy machine each question takes seconds.
+    configureEvent("0x1", {"--name", "asked", "--window", "300000"});
     sendEvent("0x1", {"--log-info", "prop", "--extra", "com.a"});
     sendEvent("0x777", {});
     ASSERT_TRUE(eventually([] {
@@ -61,8 +62,8 @@ TEST(StatusTest, FollowsAReportFromBeforeItToItsArchive) {
     const Json::Value during = ask();
     EXPECT_EQ(during["handler"], "ready");
     EXPECT_EQ(during["eventTypes"][0]["name"], "asked");
-    EXPECT_GT(during["catches"][0]["leftMs"].asInt64(), 40000);
-    EXPECT_LE(during["catches"][0]["leftMs"].asInt64(), 80000);
+    EXPECT_GT(during["catches"][0]["leftMs"].asInt64(), 20000);
+    EXPECT_LE(during["catches"][0]["leftMs"].asInt64(), 300000);
     EXPECT_TRUE(has(why("0x1"), "(com.a): its logs are being collected; window, ")) << why("0x1");
     EXPECT_TRUE(has(why("0x777"), "its event type is not enabled")) << why("0x777");
     sendEvent("0x1", {"--log-info", "prop", "--extra", "com.b"});
