@@ -82,7 +82,8 @@ TEST(RepeatCounter, LogsTheFirstFailureAndEachDoubling) {
     RepeatCounter counter;
     for (int run = 0; run < 2; ++run) {
         std::string logged;
-        for (int i = 1; i <= 9; ++i) logged += counter.add() ? std::to_string(counter.count()) : "-";
+        for (int i = 1; i <= 9; ++i)
+            logged += counter.add() ? std::to_string(counter.count()) : "-";
         EXPECT_EQ(logged, "12-4---8-");
         counter.reset();
     }
