@@ -77,7 +77,7 @@ DaemonStatus makeStatus() {
     for (size_t i = 0; i < kFateCount; ++i) status.journal.counts[i] = 200 + i;
     status.journal.archives = 2;
     status.journal.archiveBytes = uint64_t{1} << 40;
-    status.journal.failures = {entry(Fate::DiskFull, "\u7a7a\u202e", "tar status 1")};
+    status.journal.failures = {entry(Fate::DiskFull, "\u7a7a\u202e\u202c", "tar status 1")};
     status.journal.recent = {entry(Fate::Disabled, "\xff\n", "")};
     status.commands.run = 9;
     status.commands.late = 1;
