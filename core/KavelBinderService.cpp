@@ -99,7 +99,11 @@ void KavelBinderService::updateEventParams(long eventId, String16 eventName, boo
         parameters.setEventIdMap(recoverId, eventId, String8(eventName).c_str());
     });
     ReportJournal& journal = ReportJournal::instance();
-    isStored ? journal.settingsStored() : journal.settingsRefused();
+    if (isStored) {
+        journal.settingsStored();
+    } else {
+        journal.settingsRefused();
+    }
 }
 
 status_t KavelBinderService::dump(int fd, const Vector<String16>& args) {

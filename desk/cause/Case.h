@@ -46,7 +46,7 @@ enum class Reach : uint8_t {
     Used,     // it ended the process of the event or one in the foreground
 };
 
-/** A possible cause, with what speaks for it. */
+/** A possible cause, with its findings. */
 struct Candidate {
     std::string kind;
     std::string process;  // empty if it is about the whole phone

@@ -191,4 +191,16 @@ Verdict findCause(const Evidence& evidence, const Timeline& timeline) {
     return verdict;
 }
 
+std::string_view weightName(Finding::Weight weight) {
+    switch (weight) {
+        case Finding::Weight::Cause:
+            return "cause";
+        case Finding::Weight::Contributing:
+            return "contributing";
+        case Finding::Weight::Observation:
+            return "observation";
+    }
+    return "observation";
+}
+
 }  // namespace kaveldesk

@@ -19,13 +19,13 @@ const CauseKind& kindOf(const Candidate& candidate);
 /** The kinds that the event asks for, by the most exact word in its names. */
 std::vector<std::string_view> wantedKinds(const Incident& incident);
 
-/** How a candidate compares with the incident. Unknown: nothing speaks against it. */
+/** How a candidate compares with the incident. Unknown: nothing rules it out. */
 enum class Match : uint8_t { Other, Unknown, Same };
 
 Match matchProcess(const Incident& incident, const Candidate& candidate);
 Match matchTime(const Incident& incident, const Candidate& candidate);
 
-/** What speaks for a candidate; a larger value is better. */
+/** How good a candidate is; a larger value is better. */
 struct Rank {
     bool isPossible = false;  // neither of another process nor far from the event
     int score = 0;

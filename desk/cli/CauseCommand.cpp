@@ -25,18 +25,6 @@ struct CauseOptions {
     bool isJson = false;
 };
 
-std::string_view weightName(Finding::Weight weight) {
-    switch (weight) {
-        case Finding::Weight::Cause:
-            return "cause";
-        case Finding::Weight::Contributing:
-            return "contributing";
-        case Finding::Weight::Observation:
-            return "observation";
-    }
-    return "observation";
-}
-
 const std::string& fileOf(const Evidence& evidence, const Citation& citation) {
     return evidence.files[citation.place.file].name;
 }

@@ -140,7 +140,7 @@ void runIndex(const IndexCommandOptions& options) {
         counts = indexArchives(*store, options.paths, index);
     }
     print(counts, db, std::chrono::duration<double>(Clock::now() - start).count(), options.isJson);
-    if (gStop) throw std::runtime_error("stopped; the same command goes on where it was");
+    if (gStop) throw std::runtime_error("stopped; the same command continues where it stopped");
     if (counts.failed > 0) throw std::runtime_error("not all archives could be read");
 }
 
@@ -152,8 +152,8 @@ void addIndex(CLI::App& app) {
             "index",
             "Reads archives into an index, about which top, trend, compare, similar, show and sql "
             "answer questions.\n"
-            "Each archive is read once, by its content. A run that was stopped goes on where it "
-            "was.");
+            "Each archive is read once, by its content. A run that was stopped continues "
+            "where it stopped.");
     command->add_option("PATH", options->paths, "Archives, and folders with archives at any depth")
             ->required();
     addPlaceOption(*command, options->db);

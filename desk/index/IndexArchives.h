@@ -43,8 +43,8 @@ struct IndexOptions {
 
 /**
  * Indexes archives into @p store: each once, by its hash. What an earlier run has stored is not
- * read again, so that a run that was stopped or killed goes on where it was. Memory does not grow
- * with the number of archives. Throws std::runtime_error for a path that is not there and for
+ * read again, so that a run that was stopped or killed continues where it stopped. Memory does not
+ * grow with the number of archives. Throws std::runtime_error for a path that is not there and for
  * errors of the store.
  */
 IndexCounts indexArchives(Store& store, const std::vector<std::string>& paths,

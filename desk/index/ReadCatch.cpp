@@ -48,18 +48,6 @@ size_t commonFolder(const std::vector<EvidenceFile>& files) {
     return common.size();
 }
 
-std::string_view weightName(Finding::Weight weight) {
-    switch (weight) {
-        case Finding::Weight::Cause:
-            return "cause";
-        case Finding::Weight::Contributing:
-            return "contributing";
-        case Finding::Weight::Observation:
-            return "observation";
-    }
-    return "observation";
-}
-
 void addEvents(const Evidence& evidence, CatchRow& row) {
     for (const ReportedEvent& event : eventsOf(evidence)) {
         if (row.events.size() == kMostRows) break;

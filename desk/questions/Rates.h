@@ -13,7 +13,7 @@ struct CountPair {
 
 /** What differs between two builds, beyond what chance explains. */
 struct RateChanges {
-    double scale = 0;               // b for each a where nothing has changed; 0 if not known
+    double scale = 0;               // b for each a if nothing has changed; 0 if unknown
     std::vector<double> expectedB;  // of each pair
     std::vector<double> p;          // of each pair, corrected for their number
 };

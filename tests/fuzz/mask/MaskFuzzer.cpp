@@ -1,6 +1,6 @@
 // Any text through the rules of masking. Would catch a crash, a line that is lost or joined with
-// another one, a value of the text that is still in the copy by the same rules, and text that
-// changes where no value was found.
+// another one, a value of the text that is still in the copy by the same rules, and a change
+// to a text without values.
 
 #include <algorithm>
 #include <cstdint>
