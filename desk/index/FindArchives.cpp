@@ -18,12 +18,14 @@ namespace fs = std::filesystem;
 
 /** Returns false to end the walk. */
 bool give(const fs::path& path, const WalkEvents& events) {
+    FoundFile file;
     try {
-        return events.found(lookAt(path));
+        file = lookAt(path);
     } catch (const std::runtime_error& error) {
         events.failed(path, error.what());
         return true;
     }
+    return events.found(file);  // what it throws is no failure of this file
 }
 
 /** Returns false to end the walk. */

@@ -149,6 +149,33 @@ TEST(IndexArchives, AKilledRunGoesOn) {
     EXPECT_EQ(archives.ask("SELECT sum(catches) FROM daily").rows[0][0], Value(int64_t{60}));
 }
 
+// Would catch a run that takes the store's failure for that of a file and goes on.
+TEST(IndexArchives, AStoreThatFailsEndsTheRun) {
+    struct : Store {
+        void insert(const Batch&) override {
+            ++inserts;
+            throw std::runtime_error("lost");
+        }
+        std::vector<bool> areKnown(const std::vector<std::string>& hashes) override {
+            return std::vector<bool>(hashes.size());
+        }
+        std::vector<bool> areUnchanged(const std::vector<SourceRow>& sources) override {
+            return std::vector<bool>(sources.size());
+        }
+        void read(const Query&, RowSink&) override {}
+        int inserts = 0;
+    } store;
+    const Archives archives(200);
+    IndexOptions options;
+    options.threads = 3;
+    options.batch = 7;
+    options.failed = [](const auto& path, const auto& reason) {
+        ADD_FAILURE() << path << ": " << reason;
+    };
+    EXPECT_THROW(indexArchives(store, {archives.dir / "in"}, options), std::runtime_error);
+    EXPECT_EQ(store.inserts, 1);
+}
+
 TEST(IndexArchives, APathThatIsNotThereEndsTheRun) {
     const TempDir dir;
     const auto store = openStore(dir / "index.db", Access::Write);
