@@ -11,7 +11,7 @@
 namespace kaveldesk {
 namespace {
 
-constexpr std::string_view kScheme = "clickhouse://";
+constexpr int kMostPort = 65'535;
 constexpr int kConnectSeconds = 10;
 constexpr int kAnswerSeconds = 300;  // without a byte
 
@@ -46,7 +46,7 @@ ClickHouseError errorOf(int status, std::string text) {
         return {0, fmt::format("the answer is not ClickHouse's (HTTP status {})", status)};
     }
     text.erase(0, start + kException.size());
-    for (const char* end : {"\n", ", e.what()", " (version "})
+    for (const char* end : {"\n", ", e.what()", " (version ", ". Expected one of"})
         text.resize(std::min(text.find(end), text.size()));
     text.resize(std::min(text.size(), kMostBytes));
     while (!text.empty() && text.back() == '.') text.pop_back();
@@ -59,13 +59,13 @@ ClickHouseError errorOf(int status, std::string text) {
 }  // namespace
 
 bool isClickHousePlace(const std::string& text) {
-    return text.rfind(kScheme, 0) == 0;
+    return text.find("://") != std::string::npos;
 }
 
 ClickHousePlace clickHousePlaceOf(const std::string& text) {
     static const std::regex kForm(R"(clickhouse://(\[[0-9A-Fa-f:.]+\]|[\w.-]+):(\d{1,5})/(\w+))");
     std::smatch match;
-    if (!std::regex_match(text, match, kForm)) {
+    if (!std::regex_match(text, match, kForm) || std::stoi(match[2]) > kMostPort) {
         throw std::runtime_error(
                 "the form is clickhouse://HOST:PORT/DATABASE; name and password are in "
                 "CLICKHOUSE_USER and CLICKHOUSE_PASSWORD");
@@ -75,6 +75,16 @@ ClickHousePlace clickHousePlaceOf(const std::string& text) {
     return {host, std::stoi(match[2]), match[3]};
 }
 
+ClickHouseHttp::ClickHouseHttp(ClickHousePlace place) : mPlace(std::move(place)) {
+    std::string readonly;
+    send("", "SELECT value FROM system.settings WHERE name = 'readonly'",
+         [&](std::string_view piece) { readonly += piece; });
+    // An account that can only read may not change this setting; if it is 1, no other one either.
+    if (readonly == "0\n") mReadSettings += "&readonly=1";
+    // A condition on a view is one on its table: the default only of newer versions.
+    if (readonly != "1\n") mReadSettings += "&enable_optimize_predicate_expression=1";
+}
+
 void ClickHouseHttp::run(const std::string& sql) const {
     // With its end awaited, a statement that fails late has the status of an error, too.
     send("&wait_end_of_query=1", sql, [](std::string_view) {});
@@ -82,8 +92,7 @@ void ClickHouseHttp::run(const std::string& sql) const {
 
 void ClickHouseHttp::read(const std::string& sql,
                           const std::function<void(std::string_view)>& take) const {
-    // A condition on a view is one on its table: the default only of newer versions.
-    send("&wait_end_of_query=1&enable_optimize_predicate_expression=1&readonly=1", sql, take);
+    send("&wait_end_of_query=1" + mReadSettings, sql, take);
 }
 
 void ClickHouseHttp::send(const std::string& options, const std::string& body,
@@ -127,6 +136,11 @@ void ClickHouseHttp::send(const std::string& options, const std::string& body,
     const httplib::Result result = client.send(request);
     if (thrown) std::rethrow_exception(thrown);
     if (status != 0 && status != kOk) throw errorOf(status, error);
+    if (result.error() == httplib::Error::Connection ||
+        result.error() == httplib::Error::ConnectionTimeout) {
+        throw std::runtime_error(
+                fmt::format("cannot connect to {} port {}", mPlace.host, mPlace.port));
+    }
     if (!result) {
         throw std::runtime_error(fmt::format("no whole answer from {} port {}: {}", mPlace.host,
                                              mPlace.port, httplib::to_string(result.error())));

@@ -14,6 +14,7 @@ struct ClickHousePlace {
     std::string database;  // letters, digits and underscores
 };
 
+/** Whether @p text is an address, and no file. */
 bool isClickHousePlace(const std::string& text);
 
 /** Throws std::runtime_error if @p text has another form. */
@@ -41,7 +42,8 @@ class ClickHouseError : public std::runtime_error {
  */
 class ClickHouseHttp {
   public:
-    explicit ClickHouseHttp(ClickHousePlace place) : mPlace(std::move(place)) {}
+    /** Asks the server what its account may do. */
+    explicit ClickHouseHttp(ClickHousePlace place);
 
     const std::string& database() const { return mPlace.database; }
     /** Runs a statement that has no answer; an INSERT with its rows. */
@@ -54,6 +56,7 @@ class ClickHouseHttp {
               const std::function<void(std::string_view)>& take) const;
 
     ClickHousePlace mPlace;
+    std::string mReadSettings;
 };
 
 }  // namespace kaveldesk

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cstring>
 #include <ctime>
 #include <map>
 #include <random>
@@ -211,6 +212,11 @@ std::vector<bool> ClickHouseStore::areUnchanged(const std::vector<SourceRow>& so
 void ClickHouseStore::read(const Query& query, RowSink& sink) {
     std::string sql = withLiterals(query.sql, query.parameters);
     sql.erase(sql.find_last_not_of("; \t\r\n") + 1);
+    // The setting readonly refuses what would write, but not KILL QUERY.
+    const char* const start = sql.c_str() + std::min(sql.find_first_not_of(" \t\r\n"), sql.size());
+    if (strncasecmp(start, "SELECT", 6) != 0 && strncasecmp(start, "WITH", 4) != 0) {
+        throw std::runtime_error("only a SELECT is answered");
+    }
     TabSeparatedReader reader(query.columns, sink);
     mHttp.read(sql + "\nFORMAT TabSeparatedWithNamesAndTypes",
                [&](std::string_view piece) { reader.add(piece); });

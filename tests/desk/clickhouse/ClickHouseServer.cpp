@@ -26,9 +26,13 @@ constexpr const char* kConfig = R"(<yandex>
 <default_profile>default</default_profile><default_database>default</default_database>
 </yandex>
 )";
-constexpr const char* kUsers = R"(<yandex><profiles><default/></profiles><quotas><default/></quotas>
-<users><default><password/><networks><ip>127.0.0.1</ip></networks>
-<profile>default</profile><quota>default</quota></default></users></yandex>
+// The readers can change no row; reader2 can change settings.
+constexpr const char* kUsers = R"(<yandex><quotas><default/></quotas>
+<profiles><default/><reader1><readonly>1</readonly></reader1><reader2><readonly>2</readonly></reader2></profiles>
+<users>{}</users></yandex>
+)";
+constexpr const char* kUser = R"(<{0}><password/><networks><ip>127.0.0.1</ip></networks>
+<profile>{0}</profile><quota>default</quota></{0}>
 )";
 
 /** A port that is free now. */
@@ -42,7 +46,9 @@ int freePort() {
 
 ClickHouseServer::ClickHouseServer() : mPort(freePort()) {
     const std::string config = mDir.write("config.xml", fmt::format(kConfig, mDir / "", mPort));
-    mDir.write("users.xml", kUsers);
+    std::string users;
+    for (const char* name : {"default", "reader1", "reader2"}) users += fmt::format(kUser, name);
+    mDir.write("users.xml", fmt::format(kUsers, users));
     const std::string option = "--config-file=" + config;
     const std::string output = mDir / "output";
     mProcess = fork();
@@ -54,11 +60,10 @@ ClickHouseServer::ClickHouseServer() : mPort(freePort()) {
         execl(kProgram, kProgram, option.c_str(), nullptr);
         _exit(1);
     }
-    const ClickHouseHttp http({"127.0.0.1", mPort, "default"});
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     for (;;) {
         try {
-            http.run("SELECT 1");
+            ClickHouseHttp({"127.0.0.1", mPort, "default"}).run("SELECT 1");
             return;
         } catch (const std::exception& error) {
             if (waitpid(mProcess, nullptr, WNOHANG) != 0 ||

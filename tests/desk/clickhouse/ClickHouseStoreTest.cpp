@@ -1,9 +1,12 @@
 #include <fmt/core.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <httplib.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstdio>
 #include <functional>
 #include <map>
 #include <string>
@@ -210,7 +213,7 @@ TEST_F(ClickHouse, ACutConnectionLosesAndDoublesNothing) {
     size_t cuts = 0;
     for (const Fate each : {Fate{0, 0}, Fate{std::string::npos, 0}}) {
         fate = each;
-        for (cutAt = 1;; ++cutAt) {
+        for (cutAt = 2;; ++cutAt) {  // after those that open the index
             SCOPED_TRACE(fmt::format("request {}, its answer: {}", cutAt, each.request != 0));
             Batch batch{{next, next + 20}, {}};
             batch.sources = {{"/" + batch.catches[0].hash, 1, 2, batch.catches[0].hash}};
@@ -294,6 +297,67 @@ TEST_F(ClickHouse, AnAnswerThatIsCutIsAnError) {
               100'000U);
 }
 
+std::string outputOf(const std::string& command) {
+    FILE* const pipe = popen(command.c_str(), "r");
+    std::string output;
+    for (int c = fgetc(pipe); c != EOF; c = fgetc(pipe)) output += static_cast<char>(c);
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    return output;
+}
+
+/** What `kaveldesk serve` shows, until Ctrl-C. */
+std::string pagesOf(const std::string& place, const std::vector<std::string>& paths) {
+    FILE* const pipe = popen(
+            fmt::format("echo $$; exec {} serve --listen 127.0.0.1:0 --db {}", KAVELDESK, place)
+                    .c_str(),
+            "r");
+    int pid = 0;
+    int port = 0;
+    EXPECT_EQ(fscanf(pipe, "%d http://127.0.0.1:%d/", &pid, &port), 2) << place;
+    std::string pages;
+    httplib::Client client("127.0.0.1", port);
+    for (const std::string& path : paths) {
+        const auto reply = client.Get(path);
+        pages += reply ? fmt::format("{} {}\n", reply->status, reply->body) : "none";
+    }
+    if (pid > 0) kill(pid, SIGINT);
+    EXPECT_EQ(pclose(pipe), 0);
+    return pages;
+}
+
+// Would catch a command that takes only a file, archives that count again, and an account that can
+// only read and is refused.
+TEST_F(ClickHouse, CommandsAndPagesAnswerAsFromAFile) {
+    const TempDir dir;
+    Fleet fleet({});
+    CatchRow row;
+    for (int i = 0; i < 5 && fleet.next(row); ++i) {
+        const Fleet::Archive archive = fleet.archive(row, 1000);
+        dir.write(archive.name, archive.bytes);
+    }
+    dir.write("empty.tar.gz", "");
+    const std::string places[] = {dir / "index.db", mServer->newDatabase()};
+    std::vector<std::string> answers;
+    for (const std::string& place : places) {
+        const auto ask = [&](const std::string& command, const std::string& account = "") {
+            return outputOf(fmt::format("CLICKHOUSE_USER={} {} {} --db {}", account, KAVELDESK,
+                                        command, place));
+        };
+        EXPECT_THAT(ask("index " + dir / ""),
+                    testing::HasSubstr("6 archives indexed, 1 of them b"));
+        EXPECT_THAT(ask("index " + dir / ""), testing::HasSubstr(" 0 archives indexed, 0 of them "
+                                                                 "broken; 6 unchanged"));
+        answers.push_back(ask("show " + row.fingerprint, "reader1") + ask("trend", "reader2"));
+        const std::string rows =
+                ask("sql --csv 'SELECT hash, why FROM catches ORDER BY why, hash'");
+        answers.back() += rows;
+        answers.back() += pagesOf(place, {"/", "/catches", "/fingerprint/" + row.fingerprint,
+                                          "/report/" + rows.substr(rows.find('\n') + 1, 64)});
+    }
+    EXPECT_THAT(answers[0], testing::HasSubstr("<title>kaveldesk</title>"));
+    EXPECT_TRUE(answers[0] == answers[1]) << answers[1];
+}
+
 TEST_F(ClickHouse, ErrorsSayWhatIsWrong) {
     const std::string place = mServer->newDatabase();
     const std::string empty = mServer->newDatabase();
@@ -307,6 +371,9 @@ TEST_F(ClickHouse, ErrorsSayWhatIsWrong) {
     const auto ask = [&](const char* sql) {
         return [&store, sql] { readTable(*store, {sql, {}, {}}); };
     };
+    const auto askServer = [&](const char* sql) {
+        return [&place, sql] { ClickHouseHttp(clickHousePlaceOf(place)).read(sql, {}); };
+    };
     const struct {
         std::function<void()> act;
         const char* sentence;
@@ -316,9 +383,13 @@ TEST_F(ClickHouse, ErrorsSayWhatIsWrong) {
             {open(place + "no"), "CREATE DATABASE makes it"},
             {open(place + "/x"), "the form is clickhouse://HOST:PORT/DATABASE"},
             {open("clickhouse://me:secret@h:1/x"), "name and password are in CLICKHOUSE_USER"},
-            {open("clickhouse://127.0.0.1:1/x"), "no whole answer from 127.0.0.1 port 1"},
-            {ask("INSERT INTO batches VALUES (1)"), "readonly"},
-            {ask("DROP TABLE batches"), "readonly"},
+            {open("clickhouse://h:65536/x"), "the form is clickhouse://HOST:PORT/DATABASE"},
+            {open("http://h:1/x"), "the form is clickhouse://HOST:PORT/DATABASE"},
+            {open("clickhouse://127.0.0.1:1/x"), "cannot connect to 127.0.0.1 port 1"},
+            {askServer("INSERT INTO batches VALUES (1)"), "readonly"},
+            {askServer("DROP TABLE batches"), "readonly"},
+            {ask("KILL QUERY WHERE 1"), "only a SELECT is answered"},
+            {ask(" ; "), "only a SELECT is answered"},
             {ask("SELECT 1; SELECT 2"), "Syntax error"},
             {ask("SELECT throwIf(number = 90000) FROM system.numbers LIMIT 100000"), "non zero"},
     };
