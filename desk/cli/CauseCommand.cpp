@@ -12,7 +12,7 @@
 #include "desk/cause/Fingerprint.h"
 #include "desk/cli/Commands.h"
 #include "desk/cli/Incidents.h"
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 #include "desk/parse/Time.h"
 
 namespace kaveldesk {

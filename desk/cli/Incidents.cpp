@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 #include "desk/read/Read.h"
 #include "desk/timeline/BuildTimeline.h"
 

@@ -19,7 +19,7 @@
 
 #include "desk/cli/Commands.h"
 #include "desk/cli/FilterOptions.h"
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 #include "desk/index/IndexArchives.h"
 
 namespace kaveldesk {

@@ -9,7 +9,7 @@
 #include <CLI/Formatter.hpp>
 
 #include "desk/cli/Commands.h"
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 
 namespace kaveldesk {
 namespace {

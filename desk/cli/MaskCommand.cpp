@@ -18,9 +18,9 @@
 
 #include "desk/cli/Commands.h"
 #include "desk/cli/Incidents.h"
-#include "desk/cli/Printable.h"
 #include "desk/mask/MapFile.h"
 #include "desk/mask/MaskArchive.h"
+#include "desk/parse/Printable.h"
 #include "desk/read/Read.h"
 
 namespace kaveldesk {

@@ -12,7 +12,7 @@
 
 #include "desk/cli/Commands.h"
 #include "desk/cli/FilterOptions.h"
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 #include "desk/parse/Text.h"
 #include "desk/serve/Guard.h"
 #include "desk/serve/Serve.h"

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 #include "desk/parse/Time.h"
 
 namespace kaveldesk {

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 #include "desk/parse/Time.h"
 
 namespace kaveldesk {

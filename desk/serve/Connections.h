@@ -1,13 +1,11 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <map>
-#include <string>
 #include <vector>
 
 #include "desk/serve/AnswerPool.h"
+#include "desk/serve/Connection.h"
 #include "desk/serve/Fd.h"
 
 namespace kaveldesk {
@@ -16,7 +14,7 @@ namespace kaveldesk {
  * Takes HTTP requests and sends replies, one request for each connection. One thread moves all
  * bytes; the threads of the pool only ever see whole heads and make whole replies. So a client that
  * sends or reads slowly holds nothing but its connection, which ends at a deadline, or sooner if
- * others need its place. Bodies of requests are not read.
+ * others need its place.
  */
 class Connections {
   public:
@@ -27,27 +25,17 @@ class Connections {
     void run(const Fd& stop);
 
   private:
-    using Clock = std::chrono::steady_clock;
-    enum class State : uint8_t { Head, Answer, Reply, End };
-    struct Connection {
-        Fd socket;
-        State state = State::Head;
-        std::string bytes;  // the head, or the reply
-        size_t sent = 0;
-        Clock::time_point deadline;
-        Clock::time_point moved;  // when the client did its part last
-    };
+    using Clock = Connection::Clock;
     using Place = std::map<uint64_t, Connection>::iterator;
 
     void acceptAll();
     /** Whether there is a place for a new connection, or one that can be taken from another. */
     bool hasPlace();
+    /** The connection whose client has done nothing for the longest time. */
     Place mostIdle(bool ofReplies);
+    void step(Place place);
     void takeReplies();
-    void reply(Connection& connection, std::string bytes);
-    // Return whether the connection goes on.
-    bool send(Connection& connection);
-    bool step(uint64_t number, Connection& connection);
+    void limitReplies();
     void endOld();
     int pollTimeout() const;
 

@@ -2,7 +2,7 @@
 
 #include <cctype>
 
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 
 namespace kaveldesk {
 

@@ -2,11 +2,16 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "desk/serve/Guard.h"
+#include "desk/serve/HttpReplies.h"
 #include "desk/serve/ReportMaker.h"
+#include "desk/serve/Views.h"
 #include "desk/store/Store.h"
 
 namespace kaveldesk {
@@ -25,15 +30,30 @@ class Site {
   public:
     /** @param store  opened for reading */
     Site(std::unique_ptr<Store> store, SiteState& state);
-    ~Site();
-    Site(Site&&) noexcept;
 
     /** The reply to a request, from its head. Does not throw. */
     std::string answer(const std::string& head);
 
   private:
-    class Server;
-    std::unique_ptr<Server> mServer;
+    struct Asked {
+        const httplib::Request& request;
+        std::string subject;  // what follows the route's path
+    };
+    struct Route {
+        std::string_view path;  // "/NAME/" has hexadecimal digits behind it
+        std::function<void(const Asked&, httplib::Response&)> send;
+        bool isOpen = false;  // to everybody
+    };
+    std::vector<Route> routes();
+    void handle(const httplib::Request& request, httplib::Response& out);
+    void login(const Asked& asked, httplib::Response& out) const;
+    void sendPage(View (*view)(const Visit&), const Asked& asked, httplib::Response& out);
+    void sendReport(const Asked& asked, httplib::Response& out);
+
+    const std::unique_ptr<Store> mStore;
+    SiteState& mState;
+    const std::vector<Route> mRoutes;
+    HttpReplies mReplies;
 };
 
 }  // namespace kaveldesk

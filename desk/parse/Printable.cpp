@@ -1,4 +1,4 @@
-#include "desk/cli/Printable.h"
+#include "desk/parse/Printable.h"
 
 #include <fmt/core.h>
 
