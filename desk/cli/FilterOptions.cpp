@@ -2,6 +2,8 @@
 
 #include <fmt/core.h>
 
+#include <filesystem>
+
 #include <CLI/Error.hpp>
 
 #include "desk/parse/AskedTime.h"
@@ -22,6 +24,15 @@ void addPlaceOption(CLI::App& command, std::string& db) {
                        "The index: a file, or clickhouse://HOST:PORT/DATABASE. Without it: "
                        "kaveldesk/index.db in $XDG_DATA_HOME or ~/.local/share")
             ->type_name("PLACE");
+}
+
+std::string placeOf(const std::string& db, Access access) {
+    if (!db.empty()) return db;
+    std::string place = defaultPlace();
+    if (access == Access::Write) {
+        std::filesystem::create_directories(std::filesystem::path(place).parent_path());
+    }
+    return place;
 }
 
 void addFilterOptions(CLI::App& command, FilterOptions& options, bool withBuild) {

@@ -7,6 +7,7 @@
 #include <CLI/App.hpp>
 
 #include "desk/questions/Filter.h"
+#include "desk/store/Store.h"
 
 namespace kaveldesk {
 
@@ -22,6 +23,9 @@ struct FilterOptions {
 
 /** Adds --db. */
 void addPlaceOption(CLI::App& command, std::string& db);
+
+/** The place that --db names, or else the default one. For writing, makes the folder of that. */
+std::string placeOf(const std::string& db, Access access);
 
 /** Adds --db and the options of a filter, except --build if not @p withBuild. */
 void addFilterOptions(CLI::App& command, FilterOptions& options, bool withBuild);

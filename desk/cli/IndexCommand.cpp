@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -19,8 +18,8 @@
 
 #include "desk/cli/Commands.h"
 #include "desk/cli/FilterOptions.h"
-#include "desk/parse/Printable.h"
 #include "desk/index/IndexArchives.h"
+#include "desk/parse/Printable.h"
 
 namespace kaveldesk {
 namespace {
@@ -116,10 +115,7 @@ void print(const IndexCounts& counts, const std::string& db, double seconds, boo
 
 void runIndex(const IndexCommandOptions& options) {
     const auto start = Clock::now();
-    const std::string db = options.db.empty() ? defaultPlace() : options.db;
-    if (options.db.empty()) {
-        std::filesystem::create_directories(std::filesystem::path(db).parent_path());
-    }
+    const std::string db = placeOf(options.db, Access::Write);
     const auto store = openStore(db, Access::Write);
     IndexCounts counts;
     {

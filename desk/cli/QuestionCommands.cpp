@@ -36,8 +36,7 @@ Filter filterNow(const QuestionOptions& options) {
 }
 
 std::unique_ptr<Store> openIndex(const QuestionOptions& options) {
-    const std::string& db = options.filter.db;
-    return openStore(db.empty() ? defaultPlace() : db, Access::Read);
+    return openStore(placeOf(options.filter.db, Access::Read), Access::Read);
 }
 
 void runTop(const QuestionOptions& options) {

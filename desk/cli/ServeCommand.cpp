@@ -1,9 +1,9 @@
 #include <fmt/core.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -24,8 +24,8 @@ namespace {
 struct ServeOptions {
     std::string db;
     std::string listen = "127.0.0.1:8080";
-    std::string watch;
-    std::string tokenFile;
+    std::optional<std::string> watch;
+    std::optional<std::string> tokenFile;
 };
 
 /** The first line of a file. */
@@ -52,19 +52,16 @@ void runServe(const ServeOptions& options) {
                             options.listen));
     }
     settings.listen = *address;
-    settings.place = options.db.empty() ? defaultPlace() : options.db;
-    if (options.db.empty() && !options.watch.empty()) {
-        std::filesystem::create_directories(std::filesystem::path(settings.place).parent_path());
-    }
-    if (!options.watch.empty()) settings.watch = options.watch;
-    if (!options.tokenFile.empty()) {
-        settings.token = readToken(options.tokenFile);
+    settings.watch = options.watch;
+    settings.place = placeOf(options.db, options.watch ? Access::Write : Access::Read);
+    if (options.tokenFile) {
+        settings.token = readToken(*options.tokenFile);
     } else if (!address->isLoopback()) {
         settings.token = randomToken();
     }
     settings.started = [&](const ListenAddress& at) {
         fmt::print("http://{}/\n", at.text());
-        if (settings.token && options.tokenFile.empty()) fmt::print("token: {}\n", *settings.token);
+        if (settings.token && !options.tokenFile) fmt::print("token: {}\n", *settings.token);
         std::fflush(stdout);
     };
     settings.complained = [](const std::string& sentence) {

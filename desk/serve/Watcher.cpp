@@ -28,17 +28,20 @@ constexpr int kGatherMs = 200;       // for the files that come together
 constexpr int kRetryMs = 10'000;     // after an error of the store
 constexpr size_t kMostPaths = 1000;  // more are indexed in the next turn
 
+std::string absoluteFolder(const std::string& path) {
+    if (!fs::is_directory(path))
+        throw std::runtime_error(fmt::format("'{}' is not a folder", path));
+    return fs::absolute(path).lexically_normal().string();
+}
+
 }  // namespace
 
-Watcher::Watcher(std::unique_ptr<Store> store, std::string folder, Events events)
+Watcher::Watcher(std::unique_ptr<Store> store, const std::string& folder, Events events)
       : mStore(std::move(store)),
-        mFolder(fs::absolute(folder).lexically_normal().string()),
+        mFolder(absoluteFolder(folder)),
         mEvents(std::move(events)),
         mNotify(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)),
         mStopEvent(eventfd(0, EFD_CLOEXEC)) {
-    if (!fs::is_directory(mFolder)) {
-        throw std::runtime_error(fmt::format("{} is not a folder", mFolder));
-    }
     mThread = std::thread([this] { run(); });
 }
 

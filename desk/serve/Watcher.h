@@ -27,7 +27,7 @@ class Watcher {
 
     /** @param store  opened for writing. @p events are called in the thread. Throws
      * std::runtime_error if @p folder is not there. */
-    Watcher(std::unique_ptr<Store> store, std::string folder, Events events);
+    Watcher(std::unique_ptr<Store> store, const std::string& folder, Events events);
     /** Ends soon, with all that is read stored. */
     ~Watcher();
     Watcher(const Watcher&) = delete;

@@ -93,7 +93,7 @@ SqliteDb::SqliteDb(const std::string& path, int flags) {
     const int status = sqlite3_open_v2(path.c_str(), &handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     mHandle.reset(handle);
     if (status != SQLITE_OK) {
-        throw std::runtime_error(fmt::format("{}: {}", path, sqlite3_errstr(status)));
+        throw std::runtime_error(sqlite3_errstr(status));
     }
     constexpr int kWaitMs = 60'000;
     sqlite3_busy_timeout(handle, kWaitMs);
