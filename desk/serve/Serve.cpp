@@ -47,6 +47,14 @@ class StopSignals {
     Fd mFd;
 };
 
+/** From now on, the program waits only so long for a report or a large archive that is being read.
+ * Reports change nothing, and what is not stored yet is indexed the next time. */
+void endSoon() {
+    constexpr unsigned kSeconds = 1;
+    signal(SIGALRM, [](int) { _exit(0); });
+    alarm(kSeconds);
+}
+
 }  // namespace
 
 void serve(const ServeSettings& settings) {
@@ -71,6 +79,7 @@ void serve(const ServeSettings& settings) {
     settings.started(address);
     connections.run(stop.fd());
     stop.take();
+    endSoon();
 }
 
 }  // namespace kaveldesk

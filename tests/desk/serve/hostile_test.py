@@ -1,13 +1,19 @@
 #!/usr/bin/env python3
 """What clients that mean harm, or are many, can do to kaveldesk serve: hostile_test.py KAVELDESK SAMPLES"""
 
+import contextlib
+import gzip
+import hashlib
 import os
 import re
 import selectors
+import shutil
 import signal
 import socket
+import sqlite3
 import subprocess
 import sys
+import tarfile
 import tempfile
 import time
 import unittest
@@ -22,7 +28,7 @@ class Server:
 
     def __init__(self, folder, *options):
         self.process = subprocess.Popen(
-            [KAVELDESK, "serve", "--db", folder + "/index.db", *options],
+            [KAVELDESK, "serve", *([] if "--db" in options else ["--db", folder + "/index.db"]), *options],
             stdout=subprocess.PIPE, text=True)
         self.port = int(re.search(r":(\d+)/", self.process.stdout.readline())[1])
 
@@ -41,6 +47,11 @@ class Server:
 
     def get(self, path, headers=""):
         return self.ask(f"GET {path} HTTP/1.1\r\n{GOOD_HOST}{headers}\r\n")
+
+    def processor_seconds(self):
+        with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as file:
+            fields = file.read().rsplit(")", 1)[1].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
     def stop(self):
         """Ends it as Ctrl-C does. Returns exit status and seconds."""
@@ -214,6 +225,8 @@ class Hostile(unittest.TestCase):
                 (["--listen", "127.0.0.1:65536"], 2, "is not an address"),
                 (["--db", self.folder + "/none.db"], 1, "there is no index yet"),
                 (["--watch", self.folder + "/none", "--listen", "127.0.0.1:0"], 1, "is not a folder"),
+                (["--watch", "", "--listen", "127.0.0.1:0"], 1, "'' is not a folder"),
+                (["--token-file", ""], 1, "has no token"),
                 (["--token-file", "/dev/null"], 1, "has no token")):
             command = [KAVELDESK, "serve", *options]
             if "--db" not in options:
@@ -227,6 +240,38 @@ class Hostile(unittest.TestCase):
         self.assertLess(seconds, 4)  # before the deadline of the clients
         for client in held:
             client.close()
+
+    # Would catch an end that waits for a report, or for the index of an archive.
+    def test_ends_while_an_archive_is_read(self):
+        folder = self.folder + "/slow"
+        os.mkdir(folder)
+        trace = tarfile.TarInfo("x/perfetto_trace")  # several seconds to unpack
+        trace.size = 64 << 26
+        archive = gzip.compress(trace.tobuf()) + gzip.compress(bytes(64 << 20)) * 64
+        path = folder + "/slow.tar.gz"
+        with open(path, "wb") as file:
+            file.write(archive)
+        wanted = hashlib.sha256(archive).hexdigest()
+        database = folder + "/index.db"
+        shutil.copy(self.folder + "/index.db", database)
+        with contextlib.closing(sqlite3.connect(database)) as connection:
+            connection.execute("UPDATE catches SET hash = ?, path = ? WHERE id = 1", (wanted, path))
+            connection.commit()
+        os.mkdir(folder + "/watched")
+        os.link(path, folder + "/watched/slow.tar.gz")
+        for options, database, request in (
+                ([], database, f"GET /report/{wanted} HTTP/1.1\r\n{GOOD_HOST}\r\n"),
+                (["--watch", folder + "/watched"], folder + "/new.db", "")):
+            with self.subTest(options=options):
+                server = Server(folder, "--listen", "127.0.0.1:0", "--db", database, *options)
+                with server.connect() as client:
+                    client.sendall(request.encode())
+                    while server.processor_seconds() < 0.5:
+                        self.assertIsNone(server.process.poll())
+                        time.sleep(0.01)
+                    status, seconds = server.stop()
+                self.assertEqual(status, 0)
+                self.assertLess(seconds, 2.5)
 
 
 if __name__ == "__main__":
