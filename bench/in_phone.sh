@@ -59,6 +59,7 @@ catch_on() {
     for ((fill = 0; fill < 31; fill++)); do kavelctl send 0x402 > /dev/null; done
 }
 kavelctl set 0xF01 --name catch --enable --window 600000 > /dev/null
+"$bench/fill_binder_pool" "$daemon"
 for ((i = 0; i < warm_up; i++)); do catch_on; done
 await_round $warm_up
 before=$(private "$daemon")

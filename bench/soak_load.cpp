@@ -18,6 +18,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "bench/BinderPool.h"
 #include "bench/SoakCounters.h"
 #include "tests/core/Messages.h"
 #include "tools/CommandLine.h"
@@ -114,6 +115,7 @@ class Soak {
         if (posix_spawn(&mPid, mDaemon.c_str(), nullptr, nullptr, arguments, environ) != 0) abort();
         insist([] { tools::sendSettings({kWithoutLogs, "soak", true, 0, 1, 0}); });
         insist([] { tools::sendSettings({kCaught, "caught", true, 0, 0, 0}); });
+        fillBinderPool(mPid);
     }
 
     void startCatch() {

@@ -62,8 +62,12 @@ std::string linePrefix(int priority, std::string_view tag) {
                                 time.tm_sec, now.tv_nsec / kNanosPerMilli, getpid(), gettid(),
                                 kLetters[static_cast<size_t>(std::clamp(priority, 0, 8))]);
     constexpr size_t kTagWidth = 8;
-    std::string prefix(head, static_cast<size_t>(length));
-    prefix.append(tag).append(kTagWidth - std::min(tag.size(), kTagWidth), ' ').append(": ");
+    std::string prefix;
+    prefix.reserve(sizeof(head) + tag.size());
+    prefix.append(head, static_cast<size_t>(length))
+            .append(tag)
+            .append(kTagWidth - std::min(tag.size(), kTagWidth), ' ')
+            .append(": ");
     return prefix;
 }
 
@@ -75,6 +79,7 @@ void logToFile(const __android_logger_data* data, const char* message) {
     text = text.substr(0, kMaxMessage);
     if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
     std::string lines;
+    lines.reserve(prefix.size() + text.size() + 1);
     for (size_t begin = 0; begin <= text.size();) {
         const size_t end = std::min(text.find('\n', begin), text.size());
         lines.append(prefix).append(text.substr(begin, end - begin)).push_back('\n');
