@@ -37,15 +37,20 @@ class PipeSignalBlock {
     sigset_t mBefore = {};
 };
 
-/** Waits until @p fd can be written to. Returns false at @p end. */
+/**
+ * Waits until @p fd can be written to. Returns false if it cannot at @p end. A reader who reads is
+ * not to blame if this thread itself was stopped until then.
+ */
 bool awaitWritable(int fd, Clock::time_point end) {
+    using std::chrono::milliseconds;
     while (true) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-        if (left.count() <= 0) return false;
+        const auto left =
+                std::max(std::chrono::ceil<milliseconds>(end - Clock::now()), milliseconds(0));
         pollfd writable = {fd, POLLOUT, 0};
         const int ready = poll(&writable, 1, static_cast<int>(left.count()));
         if (ready > 0) return true;
         if (ready < 0 && errno != EINTR) return true;  // the write finds the error
+        if (ready == 0 && left.count() == 0) return false;
     }
 }
 

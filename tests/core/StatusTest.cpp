@@ -145,6 +145,9 @@ TEST_F(DumpWriter, AReaderGetsAllAndOthersHoldNobody) {
         reader.join();
         EXPECT_TRUE(got == mText);
 
+        open(isPipe);
+        EXPECT_EQ(writeWithin(mWriter.get(), "end", milliseconds(0)), NO_ERROR) << "stopped before";
+
         open(isPipe);  // nobody reads
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(writeWithin(mWriter.get(), mText, milliseconds(50)), TIMED_OUT);
@@ -153,7 +156,7 @@ TEST_F(DumpWriter, AReaderGetsAllAndOthersHoldNobody) {
         open(isPipe);
         mReader.reset();
         signal(SIGPIPE, SIG_DFL);  // would end this process
-        EXPECT_EQ(writeWithin(mWriter.get(), mText, milliseconds(50)), -EPIPE);
+        EXPECT_EQ(writeWithin(mWriter.get(), mText, std::chrono::minutes(1)), -EPIPE);
     }
     const base::unique_fd terminal(posix_openpt(O_RDWR | O_CLOEXEC));
     EXPECT_EQ(writeWithin(terminal.get(), mText, milliseconds(50)), BAD_TYPE);
