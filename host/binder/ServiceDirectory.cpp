@@ -24,7 +24,7 @@ namespace {
 using base::unique_fd;
 
 constexpr size_t kMaxNameLength = 127;  // as in the real service manager
-constexpr timeval kSendTimeout{5, 0};   // for servers that are stopped
+constexpr timeval kSendTimeout{20, 0};  // for servers that are stopped
 
 std::string directory() {
     const char* path = getenv("KAVEL_HOST_BINDER_DIR");

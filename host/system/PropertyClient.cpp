@@ -12,7 +12,7 @@ namespace android::kavel::host {
 
 namespace {
 
-constexpr timeval kServiceDeadline{2, 0};
+constexpr timeval kServiceDeadline{20, 0};
 
 base::unique_fd connectTo(const std::string& path) {
     sockaddr_un address{};

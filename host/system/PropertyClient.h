@@ -7,7 +7,7 @@
 namespace android::kavel::host {
 
 /**
- * Asks the property service to set a property. Waits for the answer, at most about two seconds;
+ * Asks the property service to set a property. Waits for the answer, at most about twenty seconds;
  * returns kNoService at once if no process listens. Any thread except that of the service.
  *
  * The request is one packet: NAME NUL VALUE. The answer is one packet with a PropertyStatus.

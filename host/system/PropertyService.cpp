@@ -16,8 +16,8 @@ namespace android::kavel::host {
 namespace {
 
 constexpr char kTag[] = "property_service";
-/** Maximum time in which a connected client must send its request. */
-constexpr timeval kClientTimeout{2, 0};
+/** Maximum time in which a connected client must send its request, also on a busy machine. */
+constexpr timeval kClientTimeout{20, 0};
 
 bool bindSocket(int fd, const std::string& path) {
     sockaddr_un address{};

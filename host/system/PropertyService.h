@@ -14,7 +14,7 @@ namespace android::kavel::host {
 
 /**
  * The only writer of the system properties, part of init. init's poll loop waits for pollFd() and
- * then calls onReadable(), which waits for a client at most two seconds, as on the phone.
+ * then calls onReadable(), which waits for a client at most twenty seconds.
  *
  * init must use set(), because SetProperty() would wait for an answer of its own thread.
  * GetProperty() is allowed. Not thread-safe: all calls come from the thread of the poll loop.

@@ -92,8 +92,10 @@ class ServerProcess {
         std::string size = std::to_string(poolSize);
         char* arguments[] = {program.data(), name.data(), size.data(), nullptr};
         EXPECT_EQ(posix_spawn(&pid, arguments[0], nullptr, nullptr, arguments, environ), 0);
-        service = defaultServiceManager()->getService(String16(name.c_str()));
-        EXPECT_NE(service, nullptr);
+        EXPECT_TRUE(eventually([&] {
+            service = defaultServiceManager()->checkService(String16(name.c_str()));
+            return service != nullptr;
+        }));
     }
     ServerProcess(const ServerProcess&) = delete;
     ServerProcess& operator=(const ServerProcess&) = delete;

@@ -116,7 +116,7 @@ TEST(Sleep, IsScaledAndOutlastsSignals) {
         sleepSeconds(each.seconds);
         const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
         EXPECT_GE(time.count(), each.least) << each.scale;
-        EXPECT_LT(time.count(), each.least + 5) << each.scale;
+        EXPECT_LT(time.count(), each.least + 150) << each.scale;  // of a busy machine
     }
 }
 
