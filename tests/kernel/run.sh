@@ -35,10 +35,10 @@ timed() {
     echo "$1 $begin $EPOCHREALTIME" | awk '{printf "%s: %.1f s\n", $1, $3 - $2}'
 }
 
-# An emulated machine on a busy host needs half of the time limit.
+# An emulated machine on an idle host needs a tenth of the time limit.
 boot() {
     rm -f "$out"/{console.log,results}
-    timeout --foreground 300 qemu-system-x86_64 -M q35 -cpu max -accel tcg -m 512 -smp 2 \
+    timeout --foreground 1200 qemu-system-x86_64 -M q35 -cpu max -accel tcg -m 512 -smp 2 \
         -nodefaults -display none -no-reboot -kernel "$kernel_image" -initrd "$out/initramfs" \
         -append 'console=ttyS0 quiet panic=-1 kavel.may_panic' \
         -serial "file:$out/console.log" -serial "file:$out/results" || [ -f "$out/results" ]

@@ -1,4 +1,4 @@
-// Recovery, in a phone whose waits are twenty times shorter.
+// Recovery, in a phone whose waits are five times shorter; twenty times for the panic.
 
 #include <csignal>
 #include <filesystem>
@@ -90,14 +90,34 @@ bool aWatchSleeps() {
 }
 
 /** Reports the start of an ANR of @p pid, then waits for the end of its watch. */
-void watch(int pid, const std::string& process, const std::function<void()>& meanwhile) {
-    const size_t watches = logCount(": new THREAD_NAME for ");
+void watch(int pid, const std::string& process) {
     const size_t ends = logCount(kTimeout);
     report(pid, process, "start");
-    ASSERT_TRUE(eventually([&] { return logCount(": new THREAD_NAME for ") == watches + 1; }));
-    ASSERT_TRUE(eventually(aWatchSleeps));
-    meanwhile();
     ASSERT_TRUE(eventually([&] { return logCount(kTimeout) == ends + 1; }));
+}
+
+/**
+ * Whether a watch has left the framework alone, if its process ends or shows its dialog while it
+ * sleeps.
+ */
+bool endsQuietly(const std::function<void(StandIn&)>& quietEnd) {
+    const int framework = pidOf("system_server");
+    const size_t failures = logCount(kFailed);
+    const size_t ends = logCount(kTimeout);
+    const auto isOver = [&] { return logCount(kTimeout) > ends; };
+    StandIn application(kTestPackage);
+    const int pid = application.pid();
+    report(pid, kTestPackage, "start");
+    EXPECT_TRUE(eventually([&] { return aWatchSleeps() || isOver(); }));
+    quietEnd(application);
+    EXPECT_TRUE(eventually(isOver));
+    // The answer to another cancel comes when the watch has done all.
+    const std::string answer = "cancel invalid pid(" + std::to_string(pid);
+    const size_t answers = logCount(answer);
+    report(pid, kTestPackage, "end");
+    EXPECT_TRUE(eventually([&] { return logCount(answer) > answers; }));
+    EXPECT_TRUE(eventually([] { return bootCompleted() == "1\n"; }));
+    return logCount(kFailed) == failures && pidOf("system_server") == framework;
 }
 
 // Would catch a framework that is not restarted, and a panic although it has come back.
@@ -106,7 +126,7 @@ TEST(RecoveryTest, FailedTestRestartsTheFramework) {
     const int before = pidOf("system_server");
     ASSERT_GT(before, 1);
     const StandIn application(kTestPackage);
-    watch(application.pid(), kTestPackage, [] {});
+    watch(application.pid(), kTestPackage);
     ASSERT_TRUE(eventually([&] {
         const int now = pidOf("system_server");
         return now > 1 && now != before && bootCompleted() == "1\n";
@@ -126,16 +146,17 @@ TEST(RecoveryTest, FailedTestRestartsTheFramework) {
 // Would catch a framework restart after a recovery that has succeeded or was cancelled.
 TEST(RecoveryTest, QuietEndsLeaveTheFrameworkAlone) {
     configure();
-    const int framework = pidOf("system_server");
-    const size_t failures = logCount(kFailed);
-    StandIn ending(kTestPackage);
-    watch(ending.pid(), kTestPackage, [&] { ending.end(); });
-    const StandIn inTime(kTestPackage);
-    watch(inTime.pid(), kTestPackage, [&] { report(inTime.pid(), kTestPackage, "dialog"); });
+    const std::function<void(StandIn&)> quietEnds[] = {
+            [](StandIn& application) { application.end(); },
+            [](StandIn& application) { report(application.pid(), kTestPackage, "dialog"); },
+    };
+    for (const auto& quietEnd : quietEnds) {
+        // On a busy machine the watch may be over before: then once more.
+        bool isQuiet = false;
+        for (int attempt = 0; attempt < 5 && !isQuiet; ++attempt) isQuiet = endsQuietly(quietEnd);
+        EXPECT_TRUE(isQuiet);
+    }
     EXPECT_TRUE(eventually([] { return logCount("monitoring has been cancelled pid(") > 0; }));
-    EXPECT_EQ(logCount(kFailed), failures);
-    EXPECT_EQ(pidOf("system_server"), framework);
-    EXPECT_EQ(bootCompleted(), "1\n");
 }
 
 // Would catch a framework that does not come back without a panic, and a panic that does not end
@@ -153,11 +174,11 @@ TEST(PanicTest, FrameworkThatStaysAwayLeadsToAPanic) {
     sigemptyset(&term);
     sigaddset(&term, SIGTERM);
     ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &term, nullptr), 0);
-    watch(application.pid(), kTestPackage, [] {});
+    watch(application.pid(), kTestPackage);
     const int status = framework.awaitEnd();
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
 
-    const timespec limit = {60, 0};
+    const timespec limit = {180, 0};
     EXPECT_EQ(sigtimedwait(&term, nullptr, &limit), SIGTERM);
     EXPECT_TRUE(std::filesystem::exists(kPanicRecord));
     EXPECT_EQ(logCount("start reboot recover, ss recover failed."), 1U);

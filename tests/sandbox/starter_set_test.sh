@@ -8,13 +8,13 @@ fail() { echo "starter_set_test: $1"; exit 1; }
 
 # The phone's shell stores a here-document in a file, in a folder that a service may not write.
 ! grep -n '<<' "$script" || fail 'a here-document'
-deadline=$((SECONDS + 60))
 sh "$script" || fail 'the set fails'
 rows=0
 while read -r event name _ mask; do
     rows=$((rows + 1))
     kavelctl send "$event" --log-info "$mask" \
         --extra processName:com.example.app,packageVersion:1,eventType:crash || exit 1
+    deadline=$((SECONDS + 180))
     until grep -q "\"logType\"[:,]\"$name\"" /data/persist_log/PLX/statistics.jsonl; do
         [ $SECONDS -lt $deadline ] || fail "no record of $event ($name)"
     done 2> /dev/null

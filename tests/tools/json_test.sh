@@ -31,7 +31,7 @@ check() {
     local condition=$1 document
     shift
     tested+="$1 "
-    document=$(timeout 20 "${kavelctl[@]}" "$@" --json 2> /dev/null)
+    document=$(timeout 300 "${kavelctl[@]}" "$@" --json 2> /dev/null)
     jq -e --argjson time "$time" ".format == 1 and ($condition)" <<< "$document" > /dev/null 2>&1 ||
         fail "kavelctl $* --json: not $condition in $document"
 }
@@ -53,10 +53,10 @@ watch_pid=$!
 until [ -s "$work/note" ]; do sleep 0.05; done
 statistic=$(cat "$work/s.jsonl")
 echo "$statistic" >> "$work/s.jsonl"
-read -r -t 20 -u "${watch[0]}" line
+read -r -t 300 -u "${watch[0]}" line
 jq -e '.format == 1 and .statistic.data.b == "2"' <<< "$line" > /dev/null || fail "watch --json: $line"
 cp "$work/dir/$name.tar.gz" "$work/in" && mv "$work/in/$name.tar.gz" "$work/dir/$name.2.tar.gz"
-read -r -t 20 -u "${watch[0]}" line
+read -r -t 300 -u "${watch[0]}" line
 jq -e --argjson time "$time" ".format == 1 and (.archive | $archive)" <<< "$line" > /dev/null ||
     fail "watch --json: $line"
 kill "$watch_pid"

@@ -23,7 +23,7 @@ registered() {
 }
 
 check_registers() {
-    wait_for 20 registered || fail "port $(state port), daemon $(pidof dravo_kavel)" || return
+    wait_for 120 registered || fail "port $(state port), daemon $(pidof dravo_kavel)" || return
     expect 'the registration' "$(state message)" "$(registration_of "$daemon")"
 }
 
@@ -37,10 +37,10 @@ check_event_becomes_archive() {
     mark
     kavelctl set $ANR_EVENT --name kernel_anr --enable --window 5000 &&
         kavelctl set 0x203 --name kernel_last --disable || fail 'kavelctl set failed' || return
-    wait_for 20 logged 'Bn updateEventParams eventId: 0x203' || fail 'the settings did not arrive' ||
+    wait_for 120 logged 'Bn updateEventParams eventId: 0x203' || fail 'the settings did not arrive' ||
         return
     send 1 3 kernel event "event_id: $ANR_EVENT.loginfo: $MASK.pid: 1.extrainfo: boot" || return
-    wait_for 60 archived || fail "no archive: $(ls /data/persist_log/PLX/de/kavel)" || return
+    wait_for 240 archived || fail "no archive: $(ls /data/persist_log/PLX/de/kavel)" || return
     kavelctl list --json | grep -q '"event" *: *"kernel_anr"' ||
         fail "kavelctl does not list it: $(kavelctl list)" || return
     tar tzf "$archive" | grep -q 'kernel-.*\.txt$' || fail "kernel messages are not in $archive"
@@ -51,7 +51,7 @@ check_power_key_starts_a_dump() {
     mark
     send 1 2 power Kavel "logmap{$logmap}" && settle || return
     expect 'the upload' "$(uploaded)" '"tag":"power","event":"Kavel","data":[["logType","black_screen_monitor"],["catchlog","true"],["error_id","first"]]}' || return
-    wait_for 20 logged 'log_type=8 errorid=first' || fail 'the dump service was not started' || return
+    wait_for 120 logged 'log_type=8 errorid=first' || fail 'the dump service was not started' || return
     expect plx.txt "$(cat /data/persist_log/kavel/plx.txt)" "$logmap"
 }
 
@@ -60,7 +60,7 @@ check_burst_loses_nothing() {
     mark
     send $BURST 2 burst burst "logmap{number:#}$(printf %0680d 0)" ||
         fail 'a packet did not fit' || return
-    settle 150 || return
+    settle 600 || return
     cat "$STATISTICS".1 "$STATISTICS" 2> /dev/null |
         sed -n 's/.*"event":"burst","data":\[\["number","\([0-9]*\)"\]\]}$/\1/p' > /tmp/numbers
     expect 'the number of uploads' "$(wc -l < /tmp/numbers)" $BURST || return

@@ -68,10 +68,10 @@ send() {
 barriers=0
 settle() {
     barriers=$((barriers + 1))
-    wait_for 20 send 1 1 kernel barrier "barrier-$barriers-end" ||
+    wait_for 120 send 1 1 kernel barrier "barrier-$barriers-end" ||
         fail 'the kernel cannot send to the daemon' || return
-    wait_for "${1:-20}" logged "data:barrier-$barriers-end" ||
-        fail "a packet was not handled within ${1:-20} s"
+    wait_for "${1:-120}" logged "data:barrier-$barriers-end" ||
+        fail "a packet was not handled within ${1:-120} s"
 }
 
 # Number $2 as $1 bytes in hexadecimal, lowest first.
