@@ -60,7 +60,7 @@ ClickHouseServer::ClickHouseServer() : mPort(freePort()) {
         execl(kProgram, kProgram, option.c_str(), nullptr);
         _exit(1);
     }
-    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(3);
     for (;;) {
         try {
             ClickHouseHttp({"127.0.0.1", mPort, "default"}).run("SELECT 1");

@@ -21,6 +21,9 @@ import unittest
 KAVELDESK, SAMPLES = sys.argv[1:3]
 HASH = "0123456789abcdef" * 4
 GOOD_HOST = "Host: 127.0.0.1\r\n"
+# The server gives a client a few seconds. What has to be quicker than that is tried again, because a
+# busy machine can stop a test for longer.
+TRIES = 5
 
 
 class Server:
@@ -33,17 +36,22 @@ class Server:
         self.port = int(re.search(r":(\d+)/", self.process.stdout.readline())[1])
 
     def connect(self):
-        return socket.create_connection(("127.0.0.1", self.port), timeout=20)
+        return socket.create_connection(("127.0.0.1", self.port), timeout=120)
 
     def ask(self, head):
         """The whole reply to the bytes of a request."""
-        with self.connect() as client:
-            try:
-                client.sendall(head if isinstance(head, bytes) else head.encode())
-                client.shutdown(socket.SHUT_WR)
-            except (BrokenPipeError, ConnectionResetError):
-                pass  # refused before all of it was sent
-            return read_all(client)
+        for i in range(TRIES):
+            with self.connect() as client:
+                try:
+                    client.sendall(head if isinstance(head, bytes) else head.encode())
+                    client.shutdown(socket.SHUT_WR)
+                except (BrokenPipeError, ConnectionResetError):
+                    pass  # refused before all of it was sent
+                try:
+                    return read_all(client)
+                except ConnectionResetError:  # the server reads the rest for a second
+                    if i == TRIES - 1:
+                        raise
 
     def get(self, path, headers=""):
         return self.ask(f"GET {path} HTTP/1.1\r\n{GOOD_HOST}{headers}\r\n")
@@ -57,7 +65,7 @@ class Server:
         """Ends it as Ctrl-C does. Returns exit status and seconds."""
         start = time.monotonic()
         self.process.send_signal(signal.SIGINT)
-        status = self.process.wait(30)
+        status = self.process.wait(120)
         self.process.stdout.close()
         return status, time.monotonic() - start
 
@@ -154,27 +162,38 @@ class Hostile(unittest.TestCase):
 
     # Would catch a server that serves as many clients as it has threads.
     def test_serves_200_clients_at_once(self):
+        self.assertTrue(any(self.serves_200_clients() for _ in range(TRIES)))
+
+    def serves_200_clients(self):
         clients = [self.server.connect() for _ in range(200)]
-        for client in clients:
-            client.sendall(f"GET / HTTP/1.1\r\n{GOOD_HOST}".encode())
-        for client in clients:
-            client.sendall(b"\r\n")
-        for client in clients:
-            with client:
-                self.assertEqual(status_of(read_all(client)), 200)
+        try:
+            for client in clients:
+                client.sendall(f"GET / HTTP/1.1\r\n{GOOD_HOST}".encode())
+            for client in clients:
+                client.sendall(b"\r\n")
+            return all(status_of(read_all(client)) == 200 for client in clients)
+        except OSError:
+            return False
+        finally:
+            for client in clients:
+                client.close()
 
     # Would catch clients that keep threads or places by sending or reading slowly.
     def test_slow_clients_stop_nobody(self):
-        slow = [self.server.connect() for _ in range(300)]
-        report = f"GET /report/{self.hashes[5][0].decode()} HTTP/1.1\r\n{GOOD_HOST}\r\n".encode()
-        for i, client in enumerate(slow):
-            client.sendall(report if i % 10 == 0 else b"GET / HTTP/1.1\r\nX: ")
-        start = time.monotonic()
-        for _ in range(20):
-            self.assertEqual(status_of(self.server.get("/")), 200)
-        self.assertLess(time.monotonic() - start, 4)  # before the deadline of the others
+        for _ in range(TRIES):
+            start = time.monotonic()
+            slow = [self.server.connect() for _ in range(300)]
+            self.send_slowly(slow)
+            for _ in range(20):
+                self.assertEqual(status_of(self.server.get("/")), 200)
+            if time.monotonic() - start < 4:  # before the deadline of the others
+                break
+            for client in slow:
+                client.close()
+        else:
+            self.fail("others wait for slow clients")
         # Those that send a byte now and then end at the deadline all the same.
-        end = time.monotonic() + 20
+        end = time.monotonic() + 120
         waiting = {client for i, client in enumerate(slow) if i % 10 != 0}
         with selectors.DefaultSelector() as selector:
             for client in waiting:
@@ -191,6 +210,15 @@ class Hostile(unittest.TestCase):
         self.assertEqual(len(waiting), 0)
         for client in slow:
             client.close()
+
+    def send_slowly(self, clients):
+        """Every tenth reads nothing; the others do not end their heads."""
+        report = f"GET /report/{self.hashes[5][0].decode()} HTTP/1.1\r\n{GOOD_HOST}\r\n".encode()
+        for i, client in enumerate(clients):
+            try:
+                client.sendall(report if i % 10 == 0 else b"GET / HTTP/1.1\r\nX: ")
+            except OSError:
+                pass  # its place went to another one
 
     # Would catch an address that others reach without a token, and a comparison that is none.
     def test_wants_a_token_where_others_reach_it(self):
@@ -214,11 +242,7 @@ class Hostile(unittest.TestCase):
 
     # Would catch an end that waits for clients, and errors without a sentence.
     def test_begins_with_a_sentence_and_ends_at_once(self):
-        server = Server(self.folder, "--listen", "127.0.0.1:0")
-        held = [server.connect() for _ in range(10)]
-        for client in held:
-            client.sendall(b"GET / HTTP/1.1\r\n")
-        port = f"127.0.0.1:{server.port}"
+        port = f"127.0.0.1:{self.server.port}"
         for options, status, text in (
                 (["--listen", port], 1, f"cannot listen at {port}: another program listens there"),
                 (["--listen", "example:80"], 2, "'example:80' is not an address"),
@@ -231,15 +255,22 @@ class Hostile(unittest.TestCase):
             command = [KAVELDESK, "serve", *options]
             if "--db" not in options:
                 command += ["--db", self.folder + "/index.db"]
-            result = subprocess.run(command, capture_output=True, text=True, timeout=30, check=False)
+            result = subprocess.run(command, capture_output=True, text=True, timeout=120, check=False)
             with self.subTest(options=options):
                 self.assertEqual((result.returncode, result.stdout), (status, ""))
                 self.assertIn(text, result.stderr)
-        status, seconds = server.stop()
-        self.assertEqual(status, 0)
-        self.assertLess(seconds, 4)  # before the deadline of the clients
-        for client in held:
-            client.close()
+        for _ in range(TRIES):
+            server = Server(self.folder, "--listen", "127.0.0.1:0")
+            held = [server.connect() for _ in range(10)]
+            for client in held:
+                client.sendall(b"GET / HTTP/1.1\r\n")
+            status, seconds = server.stop()
+            self.assertEqual(status, 0)
+            for client in held:
+                client.close()
+            if seconds < 4:  # before the deadline of the clients
+                return
+        self.fail("the end waits for clients")
 
     # Would catch an end that waits for a report, or for the index of an archive.
     def test_ends_while_an_archive_is_read(self):

@@ -11,6 +11,7 @@ import {gunzipSync, gzipSync} from 'node:zlib';
 
 const [driver, kaveldesk, samples, out] = process.argv.slice(2);
 const executablePath = '/usr/bin/chromium';
+const kPatience = 120_000;  // only a fault takes so long, also on a busy machine
 if (!existsSync(executablePath)) {
     console.log('skipped: chromium is missing (sh scripts/setup.sh scripts/packages-browser.txt)');
     process.exit(77);
@@ -27,9 +28,9 @@ const server = spawn(kaveldesk, ['serve', '--db', join(folder, 'index.db'), '--w
     '--token-file', join(folder, 'token'), '--listen', '127.0.0.1:0'], {stdio: ['ignore', 'pipe', 'inherit']});
 const address = (await createInterface(server.stdout)[Symbol.asyncIterator]().next()).value;
 
-const browser = await chromium.launch({executablePath, args: process.getuid() ? [] : ['--no-sandbox']});
+const browser = await chromium.launch({executablePath, timeout: kPatience, args: process.getuid() ? [] : ['--no-sandbox']});
 const page = await browser.newPage({viewport: {width: 1400, height: 900}, colorScheme: 'light'});
-page.setDefaultTimeout(30000);
+page.setDefaultTimeout(kPatience);
 const complaints = [], requests = new Set();
 page.on('console', message => complaints.push(message.text()));
 page.on('pageerror', error => complaints.push(error.stack || error.message));
