@@ -63,15 +63,15 @@ TEST_F(CatchTest, StatusFollowsTheCatch) {
     const CatchRef later = mTable.add(makeEvent(6));
     running->setFolder(std::make_shared<LogFolder>("/staging/one"));
     const LogFolder::Work work = running->folder()->beginWork("prop-");
-    running->enter(CatchPhase::Window, std::chrono::seconds(100));
+    running->enter(CatchPhase::Window, std::chrono::seconds(10'000));
     size_t count = 0;
     const std::vector<CatchStatus> all = mTable.status(1, &count);
     ASSERT_EQ(all.size(), 1U);
     EXPECT_EQ(count, 2U);
     const CatchStatus status = running->status();
     EXPECT_STREQ(phaseText(status.phase), "window");
-    EXPECT_LE(*status.left, std::chrono::seconds(100));
-    EXPECT_GT(*status.left, std::chrono::seconds(50));
+    EXPECT_LE(*status.left, std::chrono::seconds(10'000));
+    EXPECT_GT(*status.left, std::chrono::seconds(5000));
     EXPECT_EQ(status.missingBits, collectableBits(0xffffffffU));
     EXPECT_EQ(status.folder, "/staging/one");
     ASSERT_EQ(status.work.size(), 1U);
@@ -127,12 +127,15 @@ TEST_F(CatchTest, NotesAreJoinedIfThereAreAny) {
 }
 
 TEST(HeavyDumpLimit, OneTurnForTwoThreads) {
-    constexpr size_t kRounds = 30'000;
-    std::vector<HeavyDumpLimit> limits(kRounds);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    std::vector<HeavyDumpLimit> limits(30'000);
+    std::atomic<size_t> rounds{limits.size()};  // fewer if each takes long, as on one processor
     std::atomic<size_t> turns{0};
     std::atomic<size_t> arrived{0};
     const auto takeAll = [&] {
-        for (size_t round = 0; round < kRounds; ++round) {
+        for (size_t round = 0; round < rounds; ++round) {
+            // The first to arrive decides before the other one can go on.
+            if (std::chrono::steady_clock::now() > end && arrived == 2 * round) rounds = round + 1;
             ++arrived;
             while (arrived < 2 * (round + 1)) std::this_thread::yield();
             if (limits[round].tryTake(5'000'000'000)) ++turns;
@@ -141,7 +144,7 @@ TEST(HeavyDumpLimit, OneTurnForTwoThreads) {
     std::thread other(takeAll);
     takeAll();
     other.join();
-    EXPECT_EQ(turns, kRounds);
+    EXPECT_EQ(turns, rounds);
 }
 
 TEST(EventLine, IsOneJsonObject) {

@@ -60,9 +60,10 @@ TEST(FrameworkCall, SendsWhateverHangsAndLogsTheReplyWheneverItComes) {
                              "there is no thread for it.\n"),
               1u);
     fake::clearLog();
-    callFramework("anr", ANDROID_LOG_INFO, 2, {471, int64_t{1} << 40});
+    constexpr auto kLong = std::chrono::minutes(10);
+    callFramework("anr", ANDROID_LOG_INFO, 2, {471, int64_t{1} << 40}, kLong);
     EXPECT_EQ(fake::logCount("[dravo_kavel anr]: binder service kavel replied: 2471.\n"), 1u);
-    callFramework("refused", ANDROID_LOG_WARN, kRefuses);
+    callFramework("refused", ANDROID_LOG_WARN, kRefuses, {}, kLong);
     ASSERT_EQ(fake::logLines().size(), 3u);
     EXPECT_EQ(fake::logLines()[1].text,
               "[dravo_kavel refused]: binder service kavel failed with error.\n");
@@ -80,7 +81,7 @@ TEST(FrameworkCall, SendsWhateverHangsAndLogsTheReplyWheneverItComes) {
               1u);
     EXPECT_EQ(fake::logCount("not waited for, an earlier call is overdue.\n"), 7u);
     EXPECT_EQ(fake::logCount(request + "9 to binder service kavel: dropped, too many calls"), 1u);
-    callFramework("anr", ANDROID_LOG_INFO, 2, {472});
+    callFramework("anr", ANDROID_LOG_INFO, 2, {472}, kLong);
     EXPECT_EQ(fake::logCount("[dravo_kavel anr]: binder service kavel replied: 2472.\n"), 1u)
             << "another code";
 
