@@ -63,6 +63,8 @@ FoundFile lookAt(const fs::path& path) {
     if (stat(path.c_str(), &status) != 0) {
         throw std::runtime_error(std::generic_category().message(errno) + ".");
     }
+    // A pipe or a device could be read for ever.
+    if (!S_ISREG(status.st_mode)) throw std::runtime_error("This is neither a file nor a folder.");
     return {path, status.st_size, status.st_mtim.tv_sec * kNsPerSecond + status.st_mtim.tv_nsec};
 }
 

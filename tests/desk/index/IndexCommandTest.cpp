@@ -52,6 +52,7 @@ TEST(IndexCommands, PrintTextJsonAndCsv) {
             {{"index", path}, 0, "1 archives indexed, 0 of them broken"},
             {{"index", path, "--json"}, 0, "\"unchanged\" : 1"},
             {{"index", dir / "none"}, 1, "does not exist"},
+            {{"index", "/dev/zero"}, 1, "/dev/zero: This is neither a file nor a folder."},
             {{"top"}, 0, "process"},
             {{"top", "--by", "fingerprint", "--json"}, 0, "\"catches\":1"},
             {{"top", "--by", "color"}, 2, "color"},
