@@ -44,6 +44,8 @@ constexpr std::string_view kSetDescription =
 /** Maximum time until the daemon has stored settings. */
 constexpr std::chrono::seconds kStorePatience(2);
 constexpr std::chrono::milliseconds kStorePause(20);
+/** Minimum number of questions about it: a busy machine can stop this program for longer. */
+constexpr int kStoreLooks = 10;
 
 /** Returns how many requests with settings the daemon has handled. */
 uint64_t handledSettings(const Json::Value& status) {
@@ -63,8 +65,8 @@ bool awaitStored(uint64_t before) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point end = Clock::now() + kStorePatience;
     try {
-        while (handledSettings(readStatus()) <= before) {
-            if (Clock::now() >= end) return false;
+        for (int looks = 1; handledSettings(readStatus()) <= before; ++looks) {
+            if (looks >= kStoreLooks && Clock::now() >= end) return false;
             std::this_thread::sleep_for(kStorePause);
         }
     } catch (const CommandError&) {

@@ -175,6 +175,7 @@ TEST(CallLine, WakesAnIdleThread) {
     EXPECT_TRUE(test::eventually([] {
         const auto start = std::chrono::steady_clock::now();
         for (int i = 0; i < 20; ++i) {
+            std::this_thread::sleep_for(milliseconds(10));  // so that the thread is idle
             EXPECT_EQ(line.call([] {}, std::chrono::minutes(10)), Outcome::Returned);
         }
         return std::chrono::steady_clock::now() - start < milliseconds(5'000);
