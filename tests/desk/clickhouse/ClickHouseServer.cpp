@@ -35,11 +35,16 @@ constexpr const char* kUser = R"(<{0}><password/><networks><ip>127.0.0.1</ip></n
 <profile>{0}</profile><quota>default</quota></{0}>
 )";
 
-/** A port that is free now. */
+/** A port that is free now, and not one that the kernel gives to other tests meanwhile (ip(7)). */
 int freePort() {
-    int port = 0;
-    close(boundSocket(&port));
-    return port;
+    for (int port = 10'000 + getpid() % 20'000;; ++port) {
+        try {
+            close(boundSocket(&port));
+            return port;
+        } catch (const std::runtime_error&) {
+            if (port >= 32'000) throw;
+        }
+    }
 }
 
 }  // namespace

@@ -53,11 +53,12 @@ bool isWholeRequest(const std::string& bytes) {
 
 int boundSocket(int* port) {
     const int handle = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = loopback(0);
+    sockaddr_in address = loopback(*port);
     socklen_t size = sizeof address;
     auto* const generic = reinterpret_cast<sockaddr*>(&address);
     if (bind(handle, generic, size) != 0 || getsockname(handle, generic, &size) != 0) {
-        throw std::runtime_error("no free port");
+        close(handle);
+        throw std::runtime_error("the port is not free");
     }
     *port = ntohs(address.sin_port);
     return handle;

@@ -6,7 +6,7 @@
 
 namespace kaveldesk::test {
 
-/** A socket with a free port of the loopback address. */
+/** A socket at @p port of the loopback address; 0 becomes a free one. Throws if it is not free. */
 int boundSocket(int* port);
 
 /** What becomes of one request: how many bytes of it reach the server, and of its answer the
