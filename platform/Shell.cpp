@@ -205,10 +205,12 @@ int runCommand(const std::string& command, milliseconds deadline, uint64_t fileL
                bool* isLate) {
     abandonedChildren().reap();
     const Clock::time_point start = Clock::now();
+    // With exec, the command replaces the shell, which would otherwise start a second process for
+    // it.
     const pid_t pid = startShell(fileLimit == kNoFileLimit
                                          ? command
                                          : "ulimit -f " + std::to_string(fileLimit / kFileBlock) +
-                                                   " 2>/dev/null; " + command);
+                                                   " 2>/dev/null; exec " + command);
     if (pid < 0) {
         logNoShell(errno, command);
         return -1;

@@ -28,7 +28,7 @@ inline constexpr uint64_t kNoFileLimit = 0;
  * ended when its group is empty, because toybox tar does not wait for the gzip that writes its
  * archive. After @p deadline the group gets SIGTERM, and SIGKILL five seconds later; then the
  * status and the duration are logged. A process of the command that writes more than @p fileLimit
- * bytes to one file gets SIGXFSZ.
+ * bytes to one file gets SIGXFSZ; a command with a limit must be one program or pipeline.
  *
  * Any thread; several threads may run commands at once.
  */
