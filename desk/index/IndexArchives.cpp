@@ -1,15 +1,12 @@
 #include "desk/index/IndexArchives.h"
 
 #include <chrono>
-#include <exception>
 #include <optional>
 #include <set>
-#include <stdexcept>
 #include <utility>
 
 #include "desk/index/FindArchives.h"
-#include "desk/index/HashFile.h"
-#include "desk/index/ReadCatch.h"
+#include "desk/index/ReadJob.h"
 #include "desk/index/Workers.h"
 
 namespace kaveldesk {
@@ -17,62 +14,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** A file on its way: first only its hash is found, then it is read if the hash is new. */
-struct Job {
-    FoundFile file;
-    std::string hash;
-};
-
-struct Result {
-    FoundFile file;
-    std::string hash;
-    std::optional<CatchRow> row;
-    std::string failure;
-};
-
-CatchRow brokenRow(const FoundFile& file, const std::string& why) {
-    CatchRow row;
-    row.archive = file.path.filename().string();
-    row.isBroken = true;
-    row.why = why;
-    return row;
-}
-
-CatchRow readOrBroken(const FoundFile& file) {
-    try {
-        return readCatch(file.path);
-    } catch (const std::exception& error) {
-        return brokenRow(file, error.what());
-    }
-}
-
-Result work(Job job) {
-    Result result{std::move(job.file), std::move(job.hash), {}, {}};
-    const FoundFile& file = result.file;
-    try {
-        if (result.hash.empty()) {
-            result.hash = hashFile(file.path);
-            return result;
-        }
-        CatchRow row = readOrBroken(file);
-        const FoundFile now = lookAt(file.path);
-        if (now.size != file.size || now.modifiedNs != file.modifiedNs) {
-            throw std::runtime_error("The file changed while it was read; index it again.");
-        }
-        row.hash = result.hash;
-        row.path = file.path.string();
-        row.size = file.size;
-        result.row = std::move(row);
-    } catch (const std::exception& error) {
-        result.failure = error.what();
-    }
-    return result;
-}
-
 class Run {
   public:
     Run(Store& store, const IndexOptions& options)
-          : mStore(store), mOptions(options), mWorkers(options.threads, work) {}
+          : mStore(store), mOptions(options), mWorkers(options.threads, doJob) {}
 
     IndexCounts index(const std::vector<std::string>& paths) {
         countTotals(paths);
@@ -131,7 +76,7 @@ class Run {
 
     void handleOne() {
         constexpr std::chrono::milliseconds kWait(200);
-        std::optional<Result> result = mWorkers.take(kWait);
+        std::optional<ReadResult> result = mWorkers.take(kWait);
         if (result) handle(std::move(*result));
         const auto now = Clock::now();
         if (mBatch.catches.size() >= mOptions.batch || now - mStored > std::chrono::seconds(1)) {
@@ -143,7 +88,7 @@ class Run {
         }
     }
 
-    void handle(Result result) {
+    void handle(ReadResult result) {
         const FoundFile& file = result.file;
         if (!result.failure.empty()) {
             mOptions.failed(file.path, result.failure);
@@ -170,7 +115,7 @@ class Run {
         mCounts.bytes += static_cast<uint64_t>(file.size);
     }
 
-    void addSource(const Result& result) {
+    void addSource(const ReadResult& result) {
         mBatch.sources.push_back(
                 {result.file.path.string(), result.file.size, result.file.modifiedNs, result.hash});
     }
@@ -192,7 +137,7 @@ class Run {
     std::set<std::string> mNew;  // hashes that are read or wait to be stored
     Clock::time_point mStored = Clock::now();
     Clock::time_point mShown = Clock::now();
-    Workers<Job, Result> mWorkers;
+    Workers<ReadJob, ReadResult> mWorkers;
 };
 
 }  // namespace
