@@ -71,7 +71,7 @@ std::vector<bool> nearestHalf(const std::vector<CountPair>& pairs, double share)
 
 /** Which of @p pairs seem unchanged. */
 std::vector<bool> findUnchanged(const std::vector<CountPair>& pairs) {
-    constexpr double kMostDistance = 30;
+    constexpr double kMostDistance = 3;
     constexpr int kRounds = 20;
     const double share = medianShare(pairs);
     if (share <= 0 || share >= 1) return std::vector<bool>(pairs.size(), true);
