@@ -1,5 +1,8 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "desk/questions/Known.h"
 #include "desk/questions/Questions.h"
 #include "desk/store/Schema.h"
@@ -26,6 +29,20 @@ Table findingsOf(Store& store, const Filter& filter) {
             {part.sql, part.parameters, {{"kind"}, {"weight"}, {"findings", ValueType::Integer}}});
 }
 
+/** @p filter for the latest of @p days, which have @p least catches or all: engines then read these
+ * days only. */
+Filter latestOf(Filter filter, const Table& days, size_t least) {
+    size_t catches = 0;
+    auto day = days.rows.rbegin();
+    for (; day != days.rows.rend() && catches < least; ++day) {
+        catches += static_cast<size_t>(integerOf((*day)[1]));
+    }
+    if (day == days.rows.rbegin()) return filter;  // there are no days
+    const int64_t start = integerOf((*std::prev(day))[0]);
+    filter.sinceUtc = std::max(filter.sinceUtc.value_or(start), start);
+    return filter;
+}
+
 }  // namespace
 
 Table listCatches(Store& store, const Filter& filter, size_t limit, const ListPlace* behind) {
@@ -39,30 +56,33 @@ Table listCatches(Store& store, const Filter& filter, size_t limit, const ListPl
     }
     // By fingerprint, an engine has the catches in the order of utc, else in that of both.
     const char* const order = filter.fingerprint ? "utc DESC" : "utc_hour DESC, utc DESC";
+    // An engine without an index for this reads only the last hours of all columns.
+    SqlPart hours;
+    hours.add("SELECT utc_hour FROM catches");
+    hours.add(where);
+    hours.add(fmt::format(" ORDER BY {} LIMIT {}", order, limit));
+    const Table last = readTable(store, {hours.sql, hours.parameters, {{"utc_hour"}}});
+    const std::vector<Column> columns = {{"utc", ValueType::Time},
+                                         {"event"},
+                                         {"process"},
+                                         {"build"},
+                                         {"broken", ValueType::Integer},
+                                         {"fingerprint"},
+                                         {"kind"},
+                                         {"headline"},
+                                         {"archive"},
+                                         {"size", ValueType::Integer},
+                                         {"hash"}};
+    if (last.rows.empty()) return {columns, {}};
     SqlPart part;
     part.add(
             "SELECT utc, event, process, build, broken, fingerprint, kind, headline, archive, "
             "size, hash FROM catches");
     part.add(where);
-    // An engine without an index for this reads only the last hours of all these columns.
     part.add(where.parameters.empty() ? " WHERE " : " AND ");
-    part.add("utc_hour >= (SELECT min(h) FROM (SELECT utc_hour AS h FROM catches");
-    part.add(where);
-    part.add(fmt::format(" ORDER BY {} LIMIT {})) ORDER BY {}, hash LIMIT {}", order, limit, order,
-                         limit));
-    return readTable(store, {part.sql,
-                             part.parameters,
-                             {{"utc", ValueType::Time},
-                              {"event"},
-                              {"process"},
-                              {"build"},
-                              {"broken", ValueType::Integer},
-                              {"fingerprint"},
-                              {"kind"},
-                              {"headline"},
-                              {"archive"},
-                              {"size", ValueType::Integer},
-                              {"hash"}}});
+    part.add("utc_hour >= ?", last.rows.back()[0]);
+    part.add(fmt::format(" ORDER BY {}, hash LIMIT {}", order, limit));
+    return readTable(store, {part.sql, part.parameters, columns});
 }
 
 Table catchOf(Store& store, const std::string& hash) {
@@ -85,13 +105,16 @@ std::vector<NamedTable> show(Store& store, Filter filter, const std::string& fin
     for (Row& row : facts.rows) {
         row.emplace_back(knownFingerprints(store, {fingerprint})[fingerprint].headline);
     }
+    Table days = trend(store, filter, TrendPer::Day);
+    Table findings = findingsOf(store, latestOf(filter, days, kLatestFindings));
+    Table archives = listCatches(store, latestOf(filter, days, kLatestArchives), kLatestArchives);
     return {{"fingerprint", std::move(facts)},
             {"builds", top(store, filter, TopBy::Build, kMostRows)},
             {"processes", top(store, filter, TopBy::Process, kMostRows)},
             {"events", top(store, filter, TopBy::Event, kMostRows)},
-            {"days", trend(store, filter, TrendPer::Day)},
-            {"findings", findingsOf(store, filter)},
-            {"archives", listCatches(store, filter, kLatestArchives)}};
+            {"days", std::move(days)},
+            {"findings", std::move(findings)},
+            {"archives", std::move(archives)}};
 }
 
 }  // namespace kaveldesk

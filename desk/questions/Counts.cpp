@@ -1,5 +1,8 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "desk/questions/Known.h"
 #include "desk/questions/Questions.h"
 
@@ -21,24 +24,49 @@ std::string columnOf(TopBy by) {
     return {};
 }
 
-}  // namespace
-
-Table top(Store& store, const Filter& filter, TopBy by, size_t limit) {
-    const std::string column = columnOf(by);
+/** The counts of each value of @p column, as @p rest says which and in what order. */
+Table countBy(Store& store, const Filter& filter, const std::string& column, const SqlPart& rest) {
+    const bool isBuild = column == "build";
     SqlPart part;
     part.add(
             fmt::format("SELECT {}, sum(catches) AS n, min(first_utc) AS t1, max(last_utc) AS t2, "
-                        "count(DISTINCT build) AS b FROM ",
-                        column));
-    part.add(countsOf(filter, by == TopBy::Build ? column : column + ", build"));
-    part.add(fmt::format(" GROUP BY {} ORDER BY n DESC, {} LIMIT {}", column, column, limit));
-    Table table = readTable(store, {part.sql,
-                                    part.parameters,
-                                    {{column},
-                                     {"catches", ValueType::Integer},
-                                     {"first", ValueType::Time},
-                                     {"last", ValueType::Time},
-                                     {"builds", ValueType::Integer}}});
+                        "{} AS b FROM ",
+                        column, isBuild ? "1" : "count(DISTINCT build)"));
+    part.add(countsOf(filter, isBuild ? column : column + ", build"));
+    part.add(rest);
+    return readTable(store, {part.sql,
+                             part.parameters,
+                             {{column},
+                              {"catches", ValueType::Integer},
+                              {"first", ValueType::Time},
+                              {"last", ValueType::Time},
+                              {"builds", ValueType::Integer}}});
+}
+
+}  // namespace
+
+Table countsOf(Store& store, const Filter& filter, const std::vector<std::string>& fingerprints) {
+    constexpr size_t kAtOnce = 500;  // engines limit the parameters of a query
+    Table all;
+    for (size_t start = 0; start < fingerprints.size(); start += kAtOnce) {
+        const size_t end = std::min(start + kAtOnce, fingerprints.size());
+        SqlPart rest;
+        rest.add(" WHERE fingerprint IN ");
+        rest.addList({fingerprints.begin() + static_cast<ptrdiff_t>(start),
+                      fingerprints.begin() + static_cast<ptrdiff_t>(end)});
+        rest.add(" GROUP BY fingerprint");
+        Table some = countBy(store, filter, "fingerprint", rest);
+        all.columns = some.columns;
+        std::move(some.rows.begin(), some.rows.end(), std::back_inserter(all.rows));
+    }
+    return all;
+}
+
+Table top(Store& store, const Filter& filter, TopBy by, size_t limit) {
+    const std::string column = columnOf(by);
+    SqlPart rest;
+    rest.add(fmt::format(" GROUP BY {} ORDER BY n DESC, {} LIMIT {}", column, column, limit));
+    Table table = countBy(store, filter, column, rest);
     if (by != TopBy::Fingerprint) return table;
 
     std::vector<std::string> fingerprints;

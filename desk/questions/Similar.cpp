@@ -87,12 +87,14 @@ Table similar(Store& store, const Filter& filter, const std::string& kind,
                 {kind},
                 {{"fingerprint"}, {"signature"}}},
                best);
-    for (const Similar& found : best.take()) {
-        Filter one = filter;
-        one.fingerprint = found.fingerprint;
-        const Table counts = top(store, one, TopBy::Fingerprint, 1);
-        if (counts.rows.empty()) continue;  // all of its catches are outside of the filter
-        const Row& row = counts.rows.front();
+    const std::vector<Similar> similars = best.take();
+    std::vector<std::string> fingerprints;
+    for (const Similar& found : similars) fingerprints.push_back(found.fingerprint);
+    std::map<std::string, Row> counts;
+    for (const Row& row : countsOf(store, filter, fingerprints).rows) counts[textOf(row[0])] = row;
+    for (const Similar& found : similars) {
+        const Row& row = counts[found.fingerprint];
+        if (row.empty()) continue;  // all of its catches are outside of the filter
         table.rows.push_back({found.similarity, found.fingerprint, kind, row[1], row[2], row[3],
                               row[4], found.signature});
     }
