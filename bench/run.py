@@ -97,6 +97,13 @@ def index(_cases, quick):
         [BUILD / "index.sh", BUILD, *(["100", "100000"] if quick else [])], 1800))
 
 
+def clickhouse(_cases, quick):
+    if not os.access("/usr/sbin/clickhouse-server", os.X_OK):
+        raise Failure("clickhouse-server is not installed")
+    return measures_of("clickhouse", output_of(
+        [BUILD / "clickhouse.sh", BUILD, *(["100000"] if quick else [])], 1800))
+
+
 def system_report(_cases, quick):
     if os.geteuid() != 0:
         raise Failure("sos report runs only as root")
@@ -143,6 +150,7 @@ PROGRAMS = {
     "soak": in_phone("soak", ["soak.sh", "1000000"], ["soak.sh", "10000"], ["--scale", "60"], 7200),
     "desk": desk,
     "index": index,
+    "clickhouse": clickhouse,
     "sos": system_report,
     "list": archive_list,
 }
