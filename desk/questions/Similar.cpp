@@ -89,6 +89,7 @@ Table similar(Store& store, const Filter& filter, const std::string& kind,
                best);
     const std::vector<Similar> similars = best.take();
     std::vector<std::string> fingerprints;
+    fingerprints.reserve(similars.size());
     for (const Similar& found : similars) fingerprints.push_back(found.fingerprint);
     std::map<std::string, Row> counts;
     for (const Row& row : countsOf(store, filter, fingerprints).rows) counts[textOf(row[0])] = row;
