@@ -49,8 +49,12 @@ class CaptureTest : public testing::Test {
 
 // Would catch a trace that is not requested, not found, or packed into another archive.
 TEST_F(CaptureTest, NoFocusWindowTakesEveryTraceAlong) {
-    const std::string pid = std::to_string(atoi(run({"pidof", "system_server"}).output.c_str()));
-    ASSERT_NE(pid, "0");
+    int server = 0;
+    ASSERT_TRUE(eventually([&] {
+        server = atoi(run({"pidof", "system_server"}).output.c_str());
+        return server != 0;
+    }));
+    const std::string pid = std::to_string(server);
     caught("0x101", "nofocus",
            {"--log-info", std::to_string(0x40000004), "--pid", pid, "--process", "com.example.app"},
            {"kavel_NoFocusWindow_1", "kavel_DumpTraces_" + pid + "_", "trace_anr_",

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
+#include <sstream>
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -67,7 +69,19 @@ bool daemonIsUp() {
 }
 
 int daemonPid() {
-    return atoi(run({"pidof", "dravo_kavel"}).output.c_str());
+    // A child of the daemon has its name until it runs another program.
+    std::set<int> pids;
+    std::istringstream output(run({"pidof", "dravo_kavel"}).output);
+    for (int pid = 0; output >> pid;) pids.insert(pid);
+    for (const int pid : pids) {
+        std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+        std::string word;
+        while (status >> word && word != "PPid:") {
+        }
+        int parent = 0;
+        if (status >> parent && pids.count(parent) == 0) return pid;
+    }
+    return 0;
 }
 
 std::vector<std::string> archives(const std::string& prefix) {

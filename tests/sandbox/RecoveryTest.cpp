@@ -179,7 +179,7 @@ TEST(PanicTest, FrameworkThatStaysAwayLeadsToAPanic) {
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
 
     const timespec limit = {180, 0};
-    EXPECT_EQ(sigtimedwait(&term, nullptr, &limit), SIGTERM);
+    EXPECT_EQ(TEMP_FAILURE_RETRY(sigtimedwait(&term, nullptr, &limit)), SIGTERM);
     EXPECT_TRUE(std::filesystem::exists(kPanicRecord));
     EXPECT_EQ(logCount("start reboot recover, ss recover failed."), 1U);
     EXPECT_EQ(logCount("[dravo_kavel doKavelRebootAction]: trigger kernel panic"), 1U);
