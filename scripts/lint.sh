@@ -24,11 +24,12 @@ python3 -c 'import json, sys
 commands = json.load(sys.stdin)
 json.dump(list({each["file"]: each for each in reversed(commands)}.values()), sys.stdout)' \
     < build/default/compile_commands.json > build/clang-tidy/compile_commands.json
+compiled() { sed -n "s|^.*\"file\": \"$PWD/\([^\"]*\)\".*|\1|p" build/default/compile_commands.json | sort -u; }
 tidy() { xargs -P "${JOBS:-$(nproc)}" -n 4 clang-tidy --quiet -p build/clang-tidy "$@" 2>> build/clang-tidy.log; }
 : > build/clang-tidy.log
-git ls-files '*.cpp' | grep -vE '^(bench|tests)/' | tidy
+compiled | grep -vE '^(bench|build|tests)/' | tidy
 # The analyzer takes as long as all other checks together. The sanitizers run the tests' own code.
-git ls-files 'tests/*.cpp' | tidy '--checks=-clang-analyzer-*'
+compiled | grep '^tests/' | tidy '--checks=-clang-analyzer-*'
 echo "== lint: the phone's compiler flags"
 scripts/arm64-sysroot.sh
 scripts/check_phone.sh
