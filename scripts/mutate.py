@@ -44,7 +44,8 @@ TESTS = {
     "handler": (["kavel_handler_test", "kavel_storm_test", "dump_data_test"],
                 "ReportTest|CommercialTest|RecoveryTest"),
     "platform": (["kavel_platform_test", "phone_platform_test", "framework_call_test",
-                  "kavel_handler_test", "kavel_dump_test"], "ReportTest|RecoveryTest"),
+                  "kavel_handler_test", "kavel_dump_test", "kavelctl_test"],
+                 "ReportTest|RecoveryTest"),
     "recovery": (["kavel_recovery_test", "kavel_handler_test"], "RecoveryTest|PanicTest"),
     "tools": (["kavelctl_test"], "ReportTest|RawTest"),
 }

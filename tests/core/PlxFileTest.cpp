@@ -34,7 +34,8 @@ TEST(PlxFile, KeepsItsNewestLinesOrStaysAsItIs) {
         std::string name = "plx.txt";
     } rows[] = {{linesOf(kMaxPlxFile), kMaxPlxFile, kMaxPlxFile},
                 {tooLong, kHalf - 20, kHalf},
-                {std::string(kMaxPlxFile + 1, 'x'), kHalf, kHalf},  // not a line in it
+                {std::string(kMaxPlxFile + 1, 'x'), kHalf, kHalf},     // not a line in it
+                {std::string(kMaxPlxFile, 'x') + '\n', kHalf, kHalf},  // one that is too long
                 {tooLong, tooLong.size(), tooLong.size(), true},
                 {tooLong, tooLong.size(), tooLong.size(), false, "link"}};
     for (const auto& row : rows) {

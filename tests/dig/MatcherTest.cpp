@@ -1,7 +1,7 @@
 // Would catch an empty token, several separators that count as one long separator, a number that is
 // read as another one or wrongly refused or accepted, a wrong pattern, a limit that is off by one,
 // an age that overflows, a log line with another text, a copy of an event without its line, and
-// live events that outlast the patterns.
+// live events that outlast the patterns or are not counted.
 
 #include <set>
 #include <sstream>
@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "dig/DigStatus.h"
 #include "dig/RawRecord.h"
 #include "dig/dig.h"
 #include "tests/fake/FakeLog.h"
@@ -91,6 +92,15 @@ TEST(Matcher, LogsWhatTheLastRecordMeans) {
     for (const auto& row : rows) EXPECT_EQ(logOfLast(row.records), row.log) << row.records.back();
     sendRawEvent(nullptr);
     EXPECT_EQ(fake::takeLog(), Lines{"I kavel_socket: Kavel sendRawEvent has Null Buff"});
+}
+
+TEST(Matcher, CountsItsLiveEvents) {
+    digInit();
+    std::string record = "4298113025:open:1000";
+    sendRawEvent(record.data());
+    EXPECT_EQ(digStatus().liveEvents, 1U);
+    digExit();
+    EXPECT_EQ(digStatus().liveEvents, 0U);
 }
 
 TEST(Matcher, PrintsALineForEachCopyOfAnEvent) {
