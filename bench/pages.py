@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Measures the pages of kaveldesk serve: pages.py KAVELDESK INDEX. Prints lines "measure NAME VALUE":
-milliseconds of each page, as the median of the clock and the server's processor time."""
+seconds of each page, as the median of the clock and the server's processor time."""
 
 import os
 import re
@@ -21,10 +21,10 @@ with subprocess.Popen([kaveldesk, "serve", "--db", index, "--listen", "127.0.0.1
         with urllib.request.urlopen(address + path) as reply:
             return reply.read().decode()
 
-    def processor_ms():
+    def processor_s():
         with open(f"/proc/{server.pid}/stat", encoding="ascii") as stat:
             user, system = stat.read().rsplit(")", 1)[1].split()[11:13]
-        return (int(user) + int(system)) * 1000 / os.sysconf("SC_CLK_TCK")
+        return (int(user) + int(system)) / os.sysconf("SC_CLK_TCK")
 
     fingerprint = re.search(r"/(fingerprint/\w+)", get(""))[1]
     build = re.search(r"\?(build=[\w.]+)", get(""))[1]
@@ -32,14 +32,14 @@ with subprocess.Popen([kaveldesk, "serve", "--db", index, "--listen", "127.0.0.1
     for name, path in (("overview", ""), ("overview_of_build", "?" + build), ("fingerprint", fingerprint),
                        ("list", "catches"), ("list_of_none", "catches?process=none")):
         clock = []
-        before = processor_ms()
+        before = processor_s()
         for _ in range(TIMES):
             start = time.monotonic()
             get(path)
-            clock.append((time.monotonic() - start) * 1000)
-        cpu = (processor_ms() - before) / TIMES
+            clock.append(time.monotonic() - start)
+        cpu = (processor_s() - before) / TIMES
         slowest = max(slowest, cpu)
-        print(f"measure page_{name} {statistics.median(clock):.1f}")
-        print(f"measure page_{name}_cpu {cpu:.1f}")
-    print(f"measure slowest_page_cpu {slowest:.1f}")
+        print(f"measure page_{name} {statistics.median(clock):.4f}")
+        print(f"measure page_{name}_cpu {cpu:.4f}")
+    print(f"measure slowest_page_cpu {slowest:.4f}")
     server.send_signal(signal.SIGINT)
