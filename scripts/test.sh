@@ -36,11 +36,12 @@ set_up() {
     case $legs in
         *arm64* | *lint*) scripts/arm64-sysroot.sh ;;
     esac
-    case $legs${NO_DESK:+ no desk} in
-        *desk) ;;
+    case $legs in
         *default*)
-            sh scripts/setup.sh scripts/packages-browser.txt
-            sh scripts/setup.sh scripts/packages-clickhouse.txt
+            if [ -z "${NO_DESK:-}" ]; then
+                sh scripts/setup.sh scripts/packages-browser.txt
+                sh scripts/setup.sh scripts/packages-clickhouse.txt
+            fi
             ;;
     esac
     case $legs in

@@ -25,7 +25,7 @@ bool give(const fs::path& path, const WalkEvents& events) {
         events.failed(path, error.what());
         return true;
     }
-    return events.found(file);  // what it throws is no failure of this file
+    return events.found(file);  // its exceptions are not about this file
 }
 
 /** Returns false to end the walk. */
@@ -63,7 +63,7 @@ FoundFile lookAt(const fs::path& path) {
     if (stat(path.c_str(), &status) != 0) {
         throw std::runtime_error(std::generic_category().message(errno) + ".");
     }
-    // A pipe or a device could be read for ever.
+    // Reading a pipe or a device may never end.
     if (!S_ISREG(status.st_mode)) throw std::runtime_error("This is neither a file nor a folder.");
     return {path, status.st_size, status.st_mtim.tv_sec * kNsPerSecond + status.st_mtim.tv_nsec};
 }

@@ -45,7 +45,8 @@ Table countBy(Store& store, const Filter& filter, const std::string& column, con
 
 }  // namespace
 
-Table countsOf(Store& store, const Filter& filter, const std::vector<std::string>& fingerprints) {
+Table countFingerprints(Store& store, const Filter& filter,
+                        const std::vector<std::string>& fingerprints) {
     constexpr size_t kAtOnce = 500;  // engines limit the parameters of a query
     Table all;
     for (size_t start = 0; start < fingerprints.size(); start += kAtOnce) {

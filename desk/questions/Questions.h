@@ -24,7 +24,8 @@ enum class TopBy : uint8_t { Process, Event, Fingerprint, Build };
 Table top(Store& store, const Filter& filter, TopBy by, size_t limit);
 
 /** The first columns of top() for those of @p fingerprints that have a catch, in no order. */
-Table countsOf(Store& store, const Filter& filter, const std::vector<std::string>& fingerprints);
+Table countFingerprints(Store& store, const Filter& filter,
+                        const std::vector<std::string>& fingerprints);
 
 enum class TrendPer : uint8_t { Day, Hour };
 

@@ -92,7 +92,8 @@ Table similar(Store& store, const Filter& filter, const std::string& kind,
     fingerprints.reserve(similars.size());
     for (const Similar& found : similars) fingerprints.push_back(found.fingerprint);
     std::map<std::string, Row> counts;
-    for (const Row& row : countsOf(store, filter, fingerprints).rows) counts[textOf(row[0])] = row;
+    for (const Row& row : countFingerprints(store, filter, fingerprints).rows)
+        counts[textOf(row[0])] = row;
     for (const Similar& found : similars) {
         const Row& row = counts[found.fingerprint];
         if (row.empty()) continue;  // all of its catches are outside of the filter
