@@ -17,7 +17,8 @@ struct FoundFile {
 /** Whether a file of this name below a folder is an archive. */
 bool hasArchiveName(const std::string& name);
 
-/** The file @p path as it is now. Throws std::runtime_error if it does not exist or is no regular file. */
+/** The file @p path as it is now. Throws std::runtime_error if it does not exist or is no regular
+ * file. */
 FoundFile lookAt(const std::filesystem::path& path);
 
 struct WalkEvents {
