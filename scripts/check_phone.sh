@@ -1,8 +1,8 @@
 #!/bin/sh
 # Compiles the sources of the daemon and of kavelctl like the phone's build: for arm64, with libc++,
-# the flags of Android.bp, those that Soong adds, and its integer sanitizers. The output is
-# discarded. The C library is Debian's, so this does not check against bionic. Then compiles all
-# sources in Android.bp like the build's variants for the build machine.
+# the flags of Android.bp, those that Soong adds, and its integer sanitizers. Only warnings matter, so no
+# code is made. The C library is Debian's, so this does not check against bionic. Then compiles all sources
+# in Android.bp like the build's variants for the build machine.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -21,7 +21,7 @@ sanitizers=signed-integer-overflow,unsigned-integer-overflow
 sanitizers=$sanitizers,implicit-signed-integer-truncation,implicit-unsigned-integer-truncation
 
 module=$(sed -n '/name: "dravo_kavel_defaults"/,/^}/ {/cflags/,/]/ s/^ *"\(.*\)",.*/\1/p}' Android.bp)
-sources=$(cut -d ' ' -f 2 build/default/tests/structure/sources.txt | grep -v '^tests/' | sort -u)
+sources=$(cut -d ' ' -f 2 build/lint/tests/structure/sources.txt | grep -v '^tests/' | sort -u)
 if [ -z "$module" ] || [ -z "$sources" ]; then
     echo "check_phone.sh: nothing to compile" >&2
     exit 1
@@ -33,7 +33,7 @@ compile() {
 }
 
 # shellcheck disable=SC2086 # lists are meant to be split
-printf '%s\n' $sources | compile -c -o /dev/null --target=aarch64-linux-gnu --sysroot=$sysroot \
+printf '%s\n' $sources | compile -fsyntax-only --target=aarch64-linux-gnu --sysroot=$sysroot \
     -isystem host/overlay -isystem $sysroot/usr/include/android -isystem $sysroot/usr/include/jsoncpp \
     $soong $module -fsanitize=$sanitizers -fsanitize-trap=$sanitizers
 

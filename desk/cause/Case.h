@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,13 @@ struct Case {
   private:
     void shortenNames();
 };
+
+/** Whether two reports, for example of a log and of the events log, can be about one failure: at
+ * most a minute apart, or the time of one of them is unknown (0). In nanoseconds. */
+inline bool isNear(int64_t a, int64_t b) {
+    constexpr int64_t kSameNs = 60'000'000'000;
+    return a == 0 || b == 0 || std::abs(a - b) <= kSameNs;
+}
 
 /** A citation of @p place, whose text findCause() fills in. */
 inline Citation cite(Place place) {

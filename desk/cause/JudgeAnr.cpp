@@ -12,9 +12,6 @@
 namespace kaveldesk {
 namespace {
 
-/** The log and the events log report the same ANR within this time. */
-constexpr int64_t kSameNs = 60'000'000'000;
-
 /** One app that did not respond, as all places together report it. */
 struct Anr {
     std::string process;
@@ -28,7 +25,7 @@ struct Anr {
 bool isSame(const Anr& anr, const std::string& process, int32_t pid, int64_t utcNs) {
     if (anr.process != process) return false;
     if (anr.pid != 0 && pid != 0 && anr.pid != pid) return false;
-    return anr.utcNs == 0 || utcNs == 0 || std::abs(anr.utcNs - utcNs) <= kSameNs;
+    return isNear(anr.utcNs, utcNs);
 }
 
 Anr& findOrAdd(std::vector<Anr>& anrs, const std::string& process, int32_t pid, int64_t utcNs) {

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdlib>
 
 #include <fmt/core.h>
 
@@ -11,13 +10,6 @@ namespace kaveldesk {
 namespace {
 
 constexpr size_t kShownFrames = 5;
-
-/** A crash is in the log, in the events log and in a file of its own: at most this far apart. */
-constexpr int64_t kSameNs = 60'000'000'000;
-
-bool isNear(int64_t a, int64_t b) {
-    return a == 0 || b == 0 || std::abs(a - b) <= kSameNs;
-}
 
 Finding framesFinding(const std::string& kind, const std::vector<Frame>& frames,
                       const std::vector<Place>& places) {

@@ -26,7 +26,7 @@ constexpr int32_t kPerceptible = 200;
 constexpr int32_t kCached = 900;
 
 /** Facts of one kind within a minute are one shortage. */
-constexpr int64_t kSameNs = 60'000'000'000;
+constexpr int64_t kTogetherNs = 60'000'000'000;
 
 struct Shortage {
     bool (*applies)(const Fact& fact);
@@ -169,7 +169,7 @@ std::vector<Candidate> judgeShortages(const Case& c, bool isMemory) {
         std::vector<const Fact*> together;
         for (const Fact& fact : c.facts.facts) {
             if (!shortage.applies(fact)) continue;
-            if (!together.empty() && fact.utcNs - together.back()->utcNs > kSameNs) {
+            if (!together.empty() && fact.utcNs - together.back()->utcNs > kTogetherNs) {
                 candidates.push_back(judge(c, shortage, together));
                 together.clear();
             }

@@ -4,25 +4,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <string>
 
 #include <re2/re2.h>
 
 #include "desk/mask/Kinds.h"
+#include "desk/parse/Text.h"
 
 namespace kaveldesk {
 namespace {
-
-bool isDigit(char c) {
-    return std::isdigit(static_cast<unsigned char>(c)) != 0;
-}
-bool isLetter(char c) {
-    return std::isalpha(static_cast<unsigned char>(c)) != 0;
-}
-bool isWord(char c) {
-    return isDigit(c) || isLetter(c) || c == '_';
-}
 
 bool hasDigit(std::string_view text) {
     return std::any_of(text.begin(), text.end(), isDigit);

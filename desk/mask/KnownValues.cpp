@@ -1,9 +1,10 @@
 #include "desk/mask/KnownValues.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <functional>
+
+#include "desk/parse/Text.h"
 
 namespace kaveldesk {
 namespace {
@@ -12,15 +13,9 @@ constexpr size_t kLongest = 128;  // bounds the sizes of one prefix
 constexpr size_t kLongNumber = 10;
 constexpr unsigned kHashBits = 16;
 
-bool isWord(char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
-}
-
 bool isDistinct(MaskKind kind, const std::string& value) {
-    const auto digits = static_cast<size_t>(std::count_if(
-            value.begin(), value.end(), [](unsigned char c) { return std::isdigit(c); }));
-    const bool has_letter = std::any_of(value.begin(), value.end(),
-                                        [](unsigned char c) { return std::isalpha(c); });
+    const auto digits = static_cast<size_t>(std::count_if(value.begin(), value.end(), isDigit));
+    const bool has_letter = std::any_of(value.begin(), value.end(), isLetter);
     if (kind == MaskKind::Host) return value.find('.') != std::string::npos;
     return has_letter ? digits > 0 : digits >= kLongNumber;
 }

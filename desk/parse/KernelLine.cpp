@@ -1,13 +1,10 @@
 #include <algorithm>
 
 #include "desk/parse/LogLine.h"
+#include "desk/parse/Text.h"
 
 namespace kaveldesk {
 namespace {
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 /** Levels of the kernel, 0 (emergency) to 7 (debug). */
 Level levelOf(char digit) {
@@ -59,8 +56,7 @@ bool takeBootTime(Scanner& scanner, KernelLine& line) {
 }
 
 bool isTagCharacter(char c) {
-    return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '-' ||
-           c == ' ' || c == '.' || c == '/' || c == '@';
+    return isWord(c) || c == '-' || c == ' ' || c == '.' || c == '/' || c == '@';
 }
 
 }  // namespace

@@ -33,6 +33,13 @@ inline bool contains(std::string_view text, std::string_view part) {
 inline bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
+inline bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+/** A character of a name in most languages. */
+inline bool isWord(char c) {
+    return isDigit(c) || isLetter(c) || c == '_';
+}
 
 /** @p text without blanks and tabs at its ends. */
 std::string_view trim(std::string_view text);

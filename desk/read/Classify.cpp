@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "desk/parse/LogLine.h"
+#include "desk/parse/Text.h"
 #include "dump/LogCommands.h"
 
 namespace kaveldesk {
@@ -56,14 +57,6 @@ std::optional<FileKind> find(const KindRow (&rows)[N],
         if (matches(text, row.text)) return row.kind;
     }
     return std::nullopt;
-}
-
-bool startsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
-}
-
-bool contains(std::string_view text, std::string_view part) {
-    return text.find(part) != std::string_view::npos;
 }
 
 /** "STEM-TIME.txt", the output of a command. */

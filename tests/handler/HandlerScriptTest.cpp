@@ -168,8 +168,8 @@ class HandlerScript : public testing::TestWithParam<std::string> {
             const bool isOurs = line.thread == std::this_thread::get_id() && line.tag != "binder";
             if (isOurs && verb != "fresh" && verb != "<") text += shown(line);
         }
-        for (const auto& [pid, held] : fake::heldCatches()) {
-            const CommercialNotes& notes = held->commercial;
+        for (const auto& [pid, running] : fake::heldCatches()) {
+            const CommercialNotes& notes = running->commercial;
             if (verb != ">" || !notes.isCommercial()) continue;
             text += base::StringPrintf("catch %d: [%s] related %d, log-info 0x%x\n", pid,
                                        base::Join(notes.relatedEvents(), ", ").c_str(),

@@ -139,7 +139,7 @@ std::string stagedEvents() {
     return all;
 }
 
-bool has(const std::string& events, const std::string& process) {
+bool names(const std::string& events, const std::string& process) {
     return events.find("\"" + process + "\"") != std::string::npos;
 }
 
@@ -194,7 +194,7 @@ bool oneLife(const std::string& phase, Archives& found, std::set<std::string>& o
     }
     bool isInTime = true;
     for (const auto& [process, time] : sent) {
-        if (has(events, process)) {
+        if (names(events, process)) {
             onDisk.insert(process);
         } else if (death - time > kOnDisk) {
             printf("%s was not on disk\n", process.c_str());
@@ -225,7 +225,7 @@ TEST(StormTest, NoArchiveIsReplacedAndNoReportIsLost) {
     EXPECT_GT(onDisk.size(), 50U);
     const std::string events = found.events();
     for (const std::string& process : onDisk) {
-        EXPECT_TRUE(has(events, process)) << process << " is lost";
+        EXPECT_TRUE(names(events, process)) << process << " is lost";
     }
 }
 
