@@ -27,13 +27,18 @@ if [ -z "$module" ] || [ -z "$sources" ]; then
     exit 1
 fi
 
-# Reads paths from standard input and compiles each with the arguments and the common flags.
+# Reads paths from standard input and compiles each with the arguments and the common flags. The library's
+# large headers are read once.
 compile() {
-    xargs -P "${JOBS:-$(nproc)}" -I{} clang++ {} -stdlib=libc++ -std=c++17 -DKAVEL_VERSION='"0"' -DKAVELCTL_VERSION='"0"' -I. "$@"
+    common=build/lint/common.h
+    printf '#include <%s>\n' algorithm chrono filesystem fstream functional map memory string thread vector > $common
+    set -- -stdlib=libc++ -std=c++17 -DKAVEL_VERSION='"0"' -DKAVELCTL_VERSION='"0"' -I. "$@"
+    clang++ -x c++-header $common "$@" -o $common.pch
+    xargs -P "${JOBS:-$(nproc)}" -I{} clang++ {} -fsyntax-only -include-pch $common.pch "$@"
 }
 
 # shellcheck disable=SC2086 # lists are meant to be split
-printf '%s\n' $sources | compile -fsyntax-only --target=aarch64-linux-gnu --sysroot=$sysroot \
+printf '%s\n' $sources | compile --target=aarch64-linux-gnu --sysroot=$sysroot \
     -isystem host/overlay -isystem $sysroot/usr/include/android -isystem $sysroot/usr/include/jsoncpp \
     $soong $module -fsanitize=$sanitizers -fsanitize-trap=$sanitizers
 
@@ -41,5 +46,5 @@ printf '%s\n' $sources | compile -fsyntax-only --target=aarch64-linux-gnu --sysr
 # googletest. Declarations that these lack are removed from this machine's headers.
 # shellcheck disable=SC2012,SC2046 # patterns
 ls $(sed -n 's/^ *"\(.*\.cpp\)",*$/\1/p' Android.bp) |
-    compile -fsyntax-only -isystem tests/structure/old_headers -isystem host/overlay \
+    compile -isystem tests/structure/old_headers -isystem host/overlay \
         -isystem /usr/include/android -isystem /usr/include/jsoncpp

@@ -17,19 +17,24 @@ sources | xargs clang-format --dry-run -Werror
 echo "== lint: clang-tidy"
 # Only compiled files have a command line; headers are checked with their sources. The counts of suppressed
 # warnings in library headers go to a file.
+mkdir -p build
 : > build/clang-tidy.log
 # tidy PRESET CHECKS: checks the files on standard input.
-tidy() { xargs -P "${JOBS:-$(nproc)}" -n 2 clang-tidy --quiet -p "build/$1" "--checks=$2" 2>> build/clang-tidy.log; }
+tidy() { xargs -r -P "${JOBS:-$(nproc)}" -n 2 clang-tidy --quiet -p "build/$1" "--checks=$2" 2>> build/clang-tidy.log; }
 # compiled PRESET: lists the files that the preset compiles, without those that the build makes.
 compiled() {
     cmake --preset "$1" > /dev/null
-    sed -n 's|^ *"file": "\([^"]*\)".*|\1|p' "build/$1/compile_commands.json" | grep -v '/build/.*\.cpp$' | sort -u
+    sed -n "s|^ *\"file\": \"$PWD/\([^\"]*\)\".*|\1|p" "build/$1/compile_commands.json" | grep -v '^build/.*\.cpp$' | sort -u
 }
-# Joined files take a sixth of the time. What a copy more costs is no matter in the tests.
-compiled lint | grep -v /tests/ | tidy lint '-clang-analyzer-*'
-compiled lint | grep /tests/ | tidy lint '-clang-analyzer-*,-performance-*'
-# The analyzer looks at no included source. The sanitizers run the code of the tests and of the host.
-compiled default | grep -vE '/(bench|host|tests)/' | tidy default '-*,clang-analyzer-*,-clang-analyzer-optin.performance.Padding'
+# Joined files take a sixth of the time. What a copy more costs is no matter in the tests. The analyzer looks
+# at no included source; the sanitizers run the code of the tests and of the host.
+analyzer='clang-analyzer-*,-clang-analyzer-optin.performance.Padding'
+files=build/clang-tidy.files
+compiled lint > $files
+grep -E '^(build/lint/)?tests/' $files | tidy lint '-clang-analyzer-*,-performance-*'
+grep -E '^(build/lint|host)/' $files | grep -v '^build/lint/tests/' | tidy lint '-clang-analyzer-*'
+grep -vE '^(build|host|tests)/' $files | tidy lint "$analyzer"
+compiled default | grep -vE '^(host|tests)/' | grep -vxFf $files | tidy default "-*,$analyzer"
 echo "== lint: the phone's compiler flags"
 scripts/arm64-sysroot.sh
 scripts/check_phone.sh

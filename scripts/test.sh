@@ -29,7 +29,7 @@ build_only() {
 build_and_test() {
     build_only "$1"
     results=build/$1/Testing/Temporary
-    ctest --preset "$1" -j $((2 * jobs)) --no-tests=error && return
+    ctest --preset "$1" -j $((3 * jobs)) --no-tests=error && return
     if grep -q 'Sanitizer:\|runtime error:' "$results/LastTest.log"; then return 1; fi
     if [ "$(wc -l < "$results/LastTestsFailed.log")" -gt 3 ]; then return 1; fi
     failed=$(cut -d: -f2- "$results/LastTestsFailed.log")
