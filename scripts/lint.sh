@@ -31,6 +31,7 @@ compiled() {
 analyzer='clang-analyzer-*,-clang-analyzer-optin.performance.Padding'
 files=build/clang-tidy.files
 compiled lint > $files
+[ -s $files ] || { echo "lint.sh: nothing to check" >&2; exit 1; }
 grep -E '^(build/lint/)?tests/' $files | tidy lint '-clang-analyzer-*,-performance-*'
 grep -E '^(build/lint|host)/' $files | grep -v '^build/lint/tests/' | tidy lint '-clang-analyzer-*'
 grep -vE '^(build|host|tests)/' $files | tidy lint "$analyzer"

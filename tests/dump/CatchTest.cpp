@@ -79,6 +79,8 @@ TEST_F(CatchTest, StatusFollowsTheCatch) {
     later->setFolder(running->folder());
     const std::vector<CatchStatus> both = mTable.status(2, &count);
     EXPECT_EQ(both[0].work.size() + both[1].work.size(), 1U) << "of one folder";
+    running->enter(CatchPhase::Window, std::chrono::seconds(-1));
+    EXPECT_EQ(running->status().left, std::chrono::seconds(0)) << "it is late";
     running->enter(CatchPhase::Packing);
     EXPECT_EQ(running->status().left, std::nullopt);
     running->fail(Fate::Ended);

@@ -339,6 +339,11 @@ class Phone {
             {"pack", [this](Line l) { trailLogPack(inFolder(l), 0); }},
             {"pack-each", [this](Line l) { doEach(l); }},
             {"pack-commercial", [this](Line l) { commercialLogPack(inFolder(l), mRing); }},
+            {"last-failure",
+             [this](Line) {
+                 const ReportEntry entry = ReportJournal::instance().status().failures.back();
+                 say(std::string(rowOf(entry.fate).key) + " (" + entry.detail + ")");
+             }},
             {"pack-xlog", [](Line l) { packXlogForWeChat(l.rest(1)); }},
             {"xlog-size", [this](Line l) { say(std::to_string(totalXlogSize(l.rest(1)))); }},
             {"nwatchcall",

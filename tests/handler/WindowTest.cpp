@@ -42,8 +42,10 @@ TEST_F(Window, EventJoinsWhileTheFolderIsBeingMade) {
         fake::awaitLog("event combined.", 2);
         return status;
     });
+    EXPECT_FALSE(mHandler.status().isWindowOpen);
     report(1);
     joiner.get();
+    EXPECT_TRUE(mHandler.status().isWindowOpen);
     EXPECT_EQ(fake::commandCount("/kavel_"), 1U);
     for (const char* thread : {"first round of 1,", "pack of 1,", "first round of 2,"}) {
         EXPECT_EQ(fake::logCount(thread), 1U) << thread;

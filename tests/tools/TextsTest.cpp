@@ -76,6 +76,9 @@ TEST(Texts, WidthIsThatOnATerminal) {
             {"\U0001f600!", 3},
             {"\u115f\u1160", 3},
             {"\u20ac\u2e7f", 2},
+            {"\u1100\u2e80\u3041\u309b\u4e00\ua960", 12},
+            {"\uac00\uf900\ufe30\uff00\uffe0\U0001f680", 12},
+            {"\U0001f300\U0001f900\U00020000", 6},
             {"\uff60\uff61", 3},
     };
     for (const auto& [text, width] : cases) EXPECT_EQ(displayWidth(text), width) << text;
