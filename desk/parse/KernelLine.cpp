@@ -7,7 +7,7 @@ namespace kaveldesk {
 namespace {
 
 /** Levels of the kernel, 0 (emergency) to 7 (debug). */
-Level levelOf(char digit) {
+Level levelOfDigit(char digit) {
     constexpr Level kLevels[] = {Level::Fatal, Level::Fatal, Level::Fatal, Level::Error,
                                  Level::Warn,  Level::Info,  Level::Info,  Level::Debug};
     return kLevels[digit & 7];
@@ -21,7 +21,7 @@ void takeLevel(Scanner& scanner, LineHead& head) {
     if (!std::all_of(&text[1], &text[end], isDigit)) return;
     int32_t number = 0;
     Scanner(text.substr(1)).number(end - 1, number);
-    head.level = levelOf(static_cast<char>('0' + number % 8));
+    head.level = levelOfDigit(static_cast<char>('0' + number % 8));
     scanner = Scanner(text.substr(end + 1));
 }
 

@@ -5,7 +5,7 @@
 namespace kaveldesk {
 namespace {
 
-Level levelOf(char letter) {
+Level levelOfLetter(char letter) {
     switch (letter) {
         case 'V':
             return Level::Verbose;
@@ -26,7 +26,7 @@ Level levelOf(char letter) {
 }
 
 bool isLevel(std::string_view word) {
-    return word.size() == 1 && (levelOf(word[0]) != Level::Unknown || word[0] == 'S');
+    return word.size() == 1 && (levelOfLetter(word[0]) != Level::Unknown || word[0] == 'S');
 }
 
 bool toNumber(std::string_view word, int32_t& value) {
@@ -60,7 +60,7 @@ bool parseColumns(std::string_view line, Scanner scanner, LineHead& head) {
         const std::string_view word = scanner.word();
         if (column >= 2 && isLevel(word)) {
             if (!toNumber(before, head.pid) || !toNumber(last, head.tid)) return false;
-            head.level = levelOf(word[0]);
+            head.level = levelOfLetter(word[0]);
             scanner.skip(' ');
             const size_t tagAt = line.size() - scanner.rest().size();
             size_t colon = line.find(": ", tagAt);
@@ -100,7 +100,7 @@ bool parseSlash(std::string_view line, Scanner scanner, LineHead& head) {
         const size_t start = tid.find_first_not_of(' ');
         if (start == std::string_view::npos || !toNumber(tid.substr(start), head.tid)) return false;
     }
-    head.level = levelOf(text[0]);
+    head.level = levelOfLetter(text[0]);
     setTagAndMessage(line, tagAt, open, close + 3, head);
     return true;
 }

@@ -112,6 +112,7 @@ TEST_F(CatchTest, ExceptionEndsOneCatchWithALine) {
     startDumpThread(mTable.add(makeEvent(7)), [] { throw std::runtime_error("no memory"); });
     EXPECT_TRUE(fake::awaitLog("startDumpThread]: catch of event 7 ended: no memory\n"));
     EXPECT_TRUE(test::eventually([&] { return mTable.find(7) == nullptr; })) << "and is let go";
+    EXPECT_EQ(ReportJournal::instance().status().failures.back().detail, "no memory");
 }
 
 TEST_F(CatchTest, NotesAreJoinedIfThereAreAny) {
