@@ -94,11 +94,19 @@ TEST(Matcher, LogsWhatTheLastRecordMeans) {
     EXPECT_EQ(fake::takeLog(), Lines{"I kavel_socket: Kavel sendRawEvent has Null Buff"});
 }
 
-TEST(Matcher, CountsItsLiveEvents) {
+TEST(Matcher, CountsItsLiveEventsAndWhatItFinds) {
+    const uint64_t freezes = digStatus().freezes;
     digInit();
     std::string record = "4298113025:open:1000";
     sendRawEvent(record.data());
     EXPECT_EQ(digStatus().liveEvents, 1U);
+    record = "4298113026:key:1001";
+    sendRawEvent(record.data());
+    sendRawEvent(record.data());
+    EXPECT_EQ(digStatus().freezes, freezes);
+    record = "4298113025:close:1002";
+    sendRawEvent(record.data());
+    EXPECT_EQ(digStatus().freezes, freezes + 1);
     digExit();
     EXPECT_EQ(digStatus().liveEvents, 0U);
 }
