@@ -4,6 +4,7 @@
 // that leaves its quotes or that echo changes, a text that is read on into the next field, a null
 // packet that is used, and a crash on a device without data collection.
 
+#include <cerrno>
 #include <string>
 
 #include <android-base/properties.h>
@@ -40,6 +41,7 @@ constexpr char kLastDump[] = "sys.kavel.lastdumpstate.time";
 bool receive(uint32_t type, const std::string& payload, const std::string& eventId,
              const std::string& tag = "t") {
     std::string bytes = test::packet(type, tag, eventId, payload);
+    errno = ERANGE;  // of an earlier call
     return KavelRecvKeventFunc(reinterpret_cast<kavel_kevent_packet*>(bytes.data()));
 }
 
