@@ -78,8 +78,7 @@ TEST(Texts, WidthIsThatOnATerminal) {
             {"\u20ac\u2e7f", 2},
             {"\u1100\u2e80\u3041\u309b\u4e00\ua960", 12},
             {"\uac00\uf900\ufe30\uff00\uffe0\U0001f680", 12},
-            {"\u0483\u0591\u0610\u064b\u0e34\u0e47\u200b\u202a\u2060\u20d0\u3099\ufe00\ufe20\ufeff",
-             0},
+            {"\u0483\u0591\u0610\u064b\u0e34\u0e47\u200b\u2060\u20d0\u3099\ufe00\ufe20\ufeff", 0},
             {"\U0001f300\U0001f900\U00020000", 6},
             {"\uff60\uff61", 3},
     };
