@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include "core/KavelKeventThread.h"
+#include "core/KernelChannel.h"
 #include "platform/Log.h"
 #include "tests/core/Messages.h"
 #include "tests/core/Rows.h"
@@ -112,7 +113,8 @@ std::string follow(const ScriptLine& line) {
     }
     text = std::regex_replace(text, std::regex(fd), "mEventFd FD\n");
     text = std::regex_replace(text, std::regex("pid " + std::to_string(getpid())), "pid PID");
-    return text + (result ? "ended, " + std::to_string(*result) : "goes on");
+    return text + (result ? "ended, " + std::to_string(*result) : "goes on") + ", " +
+           channelText(kernelChannel().state);
 }
 
 TEST(KeventThread, DoesWhatTheGoldenFileSays) {
