@@ -123,10 +123,15 @@ bool endsQuietly(const std::function<void(StandIn&)>& quietEnd) {
 // Would catch a framework that is not restarted, and a panic although it has come back.
 TEST(RecoveryTest, FailedTestRestartsTheFramework) {
     configure();
+    const auto monitor = [] {
+        return run({"sh", "-c", "kavelctl status --json | jq -r .recovery.state"}).output;
+    };
+    EXPECT_NE(monitor(), "ready\n") << "nothing was recovered so far";
     const int before = pidOf("system_server");
     ASSERT_GT(before, 1);
     const StandIn application(kTestPackage);
     watch(application.pid(), kTestPackage);
+    EXPECT_TRUE(eventually([&] { return monitor() == "ready\n"; })) << monitor();
     ASSERT_TRUE(eventually([&] {
         const int now = pidOf("system_server");
         return now > 1 && now != before && bootCompleted() == "1\n";
