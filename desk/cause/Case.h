@@ -32,8 +32,8 @@ struct Case {
     void shortenNames();
 };
 
-/** Whether two reports, for example of a log and of the events log, can be about one failure: at
- * most a minute apart, or the time of one of them is unknown (0). In nanoseconds. */
+/** Whether two reports, for example one in a log and one in the events log, can be about the same
+ * failure: they are at most a minute apart, or one time is unknown (0). Times in nanoseconds. */
 inline bool isNear(int64_t a, int64_t b) {
     constexpr int64_t kSameNs = 60'000'000'000;
     return a == 0 || b == 0 || std::abs(a - b) <= kSameNs;

@@ -30,13 +30,14 @@ bool endsWith(std::string_view text, std::string_view suffix);
 inline bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
+// Of ASCII, whatever the locale is.
 inline bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 inline bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
-/** A character of a name in most languages. */
+/** A letter, a digit or "_", as in an identifier. */
 inline bool isWord(char c) {
     return isDigit(c) || isLetter(c) || c == '_';
 }

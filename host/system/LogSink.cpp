@@ -98,8 +98,8 @@ __attribute__((constructor(101))) void install() {
     if (getenv(kDirectoryVariable) != nullptr) mkdir(folder.c_str(), 0777);
     sSink = new Sink(folder);
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-    // Ahead of all threads: the library's own first use is a race to ThreadSanitizer, which does
-    // not see the library's guard.
+    // Ahead of all threads: the library's own first use looks like a race to ThreadSanitizer,
+    // which does not see the library's guard.
     __android_log_set_default_tag(program_invocation_short_name);
     __android_log_set_logger(logToFile);
 }

@@ -96,6 +96,7 @@ std::string follow(const ScriptLine& line) {
             new KavelKeventThread(line.option("callback") == "null" ? nullptr : logPacket);
     sThread = thread.get();
     fake::clearLog();
+    kernelChannel().state = ChannelState::Starting;
     const std::optional<bool> result = kernel.run(*thread);
     if (line.verb() == "failures") {
         const auto count = [](const char* text) { return std::to_string(fake::logCount(text)); };
