@@ -119,12 +119,9 @@ void runShow(const QuestionOptions& options) {
 }
 
 void runSql(const QuestionOptions& options) {
-    const auto writer = makeTableWriter(options.format);
-    const auto store = openIndex(options);
-    if (options.format.isJson) fmt::print("{{\"format\": 1, \"rows\": ");
-    store->read({options.subject, {}, {}}, *writer);
+    const auto writer = makeAnswerWriter(options.format);
+    openIndex(options)->read({options.subject, {}, {}}, *writer);
     writer->end();
-    if (options.format.isJson) fmt::print("}}\n");
 }
 
 /** Adds a command with its format, limit and the options of a filter. */

@@ -138,9 +138,11 @@ class CsvWriter : public TableWriter {
 
 class JsonWriter : public TableWriter {
   public:
+    JsonWriter(const char* before, const char* after) : mBefore(before), mAfter(after) {}
+
     void begin(const std::vector<Column>& columns) override {
         mColumns = columns;
-        fmt::print("[");
+        fmt::print("{}[", mBefore);
     }
     void add(const Row& row) override {
         Json::Value object(Json::objectValue);
@@ -155,7 +157,7 @@ class JsonWriter : public TableWriter {
         fmt::print("{}\n{}", mIsFirst ? "" : ",", Json::writeString(kSettings, object));
         mIsFirst = false;
     }
-    void end() override { fmt::print("\n]"); }
+    void end() override { fmt::print("\n]{}", mAfter); }
 
   private:
     static Json::Value jsonOf(const Value& value, ValueType type) {
@@ -168,6 +170,8 @@ class JsonWriter : public TableWriter {
         if (const auto* integer = std::get_if<int64_t>(&value)) return Json::Int64{*integer};
         return {};
     }
+    const char* const mBefore;
+    const char* const mAfter;
     std::vector<Column> mColumns;
     bool mIsFirst = true;
 };
@@ -181,9 +185,14 @@ void addFormatOptions(CLI::App& command, TableFormat& format) {
 }
 
 std::unique_ptr<TableWriter> makeTableWriter(const TableFormat& format) {
-    if (format.isJson) return std::make_unique<JsonWriter>();
+    if (format.isJson) return std::make_unique<JsonWriter>("", "");
     if (format.isCsv) return std::make_unique<CsvWriter>();
     return std::make_unique<TextWriter>();
+}
+
+std::unique_ptr<TableWriter> makeAnswerWriter(const TableFormat& format) {
+    if (!format.isJson) return makeTableWriter(format);
+    return std::make_unique<JsonWriter>("{\"format\": 1, \"rows\": ", "}\n");
 }
 
 void printTable(const Table& table, TableWriter& writer) {
@@ -193,9 +202,7 @@ void printTable(const Table& table, TableWriter& writer) {
 }
 
 void printAnswer(const Table& table, const TableFormat& format) {
-    if (format.isJson) fmt::print("{{\"format\": 1, \"rows\": ");
-    printTable(table, *makeTableWriter(format));
-    if (format.isJson) fmt::print("}}\n");
+    printTable(table, *makeAnswerWriter(format));
 }
 
 }  // namespace kaveldesk

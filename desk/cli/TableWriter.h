@@ -31,9 +31,12 @@ class TableWriter : public RowSink {
  */
 std::unique_ptr<TableWriter> makeTableWriter(const TableFormat& format);
 
+/** For a whole output of one table: as JSON, a document with "format" and "rows". */
+std::unique_ptr<TableWriter> makeAnswerWriter(const TableFormat& format);
+
 void printTable(const Table& table, TableWriter& writer);
 
-/** Prints @p table as the whole output: as JSON, a document with "format" and "rows". */
+/** Prints @p table as the whole output. */
 void printAnswer(const Table& table, const TableFormat& format);
 
 }  // namespace kaveldesk
