@@ -34,7 +34,7 @@ ROWS = [
     Row("Wake-ups in 10 idle minutes", "", "long.idle_wakeups", None, None, None, 0, True),
     Row("Processor ticks in 10 idle minutes", "", "long.idle_ticks", None, None, None, 0, True),
     Row("RSS at rest", "kB", "phone.rss", "phone.rss_empty", None, "peer", 1.12),
-    Row("Catch and pack", "ms", "phone.catch", "phone.script", "phone.tar", "peer", 0.80),
+    Row("Catch and pack", "ms", "phone.catch", "phone.script", "phone.parallel", "peer", 0.80),
     Row("Catch and pack, against sos report", "ms",
         "phone.catch", "sos.report", None, "peer", 0.125),
     Row("tar czf of a catch, against the whole catch", "ms",

@@ -1,5 +1,6 @@
 // Compares a catch and its pack, without the waits, with a shell script of the same commands, and
-// measures the share of tar. Runs in the simulated phone: catch_bench CATCHES.
+// with one that collects by xargs. Also measures the share of tar. Runs in the simulated phone:
+// catch_bench CATCHES.
 
 #include <chrono>
 #include <cstdio>
@@ -9,8 +10,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <sys/wait.h>
 
 #include "dump/DumpContext.h"
 #include "dump/KavelDumpUtilThread.h"
@@ -29,17 +28,17 @@ using Seconds = std::chrono::duration<double>;
 constexpr int64_t kEvent = 0x999;      // collects only the logs of its mask
 constexpr uint32_t kMask = 0x1bebf9b;  // as in the demo: quick commands, and all bits are confirmed
 constexpr const char* kScript = "/data/local/catch_bench.sh";
+constexpr const char* kCollecting = "/data/local/catch_bench.commands";
+// As many at a time as the pool has threads.
+constexpr const char* kCollectInParallel =
+        "xargs -0 -n1 -P5 sh -c < /data/local/catch_bench.commands";
 
-bool hasChild() {
-    siginfo_t child;
-    return waitid(P_ALL, 0, &child, WEXITED | WNOWAIT | WNOHANG) == 0;
-}
+LogFolderRef sFolder;  // of the catch that runs
 
 /** Replaces a wait: returns as soon as the commands have ended. */
 void awaitCommands(uint64_t /*seconds*/) {
-    for (int quiet = 0; quiet < 3; ++quiet) {
-        if (hasChild()) quiet = 0;
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    while (!sFolder->openWork().empty()) {
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
     }
 }
 
@@ -55,26 +54,38 @@ Seconds timeCatch(DumpContext& context, int id, std::string* folder) {
 
     const Clock::time_point start = Clock::now();
     const CatchRef running = context.catches.add(event);
-    running->setFolder(std::make_shared<LogFolder>(*folder));
-    KavelDumpUtilThread::immediateDumpThread(running, running->folder()->beginWork(kFirstRound));
+    sFolder = std::make_shared<LogFolder>(*folder);
+    running->setFolder(sFolder);
+    KavelDumpUtilThread::immediateDumpThread(running, sFolder->beginWork(kFirstRound));
     KavelDumpUtilThread::trailContinuousDumpThread(running);
     return Clock::now() - start;
 }
 
-/** Writes a script with those commands of the last catch whose log lines start with @p prefixes. */
-void writeScript(const std::vector<std::string>& prefixes) {
-    std::ofstream script(kScript);
+using Commands = std::vector<std::string>;
+
+/** Returns those commands of the last catch whose log lines start with @p prefixes. */
+Commands commandsOf(const std::vector<std::string>& prefixes) {
+    Commands commands;
     for (const fake::LogLine& line : fake::logLines()) {
         for (const std::string& prefix : prefixes) {
             if (line.text.rfind("[dravo_kavel " + prefix, 0) != 0) continue;
             const size_t begin = line.text.find("]: ") + 3;
-            script << line.text.substr(begin, line.text.find(", ret is:") - begin) << '\n';
+            commands.push_back(line.text.substr(begin, line.text.find(", ret is:") - begin));
         }
+    }
+    return commands;
+}
+
+/** Writes all commands to the file, each with @p end after it. */
+void writeCommands(const char* path, const std::vector<Commands>& parts, char end) {
+    std::ofstream file(path);
+    for (const Commands& part : parts) {
+        for (const std::string& command : part) file << command << end;
     }
 }
 
-double timeScript(const std::vector<std::string>& prefixes) {
-    writeScript(prefixes);
+double timeScript(const std::vector<Commands>& parts) {
+    writeCommands(kScript, parts, '\n');
     const Clock::time_point start = Clock::now();
     if (system((std::string("sh ") + kScript + " > /dev/null 2>&1").c_str()) != 0) abort();
     return Seconds(Clock::now() - start).count();
@@ -87,10 +98,6 @@ void print(const char* name, const std::vector<double>& values) {
 }
 
 void run(int catches) {
-    const std::string collect = "collectLogWithCmdExeceteThread]: ";
-    const std::string tar = "trailLogPack]: tar ";
-    const std::string move = "trailLogPack]: mv ";
-    const std::string remove = "trailLogPack]: rm ";
     fake::captureLog();
     fake::onSleep(awaitCommands);
     fake::resetTime(1'700'000'000'000'000);
@@ -99,19 +106,28 @@ void run(int catches) {
     DumpContext context(parameters);
     std::vector<double> ours;
     std::vector<double> scripts;
+    std::vector<double> parallels;
     std::vector<double> tars;
     for (int i = 0; i < catches; ++i) {
         std::string folder;
         ours.push_back(timeCatch(context, i + 1, &folder).count());
-        std::filesystem::create_directories(folder);
-        scripts.push_back(timeScript({collect, tar, move, remove}));
+        const Commands collect = commandsOf({"collectLogWithCmdExeceteThread]: "});
+        const Commands pack = commandsOf({"trailLogPack]: tar "});
+        const Commands finish = commandsOf({"trailLogPack]: mv ", "trailLogPack]: rm "});
+
         std::filesystem::create_directories(folder);
         timeScript({collect});
-        tars.push_back(timeScript({tar}));
-        timeScript({move, remove});
+        tars.push_back(timeScript({pack}));
+        timeScript({finish});
+        std::filesystem::create_directories(folder);
+        scripts.push_back(timeScript({collect, pack, finish}));
+        std::filesystem::create_directories(folder);
+        writeCommands(kCollecting, {collect}, '\0');
+        parallels.push_back(timeScript({{kCollectInParallel}, pack, finish}));
     }
     print("catch", ours);
     print("script", scripts);
+    print("parallel", parallels);
     print("tar", tars);
 }
 

@@ -22,10 +22,20 @@ class CAPABILITY("mutex") Mutex {
     std::mutex mMutex;
 };
 
-/** Holds a Mutex for a scope. The wait functions release it while they wait for @p condition. */
+/**
+ * Holds a Mutex for a scope. The wait functions release it while they wait for @p condition.
+ *
+ * Tries to take the mutex some times before the thread sleeps: most are held for less than the time
+ * that sleep and wake-up take. Not all C libraries do this themselves.
+ */
 class SCOPED_CAPABILITY MutexLock {
   public:
-    explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mLock(mutex.mMutex) {}
+    explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mLock(mutex.mMutex, std::defer_lock) {
+        for (int tries = 0; tries < kTries; ++tries) {
+            if (mLock.try_lock()) return;
+        }
+        mLock.lock();
+    }
     ~MutexLock() RELEASE() {}
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
@@ -43,6 +53,8 @@ class SCOPED_CAPABILITY MutexLock {
     }
 
   private:
+    static constexpr int kTries = 100;
+
     std::unique_lock<std::mutex> mLock;
 };
 
