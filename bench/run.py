@@ -246,17 +246,27 @@ def plot(results, path):
     subprocess.run(["gnuplot"], input="\n".join(script) + "\n", text=True, check=True)
 
 
+def pattern(text):
+    try:
+        return re.compile(text)
+    except re.error as e:
+        raise argparse.ArgumentTypeError(f"no regular expression: {e}") from None
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--quick", action="store_true", help="few repetitions, no curves")
-    parser.add_argument("--only", default="", metavar="REGEX", help="jobs whose name matches")
+    parser.add_argument("--only", type=pattern, default="", metavar="REGEX",
+                        help="jobs whose name matches")
     parser.add_argument("--long", action="store_true", help="also the soak and ten idle minutes")
     parser.add_argument("--times", type=int, default=1, metavar="N",
                         help="run N times, print the medians")
     options = parser.parse_args()
-    rows = [row for row in ROWS if re.search(options.only, row.job) and options.long >= row.long]
+    rows = [row for row in ROWS if options.only.search(row.job) and options.long >= row.long]
+    if not rows:
+        parser.error("no job matches --only, or it also needs --long")
     wanted = [name for row in rows for name in names_of(row)]
-    draws = not options.quick and not options.only
+    draws = not options.quick and not options.only.pattern
     if draws:
         wanted += [name for curve in CURVES for name in curve[3].values()]
 
