@@ -30,8 +30,7 @@ constexpr uint32_t kMask = 0x1bebf9b;  // as in the demo: quick commands, and al
 constexpr const char* kScript = "/data/local/catch_bench.sh";
 constexpr const char* kCollecting = "/data/local/catch_bench.commands";
 // As many at a time as the pool has threads.
-constexpr const char* kCollectInParallel =
-        "xargs -0 -n1 -P5 sh -c < /data/local/catch_bench.commands";
+constexpr const char* kCollectInParallel = "xargs -0 -n1 -P5 sh -c < ";
 
 LogFolderRef sFolder;  // of the catch that runs
 
@@ -123,7 +122,8 @@ void run(int catches) {
         scripts.push_back(timeScript({collect, pack, finish}));
         std::filesystem::create_directories(folder);
         writeCommands(kCollecting, {collect}, '\0');
-        parallels.push_back(timeScript({{kCollectInParallel}, pack, finish}));
+        parallels.push_back(
+                timeScript({{std::string(kCollectInParallel) + kCollecting}, pack, finish}));
     }
     print("catch", ours);
     print("script", scripts);

@@ -250,7 +250,7 @@ def pattern(text):
     try:
         return re.compile(text)
     except re.error as e:
-        raise argparse.ArgumentTypeError(f"no regular expression: {e}") from None
+        raise argparse.ArgumentTypeError(f"not a regular expression: {e}") from None
 
 
 def main():
